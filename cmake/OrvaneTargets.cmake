@@ -1,0 +1,27 @@
+# How every target of our own is compiled: warnings are errors, sanitizers on request, includes from the repository's root.
+
+find_program(CCACHE_PROGRAM ccache)
+if(CCACHE_PROGRAM)
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
+endif()
+
+add_library(orvane_options INTERFACE)
+target_compile_options(orvane_options INTERFACE -Wall -Wextra -Wpedantic -Werror
+                       -ffile-prefix-map=${CMAKE_SOURCE_DIR}/=)
+target_include_directories(orvane_options INTERFACE ${CMAKE_SOURCE_DIR})
+if(ORVANE_SANITIZE)
+    target_compile_options(orvane_options INTERFACE -fsanitize=${ORVANE_SANITIZE} -fno-omit-frame-pointer
+                           -fno-sanitize-recover=all)
+    target_link_options(orvane_options INTERFACE -fsanitize=${ORVANE_SANITIZE})
+endif()
+
+# A library of ours: every .cpp of its folder and of the named sub-folders.
+function(orvane_library name kind)
+    set(patterns ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+    foreach(folder IN LISTS ARGN)
+        list(APPEND patterns ${CMAKE_CURRENT_SOURCE_DIR}/${folder}/*.cpp)
+    endforeach()
+    file(GLOB sources CONFIGURE_DEPENDS ${patterns})
+    add_library(${name} ${kind} ${sources})
+    target_link_libraries(${name} PUBLIC orvane_options)
+endfunction()

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstdint>
+#include <ctime>
+#include <optional>
+#include <string>
+#include <vector>
+
+// Files and folders. Paths are bytes. Functions that cannot do their work throw ZorException (kind File) with a text that
+// names the file and the system's reason, unless they say otherwise. Nothing here opens a file of the user for writing
+// except the Write functions.
+
+using Bytes = std::vector<std::uint8_t>;
+
+std::string ReadFile(const std::string& path);
+Bytes ReadFileBytes(const std::string& path);  // opened read-only; the access time is left alone where the system allows
+
+// Written to a temporary file in the same folder, synced, then renamed over the target: either the whole new file or the old
+// one is there, also after a crash or on a full disk. WriteFile creates missing parent folders.
+void WriteFile(const std::string& path, const std::string& content);
+void WriteFile(const std::string& path, const Bytes& content);
+
+// Facts about a file, nothing when there is none or it cannot be looked at.
+struct FileFacts {
+    std::uint64_t size = 0;
+    bool isFolder = false;
+    std::time_t modified = 0;
+    std::time_t accessed = 0;
+    std::time_t changed = 0;  // of the inode
+    std::optional<std::time_t> created;  // where the file system keeps it
+};
+std::optional<FileFacts> GetFileFacts(const std::string& path);
+bool FileExists(const std::string& path);    // a file, not a folder
+bool FolderExists(const std::string& path);
+void MakeFolder(const std::string& path);    // and its parents; nothing when it is there
+void RemoveFolder(const std::string& path);  // with everything in it; nothing when it is not there
+
+// Parts of a path. Only '/' separates.
+std::string PathFolder(const std::string& path);     // without trailing separator, "" when there is none
+std::string PathName(const std::string& path);       // name with extension
+std::string PathStem(const std::string& path);       // name without the last extension
+std::string PathExtension(const std::string& path);  // lower case, without dot
+std::string PathJoin(const std::string& folder, const std::string& name);
+
+// Where the program keeps what it makes: $ORVANE_DOCUMENTS when set (tests, portable use), otherwise "Orvane" below the
+// user's documents folder, or below the home folder when there is none. No trailing separator. Not created here.
+std::string GetAppDocumentsPath();
+
+// The installed data folder (img, docs, samples, locale), found relative to the executable, then the build tree.
+// $ORVANE_DATA overrides. No trailing separator.
+std::string GetAppDataPath();
+std::string GetUserDesktopPath();
+
+// The local time of a time stamp as "2026-11-21 14:03:59 +0100".
+std::string FormatTime(std::time_t time);
