@@ -1,6 +1,9 @@
 #pragma once
 
-// Which edition runs. The full edition refuses nothing; the trial edition refuses saving of filter results and exports.
+#include <atomic>
+
+// Which edition runs. The full edition refuses nothing; the trial edition refuses saving of filter results
+// and exports. Any thread.
 class LicenceManager {
   public:
     static LicenceManager& Get();
@@ -8,5 +11,5 @@ class LicenceManager {
     void SetTrial(bool trial) { m_trial = trial; }  // for tests and for the installer's trial build
 
   private:
-    bool m_trial = false;
+    std::atomic<bool> m_trial = false;
 };

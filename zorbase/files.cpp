@@ -1,0 +1,226 @@
+#include "zorbase/files.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <filesystem>
+#include <span>
+#include <system_error>
+
+#include "zorbase/text.h"
+#include "zorbase/zorexception.h"
+
+namespace {
+
+[[noreturn]] void Fail(const std::string& what, const std::string& path, const std::string& reason) {
+    ZOR_THROW(File, what + " \"" + ToValidUtf8(path) + "\": " + reason + ".");
+}
+
+// strerror is not safe between threads; the error category's message is.
+std::string Reason(int error) {
+    return std::generic_category().message(error);
+}
+
+bool HasNul(const std::string& path) {
+    return path.find('\0') != std::string::npos;
+}
+
+class Descriptor {
+  public:
+    explicit Descriptor(int fd) : m_fd(fd) {}
+    ~Descriptor() { Close(); }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    int Get() const { return m_fd; }
+    bool IsOpen() const { return m_fd >= 0; }
+    // False with errno when the system reports a late write error.
+    bool Close() {
+        if (m_fd < 0) return true;
+        const int fd = m_fd;
+        m_fd = -1;
+        return close(fd) == 0;
+    }
+
+  private:
+    int m_fd;
+};
+
+int OpenForReading(const std::string& path) {
+    // Without waiting: a named pipe would otherwise block until somebody writes to it.
+    constexpr int kFlags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+    const int fd = open(path.c_str(), kFlags | O_NOATIME);
+    // Only the owner may leave the access time alone.
+    return fd >= 0 || errno != EPERM ? fd : open(path.c_str(), kFlags);
+}
+
+template <typename Buffer>
+Buffer ReadAll(const std::string& path) {
+    constexpr const char* kWhat = "Cannot read the file";
+    if (HasNul(path)) Fail(kWhat, path, "the name holds a zero byte");
+    const Descriptor file(OpenForReading(path));
+    if (!file.IsOpen()) Fail(kWhat, path, Reason(errno));
+    struct stat facts {};
+    if (fstat(file.Get(), &facts) != 0) Fail(kWhat, path, Reason(errno));
+    if (S_ISDIR(facts.st_mode)) Fail(kWhat, path, "it is a folder");
+    if (!S_ISREG(facts.st_mode)) Fail(kWhat, path, "it is not a regular file");
+
+    try {
+        Buffer content;
+        std::size_t filled = 0;
+        // One byte more than the file is said to have: the read that finds its end needs no further growth.
+        std::size_t room = static_cast<std::size_t>(facts.st_size) + 1;
+        for (;;) {
+            content.resize(room);
+            const ssize_t got = read(file.Get(), content.data() + filled, room - filled);
+            if (got < 0 && errno == EINTR) continue;
+            if (got < 0) Fail(kWhat, path, Reason(errno));
+            if (got == 0) break;
+            filled += static_cast<std::size_t>(got);
+            if (filled == room) room += std::max<std::size_t>(room, 65536);
+        }
+        content.resize(filled);
+        return content;
+    } catch (const std::bad_alloc&) {
+        ZOR_THROW(Memory, "There is not enough memory to read the file \"" + ToValidUtf8(path) + "\".");
+    } catch (const std::length_error&) {
+        ZOR_THROW(Memory, "There is not enough memory to read the file \"" + ToValidUtf8(path) + "\".");
+    }
+}
+
+// A new empty file beside the target that nobody else has; removed again unless it was renamed. Created with
+// the user's own file mode, which mkstemp would narrow.
+class TemporaryFile {
+  public:
+    explicit TemporaryFile(const std::string& folder) {
+        static std::atomic<unsigned> s_counter{0};
+        do {
+            m_path = PathJoin(
+                folder, ".orvane-" + std::to_string(getpid()) + "-" + std::to_string(s_counter++) + ".tmp");
+            m_fd = open(m_path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        } while (m_fd < 0 && errno == EEXIST);
+    }
+    ~TemporaryFile() {
+        if (m_fd >= 0 && !m_renamed) unlink(m_path.c_str());
+    }
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+    int Descriptor() const { return m_fd; }
+    bool RenameTo(const std::string& target) {
+        m_renamed = std::rename(m_path.c_str(), target.c_str()) == 0;
+        return m_renamed;
+    }
+
+  private:
+    std::string m_path;
+    int m_fd = -1;
+    bool m_renamed = false;
+};
+
+void WriteAll(const std::string& path, std::span<const char> content) {
+    constexpr const char* kWhat = "Cannot write the file";
+    if (HasNul(path)) Fail(kWhat, path, "the name holds a zero byte");
+    const std::string parent = PathFolder(path);
+    if (!parent.empty()) MakeFolder(parent);
+    const std::string folder = parent.empty() ? "." : parent;
+
+    TemporaryFile temporary(folder);
+    Descriptor file(temporary.Descriptor());
+    if (!file.IsOpen()) Fail(kWhat, path, Reason(errno));
+    struct stat old {};
+    if (lstat(path.c_str(), &old) == 0 && S_ISREG(old.st_mode) &&
+        fchmod(file.Get(), old.st_mode & 0777) != 0) {
+        Fail(kWhat, path, Reason(errno));
+    }
+    while (!content.empty()) {
+        const ssize_t put = write(file.Get(), content.data(), content.size());
+        if (put < 0 && errno == EINTR) continue;
+        if (put < 0) Fail(kWhat, path, Reason(errno));
+        content = content.subspan(static_cast<std::size_t>(put));
+    }
+    if (fsync(file.Get()) != 0 || !file.Close()) Fail(kWhat, path, Reason(errno));
+    // A link is replaced, never followed: it could lead to a file that must not change.
+    if (!temporary.RenameTo(path)) Fail(kWhat, path, Reason(errno));
+
+    // The new name itself must be on the disk too. Some file systems cannot sync a folder and say so.
+    const Descriptor directory(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (directory.IsOpen() && fsync(directory.Get()) != 0 && errno == EIO) Fail(kWhat, path, Reason(errno));
+}
+
+}  // namespace
+
+std::string ReadFile(const std::string& path) {
+    return ReadAll<std::string>(path);
+}
+Bytes ReadFileBytes(const std::string& path) {
+    return ReadAll<Bytes>(path);
+}
+
+void WriteFile(const std::string& path, const std::string& content) {
+    WriteAll(path, content);
+}
+
+void WriteFile(const std::string& path, const Bytes& content) {
+    WriteAll(path, std::span(reinterpret_cast<const char*>(content.data()), content.size()));
+}
+
+std::optional<FileFacts> GetFileFacts(const std::string& path) {
+    if (HasNul(path)) return std::nullopt;
+    struct statx facts {};
+    if (statx(AT_FDCWD, path.c_str(), AT_STATX_SYNC_AS_STAT, STATX_BASIC_STATS | STATX_BTIME, &facts) != 0) {
+        return std::nullopt;
+    }
+    FileFacts result;
+    result.size = facts.stx_size;
+    result.isFolder = S_ISDIR(facts.stx_mode);
+    result.modified = facts.stx_mtime.tv_sec;
+    result.accessed = facts.stx_atime.tv_sec;
+    result.changed = facts.stx_ctime.tv_sec;
+    if ((facts.stx_mask & STATX_BTIME) != 0) result.created = facts.stx_btime.tv_sec;
+    return result;
+}
+
+bool FileExists(const std::string& path) {
+    const std::optional<FileFacts> facts = GetFileFacts(path);
+    return facts && !facts->isFolder;
+}
+
+bool FolderExists(const std::string& path) {
+    const std::optional<FileFacts> facts = GetFileFacts(path);
+    return facts && facts->isFolder;
+}
+
+void MakeFolder(const std::string& path) {
+    constexpr const char* kWhat = "Cannot make the folder";
+    if (HasNul(path)) Fail(kWhat, path, "the name holds a zero byte");
+    if (FolderExists(path)) return;
+    std::error_code error;
+    std::filesystem::create_directories(path, error);
+    if (error) Fail(kWhat, path, error.message());
+    if (!FolderExists(path)) Fail(kWhat, path, "a file of that name is in the way");
+}
+
+void RemoveFolder(const std::string& path) {
+    constexpr const char* kWhat = "Cannot remove the folder";
+    if (HasNul(path)) Fail(kWhat, path, "the name holds a zero byte");
+    struct stat facts {};
+    if (lstat(path.c_str(), &facts) != 0) {
+        if (errno == ENOENT || errno == ENOTDIR) return;
+        Fail(kWhat, path, Reason(errno));
+    }
+    if (!S_ISDIR(facts.st_mode)) Fail(kWhat, path, "it is not a folder");
+    std::error_code error;
+    std::filesystem::remove_all(path, error);
+    if (error) Fail(kWhat, path, error.message());
+}
+
+std::string FormatTime(std::time_t time) {
+    tzset();
+    std::tm local{};
+    char buffer[64];
+    if (localtime_r(&time, &local) == nullptr) return {};
+    return std::string(buffer, std::strftime(buffer, sizeof buffer, "%Y-%m-%d %H:%M:%S %z", &local));
+}

@@ -1,0 +1,6 @@
+#include "zorbase/licence.h"
+
+LicenceManager& LicenceManager::Get() {
+    static LicenceManager manager;
+    return manager;
+}
