@@ -1,7 +1,6 @@
 #include "zorbase/parameter.h"
 
 #include <cmath>
-#include <limits>
 
 #include "zorbase/parametervalue.h"
 #include "zorbase/text.h"
