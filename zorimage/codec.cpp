@@ -1,0 +1,98 @@
+#include "zorimage/codec.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <new>
+
+#include "zorbase/zorexception.h"
+
+namespace codec {
+
+namespace {
+
+constexpr std::size_t kMaxWarnings = 20;
+constexpr std::uint64_t kMaxPixels = std::numeric_limits<std::int32_t>::max();
+
+// Pictures of fewer pixels cost too little to be doubted.
+constexpr std::uint64_t kUndoubtedPixels = 64ULL << 20;
+// Deflate shrinks one-bit pixels 8256 to 1; no coding that is checked does better.
+constexpr std::uint64_t kMaxPixelsPerByte = 20000;
+
+constexpr Codec kCodecs[] = {
+    {FileFormat::Jpeg, ReadJpegInfo, DecodeJpeg},
+    {FileFormat::Png, ReadPngInfo, DecodePng},
+};
+
+std::string SidesText(std::uint64_t width, std::uint64_t height) {
+    return std::to_string(width) + " x " + std::to_string(height);
+}
+
+}  // namespace
+
+const Codec* FindCodec(FileFormat format) {
+    const auto* found = std::find_if(std::begin(kCodecs), std::end(kCodecs),
+                                     [format](const Codec& codec) { return codec.format == format; });
+    return found == std::end(kCodecs) ? nullptr : found;
+}
+
+void CheckSides(std::uint64_t width, std::uint64_t height) {
+    if (width == 0 || height == 0) {
+        ZOR_THROW(Format, "The file says that its picture has " + SidesText(width, height) +
+                              " pixels: there is nothing to decode.");
+    }
+    if (width > kMaxPixels || height > kMaxPixels || width * height > kMaxPixels) {
+        ZOR_THROW(Memory, "The file says that its picture has " + SidesText(width, height) +
+                              " pixels: more than the 2,147,483,647 that can be decoded.");
+    }
+}
+
+void CheckPlausible(std::uint64_t width, std::uint64_t height, std::uint64_t fileBytes) {
+    CheckSides(width, height);
+    const std::uint64_t pixels = width * height;
+    if (pixels > kUndoubtedPixels && pixels / kMaxPixelsPerByte > fileBytes) {
+        ZOR_THROW(Format, "The file says that its picture has " + SidesText(width, height) +
+                              " pixels, but its " + std::to_string(fileBytes) +
+                              " bytes cannot hold so many.");
+    }
+}
+
+cv::Mat NewPixels(std::uint64_t width, std::uint64_t height, int type) {
+    CheckSides(width, height);
+    try {
+        return cv::Mat(static_cast<int>(height), static_cast<int>(width), type);
+    } catch (const std::exception&) {  // OpenCV's own exception, or the one it was redirected to
+        ZOR_THROW(Memory,
+                  "There is not enough memory for a picture of " + SidesText(width, height) + " pixels.");
+    }
+}
+
+std::string MissingRowsText(int rowsDone, int rows) {
+    if (rowsDone >= rows) return {};
+    return "the last " + std::to_string(rows - rowsDone) + " of " + std::to_string(rows) +
+           " rows are missing.";
+}
+
+void Warnings::Add(const std::string& text) {
+    if (text.empty()) return;
+    const std::string sentence = text.back() == '.' ? text : text + '.';
+    if (std::find(m_texts.begin(), m_texts.end(), sentence) != m_texts.end()) return;
+    if (m_texts.size() < kMaxWarnings - 1) {
+        m_texts.push_back(sentence);
+    } else {
+        ++m_more;
+    }
+}
+
+std::vector<std::string> Warnings::Take() {
+    if (m_more > 0) m_texts.push_back("Further warnings of the decoder: " + std::to_string(m_more) + ".");
+    m_more = 0;
+    return std::move(m_texts);
+}
+
+bool HasText(ByteSpan bytes, std::size_t offset, std::string_view text) {
+    return offset <= bytes.size() && text.size() <= bytes.size() - offset &&
+           std::memcmp(bytes.data() + offset, text.data(), text.size()) == 0;
+}
+
+}  // namespace codec

@@ -1,0 +1,79 @@
+#pragma once
+
+#include <cstdint>
+#include <opencv2/core.hpp>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "zorimage/imageio.h"
+
+// What the format readers of this library share. Private to zorimage.
+namespace codec {
+
+using ByteSpan = std::span<const std::uint8_t>;
+
+// One format: its header reader and its pixel decoder. Both get the whole file.
+struct Codec {
+    FileFormat format;
+    // Fills what the headers say (format is set already). May throw; what was filled before stays.
+    void (*readInfo)(ByteSpan bytes, ImageInfo& info);
+    // As DecodeImage. The progress function is never empty here.
+    DecodedImage (*decode)(ByteSpan bytes, const DecodeProgress& progress);
+};
+
+// The reader of a format, or null when its pixels are not decoded here.
+const Codec* FindCodec(FileFormat format);
+
+void ReadJpegInfo(ByteSpan bytes, ImageInfo& info);
+DecodedImage DecodeJpeg(ByteSpan bytes, const DecodeProgress& progress);
+void ReadPngInfo(ByteSpan bytes, ImageInfo& info);
+DecodedImage DecodePng(ByteSpan bytes, const DecodeProgress& progress);
+
+// A picture buffer, not initialised, once its sides are known to be sane: throws ZorException of kind Format
+// for empty sides, of kind Memory for more than 2^31 - 1 pixels or when the memory is not to be had. type is
+// an OpenCV type (CV_8UC3…).
+cv::Mat NewPixels(std::uint64_t width, std::uint64_t height, int type);
+// The check of NewPixels alone.
+void CheckSides(std::uint64_t width, std::uint64_t height);
+// For formats whose coding cannot shrink a picture without limit: throws ZorException (kind Format) when the
+// file is absurdly short for its picture, so that a few bytes cannot claim gigabytes.
+void CheckPlausible(std::uint64_t width, std::uint64_t height, std::uint64_t fileBytes);
+
+// "the last 120 of 600 rows are missing.", to follow a colon; empty when none is.
+std::string MissingRowsText(int rowsDone, int rows);
+
+// Warnings as sentences: each said once, at most twenty.
+class Warnings {
+  public:
+    void Add(const std::string& text);  // gets a full stop when it has no end
+    bool IsEmpty() const { return m_texts.empty(); }
+    std::vector<std::string> Take();
+
+  private:
+    std::vector<std::string> m_texts;
+    std::size_t m_more = 0;
+};
+
+// Whole numbers out of bytes. The caller has checked that they are there.
+inline std::uint32_t Be16(const std::uint8_t* p) {
+    return static_cast<std::uint32_t>(p[0] << 8 | p[1]);
+}
+inline std::uint32_t Be32(const std::uint8_t* p) {
+    return Be16(p) << 16 | Be16(p + 2);
+}
+inline std::uint32_t Le16(const std::uint8_t* p) {
+    return static_cast<std::uint32_t>(p[1] << 8 | p[0]);
+}
+inline std::uint32_t Le32(const std::uint8_t* p) {
+    return Le16(p + 2) << 16 | Le16(p);
+}
+
+// Whether the bytes at offset are those of text (its end included only when length says so).
+bool HasText(ByteSpan bytes, std::size_t offset, std::string_view text);
+
+// Writers, one per extension. The image is valid.
+std::vector<std::uint8_t> EncodeJpeg(const Image& image, int quality);
+std::vector<std::uint8_t> EncodePng(const Image& image);
+
+}  // namespace codec
