@@ -1,0 +1,219 @@
+#include "zorbase/files.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+
+#include "tests/support/temporaryfolder.h"
+#include "zorbase/zorexception.h"
+
+namespace {
+
+using testing::HasSubstr;
+namespace fs = std::filesystem;
+
+std::string MessageOf(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const ZorException& error) {
+        EXPECT_EQ(error.GetKind(), ZorException::Kind::File);
+        return error.GetMessage();
+    }
+    return "nothing was thrown";
+}
+
+std::size_t CountFiles(const std::string& folder) {
+    return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder), fs::directory_iterator()));
+}
+
+TEST(Files, ReadsBackWhatItWrites) {
+    const TemporaryFolder folder;
+    std::string content(300000, '\0');
+    for (std::size_t i = 0; i < content.size(); ++i) content[i] = static_cast<char>(i * 31 >> 3);
+    // A name that is not UTF-8, below folders that are not there yet.
+    const std::string path = folder / "a/b/caf\xE9.bin";
+    WriteFile(path, content);
+    EXPECT_EQ(ReadFile(path), content);
+    EXPECT_EQ(ReadFileBytes(path), Bytes(content.begin(), content.end()));
+    WriteFile(path, Bytes{});
+    EXPECT_EQ(ReadFile(path), "");
+    EXPECT_EQ(CountFiles(folder / "a/b"), 1u);
+    // A file that does not tell its size beforehand.
+    EXPECT_THAT(ReadFile("/proc/self/status"), HasSubstr("Umask"));
+}
+
+TEST(Files, ReadingLeavesTheAccessTimeAlone) {
+    const TemporaryFolder folder;
+    const std::string path = folder / "evidence.jpg";
+    WriteFile(path, std::string("bytes"));
+    // An old access time, which the system would renew on an ordinary read.
+    const timespec times[2] = {{1000000000, 0}, {1500000000, 0}};
+    ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+    ReadFileBytes(path);
+    const auto facts = GetFileFacts(path);
+    ASSERT_TRUE(facts);
+    EXPECT_EQ(facts->accessed, 1000000000);
+    EXPECT_EQ(facts->modified, 1500000000);
+    EXPECT_EQ(facts->size, 5u);
+    EXPECT_FALSE(facts->isFolder);
+    EXPECT_GT(facts->changed, 1700000000);
+    if (facts->created) EXPECT_GT(*facts->created, 1700000000);
+}
+
+TEST(Files, RefusesWhatIsNoRegularFileWithoutWaiting) {
+    const TemporaryFolder folder;
+    const std::string fifo = folder / "fifo";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    const auto read = [](const std::string& path) { return MessageOf([&path] { ReadFileBytes(path); }); };
+    EXPECT_THAT(read(folder.Path()), HasSubstr("it is a folder"));
+    EXPECT_THAT(read(fifo), HasSubstr("not a regular file"));
+    EXPECT_THAT(read("/dev/zero"), HasSubstr("not a regular file"));
+    EXPECT_THAT(read(folder / "absent.jpg"), AllOf(HasSubstr("absent.jpg"), HasSubstr("No such file")));
+    WriteFile(folder / "a.jpg", std::string("x"));
+    EXPECT_THAT(read(folder / std::string("a.jpg\0.png", 10)), HasSubstr("zero byte"));
+    EXPECT_FALSE(FileExists(folder / std::string("a.jpg\0.png", 10)));
+    // The name of a hostile file is made fit to be shown.
+    EXPECT_THAT(read(folder / "\xFF\x1B[31m"), HasSubstr("\xEF\xBF\xBD\xEF\xBF\xBD[31m"));
+}
+
+TEST(Files, FailedWriteLeavesTheOldFileAndNothingElse) {
+    const TemporaryFolder folder;
+    const std::string path = folder / "settings.json";
+    WriteFile(path, std::string("old"));
+
+    // A full disk, as far as this process can tell.
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+    const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit small{100000, before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+    const std::string message = MessageOf([&path] { WriteFile(path, std::string(200000, 'x')); });
+    setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, oldHandler);
+
+    EXPECT_THAT(message, AllOf(HasSubstr("settings.json"), HasSubstr("File too large")));
+    EXPECT_EQ(ReadFile(path), "old");
+    EXPECT_EQ(CountFiles(folder.Path()), 1u);
+
+    // The target is in the way.
+    MakeFolder(folder / "taken");
+    EXPECT_THAT(MessageOf([&] { WriteFile(folder / "taken", std::string("x")); }), HasSubstr("taken"));
+    EXPECT_EQ(CountFiles(folder.Path()), 2u);
+    EXPECT_THAT(MessageOf([&] { WriteFile(path + "/below", std::string("x")); }), HasSubstr("settings.json"));
+}
+
+TEST(Files, WritingReplacesALinkAndKeepsTheMode) {
+    const TemporaryFolder folder;
+    WriteFile(folder / "evidence.jpg", std::string("evidence"));
+    fs::create_symlink(folder / "evidence.jpg", folder / "report.txt");
+    WriteFile(folder / "report.txt", std::string("report"));
+    EXPECT_EQ(ReadFile(folder / "evidence.jpg"), "evidence");
+    EXPECT_EQ(ReadFile(folder / "report.txt"), "report");
+
+    struct stat facts {};
+    ASSERT_EQ(chmod((folder / "report.txt").c_str(), 0640), 0);
+    WriteFile(folder / "report.txt", std::string("again"));
+    ASSERT_EQ(stat((folder / "report.txt").c_str(), &facts), 0);
+    EXPECT_EQ(facts.st_mode & 0777, 0640u);
+}
+
+TEST(Files, FoldersAreMadeAndRemovedButNeverThroughALink) {
+    const TemporaryFolder folder;
+    MakeFolder(folder / "a/b/c");
+    MakeFolder(folder / "a/b/c");
+    EXPECT_TRUE(FolderExists(folder / "a/b/c"));
+    EXPECT_FALSE(FileExists(folder / "a/b/c"));
+    WriteFile(folder / "a/kept.txt", std::string("kept"));
+    EXPECT_THAT(MessageOf([&] { MakeFolder(folder / "a/kept.txt"); }), HasSubstr("kept.txt"));
+
+    MakeFolder(folder / "b");
+    fs::create_directory_symlink(folder / "a", folder / "b/link");
+    EXPECT_THAT(MessageOf([&] { RemoveFolder(folder / "b/link"); }), HasSubstr("not a folder"));
+    EXPECT_THAT(MessageOf([&] { RemoveFolder(folder / "a/kept.txt"); }), HasSubstr("not a folder"));
+    RemoveFolder(folder / "b");
+    RemoveFolder(folder / "b");
+    EXPECT_FALSE(FolderExists(folder / "b"));
+    EXPECT_EQ(ReadFile(folder / "a/kept.txt"), "kept");
+}
+
+TEST(Paths, Parts) {
+    struct Case {
+        const char* path;
+        const char* folder;
+        const char* name;
+        const char* stem;
+        const char* extension;
+    };
+    const Case cases[] = {
+        {"/a/b/photo.JPG", "/a/b", "photo.JPG", "photo", "jpg"},
+        {"photo.tar.gz", "", "photo.tar.gz", "photo.tar", "gz"},
+        {"/photo", "/", "photo", "photo", ""},
+        {"/a.b/photo", "/a.b", "photo", "photo", ""},
+        {".hidden", "", ".hidden", ".hidden", ""},
+        {"a//b.", "a", "b.", "b", ""},
+        {"/a/b/", "/a/b", "", "", ""},
+        {"a\\b.png", "", "a\\b.png", "a\\b", "png"},
+        {"", "", "", "", ""},
+    };
+    for (const Case& item : cases) {
+        EXPECT_EQ(PathFolder(item.path), item.folder) << item.path;
+        EXPECT_EQ(PathName(item.path), item.name) << item.path;
+        EXPECT_EQ(PathStem(item.path), item.stem) << item.path;
+        EXPECT_EQ(PathExtension(item.path), item.extension) << item.path;
+    }
+    EXPECT_EQ(PathJoin("/a", "b"), "/a/b");
+    EXPECT_EQ(PathJoin("/a/", "b"), "/a/b");
+    EXPECT_EQ(PathJoin("", "b"), "b");
+    EXPECT_EQ(PathJoin("/", "b"), "/b");
+    EXPECT_EQ(PathJoin("/a", "/etc/passwd"), "/a/etc/passwd");
+}
+
+TEST(Paths, DocumentsFollowTheUsersSettings) {
+    const TemporaryFolder home;
+    const ScopedVariable homeVariable("HOME", home.Path().c_str());
+    const ScopedVariable config("XDG_CONFIG_HOME", nullptr);
+    {
+        const ScopedVariable own("ORVANE_DOCUMENTS", "/somewhere/else/");
+        EXPECT_EQ(GetAppDocumentsPath(), "/somewhere/else");
+    }
+    const ScopedVariable own("ORVANE_DOCUMENTS", nullptr);
+    EXPECT_EQ(GetAppDocumentsPath(), home / "Orvane");
+    EXPECT_EQ(GetUserDesktopPath(), home.Path());
+    MakeFolder(home / "Desktop");
+    EXPECT_EQ(GetUserDesktopPath(), home / "Desktop");
+
+    const std::string file = home / ".config/user-dirs.dirs";
+    WriteFile(
+        file,
+        std::string(
+            "# comment\nXDG_DESKTOP_DIR=\"$HOME/Bureau\"\n  XDG_DOCUMENTS_DIR=\"$HOME/Mes \\\"documents\"\n"));
+    EXPECT_EQ(GetAppDocumentsPath(), home / "Orvane");  // named, but not there
+    MakeFolder(home / "Mes \"documents");
+    MakeFolder(home / "Bureau");
+    EXPECT_EQ(GetAppDocumentsPath(), home / "Mes \"documents/Orvane");
+    EXPECT_EQ(GetUserDesktopPath(), home / "Bureau");
+
+    for (const char* line : {"XDG_DOCUMENTS_DIR=\"relative\"", "XDG_DOCUMENTS_DIR=\"",
+                             "XDG_DOCUMENTS_DIR=\"$HOMER/x\"", "garbage"}) {
+        WriteFile(file, std::string(line));
+        EXPECT_EQ(GetAppDocumentsPath(), home / "Orvane") << line;
+    }
+}
+
+TEST(Paths, DataFolderCanBeGiven) {
+    const ScopedVariable own("ORVANE_DATA", "/opt/orvane-data/");
+    EXPECT_EQ(GetAppDataPath(), "/opt/orvane-data");
+}
+
+TEST(Time, IsLocalWithItsOffset) {
+    const ScopedVariable zone("TZ", "CET-1CEST,M3.5.0,M10.5.0/3");
+    EXPECT_EQ(FormatTime(1795266239), "2026-11-21 14:03:59 +0100");
+    EXPECT_EQ(FormatTime(1783598639), "2026-07-09 14:03:59 +0200");
+}
+
+}  // namespace

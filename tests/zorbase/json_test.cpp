@@ -1,0 +1,57 @@
+#include "zorbase/json.h"
+
+#include <gtest/gtest.h>
+
+#include "zorbase/zorexception.h"
+
+namespace {
+
+TEST(JsonText, BytesThatAreNotUtf8NeverThrow) {
+    const Json json{{"name", "caf\xE9"}};
+    EXPECT_EQ(JsonFromText(JsonToText(json, 0))["name"], "caf\xEF\xBF\xBD");
+    EXPECT_EQ(JsonToText(Json{{"a", 1}}, 0), "{\"a\":1}");
+    EXPECT_EQ(JsonToText(Json{{"a", 1}}, 2), "{\n  \"a\": 1\n}");
+}
+
+TEST(JsonText, FaultsNameTheirPlace) {
+    try {
+        JsonFromText("{\n  \"a\": 1,\n  \"b\": \xFF\n}");
+        FAIL() << "read";
+    } catch (const ZorException& error) {
+        EXPECT_EQ(error.GetKind(), ZorException::Kind::Format);
+        EXPECT_NE(error.GetMessage().find("line 3"), std::string::npos) << error.GetMessage();
+        EXPECT_EQ(error.GetMessage().find('\xFF'), std::string::npos);
+    }
+    EXPECT_THROW(JsonFromText(""), ZorException);
+    EXPECT_THROW(JsonFromText("1e999"), ZorException);
+    EXPECT_THROW(JsonFromText(std::string(1000000, '[')), ZorException);
+    EXPECT_THROW(JsonFromText(std::string(5000, '[') + std::string(5000, ']')), ZorException);
+    EXPECT_NO_THROW(JsonFromText(std::string(100, '[') + std::string(100, ']')));
+}
+
+TEST(JsonRoi, RefusesWhatIsNoRegion) {
+    Roi roi;
+    ASSERT_TRUE(FromJson(ToJson(Roi(-3, 4, 500, 6)), roi));
+    EXPECT_EQ(roi, Roi(-3, 4, 500, 6));
+    for (const char* text :
+         {"[1,2,3,4]", "{}", R"({"x":1,"y":2,"width":3})", R"({"x":1,"y":2,"width":-3,"height":4})",
+          R"({"x":1.5,"y":2,"width":3,"height":4})", R"({"x":"1","y":2,"width":3,"height":4})",
+          R"({"x":true,"y":2,"width":3,"height":4})", R"({"x":1,"y":2,"width":4294967297,"height":4})",
+          R"({"x":1,"y":18446744073709551615,"width":3,"height":4})"}) {
+        EXPECT_FALSE(FromJson(JsonFromText(text), roi)) << text;
+    }
+    EXPECT_EQ(roi, Roi(-3, 4, 500, 6));
+}
+
+TEST(RoiText, ReadsWhatItWrites) {
+    Roi roi;
+    EXPECT_EQ(ToString(Roi(-1, 2, 30, 40)), "-1, 2, 30, 40");
+    ASSERT_TRUE(FromString(" -1,2 , 30,40", roi));
+    EXPECT_EQ(roi, Roi(-1, 2, 30, 40));
+    for (const char* text : {"", "1,2,3", "1,2,3,4,5", "1,2,-3,4", "1,2,3,x", "1,2,3,99999999999"}) {
+        EXPECT_FALSE(FromString(text, roi)) << text;
+    }
+    EXPECT_EQ(roi, Roi(-1, 2, 30, 40));
+}
+
+}  // namespace
