@@ -1,5 +1,6 @@
 #include "zorbase/files.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -62,7 +63,9 @@ TEST(Files, ReadingLeavesTheAccessTimeAlone) {
     EXPECT_EQ(facts->size, 5u);
     EXPECT_FALSE(facts->isFolder);
     EXPECT_GT(facts->changed, 1700000000);
-    if (facts->created) EXPECT_GT(*facts->created, 1700000000);
+    if (facts->created) {
+        EXPECT_GT(*facts->created, 1700000000);
+    }
 }
 
 TEST(Files, RefusesWhatIsNoRegularFileWithoutWaiting) {

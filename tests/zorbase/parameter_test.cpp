@@ -119,7 +119,9 @@ TEST(Parameter, EveryTypeTakesOneCppTypeAndTravels) {
 
         // Through a text of JSON, into one that holds something else.
         Parameter back = Make(type);
-        if (parameter.IsOutput()) EXPECT_TRUE(back.ValueFromJson(Json()));
+        if (parameter.IsOutput()) {
+            EXPECT_TRUE(back.ValueFromJson(Json()));
+        }
         const Json stored = JsonFromText(JsonToText(parameter.ValueToJson(), 0));
         EXPECT_TRUE(back.ValueFromJson(stored));
         EXPECT_EQ(back, parameter);
@@ -134,7 +136,9 @@ TEST(Parameter, EveryTypeTakesOneCppTypeAndTravels) {
             EXPECT_FALSE(back.ValueFromJson(JsonFromText(text))) << text;
         }
         EXPECT_EQ(back.ValueFromJson(Json()), parameter.IsOutput());
-        if (!parameter.IsOutput()) EXPECT_EQ(back, parameter);
+        if (!parameter.IsOutput()) {
+            EXPECT_EQ(back, parameter);
+        }
     }
 }
 
