@@ -2,6 +2,7 @@
 
 #include <wx/string.h>
 
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -12,6 +13,7 @@
 #include "orvcore/filterresult.h"
 
 class wxWindow;
+class OrvResultCache;
 
 // Which kind of page a filter gets.
 enum class OrvPageKind { Text, Plot, ImageSingle, ImageDouble, Summary };
@@ -79,12 +81,12 @@ class OrvFilter {
     OrvFilterGuiBase* GetAnalsyisFilterGui() const { return m_page; }
     void SetAnalysisFilterGui(OrvFilterGuiBase* page) { m_page = page; }  // null from the page's destructor
 
-    // The work, on the worker: computes what is missing for these files and returns the complete result,
-    // reusing what the previous result already holds. A filter that runs no analysis overrides it to do
-    // nothing.
+    // Called on the worker before each run; a filter that runs no analysis has nothing to do here.
     virtual void Apply() {}
-    OrvFilterResultPtr Run(const OrvFilterResult& request, const OrvFilterResultPtr& previous,
-                           const OrvJob& job) const;
+    // Computes what is missing for the request's files and returns the complete result, taking over what held
+    // results know. cache may be null. Throws ZorException.
+    OrvFilterResultPtr Run(const OrvFilterResult& request, const std::vector<OrvFilterResultPtr>& held,
+                           const OrvJob& job, const OrvResultCache* cache) const;
 
   protected:
     virtual OrvFilterGuiBase* CreatePanel(wxWindow* parent, OrvFilter* filter);
@@ -109,6 +111,17 @@ class OrvFilter {
   private:
     friend class OrvInterface;
     friend class OrvFilterStore;
+    friend class OrvFilterRunner;
+
+    // The held result that answers this request completely, or null.
+    OrvFilterResultPtr FindHeld(const OrvFilterResult& request) const;
+    std::vector<OrvFilterResultPtr> GetHeld() const;  // newest first
+    void Publish(OrvFilterResultPtr result);
+    void ForgetResults();
+    void SetError(const std::string& message);
+    void SetRequested(int configuration, const VecParameter& input, const VecParameter& postProcessing);
+    void EditConfigurations(
+        const std::function<void(std::vector<OrvFilterConfiguration>&, int& active)>& edit);
 
     std::string m_name;
     std::string m_id;
@@ -124,7 +137,7 @@ class OrvFilter {
     VecParameter m_requestedPost;
     std::vector<OrvFilterConfiguration> m_configurations;
     int m_activeConfiguration = 0;
-    OrvFilterResultPtr m_result;
+    std::vector<OrvFilterResultPtr> m_held;  // newest first, all for the same files
     std::string m_error;
 
     OrvFilterGuiBase* m_page = nullptr;  // GUI thread only

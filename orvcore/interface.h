@@ -98,10 +98,12 @@ class OrvInterface {
     void MoveFilterConfiguration(OrvFilter* filter, int from, int to);
     void EnableFilterConfiguration(OrvFilter* filter, int index, bool enabled);
     // All configurations of all filters as a file (.zof). Loading takes what is known; what is not is named
-    // in one event (action completed, error 0, with a message) and nothing already configured is lost.
+    // in one failure message, and nothing already configured is lost.
     void SaveConfigurations(const wxString& path);
     void LoadConfigurations(const wxString& path);
     void ResetAllConfigurations();
+    // Writes the configurations to the settings file (on the worker). Called by the operations above.
+    void StoreSettings();
 
     // --- project, report, extraction
     // ---------------------------------------------------------------------------------------

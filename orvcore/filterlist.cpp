@@ -1,0 +1,20 @@
+#include "orvcore/filterlist.h"
+
+#include "orvcore/filters/fileformatfilter.h"
+
+namespace {
+
+template <typename... Filters> std::vector<std::unique_ptr<OrvFilter>> Make() {
+    std::vector<std::unique_ptr<OrvFilter>> filters;
+    (filters.push_back(std::make_unique<Filters>()), ...);
+    return filters;
+}
+
+}  // namespace
+
+std::vector<std::unique_ptr<OrvFilter>> CreateAllFilters() {
+    return Make<
+        // File
+        FileFormatFilter
+        >();
+}

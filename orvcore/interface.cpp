@@ -1,0 +1,199 @@
+#include "orvcore/interface.h"
+
+#include <atomic>
+#include <filesystem>
+
+#include "orvcore/filterstore.h"
+#include "orvcore/interfaceprivate.h"
+#include "zorbase/files.h"
+#include "zorbase/progress.h"
+#include "zorbase/text.h"
+#include "zorbase/zorexception.h"
+#include "zorimage/imageformat.h"
+
+namespace {
+
+std::atomic<OrvInterface*> theInterface{nullptr};
+
+}  // namespace
+
+OrvInterface* GetInterface() { return theInterface; }
+
+OrvContext* GetContext() {
+    OrvInterface* interface = theInterface;
+    return interface != nullptr ? &interface->GetContext() : nullptr;
+}
+
+wxString OrvFileList::operator[](std::size_t i) const { return i < size() ? PathToWx((*m_paths)[i]) : wxString(); }
+
+OrvInterface::Private::Private(OrvContext& owner)
+    : context(owner),
+      cache(PathJoin(GetAppDocumentsPath(), "cache")),
+      slots([this](int slot) { port.PostFileList(slot); }),
+      queue([this] { port.CreateProgress(); }, [this] { port.DestroyProgress(); }) {
+    options.Load();
+}
+
+OrvInterface::Private::~Private() {
+    queue.Stop([this] { port.Shutdown(); });
+}
+
+OrvInterface::OrvInterface() : m_context(std::make_unique<OrvContext>()), m(std::make_unique<Private>(*m_context)) {
+    theInterface = this;
+    try {
+        if (FileExists(OrvFilterStore::SettingsPath())) {
+            std::vector<std::string> problems;
+            OrvFilterStore::FromJson(*m_context, JsonFromText(ReadFile(OrvFilterStore::SettingsPath())), problems);
+        }
+    } catch (const std::exception&) {
+        // Damaged settings are as good as none; they are written again with the next change.
+    }
+}
+
+OrvInterface::~OrvInterface() {
+    m.reset();
+    theInterface = nullptr;
+}
+
+// --- where outcomes go ---
+
+void OrvInterface::SetProgressHandler(OrvProgressHandler* handler) {
+    m->port.SetSink(dynamic_cast<wxEvtHandler*>(handler), handler);
+}
+
+void OrvInterface::SetEventSink(wxEvtHandler* sink) { m->port.SetSink(sink, nullptr); }
+
+void OrvInterface::SetEventConsumer(std::function<void(OrvCommandEvent&)> consumer) {
+    m->port.SetConsumer(std::move(consumer));
+}
+
+void OrvInterface::PostResponse() { m->port.PostResponse(); }
+
+bool OrvInterface::WaitIdle(int timeoutMs) { return m->queue.WaitIdle(timeoutMs); }
+
+bool OrvInterface::IsBusy() const { return m->queue.IsBusy(); }
+
+void OrvInterface::AbortProcessing() { m->queue.Abort(); }
+
+// --- slots ---
+
+bool OrvInterface::HasFile(OrvFileId slot) const { return m->slots.GetActive(slot) != nullptr; }
+
+wxString OrvInterface::GetFilename(OrvFileId slot) const {
+    const OrvFilePtr file = m->slots.Get(slot);
+    return file ? PathToWx(file->GetPath()) : wxString();
+}
+
+OrvFilePtr OrvInterface::GetFile(OrvFileId slot) const { return m->slots.Get(slot); }
+
+void OrvInterface::SetFile(const wxString& path, OrvFileId slot) {
+    m->Push(OrvCommand::Kind::Slot, [this, path = PathFromWx(path), slot](const OrvJob& job) {
+        m->LoadSlot(slot, path, job);
+        m->RunActive(false, job);
+    });
+}
+
+void OrvInterface::SwitchFiles() {
+    m->Push(OrvCommand::Kind::Slot, [this](const OrvJob& job) {
+        m->slots.Switch();
+        m->ChangeProject([](OrvProject& project) {
+            const std::string path = project.GetFilePath(OrvEvidence);
+            const std::string sha256 = project.GetFileSha256(OrvEvidence);
+            project.SetFile(OrvEvidence, project.GetFilePath(OrvReference), project.GetFileSha256(OrvReference));
+            project.SetFile(OrvReference, path, sha256);
+        });
+        m->RunActive(false, job);
+    });
+}
+
+void OrvInterface::EnableReference(bool enabled) {
+    m->Push(OrvCommand::Kind::Slot, [this, enabled](const OrvJob& job) {
+        m->slots.EnableReference(enabled);
+        m->RunActive(false, job);
+    });
+}
+
+bool OrvInterface::IsReferenceEnabled() const { return m->slots.IsReferenceEnabled(); }
+
+OrvFileList OrvInterface::GetFileList(OrvFileId slot) const { return OrvFileList(m->slots.GetList(slot)); }
+
+int OrvInterface::GetFileId(OrvFileId slot) const { return m->slots.GetIndex(slot); }
+
+bool OrvInterface::IsListing(OrvFileId slot) const { return m->slots.IsListing(slot); }
+
+wxString OrvInterface::GetOutputDir(OrvFileId slot) const {
+    const OrvFilePtr file = m->slots.Get(slot);
+    return file ? PathToWx(m->cache.FolderOf(*file)) : wxString();
+}
+
+wxString OrvInterface::GetStringImageFormatsRead() const { return ToWx(ImageFormatsReadFilter()); }
+
+void OrvInterface::DeleteCache(OrvFileId slot) {
+    m->Push(OrvCommand::Kind::Other, [this, slot](const OrvJob&) {
+        if (const OrvFilePtr file = m->slots.Get(slot)) RemoveFolder(m->cache.FolderOf(*file));
+        m->Tell(OrvEventDeleteCache);
+    });
+}
+
+// --- options ---
+
+VecVecParameter OrvInterface::GetProgramOptions() const { return m->options.Get(); }
+
+void OrvInterface::SetProgramOptions(const VecVecParameter& options) {
+    m->options.Set(options);
+    m->Push(OrvCommand::Kind::Other, [this](const OrvJob&) { m->options.Save(); });
+}
+
+// --- worker ---
+
+void OrvInterface::Private::Push(OrvCommand::Kind kind, std::function<void(const OrvJob&)> run) {
+    OrvCommand command;
+    command.kind = kind;
+    command.run = std::move(run);
+    command.fail = [this](int error, const std::string& message) { TellFailure(error, message); };
+    queue.Push(std::move(command));
+}
+
+void OrvInterface::Private::Tell(OrvEventId id, const std::string& text) {
+    auto event = std::make_unique<OrvCommandEvent>(id);
+    event->SetText(text);
+    port.Post(std::move(event), true);
+}
+
+void OrvInterface::Private::TellFailure(int error, const std::string& message) {
+    auto event = std::make_unique<OrvCommandEvent>(OrvEventActionCompleted);
+    event->SetError(error, message);
+    event->SetFilter(context.GetActiveFilter(), false);
+    port.Post(std::move(event), true);
+}
+
+void OrvInterface::Private::LoadSlot(OrvFileId slot, const std::string& path, const OrvJob& job) {
+    OrvFilePtr file;
+    if (!path.empty()) {
+        job.SetProgress(0.0, "Reading " + ToValidUtf8(PathName(path)));
+        file = OrvLoadedFile::Load(path, options.GetMaximumFileBytes(), job);
+    }
+    slots.Set(slot, file);
+    // Choosing a reference means wanting to see it.
+    if (slot == OrvReference && file) slots.EnableReference(true);
+    ChangeProject([&](OrvProject& changed) {
+        changed.SetFile(slot, file ? file->GetPath() : std::string(), file ? file->GetSha256() : std::string());
+    });
+}
+
+void OrvInterface::Private::RefuseLoadedFile(const std::string& path) const {
+    for (const OrvFileId slot : {OrvEvidence, OrvReference}) {
+        const OrvFilePtr file = slots.Get(slot);
+        std::error_code error;
+        if (file && (file->GetPath() == path || std::filesystem::equivalent(file->GetPath(), path, error)))
+            ZOR_THROW(File, "\"" + ToValidUtf8(PathName(path)) + "\" is the " +
+                                (slot == OrvEvidence ? "evidence" : "reference") +
+                                ", which is never written to. Choose another name.");
+    }
+}
+
+void OrvInterface::Private::ChangeProject(const std::function<void(OrvProject&)>& change) {
+    const std::lock_guard lock(mutex);
+    change(project);
+    project.SetSaved(false);
+}

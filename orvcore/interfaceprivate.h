@@ -1,0 +1,50 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "orvcore/commandqueue.h"
+#include "orvcore/eventport.h"
+#include "orvcore/interface.h"
+#include "orvcore/options.h"
+#include "orvcore/resultcache.h"
+#include "orvcore/slots.h"
+
+// What stands behind the facade. Operations marked "worker" run inside a command and may post events and wait for them.
+struct OrvInterface::Private {
+    explicit Private(OrvContext& context);
+    ~Private();
+
+    OrvContext& context;
+    OrvOptions options;
+    OrvResultCache cache;
+    OrvEventPort port;
+    OrvSlots slots;
+    mutable std::mutex mutex;  // guards project and imageToSave
+    OrvProject project;
+    Image imageToSave;
+    OrvCommandQueue queue;  // last: its thread ends before anything that it touches
+
+    // Queues a request whose failure is told by an action-completed event.
+    void Push(OrvCommand::Kind kind, std::function<void(const OrvJob&)> run);
+
+    // --- worker ---
+    void Tell(OrvEventId id, const std::string& text = {});
+    void TellFailure(int error, const std::string& message);
+    void LoadSlot(OrvFileId slot, const std::string& path, const OrvJob& job);  // "" empties it; no events
+    // Runs the filter and tells the window; never throws, a failure is told as an interrupted configuration.
+    void RunFilter(OrvFilter& filter, const VecParameter& input, const VecParameter& post, bool force, const OrvJob& job);
+    // Runs the active filter after the slots have changed; without one, an action-completed event tells the window.
+    void RunActive(bool force, const OrvJob& job);
+    // The result of a filter for the loaded files and these parameters, computed only as far as it is not held.
+    OrvFilterResultPtr Compute(OrvFilter& filter, const VecParameter& input, const VecParameter& post, const OrvJob& job);
+    void GenerateReport(std::string path, const OrvJob& job);
+    void SaveResult(OrvFilter* filter, const Image& image, const std::string& path, const OrvJob& job);
+
+    OrvFilterResult RequestFor(const VecParameter& input, const VecParameter& post) const;
+    // Throws when the path is the evidence or the reference: these are never written to.
+    void RefuseLoadedFile(const std::string& path) const;
+    void ChangeProject(const std::function<void(OrvProject&)>& change);  // and marks it as not saved
+};

@@ -1,0 +1,252 @@
+// The part of the facade that deals with projects, bookmarks, reports, extraction and generic actions.
+
+#include <filesystem>
+
+#include "orvcore/interface.h"
+#include "orvcore/interfaceprivate.h"
+#include "orvcore/report.h"
+#include "orvcore/tools/extract.h"
+#include "orvcore/tools/genericactions.h"
+#include "zorbase/files.h"
+#include "zorbase/progress.h"
+#include "zorbase/text.h"
+#include "zorbase/zorexception.h"
+
+OrvProject OrvInterface::GetProject() const {
+    const std::lock_guard lock(m->mutex);
+    return m->project;
+}
+
+void OrvInterface::NewProject() {
+    m->Push(OrvCommand::Kind::Project, [this](const OrvJob& job) {
+        for (const OrvFileId slot : {OrvEvidence, OrvReference}) m->slots.Set(slot, nullptr);
+        {
+            const std::lock_guard lock(m->mutex);
+            m->project = OrvProject();
+        }
+        m->Tell(OrvEventNewProject);
+        m->RunActive(false, job);
+    });
+}
+
+void OrvInterface::LoadProject(const wxString& path) {
+    m->Push(OrvCommand::Kind::Project, [this, path = PathFromWx(path)](const OrvJob& job) {
+        const std::string name = "\"" + ToValidUtf8(PathName(path)) + "\"";
+        OrvProject loaded;
+        try {
+            loaded = OrvProject::FromText(ReadFile(path));
+        } catch (const ZorException& exception) {
+            if (exception.GetKind() == ZorException::Kind::File) throw;
+            ZOR_THROW(Format, "The project " + name + " was not loaded: " + exception.GetMessage() + ".");
+        }
+        loaded.SetPath(path);
+
+        // A file that is missing or has changed does not keep the rest of the case from being opened, but it is told.
+        std::string problems;
+        for (const OrvFileId slot : {OrvEvidence, OrvReference}) {
+            OrvFilePtr file;
+            const std::string filePath = loaded.GetFilePath(slot);
+            try {
+                if (!filePath.empty()) file = OrvLoadedFile::Load(filePath, m->options.GetMaximumFileBytes(), job);
+            } catch (const ZorException& exception) {
+                if (exception.GetKind() == ZorException::Kind::Aborted) throw;
+                problems += exception.GetMessage() + "\n";
+            }
+            if (file && !loaded.GetFileSha256(slot).empty() && file->GetSha256() != loaded.GetFileSha256(slot))
+                problems += "\"" + ToValidUtf8(filePath) + "\" has changed since the project was saved: its SHA-256 was " +
+                            loaded.GetFileSha256(slot) + " and is now " + file->GetSha256() + ".\n";
+            m->slots.Set(slot, file);
+        }
+        m->slots.EnableReference(true);
+        {
+            const std::lock_guard lock(m->mutex);
+            m->project = loaded;
+        }
+        m->Tell(OrvEventLoadProject);
+        m->RunActive(false, job);
+        if (!problems.empty()) ZOR_THROW(File, "The project " + name + " was loaded, but:\n" + Trim(problems));
+    });
+}
+
+void OrvInterface::SaveProject(const wxString& path) {
+    m->Push(OrvCommand::Kind::Project, [this, path = PathFromWx(path)](const OrvJob&) {
+        m->RefuseLoadedFile(path);
+        OrvProject saved = GetProject();
+        WriteFile(path, saved.ToText());
+        {
+            const std::lock_guard lock(m->mutex);
+            m->project.SetPath(path);
+            m->project.SetSaved(true);
+        }
+        m->Tell(OrvEventSaveProject);
+    });
+}
+
+void OrvInterface::AddBookmark(const wxString& name, const wxString& note) {
+    OrvBookmark bookmark;
+    bookmark.name = FromWx(name);
+    bookmark.note = FromWx(note);
+    if (const OrvFilter* filter = GetActiveFilter()) {
+        bookmark.filterId = filter->GetId();
+        bookmark.input = filter->GetParametersInput().ToJson();
+        bookmark.postProcessing = filter->GetParametersPostProcessing().ToJson();
+    }
+    m->Push(OrvCommand::Kind::Project, [this, bookmark](const OrvJob&) {
+        OrvBookmark added = bookmark;
+        for (const OrvFileId slot : {OrvEvidence, OrvReference})
+            if (const OrvFilePtr file = m->slots.Get(slot)) added.path[slot] = file->GetPath();
+        m->ChangeProject([&added](OrvProject& project) { project.EditBookmarks().push_back(added); });
+        m->Tell(OrvEventAddBookmark);
+    });
+}
+
+void OrvInterface::EditBookmark(int index, const wxString& name, const wxString& note) {
+    m->Push(OrvCommand::Kind::Project, [this, index, name = FromWx(name), note = FromWx(note)](const OrvJob&) {
+        m->ChangeProject([&](OrvProject& project) {
+            auto& bookmarks = project.EditBookmarks();
+            if (index < 0 || index >= static_cast<int>(bookmarks.size())) ZOR_THROW(Argument, "There is no such bookmark.");
+            bookmarks[static_cast<std::size_t>(index)].name = name;
+            bookmarks[static_cast<std::size_t>(index)].note = note;
+        });
+        m->Tell(OrvEventEditBookmark);
+    });
+}
+
+void OrvInterface::DeleteBookmark(int index) {
+    m->Push(OrvCommand::Kind::Project, [this, index](const OrvJob&) {
+        m->ChangeProject([&](OrvProject& project) {
+            auto& bookmarks = project.EditBookmarks();
+            if (index < 0 || index >= static_cast<int>(bookmarks.size())) ZOR_THROW(Argument, "There is no such bookmark.");
+            bookmarks.erase(bookmarks.begin() + index);
+        });
+        m->Tell(OrvEventEditBookmark);
+    });
+}
+
+void OrvInterface::ShowBookmark(int index) {
+    m->Push(OrvCommand::Kind::Slot, [this, index](const OrvJob& job) {
+        const OrvProject project = GetProject();
+        if (index < 0 || index >= static_cast<int>(project.GetBookmarks().size()))
+            ZOR_THROW(Argument, "There is no such bookmark.");
+        const OrvBookmark& bookmark = project.GetBookmarks()[static_cast<std::size_t>(index)];
+        OrvFilter* filter = m_context->FindFilter(bookmark.filterId);
+        if (filter == nullptr)
+            ZOR_THROW(Argument, "The bookmark \"" + bookmark.name + "\" was made with a filter that is not known here (" +
+                                    ToValidUtf8(bookmark.filterId) + ").");
+        for (const OrvFileId slot : {OrvEvidence, OrvReference}) {
+            const OrvFilePtr file = m->slots.Get(slot);
+            if ((file ? file->GetPath() : std::string()) != bookmark.path[slot]) m->LoadSlot(slot, bookmark.path[slot], job);
+        }
+        VecParameter input = filter->GetInputPrototype();
+        VecParameter post = filter->GetPostProcessingPrototype();
+        std::vector<std::string> problems;
+        input.FromJson(bookmark.input, problems);
+        post.FromJson(bookmark.postProcessing, problems);
+        m_context->SetActiveFilter(filter);
+        filter->SetRequested(-1, input, post);
+        m->RunFilter(*filter, input, post, false, job);
+    });
+}
+
+void OrvInterface::GenerateReport(const wxString& path) {
+    m->Push(OrvCommand::Kind::Project,
+            [this, path = PathFromWx(path)](const OrvJob& job) { m->GenerateReport(path, job); });
+}
+
+void OrvInterface::DumpEmbeddedJpgs(const wxString& path) {
+    m->Push(OrvCommand::Kind::Other, [this, path = PathFromWx(path)](const OrvJob& job) {
+        m->Tell(OrvEventDumpEmbeddedJpgs, ExtractEmbeddedJpegs(path, m->options.GetMaximumFileBytes(), job));
+    });
+}
+
+void OrvInterface::DumpImagesFromPdf(const wxString& path, const VecParameter& parameters) {
+    m->Push(OrvCommand::Kind::Other, [this, path = PathFromWx(path), parameters](const OrvJob& job) {
+        m->Tell(OrvEventDumpEmbeddedJpgs, ExtractPdfImages(path, parameters, job));
+    });
+}
+
+void OrvInterface::CallGenericAction(OrvActionId action, const wxString& name, const VecParameter& parameters) {
+    OrvCommand command;
+    const auto tell = [this, action](int error, const std::string& message, const VecParameter& results) {
+        auto event = std::make_unique<OrvCommandEvent>(OrvEventCommandExecuted);
+        event->SetActionId(action);
+        event->SetError(error, message);
+        event->SetParameters(results);
+        m->port.Post(std::move(event), true);
+    };
+    command.run = [this, action, name = FromWx(name), parameters, tell](const OrvJob& job) {
+        const OrvFilePtr files[kFileSlots] = {m->slots.Get(OrvEvidence), m->slots.Get(OrvReference)};
+        tell(0, {}, RunGenericAction(action, name, parameters, files, *m_context, job));
+    };
+    command.fail = [tell](int error, const std::string& message) { tell(error, message, {}); };
+    m->queue.Push(std::move(command));
+}
+
+// --- worker ---
+
+void OrvInterface::Private::GenerateReport(std::string path, const OrvJob& job) {
+    if (!slots.Get(OrvEvidence) && !slots.Get(OrvReference))
+        ZOR_THROW(Argument, "There is nothing to report: load an evidence image first.");
+    const bool isDefault = path.empty();
+    if (isDefault) {
+        OrvFilePtr file = slots.Get(OrvEvidence);
+        if (!file) file = slots.Get(OrvReference);
+        const std::string folder = PathJoin(GetAppDocumentsPath(), "reports");
+        const std::string stem = PathJoin(folder, PathStem(file->GetPath()) + "-report");
+        path = stem + ".html";
+        for (int i = 2; GetFileFacts(path); ++i) path = stem + "-" + ToString(i) + ".html";
+    }
+    RefuseLoadedFile(path);
+
+    OrvReport report;
+    report.files[OrvEvidence] = slots.GetActive(OrvEvidence);
+    report.files[OrvReference] = slots.GetActive(OrvReference);
+    {
+        const std::lock_guard lock(mutex);
+        report.project = project;
+    }
+    const std::vector<OrvFilter*> filters = context.GetFilters();
+    for (std::size_t i = 0; i < filters.size(); ++i) {
+        OrvFilter& filter = *filters[i];
+        if (filter.GetPageKind() == OrvPageKind::Summary || filter.GetConfigurationsSize() == 0) continue;
+        if (!filter.IsConfigurationEnabled(filter.GetActiveConfiguration())) continue;
+        job.SetProgress(static_cast<double>(i) / static_cast<double>(filters.size()), filter.GetNameUtf8());
+        OrvReportSection section;
+        section.filter = &filter;
+        try {
+            section.result = Compute(filter, filter.GetParametersInput(), filter.GetParametersPostProcessing(), job);
+        } catch (const ZorException& exception) {
+            // One filter that cannot say anything about a file does not keep the others from being reported.
+            if (exception.GetKind() == ZorException::Kind::Aborted) throw;
+            section.error = exception.GetMessage();
+        }
+        report.sections.push_back(std::move(section));
+    }
+    WriteFile(path, BuildHtmlReport(report));
+    Tell(OrvEventGenerateReport, isDefault && !options.OpensReports() ? std::string() : path);
+}
+
+void OrvInterface::Private::SaveResult(OrvFilter* filter, const Image& image, const std::string& path, const OrvJob& job) {
+    RefuseLoadedFile(path);
+    const std::string extension = PathExtension(path);
+    if (extension == "html" || extension == "htm" || extension == "tsv" || extension == "txt") {
+        if (filter == nullptr) ZOR_THROW(Argument, "There is no result to save: choose a filter first.");
+        OrvReportSection section;
+        section.filter = filter;
+        section.result = Compute(*filter, filter->GetParametersInput(), filter->GetParametersPostProcessing(), job);
+        if (extension == "tsv" || extension == "txt") {
+            WriteFile(path, BuildTsv(section));
+        } else {
+            OrvReport report;
+            for (int slot = 0; slot < kFileSlots; ++slot) report.files[slot] = section.result->file[slot];
+            report.sections.push_back(section);
+            WriteFile(path, BuildHtmlReport(report));
+        }
+        return;
+    }
+    Image shown = image;
+    if (!shown.IsValid() && filter != nullptr) shown = filter->GetOutputImage(OrvEvidence);
+    if (!shown.IsValid() && filter != nullptr) shown = filter->GetOutputImage(OrvReference);
+    if (!shown.IsValid()) ZOR_THROW(Argument, "This filter shows no image. Save its result as an HTML page or a table.");
+    WriteImage(shown, path, options.GetJpegQuality());
+}

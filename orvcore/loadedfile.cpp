@@ -1,0 +1,61 @@
+#include "orvcore/loadedfile.h"
+
+#include <atomic>
+#include <filesystem>
+
+#include "zorbase/text.h"
+#include "zorbase/zorexception.h"
+
+namespace {
+
+std::uint64_t NextSerial() {
+    static std::atomic<std::uint64_t> serial{0};
+    return ++serial;
+}
+
+}  // namespace
+
+OrvFilePtr OrvLoadedFile::Load(const std::string& path, std::uint64_t maximumBytes, const OrvJob& job) {
+    job.CheckAbort();
+    std::error_code error;
+    const std::filesystem::path absolute = std::filesystem::absolute(path, error);
+    std::shared_ptr<OrvLoadedFile> file(new OrvLoadedFile);
+    file->m_serial = NextSerial();
+    file->m_path = error ? path : absolute.lexically_normal().string();
+
+    if (const auto facts = GetFileFacts(path); facts && !facts->isFolder && facts->size > maximumBytes)
+        ZOR_THROW(File, "\"" + ToValidUtf8(path) + "\" has " + FormatFileSize(facts->size) +
+                            ". The largest file to open is set to " + FormatFileSize(maximumBytes) +
+                            "; it can be raised in the program options.");
+    file->m_bytes = ReadFileBytes(path);
+    // The facts are taken after reading: they describe the state that was read, as far as the system can
+    // tell.
+    if (const auto facts = GetFileFacts(path)) file->m_facts = *facts;
+    file->m_facts.size = file->m_bytes.size();
+    job.CheckAbort();
+    file->m_sha256 = Sha256(std::span<const std::uint8_t>(file->m_bytes));
+    return file;
+}
+
+const FileHashes& OrvLoadedFile::GetHashes(const OrvJob& job) const {
+    const std::lock_guard lock(m_lazyMutex);
+    if (!m_hashes)
+        m_hashes = std::make_unique<FileHashes>(
+            ComputeHashes(std::span<const std::uint8_t>(m_bytes), [&job](double) { job.CheckAbort(); }));
+    return *m_hashes;
+}
+
+const ImageInfo& OrvLoadedFile::GetInfo() const {
+    const std::lock_guard lock(m_lazyMutex);
+    if (!m_info) m_info = std::make_unique<ImageInfo>(ReadImageInfo(m_bytes));
+    return *m_info;
+}
+
+std::shared_ptr<const DecodedImage> OrvLoadedFile::GetDecoded(const OrvJob& job) const {
+    const std::lock_guard lock(m_lazyMutex);
+    if (!m_decoded) {
+        m_decoded = std::make_shared<const DecodedImage>(
+            DecodeImage(m_bytes, [&job](double done) { job.SetProgress(done, "Decoding the picture"); }));
+    }
+    return m_decoded;
+}

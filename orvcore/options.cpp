@@ -1,0 +1,75 @@
+#include "orvcore/options.h"
+
+#include "zorbase/files.h"
+#include "zorbase/json.h"
+#include "zorbase/zorexception.h"
+
+namespace {
+
+std::string OptionsPath() { return PathJoin(PathJoin(GetAppDocumentsPath(), "settings"), "options.json"); }
+
+}  // namespace
+
+OrvOptions::OrvOptions() {
+    m_groups = {
+        {Parameter::Bool("useCache", "Keep slow results on disk", true)
+             .SetToolTip("Results that take long are kept in the cache folder and shown at once the next time."),
+         Parameter::Int("maximumFileMiB", "Largest file to open (MiB)", 2048, 1, 16384)
+             .SetToolTip("A file is read into memory as a whole; larger ones are refused.")},
+        {Parameter::Slider("jpegQuality", "JPEG quality of saved results", 95, 1, 100)
+             .SetToolTip("PNG and TIFF keep every pixel; JPEG does not."),
+         Parameter::Bool("openReports", "Open reports in the browser", true)
+             .SetToolTip("A report that was written is shown at once.")},
+    };
+}
+
+void OrvOptions::Load() {
+    Json json;
+    try {
+        if (!FileExists(OptionsPath())) return;
+        json = JsonFromText(ReadFile(OptionsPath()));
+    } catch (const ZorException&) {
+        return;  // damaged settings are as good as none
+    }
+    const std::lock_guard lock(m_mutex);
+    for (VecParameter& group : m_groups)
+        for (Parameter& option : group)
+            if (json.is_object() && json.contains(option.Name())) option.ValueFromJson(json[option.Name()]);
+}
+
+void OrvOptions::Save() const {
+    Json json = Json::object();
+    for (const VecParameter& group : Get())
+        for (const Parameter& option : group) json[option.Name()] = option.ValueToJson();
+    WriteFile(OptionsPath(), JsonToText(json, 2) + "\n");
+}
+
+VecVecParameter OrvOptions::Get() const {
+    const std::lock_guard lock(m_mutex);
+    return m_groups;
+}
+
+void OrvOptions::Set(const VecVecParameter& options) {
+    const std::lock_guard lock(m_mutex);
+    for (VecParameter& group : m_groups)
+        for (Parameter& option : group)
+            for (const VecParameter& given : options)
+                if (const Parameter* value = given.Find(option.Name())) option.Set(*value);
+}
+
+template <typename T> T OrvOptions::Value(const char* name) const {
+    const std::lock_guard lock(m_mutex);
+    for (const VecParameter& group : m_groups)
+        if (const Parameter* option = group.Find(name)) return option->Get<T>();
+    ThrowParameterType(name);
+}
+
+bool OrvOptions::IsCacheEnabled() const { return Value<bool>("useCache"); }
+
+std::uint64_t OrvOptions::GetMaximumFileBytes() const {
+    return static_cast<std::uint64_t>(Value<int>("maximumFileMiB")) * 1024 * 1024;
+}
+
+int OrvOptions::GetJpegQuality() const { return Value<int>("jpegQuality"); }
+
+bool OrvOptions::OpensReports() const { return Value<bool>("openReports"); }

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "orvcore/filter.h"
+#include "orvcore/project.h"
+
+// One filter's part of a report. Either a result or the error that kept it from having one.
+struct OrvReportSection {
+    const OrvFilter* filter = nullptr;
+    OrvFilterResultPtr result;
+    std::string error;
+};
+
+struct OrvReport {
+    OrvFilePtr files[kFileSlots];  // null for an empty slot
+    OrvProject project;
+    std::vector<OrvReportSection> sections;
+};
+
+// A self-contained HTML page: the program with its version, the files with size, dates and hashes, and for every section the
+// filter, its version, its parameters and every text result. Everything that came from a file is escaped; the page has no scripts and loads
+// nothing.
+std::string BuildHtmlReport(const OrvReport& report);
+
+// The text results of one section as tab separated values, inert in a spreadsheet.
+std::string BuildTsv(const OrvReportSection& section);
