@@ -11,7 +11,9 @@
 OrvCommandQueue::OrvCommandQueue(std::function<void()> started, std::function<void()> ended)
     : m_started(std::move(started)), m_ended(std::move(ended)), m_worker([this] { Work(); }) {}
 
-OrvCommandQueue::~OrvCommandQueue() { Stop({}); }
+OrvCommandQueue::~OrvCommandQueue() {
+    Stop({});
+}
 
 void OrvCommandQueue::Push(OrvCommand command) {
     {
@@ -24,7 +26,8 @@ void OrvCommandQueue::Push(OrvCommand command) {
             std::erase_if(m_waiting, same);
         } else if (command.kind == OrvCommand::Kind::Configure) {
             for (auto waiting = m_waiting.rbegin(); waiting != m_waiting.rend(); ++waiting) {
-                if (waiting->kind == OrvCommand::Kind::Slot || waiting->kind == OrvCommand::Kind::Project) break;
+                if (waiting->kind == OrvCommand::Kind::Slot || waiting->kind == OrvCommand::Kind::Project)
+                    break;
                 if (!same(*waiting)) continue;
                 *waiting = std::move(command);
                 return;
@@ -60,7 +63,8 @@ void OrvCommandQueue::Stop(const std::function<void()>& unblock) {
         const std::lock_guard lock(m_mutex);
         m_isStopping = true;
         m_running.request_stop();
-        std::erase_if(m_waiting, [](const OrvCommand& waiting) { return waiting.kind != OrvCommand::Kind::Settings; });
+        std::erase_if(m_waiting,
+                      [](const OrvCommand& waiting) { return waiting.kind != OrvCommand::Kind::Settings; });
     }
     m_changed.notify_all();
     if (unblock) unblock();

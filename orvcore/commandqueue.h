@@ -22,9 +22,10 @@ struct OrvCommand {
     std::function<void(int error, const std::string& message)> fail;  // told when run leaves by exception
 };
 
-// The one queue of requests and the one thread that carries them out, in order, one at a time. A waiting configure request
-// for the same filter is replaced by a newer one when no slot or project command stands between them; a waiting settings
-// request is replaced by any newer one. The public operations may be called on any thread and return at once.
+// The one queue of requests and the one thread that carries them out, in order, one at a time. A waiting
+// configure request for the same filter is replaced by a newer one when no slot or project command stands
+// between them; a waiting settings request is replaced by any newer one. The public operations may be called
+// on any thread and return at once.
 class OrvCommandQueue {
   public:
     // started and ended are called on the worker around every command.
@@ -32,14 +33,15 @@ class OrvCommandQueue {
     ~OrvCommandQueue();  // see Stop
 
     void Push(OrvCommand command);
-    void Abort();             // asks the running command to stop; waiting ones stay
+    void Abort();  // asks the running command to stop; waiting ones stay
     bool WaitIdle(int timeoutMs);
     bool IsBusy() const;
     // Drops what waits (except settings that are not on disk yet), stops what runs and joins the worker.
     // unblock is called after the order to stop has been given, to release whatever the worker waits for.
     void Stop(const std::function<void()>& unblock);
 
-    // Runs a command here and now; an exception of any kind ends in its fail function, as a text for the user.
+    // Runs a command here and now; an exception of any kind ends in its fail function, as a text for the
+    // user.
     static void Run(const OrvCommand& command, const OrvJob& job);
 
   private:

@@ -19,8 +19,9 @@ std::vector<OrvFilter*> OrvContext::GetFilters() const {
 OrvFilter* OrvContext::RegisterFilter(std::unique_ptr<OrvFilter> filter, int position) {
     const std::lock_guard lock(m_mutex);
     OrvFilter* added = filter.get();
-    const auto place = position < 0 || position > static_cast<int>(m_filters.size()) ? m_filters.end()
-                                                                                     : m_filters.begin() + position;
+    const auto place = position < 0 || position > static_cast<int>(m_filters.size())
+                           ? m_filters.end()
+                           : m_filters.begin() + position;
     m_filters.insert(place, std::move(filter));
     return added;
 }
@@ -42,9 +43,13 @@ void OrvContext::SetActiveFilter(OrvFilter* filter) {
     m_activeFilter = filter;
 }
 
-wxString OrvContext::GetConfigDir() const { return PathToWx(GetAppDataPath() + "/"); }
+wxString OrvContext::GetConfigDir() const {
+    return PathToWx(GetAppDataPath() + "/");
+}
 
-wxString OrvContext::GetNoDataAvailableMessage() const { return "No data available for this file"; }
+wxString OrvContext::GetNoDataAvailableMessage() const {
+    return "No data available for this file";
+}
 
 std::vector<Image> OrvContext::GetThumbnails() const {
     const std::lock_guard lock(m_mutex);

@@ -4,7 +4,8 @@
 
 namespace {
 
-template <typename... Filters> std::vector<std::unique_ptr<OrvFilter>> Make() {
+template <typename... Filters>
+std::vector<std::unique_ptr<OrvFilter>> Make() {
     std::vector<std::unique_ptr<OrvFilter>> filters;
     (filters.push_back(std::make_unique<Filters>()), ...);
     return filters;
@@ -15,6 +16,5 @@ template <typename... Filters> std::vector<std::unique_ptr<OrvFilter>> Make() {
 std::vector<std::unique_ptr<OrvFilter>> CreateAllFilters() {
     return Make<
         // File
-        FileFormatFilter
-        >();
+        FileFormatFilter>();
 }

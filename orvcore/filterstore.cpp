@@ -12,17 +12,22 @@ constexpr int kVersion = 1;
 
 }  // namespace
 
-std::string OrvFilterStore::SettingsPath() { return PathJoin(PathJoin(GetAppDocumentsPath(), "settings"), "filters.json"); }
+std::string OrvFilterStore::SettingsPath() {
+    return PathJoin(PathJoin(GetAppDocumentsPath(), "settings"), "filters.json");
+}
 
 Json OrvFilterStore::ToJson(const OrvContext& context) {
     Json filters = Json::object();
     for (OrvFilter* filter : context.GetFilters()) {
-        if (filter->HasSingleConfiguration() && filter->GetInputPrototype().empty() && filter->IsConfigurationEnabled(0))
+        if (filter->HasSingleConfiguration() && filter->GetInputPrototype().empty() &&
+            filter->IsConfigurationEnabled(0))
             continue;
         Json list = Json::array();
         for (const OrvFilterConfiguration& configuration : filter->GetConfigurations())
-            list.push_back({{"enabled", configuration.IsEnabled()}, {"parameters", configuration.GetParameters().ToJson()}});
-        filters[filter->GetId()] = {{"active", filter->GetActiveConfiguration()}, {"configurations", std::move(list)}};
+            list.push_back({{"enabled", configuration.IsEnabled()},
+                            {"parameters", configuration.GetParameters().ToJson()}});
+        filters[filter->GetId()] = {{"active", filter->GetActiveConfiguration()},
+                                    {"configurations", std::move(list)}};
     }
     return Json{{"format", kFormat}, {"version", kVersion}, {"filters", std::move(filters)}};
 }
@@ -33,8 +38,9 @@ void OrvFilterStore::FromJson(OrvContext& context, const Json& json, std::vector
         ZOR_THROW(Format, "This is not a file of filter configurations.");
     const int version = json["version"].get<int>();
     if (version > kVersion)
-        ZOR_THROW(Format, "These filter configurations were written by a newer version of the program (format " +
-                              ToString(version) + ", this one reads " + ToString(kVersion) + ").");
+        ZOR_THROW(Format,
+                  "These filter configurations were written by a newer version of the program (format " +
+                      ToString(version) + ", this one reads " + ToString(kVersion) + ").");
 
     for (const auto& [id, entry] : json["filters"].items()) {
         OrvFilter* filter = context.FindFilter(id);

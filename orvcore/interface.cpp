@@ -17,14 +17,18 @@ std::atomic<OrvInterface*> theInterface{nullptr};
 
 }  // namespace
 
-OrvInterface* GetInterface() { return theInterface; }
+OrvInterface* GetInterface() {
+    return theInterface;
+}
 
 OrvContext* GetContext() {
     OrvInterface* interface = theInterface;
     return interface != nullptr ? &interface->GetContext() : nullptr;
 }
 
-wxString OrvFileList::operator[](std::size_t i) const { return i < size() ? PathToWx((*m_paths)[i]) : wxString(); }
+wxString OrvFileList::operator[](std::size_t i) const {
+    return i < size() ? PathToWx((*m_paths)[i]) : wxString();
+}
 
 OrvInterface::Private::Private(OrvContext& owner)
     : context(owner),
@@ -38,12 +42,14 @@ OrvInterface::Private::~Private() {
     queue.Stop([this] { port.Shutdown(); });
 }
 
-OrvInterface::OrvInterface() : m_context(std::make_unique<OrvContext>()), m(std::make_unique<Private>(*m_context)) {
+OrvInterface::OrvInterface()
+    : m_context(std::make_unique<OrvContext>()), m(std::make_unique<Private>(*m_context)) {
     theInterface = this;
     try {
         if (FileExists(OrvFilterStore::SettingsPath())) {
             std::vector<std::string> problems;
-            OrvFilterStore::FromJson(*m_context, JsonFromText(ReadFile(OrvFilterStore::SettingsPath())), problems);
+            OrvFilterStore::FromJson(*m_context, JsonFromText(ReadFile(OrvFilterStore::SettingsPath())),
+                                     problems);
         }
     } catch (const std::exception&) {
         // Damaged settings are as good as none; they are written again with the next change.
@@ -61,30 +67,44 @@ void OrvInterface::SetProgressHandler(OrvProgressHandler* handler) {
     m->port.SetSink(dynamic_cast<wxEvtHandler*>(handler), handler);
 }
 
-void OrvInterface::SetEventSink(wxEvtHandler* sink) { m->port.SetSink(sink, nullptr); }
+void OrvInterface::SetEventSink(wxEvtHandler* sink) {
+    m->port.SetSink(sink, nullptr);
+}
 
 void OrvInterface::SetEventConsumer(std::function<void(OrvCommandEvent&)> consumer) {
     m->port.SetConsumer(std::move(consumer));
 }
 
-void OrvInterface::PostResponse() { m->port.PostResponse(); }
+void OrvInterface::PostResponse() {
+    m->port.PostResponse();
+}
 
-bool OrvInterface::WaitIdle(int timeoutMs) { return m->queue.WaitIdle(timeoutMs); }
+bool OrvInterface::WaitIdle(int timeoutMs) {
+    return m->queue.WaitIdle(timeoutMs);
+}
 
-bool OrvInterface::IsBusy() const { return m->queue.IsBusy(); }
+bool OrvInterface::IsBusy() const {
+    return m->queue.IsBusy();
+}
 
-void OrvInterface::AbortProcessing() { m->queue.Abort(); }
+void OrvInterface::AbortProcessing() {
+    m->queue.Abort();
+}
 
 // --- slots ---
 
-bool OrvInterface::HasFile(OrvFileId slot) const { return m->slots.GetActive(slot) != nullptr; }
+bool OrvInterface::HasFile(OrvFileId slot) const {
+    return m->slots.GetActive(slot) != nullptr;
+}
 
 wxString OrvInterface::GetFilename(OrvFileId slot) const {
     const OrvFilePtr file = m->slots.Get(slot);
     return file ? PathToWx(file->GetPath()) : wxString();
 }
 
-OrvFilePtr OrvInterface::GetFile(OrvFileId slot) const { return m->slots.Get(slot); }
+OrvFilePtr OrvInterface::GetFile(OrvFileId slot) const {
+    return m->slots.Get(slot);
+}
 
 void OrvInterface::SetFile(const wxString& path, OrvFileId slot) {
     m->Push(OrvCommand::Kind::Slot, [this, path = PathFromWx(path), slot](const OrvJob& job) {
@@ -99,7 +119,8 @@ void OrvInterface::SwitchFiles() {
         m->ChangeProject([](OrvProject& project) {
             const std::string path = project.GetFilePath(OrvEvidence);
             const std::string sha256 = project.GetFileSha256(OrvEvidence);
-            project.SetFile(OrvEvidence, project.GetFilePath(OrvReference), project.GetFileSha256(OrvReference));
+            project.SetFile(OrvEvidence, project.GetFilePath(OrvReference),
+                            project.GetFileSha256(OrvReference));
             project.SetFile(OrvReference, path, sha256);
         });
         m->RunActive(false, job);
@@ -113,20 +134,30 @@ void OrvInterface::EnableReference(bool enabled) {
     });
 }
 
-bool OrvInterface::IsReferenceEnabled() const { return m->slots.IsReferenceEnabled(); }
+bool OrvInterface::IsReferenceEnabled() const {
+    return m->slots.IsReferenceEnabled();
+}
 
-OrvFileList OrvInterface::GetFileList(OrvFileId slot) const { return OrvFileList(m->slots.GetList(slot)); }
+OrvFileList OrvInterface::GetFileList(OrvFileId slot) const {
+    return OrvFileList(m->slots.GetList(slot));
+}
 
-int OrvInterface::GetFileId(OrvFileId slot) const { return m->slots.GetIndex(slot); }
+int OrvInterface::GetFileId(OrvFileId slot) const {
+    return m->slots.GetIndex(slot);
+}
 
-bool OrvInterface::IsListing(OrvFileId slot) const { return m->slots.IsListing(slot); }
+bool OrvInterface::IsListing(OrvFileId slot) const {
+    return m->slots.IsListing(slot);
+}
 
 wxString OrvInterface::GetOutputDir(OrvFileId slot) const {
     const OrvFilePtr file = m->slots.Get(slot);
     return file ? PathToWx(m->cache.FolderOf(*file)) : wxString();
 }
 
-wxString OrvInterface::GetStringImageFormatsRead() const { return ToWx(ImageFormatsReadFilter()); }
+wxString OrvInterface::GetStringImageFormatsRead() const {
+    return ToWx(ImageFormatsReadFilter());
+}
 
 void OrvInterface::DeleteCache(OrvFileId slot) {
     m->Push(OrvCommand::Kind::Other, [this, slot](const OrvJob&) {
@@ -137,7 +168,9 @@ void OrvInterface::DeleteCache(OrvFileId slot) {
 
 // --- options ---
 
-VecVecParameter OrvInterface::GetProgramOptions() const { return m->options.Get(); }
+VecVecParameter OrvInterface::GetProgramOptions() const {
+    return m->options.Get();
+}
 
 void OrvInterface::SetProgramOptions(const VecVecParameter& options) {
     m->options.Set(options);
@@ -177,7 +210,8 @@ void OrvInterface::Private::LoadSlot(OrvFileId slot, const std::string& path, co
     // Choosing a reference means wanting to see it.
     if (slot == OrvReference && file) slots.EnableReference(true);
     ChangeProject([&](OrvProject& changed) {
-        changed.SetFile(slot, file ? file->GetPath() : std::string(), file ? file->GetSha256() : std::string());
+        changed.SetFile(slot, file ? file->GetPath() : std::string(),
+                        file ? file->GetSha256() : std::string());
     });
 }
 

@@ -10,18 +10,24 @@
 #include "zorbase/text.h"
 #include "zorbase/zorexception.h"
 
-std::vector<OrvFilter*> OrvInterface::GetFilters() const { return m_context->GetFilters(); }
+std::vector<OrvFilter*> OrvInterface::GetFilters() const {
+    return m_context->GetFilters();
+}
 
-OrvFilter* OrvInterface::GetActiveFilter() const { return m_context->GetActiveFilter(); }
+OrvFilter* OrvInterface::GetActiveFilter() const {
+    return m_context->GetActiveFilter();
+}
 
-void OrvInterface::Configure(OrvFilter* filter, int configuration, const VecParameter& input, const VecParameter& post,
-                             bool force) {
+void OrvInterface::Configure(OrvFilter* filter, int configuration, const VecParameter& input,
+                             const VecParameter& post, bool force) {
     if (filter == nullptr) return;
     filter->SetRequested(configuration, input, post);
     OrvCommand command;
     command.kind = OrvCommand::Kind::Configure;
     command.filter = filter;
-    command.run = [this, filter, input, post, force](const OrvJob& job) { m->RunFilter(*filter, input, post, force, job); };
+    command.run = [this, filter, input, post, force](const OrvJob& job) {
+        m->RunFilter(*filter, input, post, force, job);
+    };
     m->queue.Push(std::move(command));
 }
 
@@ -33,7 +39,8 @@ bool OrvInterface::ActivateFilter(OrvFilter* filter, int configuration) {
     const VecParameter post = filter->GetParametersPostProcessing();
     const OrvFilterResultPtr newest = filter->GetResult();
     const OrvFilterResult request = m->RequestFor(input, post);
-    const bool isKnown = newest ? filter->FindHeld(request) == newest : !request.file[OrvEvidence] && !request.file[OrvReference];
+    const bool isKnown = newest ? filter->FindHeld(request) == newest
+                                : !request.file[OrvEvidence] && !request.file[OrvReference];
     if (isKnown) {
         filter->SetRequested(configuration, input, post);
         return false;
@@ -137,7 +144,8 @@ void OrvInterface::LoadConfigurations(const wxString& path) {
         constexpr std::size_t kNamed = 12;
         const std::size_t more = problems.size() > kNamed ? problems.size() - kNamed : 0;
         problems.resize(problems.size() - more);
-        ZOR_THROW(Format, "\"" + name + "\" was loaded as far as it is known here. Left out:\n" + Join(problems, "\n") +
+        ZOR_THROW(Format, "\"" + name + "\" was loaded as far as it is known here. Left out:\n" +
+                              Join(problems, "\n") +
                               (more > 0 ? "\nand " + ToString(static_cast<int>(more)) + " more" : ""));
     });
 }
@@ -158,9 +166,12 @@ wxString OrvInterface::GetFilterFileSelectorString() const {
     if (filter == nullptr) return ToWx(kTexts);
     switch (filter->GetPageKind()) {
         case OrvPageKind::ImageSingle:
-        case OrvPageKind::ImageDouble: return ToWx(kImages + "|" + kTexts);
-        case OrvPageKind::Plot: return ToWx(kImages + "|" + kTexts);
-        default: return ToWx(kTexts);
+        case OrvPageKind::ImageDouble:
+            return ToWx(kImages + "|" + kTexts);
+        case OrvPageKind::Plot:
+            return ToWx(kImages + "|" + kTexts);
+        default:
+            return ToWx(kTexts);
     }
 }
 
@@ -171,7 +182,8 @@ wxString OrvInterface::GetExportFilename() const {
     const bool hasImage = filter != nullptr && filter->GetPageKind() != OrvPageKind::Text &&
                           filter->GetPageKind() != OrvPageKind::Summary;
     return PathToWx((file ? PathStem(file->GetPath()) : std::string("result")) +
-                    (filter != nullptr ? "-" + filter->GetId() : std::string()) + (hasImage ? ".png" : ".html"));
+                    (filter != nullptr ? "-" + filter->GetId() : std::string()) +
+                    (hasImage ? ".png" : ".html"));
 }
 
 void OrvInterface::SetImageToSave(const Image& image) {
@@ -205,8 +217,8 @@ OrvFilterResult OrvInterface::Private::RequestFor(const VecParameter& input, con
     return request;
 }
 
-OrvFilterResultPtr OrvInterface::Private::Compute(OrvFilter& filter, const VecParameter& input, const VecParameter& post,
-                                                  const OrvJob& job) {
+OrvFilterResultPtr OrvInterface::Private::Compute(OrvFilter& filter, const VecParameter& input,
+                                                  const VecParameter& post, const OrvJob& job) {
     const OrvFilterResult request = RequestFor(input, post);
     OrvFilterResultPtr result = filter.FindHeld(request);
     if (!result) {
@@ -217,8 +229,8 @@ OrvFilterResultPtr OrvInterface::Private::Compute(OrvFilter& filter, const VecPa
     return result;
 }
 
-void OrvInterface::Private::RunFilter(OrvFilter& filter, const VecParameter& input, const VecParameter& post, bool force,
-                                      const OrvJob& job) {
+void OrvInterface::Private::RunFilter(OrvFilter& filter, const VecParameter& input, const VecParameter& post,
+                                      bool force, const OrvJob& job) {
     const auto tell = [this, &filter](OrvEventId id, bool wait) {
         auto event = std::make_unique<OrvCommandEvent>(id);
         event->SetFilter(&filter, true);

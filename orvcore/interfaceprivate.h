@@ -12,7 +12,8 @@
 #include "orvcore/resultcache.h"
 #include "orvcore/slots.h"
 
-// What stands behind the facade. Operations marked "worker" run inside a command and may post events and wait for them.
+// What stands behind the facade. Operations marked "worker" run inside a command and may post events and wait
+// for them.
 struct OrvInterface::Private {
     explicit Private(OrvContext& context);
     ~Private();
@@ -35,11 +36,15 @@ struct OrvInterface::Private {
     void TellFailure(int error, const std::string& message);
     void LoadSlot(OrvFileId slot, const std::string& path, const OrvJob& job);  // "" empties it; no events
     // Runs the filter and tells the window; never throws, a failure is told as an interrupted configuration.
-    void RunFilter(OrvFilter& filter, const VecParameter& input, const VecParameter& post, bool force, const OrvJob& job);
-    // Runs the active filter after the slots have changed; without one, an action-completed event tells the window.
+    void RunFilter(OrvFilter& filter, const VecParameter& input, const VecParameter& post, bool force,
+                   const OrvJob& job);
+    // Runs the active filter after the slots have changed; without one, an action-completed event tells the
+    // window.
     void RunActive(bool force, const OrvJob& job);
-    // The result of a filter for the loaded files and these parameters, computed only as far as it is not held.
-    OrvFilterResultPtr Compute(OrvFilter& filter, const VecParameter& input, const VecParameter& post, const OrvJob& job);
+    // The result of a filter for the loaded files and these parameters, computed only as far as it is not
+    // held.
+    OrvFilterResultPtr Compute(OrvFilter& filter, const VecParameter& input, const VecParameter& post,
+                               const OrvJob& job);
     void GenerateReport(std::string path, const OrvJob& job);
     void SaveResult(OrvFilter* filter, const Image& image, const std::string& path, const OrvJob& job);
 

@@ -41,19 +41,23 @@ void OrvInterface::LoadProject(const wxString& path) {
         }
         loaded.SetPath(path);
 
-        // A file that is missing or has changed does not keep the rest of the case from being opened, but it is told.
+        // A file that is missing or has changed does not keep the rest of the case from being opened, but it
+        // is told.
         std::string problems;
         for (const OrvFileId slot : {OrvEvidence, OrvReference}) {
             OrvFilePtr file;
             const std::string filePath = loaded.GetFilePath(slot);
             try {
-                if (!filePath.empty()) file = OrvLoadedFile::Load(filePath, m->options.GetMaximumFileBytes(), job);
+                if (!filePath.empty())
+                    file = OrvLoadedFile::Load(filePath, m->options.GetMaximumFileBytes(), job);
             } catch (const ZorException& exception) {
                 if (exception.GetKind() == ZorException::Kind::Aborted) throw;
                 problems += exception.GetMessage() + "\n";
             }
-            if (file && !loaded.GetFileSha256(slot).empty() && file->GetSha256() != loaded.GetFileSha256(slot))
-                problems += "\"" + ToValidUtf8(filePath) + "\" has changed since the project was saved: its SHA-256 was " +
+            if (file && !loaded.GetFileSha256(slot).empty() &&
+                file->GetSha256() != loaded.GetFileSha256(slot))
+                problems += "\"" + ToValidUtf8(filePath) +
+                            "\" has changed since the project was saved: its SHA-256 was " +
                             loaded.GetFileSha256(slot) + " and is now " + file->GetSha256() + ".\n";
             m->slots.Set(slot, file);
         }
@@ -64,7 +68,8 @@ void OrvInterface::LoadProject(const wxString& path) {
         }
         m->Tell(OrvEventLoadProject);
         m->RunActive(false, job);
-        if (!problems.empty()) ZOR_THROW(File, "The project " + name + " was loaded, but:\n" + Trim(problems));
+        if (!problems.empty())
+            ZOR_THROW(File, "The project " + name + " was loaded, but:\n" + Trim(problems));
     });
 }
 
@@ -101,22 +106,25 @@ void OrvInterface::AddBookmark(const wxString& name, const wxString& note) {
 }
 
 void OrvInterface::EditBookmark(int index, const wxString& name, const wxString& note) {
-    m->Push(OrvCommand::Kind::Project, [this, index, name = FromWx(name), note = FromWx(note)](const OrvJob&) {
-        m->ChangeProject([&](OrvProject& project) {
-            auto& bookmarks = project.EditBookmarks();
-            if (index < 0 || index >= static_cast<int>(bookmarks.size())) ZOR_THROW(Argument, "There is no such bookmark.");
-            bookmarks[static_cast<std::size_t>(index)].name = name;
-            bookmarks[static_cast<std::size_t>(index)].note = note;
-        });
-        m->Tell(OrvEventEditBookmark);
-    });
+    m->Push(OrvCommand::Kind::Project,
+            [this, index, name = FromWx(name), note = FromWx(note)](const OrvJob&) {
+                m->ChangeProject([&](OrvProject& project) {
+                    auto& bookmarks = project.EditBookmarks();
+                    if (index < 0 || index >= static_cast<int>(bookmarks.size()))
+                        ZOR_THROW(Argument, "There is no such bookmark.");
+                    bookmarks[static_cast<std::size_t>(index)].name = name;
+                    bookmarks[static_cast<std::size_t>(index)].note = note;
+                });
+                m->Tell(OrvEventEditBookmark);
+            });
 }
 
 void OrvInterface::DeleteBookmark(int index) {
     m->Push(OrvCommand::Kind::Project, [this, index](const OrvJob&) {
         m->ChangeProject([&](OrvProject& project) {
             auto& bookmarks = project.EditBookmarks();
-            if (index < 0 || index >= static_cast<int>(bookmarks.size())) ZOR_THROW(Argument, "There is no such bookmark.");
+            if (index < 0 || index >= static_cast<int>(bookmarks.size()))
+                ZOR_THROW(Argument, "There is no such bookmark.");
             bookmarks.erase(bookmarks.begin() + index);
         });
         m->Tell(OrvEventEditBookmark);
@@ -131,11 +139,13 @@ void OrvInterface::ShowBookmark(int index) {
         const OrvBookmark& bookmark = project.GetBookmarks()[static_cast<std::size_t>(index)];
         OrvFilter* filter = m_context->FindFilter(bookmark.filterId);
         if (filter == nullptr)
-            ZOR_THROW(Argument, "The bookmark \"" + bookmark.name + "\" was made with a filter that is not known here (" +
+            ZOR_THROW(Argument, "The bookmark \"" + bookmark.name +
+                                    "\" was made with a filter that is not known here (" +
                                     ToValidUtf8(bookmark.filterId) + ").");
         for (const OrvFileId slot : {OrvEvidence, OrvReference}) {
             const OrvFilePtr file = m->slots.Get(slot);
-            if ((file ? file->GetPath() : std::string()) != bookmark.path[slot]) m->LoadSlot(slot, bookmark.path[slot], job);
+            if ((file ? file->GetPath() : std::string()) != bookmark.path[slot])
+                m->LoadSlot(slot, bookmark.path[slot], job);
         }
         VecParameter input = filter->GetInputPrototype();
         VecParameter post = filter->GetPostProcessingPrototype();
@@ -165,7 +175,8 @@ void OrvInterface::DumpImagesFromPdf(const wxString& path, const VecParameter& p
     });
 }
 
-void OrvInterface::CallGenericAction(OrvActionId action, const wxString& name, const VecParameter& parameters) {
+void OrvInterface::CallGenericAction(OrvActionId action, const wxString& name,
+                                     const VecParameter& parameters) {
     OrvCommand command;
     const auto tell = [this, action](int error, const std::string& message, const VecParameter& results) {
         auto event = std::make_unique<OrvCommandEvent>(OrvEventCommandExecuted);
@@ -214,7 +225,8 @@ void OrvInterface::Private::GenerateReport(std::string path, const OrvJob& job) 
         OrvReportSection section;
         section.filter = &filter;
         try {
-            section.result = Compute(filter, filter.GetParametersInput(), filter.GetParametersPostProcessing(), job);
+            section.result =
+                Compute(filter, filter.GetParametersInput(), filter.GetParametersPostProcessing(), job);
         } catch (const ZorException& exception) {
             // One filter that cannot say anything about a file does not keep the others from being reported.
             if (exception.GetKind() == ZorException::Kind::Aborted) throw;
@@ -226,14 +238,16 @@ void OrvInterface::Private::GenerateReport(std::string path, const OrvJob& job) 
     Tell(OrvEventGenerateReport, isDefault && !options.OpensReports() ? std::string() : path);
 }
 
-void OrvInterface::Private::SaveResult(OrvFilter* filter, const Image& image, const std::string& path, const OrvJob& job) {
+void OrvInterface::Private::SaveResult(OrvFilter* filter, const Image& image, const std::string& path,
+                                       const OrvJob& job) {
     RefuseLoadedFile(path);
     const std::string extension = PathExtension(path);
     if (extension == "html" || extension == "htm" || extension == "tsv" || extension == "txt") {
         if (filter == nullptr) ZOR_THROW(Argument, "There is no result to save: choose a filter first.");
         OrvReportSection section;
         section.filter = filter;
-        section.result = Compute(*filter, filter->GetParametersInput(), filter->GetParametersPostProcessing(), job);
+        section.result =
+            Compute(*filter, filter->GetParametersInput(), filter->GetParametersPostProcessing(), job);
         if (extension == "tsv" || extension == "txt") {
             WriteFile(path, BuildTsv(section));
         } else {
@@ -247,6 +261,7 @@ void OrvInterface::Private::SaveResult(OrvFilter* filter, const Image& image, co
     Image shown = image;
     if (!shown.IsValid() && filter != nullptr) shown = filter->GetOutputImage(OrvEvidence);
     if (!shown.IsValid() && filter != nullptr) shown = filter->GetOutputImage(OrvReference);
-    if (!shown.IsValid()) ZOR_THROW(Argument, "This filter shows no image. Save its result as an HTML page or a table.");
+    if (!shown.IsValid())
+        ZOR_THROW(Argument, "This filter shows no image. Save its result as an HTML page or a table.");
     WriteImage(shown, path, options.GetJpegQuality());
 }

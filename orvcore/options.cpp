@@ -6,14 +6,17 @@
 
 namespace {
 
-std::string OptionsPath() { return PathJoin(PathJoin(GetAppDocumentsPath(), "settings"), "options.json"); }
+std::string OptionsPath() {
+    return PathJoin(PathJoin(GetAppDocumentsPath(), "settings"), "options.json");
+}
 
 }  // namespace
 
 OrvOptions::OrvOptions() {
     m_groups = {
         {Parameter::Bool("useCache", "Keep slow results on disk", true)
-             .SetToolTip("Results that take long are kept in the cache folder and shown at once the next time."),
+             .SetToolTip(
+                 "Results that take long are kept in the cache folder and shown at once the next time."),
          Parameter::Int("maximumFileMiB", "Largest file to open (MiB)", 2048, 1, 16384)
              .SetToolTip("A file is read into memory as a whole; larger ones are refused.")},
         {Parameter::Slider("jpegQuality", "JPEG quality of saved results", 95, 1, 100)
@@ -57,19 +60,26 @@ void OrvOptions::Set(const VecVecParameter& options) {
                 if (const Parameter* value = given.Find(option.Name())) option.Set(*value);
 }
 
-template <typename T> T OrvOptions::Value(const char* name) const {
+template <typename T>
+T OrvOptions::Value(const char* name) const {
     const std::lock_guard lock(m_mutex);
     for (const VecParameter& group : m_groups)
         if (const Parameter* option = group.Find(name)) return option->Get<T>();
     ThrowParameterType(name);
 }
 
-bool OrvOptions::IsCacheEnabled() const { return Value<bool>("useCache"); }
+bool OrvOptions::IsCacheEnabled() const {
+    return Value<bool>("useCache");
+}
 
 std::uint64_t OrvOptions::GetMaximumFileBytes() const {
     return static_cast<std::uint64_t>(Value<int>("maximumFileMiB")) * 1024 * 1024;
 }
 
-int OrvOptions::GetJpegQuality() const { return Value<int>("jpegQuality"); }
+int OrvOptions::GetJpegQuality() const {
+    return Value<int>("jpegQuality");
+}
 
-bool OrvOptions::OpensReports() const { return Value<bool>("openReports"); }
+bool OrvOptions::OpensReports() const {
+    return Value<bool>("openReports");
+}

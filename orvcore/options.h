@@ -22,7 +22,8 @@ class OrvOptions {
     bool OpensReports() const;
 
   private:
-    template <typename T> T Value(const char* name) const;
+    template <typename T>
+    T Value(const char* name) const;
 
     mutable std::mutex m_mutex;
     VecVecParameter m_groups;

@@ -56,13 +56,16 @@ OrvBookmark BookmarkFromJson(const Json& json) {
     bookmark.filterId = TextOf(json, "filter");
     bookmark.input = json.value("input", Json::object());
     bookmark.postProcessing = json.value("postProcessing", Json::object());
-    for (int slot = 0; slot < kFileSlots; ++slot) bookmark.path[slot] = PathFromJson(json.value(kSlotNames[slot], Json()));
+    for (int slot = 0; slot < kFileSlots; ++slot)
+        bookmark.path[slot] = PathFromJson(json.value(kSlotNames[slot], Json()));
     return bookmark;
 }
 
 }  // namespace
 
-wxString OrvProject::GetFilename() const { return PathToWx(m_path); }
+wxString OrvProject::GetFilename() const {
+    return PathToWx(m_path);
+}
 
 void OrvProject::SetFile(OrvFileId slot, const std::string& path, const std::string& sha256) {
     m_filePath[slot] = path;
@@ -90,7 +93,8 @@ OrvProject OrvProject::FromText(const std::string& text) {
         for (int slot = 0; slot < kFileSlots; ++slot) {
             const Json entry = json.value(kSlotNames[slot], Json());
             if (!entry.is_object()) continue;
-            project.SetFile(static_cast<OrvFileId>(slot), PathFromJson(entry.value("path", Json())), TextOf(entry, "sha256"));
+            project.SetFile(static_cast<OrvFileId>(slot), PathFromJson(entry.value("path", Json())),
+                            TextOf(entry, "sha256"));
         }
         const Json bookmarks = json.value("bookmarks", Json::array());
         if (!bookmarks.is_array()) ZOR_THROW(Format, "the list of bookmarks cannot be read");

@@ -33,7 +33,9 @@ std::string Head(const std::vector<std::string>& labels) {
     return head + "</tr>\n";
 }
 
-std::string Table(const std::string& rows) { return "<table>\n" + rows + "</table>\n"; }
+std::string Table(const std::string& rows) {
+    return "<table>\n" + rows + "</table>\n";
+}
 
 std::string FilesTable(const OrvReport& report) {
     const OrvJob job;
@@ -59,11 +61,14 @@ std::string FilesTable(const OrvReport& report) {
     return Table(rows);
 }
 
-// Cells of a result table may begin with a mark of the core ("!" strong, "?" worth a look), which is a colour and not a text.
+// Cells of a result table may begin with a mark of the core ("!" strong, "?" worth a look), which is a colour
+// and not a text.
 std::string Cell(const std::string& tag, const std::string& text) {
     const bool isMarked = !text.empty() && (text[0] == '!' || text[0] == '?');
     const char* style = text.rfind('!', 0) == 0 ? " class=\"odd\"" : isMarked ? " class=\"note\"" : "";
-    const std::string plain = isMarked ? text.substr(1) : !text.empty() && text[0] == '\\' ? text.substr(1) : text;
+    const std::string plain = isMarked                           ? text.substr(1)
+                              : !text.empty() && text[0] == '\\' ? text.substr(1)
+                                                                 : text;
     return "<" + tag + style + ">" + EscapeHtml(plain) + "</" + tag + ">";
 }
 
@@ -87,7 +92,8 @@ std::string Outputs(const OrvFilterResult& result) {
         if (output.IsHiddenFromGui()) continue;
         if (output.Type() == ParameterType::TableString) {
             if (output.IsSet())
-                tables += "<p>" + EscapeHtml(output.GetDescription()) + "</p>\n" + ResultTable(output.Get<TableString>());
+                tables += "<p>" + EscapeHtml(output.GetDescription()) + "</p>\n" +
+                          ResultTable(output.Get<TableString>());
             continue;
         }
         std::vector<std::string> cells;
@@ -107,12 +113,14 @@ std::string Section(const OrvReportSection& section) {
     std::string parameters = GetParametersString(section.result->input, false);
     if (const std::string post = GetParametersString(section.result->postProcessing, false); !post.empty())
         parameters += (parameters.empty() ? "" : ", ") + post;
-    html += "<p class=\"quiet\">Filter version " + ToString(filter.GetVersion()) + ". Parameters: " +
-            (parameters.empty() ? std::string("none") : EscapeHtml(parameters)) + ".</p>\n";
+    html += "<p class=\"quiet\">Filter version " + ToString(filter.GetVersion()) +
+            ". Parameters: " + (parameters.empty() ? std::string("none") : EscapeHtml(parameters)) +
+            ".</p>\n";
     for (int slot = 0; slot < kFileSlots; ++slot)
         if (section.result->slot[slot])
             for (const std::string& finding : section.result->slot[slot]->findings)
-                html += "<p class=\"note\">" + std::string(kSlotTitles[slot]) + ": " + EscapeHtml(finding) + "</p>\n";
+                html += "<p class=\"note\">" + std::string(kSlotTitles[slot]) + ": " + EscapeHtml(finding) +
+                        "</p>\n";
     return html + Outputs(*section.result);
 }
 
@@ -126,15 +134,17 @@ std::string BuildHtmlReport(const OrvReport& report) {
             title += " on " + ToValidUtf8(PathName(file->GetPath()));
             break;
         }
-    std::string html = "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n<title>" + EscapeHtml(title) +
-                       "</title>\n<style>" + kStyle + "</style>\n</head>\n<body>\n<h1>" + EscapeHtml(title) + "</h1>\n";
+    std::string html = "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n<title>" +
+                       EscapeHtml(title) + "</title>\n<style>" + kStyle + "</style>\n</head>\n<body>\n<h1>" +
+                       EscapeHtml(title) + "</h1>\n";
     html += "<p class=\"quiet\">Written by " + EscapeHtml(version.GetFullName()) +
-            (version.GetRevision().empty() ? std::string() : " (" + EscapeHtml(version.GetRevision()) + ")") + " on " +
-            FormatTime(std::time(nullptr)) + ".";
+            (version.GetRevision().empty() ? std::string() : " (" + EscapeHtml(version.GetRevision()) + ")") +
+            " on " + FormatTime(std::time(nullptr)) + ".";
     if (!report.project.GetPath().empty())
         html += " Project: " + EscapeHtml(ToValidUtf8(PathName(report.project.GetPath()))) + ".";
-    html += "</p>\n<p class=\"quiet\">Values that differ between evidence and reference are red. A finding is an observation, "
-            "not a proof: it says what was found, and each filter's description says what that can mean.</p>\n";
+    html +=
+        "</p>\n<p class=\"quiet\">Values that differ between evidence and reference are red. A finding is an observation, "
+        "not a proof: it says what was found, and each filter's description says what that can mean.</p>\n";
     html += "<h2>Files</h2>\n" + FilesTable(report);
     for (const OrvReportSection& section : report.sections) html += Section(section);
     return html + "</body>\n</html>\n";

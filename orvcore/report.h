@@ -19,9 +19,9 @@ struct OrvReport {
     std::vector<OrvReportSection> sections;
 };
 
-// A self-contained HTML page: the program with its version, the files with size, dates and hashes, and for every section the
-// filter, its version, its parameters and every text result. Everything that came from a file is escaped; the page has no scripts and loads
-// nothing.
+// A self-contained HTML page: the program with its version, the files with size, dates and hashes, and for
+// every section the filter, its version, its parameters and every text result. Everything that came from a
+// file is escaped; the page has no scripts and loads nothing.
 std::string BuildHtmlReport(const OrvReport& report);
 
 // The text results of one section as tab separated values, inert in a spreadsheet.

@@ -11,7 +11,8 @@ std::string Agreement(const ImageInfo& info, const std::string& path) {
     const std::vector<std::string>& usual = FormatExtensions(info.format);
     return "No: the content is " + FormatName(info.format) +
            (usual.empty() ? std::string() : ", usually named ." + usual.front()) +
-           (extension.empty() ? ", and the name has no extension" : ", and the name ends in ." + ToValidUtf8(extension));
+           (extension.empty() ? ", and the name has no extension"
+                              : ", and the name ends in ." + ToValidUtf8(extension));
 }
 
 std::string ProfileName(const ImageInfo& info) {
@@ -27,8 +28,9 @@ void Judge(const ImageInfo& info, const std::string& path, OrvSlotResult& result
         return;
     }
     if (!ExtensionAgrees(info.format, path))
-        result.findings.push_back("The file's name does not agree with its content, which is " + FormatName(info.format) +
-                                  ". Renaming and conversion on the way do this as well as deliberate disguise.");
+        result.findings.push_back(
+            "The file's name does not agree with its content, which is " + FormatName(info.format) +
+            ". Renaming and conversion on the way do this as well as deliberate disguise.");
     if (!info.warnings.empty())
         result.findings.push_back("The file departs from its format's standard: " + info.warnings.front() +
                                   " Damage in transfer and careless programs do this too.");
@@ -41,10 +43,11 @@ void Judge(const ImageInfo& info, const std::string& path, OrvSlotResult& result
 }  // namespace
 
 FileFormatFilter::FileFormatFilter() : OrvFilter("File Format", "file-format") {
-    Describe("File",
-             "What the file itself says before any pixel is looked at: its place, size and dates, its format by content and "
-             "whether the name agrees, what its headers say about the picture, and its hashes. Dates belong to the file "
-             "system: copying a file changes them without touching its content.");
+    Describe(
+        "File",
+        "What the file itself says before any pixel is looked at: its place, size and dates, its format by content and "
+        "whether the name agrees, what its headers say about the picture, and its hashes. Dates belong to the file "
+        "system: copying a file changes them without touching its content.");
     using enum ParameterType;
     SetParameters({}, {},
                   {

@@ -1,0 +1,155 @@
+// orvane-cli: the same core without a display.
+
+#include <CLI/CLI.hpp>
+#include <csignal>
+#include <cstdio>
+#include <string>
+
+#include "orvcore/interface.h"
+#include "orvcore/report.h"
+#include "zorbase/appversion.h"
+#include "zorbase/files.h"
+#include "zorbase/text.h"
+#include "zorbase/zorexception.h"
+
+namespace {
+
+volatile std::sig_atomic_t wasInterrupted = 0;
+
+// Collects what the core tells while a command of the program runs.
+class Outcome {
+  public:
+    explicit Outcome(OrvInterface& core) {
+        core.SetEventConsumer([this](OrvCommandEvent& event) { Take(event); });
+    }
+
+    bool IsGood() const { return m_error.empty(); }
+    const std::string& GetError() const { return m_error; }
+    const std::string& GetReport() const { return m_report; }
+
+  private:
+    void Take(OrvCommandEvent& event) {
+        if (event.GetId() == OrvEventConfigureInterrupted)
+            m_error = FromWx(event.GetFilter()->GetErrorMessage());
+        else if (event.GetError() != 0)
+            m_error = FromWx(event.GetMessage());
+        if (event.GetId() == OrvEventGenerateReport) m_report = FromWx(event.GetString());
+    }
+
+    std::string m_error;
+    std::string m_report;
+};
+
+// Waits for the core and passes an interrupt from the keyboard on to it.
+void Wait(OrvInterface& core) {
+    while (!core.WaitIdle(100))
+        if (wasInterrupted) core.AbortProcessing();
+}
+
+int Fail(const std::string& message) {
+    std::fprintf(stderr, "orvane-cli: %s\n", message.c_str());
+    return 1;
+}
+
+bool Load(OrvInterface& core, const Outcome& outcome, const std::string& evidence,
+          const std::string& reference) {
+    core.SetFile(PathToWx(evidence), OrvEvidence);
+    if (!reference.empty()) core.SetFile(PathToWx(reference), OrvReference);
+    Wait(core);
+    return outcome.IsGood();
+}
+
+int Report(OrvInterface& core, const std::string& evidence, const std::string& reference,
+           const std::string& output) {
+    Outcome outcome(core);
+    if (!Load(core, outcome, evidence, reference)) return Fail(outcome.GetError());
+    core.GenerateReport(PathToWx(output));
+    Wait(core);
+    if (!outcome.IsGood()) return Fail(outcome.GetError());
+    std::printf("%s\n", output.c_str());
+    return 0;
+}
+
+int Analyse(OrvInterface& core, const std::string& evidence, const std::string& reference,
+            const std::string& filterId, const std::vector<std::string>& settings) {
+    Outcome outcome(core);
+    OrvFilter* filter = core.GetContext().FindFilter(filterId);
+    if (filter == nullptr)
+        return Fail("There is no filter \"" + filterId + "\"; \"orvane-cli filters\" lists them.");
+    VecParameter input = filter->GetInputPrototype();
+    VecParameter post = filter->GetPostProcessingPrototype();
+    for (const std::string& setting : settings) {
+        const std::size_t equals = setting.find('=');
+        const std::string name = setting.substr(0, equals);
+        Parameter* parameter = input.Find(name);
+        if (parameter == nullptr) parameter = post.Find(name);
+        if (parameter == nullptr || equals == std::string::npos ||
+            !parameter->SetValueFromString(setting.substr(equals + 1)))
+            return Fail("The setting \"" + setting + "\" does not fit the filter \"" + filterId + "\".");
+    }
+    if (!Load(core, outcome, evidence, reference)) return Fail(outcome.GetError());
+    core.Configure(filter, -1, input, post, false);
+    Wait(core);
+    if (!outcome.IsGood()) return Fail(outcome.GetError());
+    OrvReportSection section;
+    section.filter = filter;
+    section.result = filter->GetResult();
+    std::fputs(BuildTsv(section).c_str(), stdout);
+    return 0;
+}
+
+int ListFilters(const OrvInterface& core) {
+    for (const OrvFilter* filter : core.GetFilters()) {
+        std::printf("%s\t%s\t%s\n", filter->GetId().c_str(), filter->GetAnalysisTypeUtf8().c_str(),
+                    filter->GetNameUtf8().c_str());
+        for (const VecParameter& group : {filter->GetInputPrototype(), filter->GetPostProcessingPrototype()})
+            for (const Parameter& parameter : group)
+                std::printf("\t%s=%s\t%s\n", parameter.Name().c_str(), parameter.GetValueAsString().c_str(),
+                            parameter.GetDescription().c_str());
+    }
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const AppVersion version;
+    CLI::App app("Forensic image analysis without a display.");
+    app.set_version_flag("--version", version.GetFullName());
+    app.require_subcommand(1);
+
+    std::string evidence;
+    std::string reference;
+    std::string output;
+    std::string filterId;
+    std::vector<std::string> settings;
+
+    CLI::App* report =
+        app.add_subcommand("report", "Write every text result of the files into one HTML page");
+    report->add_option("evidence", evidence, "The questioned photograph")->required();
+    report->add_option("reference", reference, "A picture to compare with");
+    report->add_option("-o,--output", output, "The HTML file to write")->required();
+
+    CLI::App* analyse =
+        app.add_subcommand("analyse", "Run one filter and print its text results, tab separated");
+    analyse->add_option("evidence", evidence, "The questioned photograph")->required();
+    analyse->add_option("reference", reference, "A picture to compare with");
+    analyse->add_option("-f,--filter", filterId, "Which filter (see \"filters\")")
+        ->default_val("file-format");
+    analyse->add_option("-s,--set", settings, "A parameter as name=value; may be given several times")
+        ->expected(1, 100);
+
+    CLI::App* filters = app.add_subcommand("filters", "List the filters with their parameters and defaults");
+
+    CLI11_PARSE(app, argc, argv);
+    try {
+        OrvInterface core;
+        std::signal(SIGINT, [](int) { wasInterrupted = 1; });
+        if (report->parsed()) return Report(core, evidence, reference, output);
+        if (analyse->parsed()) return Analyse(core, evidence, reference, filterId, settings);
+        if (filters->parsed()) return ListFilters(core);
+    } catch (const std::exception& exception) {
+        return Fail(exception.what());
+    }
+    return 1;
+}
