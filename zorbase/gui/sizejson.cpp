@@ -8,7 +8,7 @@ bool ReadSide(const Json& json, const char* name, int& side) {
     const auto member = json.find(name);
     if (member == json.end() || !member->is_number_integer()) return false;
     const double value = member->get<double>();
-    if (value < wxDefaultCoord || value > std::numeric_limits<int>::max()) return false;
+    if (value < -1 || value > std::numeric_limits<int>::max()) return false;
     side = member->get<int>();
     return true;
 }
