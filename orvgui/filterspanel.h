@@ -1,16 +1,21 @@
 #pragma once
 
 #include <wx/panel.h>
+#include <wx/timer.h>
 #include <wx/treectrl.h>
 
+#include <set>
 #include <vector>
 
+#include "orvcore/filterresult.h"
+#include "orvgui/filterstreeformat.h"
+#include "orvgui/orvgui.h"
 #include "zorbase/parameter.h"
 
 class OrvFilter;
+class OrvFilterConfiguration;
 class OrvFilterGui;
 class OrvViewerPanel;
-class wxBitmapButton;
 
 // What a tree item stands for.
 enum OrvItemKind : int { OrvItemGroup = 0, OrvItemFilter = 1, OrvItemConfiguration = 2 };
@@ -24,11 +29,8 @@ class OrvItemData : public wxTreeItemData {
     wxString name;
     int configuration;  // -1 for groups and filters
     OrvItemKind kind;
-    OrvFilter* filter;  // null for a group; belongs to the core
-
-    // What the item shows now, so that only a difference reaches the window.
-    bool shownBold = false;
-    wxColour shownColour;
+    OrvFilter* filter;        // null for a group; belongs to the core
+    VecParameter parameters;  // of a configuration
 };
 
 // The docked panel that lists all filters in a tree, by group, and under each filter its saved
@@ -39,16 +41,17 @@ class OrvItemData : public wxTreeItemData {
 //
 // Selecting from code (SelectFirstItem, ChangePage, a rebuild) is silent: it never asks for work. GUI thread
 // only.
-class OrvFiltersPanel : public wxPanel {
+class ORVGUI_API OrvFiltersPanel : public wxPanel {
   public:
     OrvFiltersPanel(wxWindow* parent, OrvViewerPanel* viewerPanel);
-    ~OrvFiltersPanel() override;
 
-    // Builds the tree from the core's filters; pages are made once per filter and kept over later calls. The
-    // selection and what was collapsed survive a rebuild.
+    // Builds the tree from the core's filters, with the summary as the first of them; pages are made once per
+    // filter and kept over later calls. Selection and expanded filters survive a rebuild; the first filter is
+    // selected when nothing was.
     void InitTreebook();
-    // Brings the tree in line with the core: everything when the evidence has changed since the last full
-    // refresh or force is set, else only what is selected. Touches no item that already looks right.
+    // Brings the tree in line with the core: everything when the loaded files have changed since the last
+    // full refresh or force is set, else what is selected and what was running. Touches no item that already
+    // looks right.
     void UpdateTreebook(bool force);
 
     // Silent; the first filter item with its page. Nothing when there is no filter.
@@ -74,19 +77,18 @@ class OrvFiltersPanel : public wxPanel {
     void FormatItem(wxTreeItemId item, bool bold, bool red, bool enabled);
     // formatted: the item's configuration exists and is enabled; otherwise the item is left as it is.
     void GetStatusAndFormatItem(wxTreeItemId item, bool& bold, bool& red, bool& formatted);
-    // The item within `from` (itself included) that carries the same data as `like`.
-    wxTreeItemId FindItem(wxTreeItemId from, wxTreeItemId like) const;
-    // The item within `from` of the page's filter and configuration; the filter's item when there is no such
-    // configuration.
+    // `item` when it is `from` or anywhere below it, else nothing.
+    wxTreeItemId FindItem(wxTreeItemId from, wxTreeItemId item) const;
+    // The item at or below `from` of the page's filter and configuration; the filter's own item for -1 and
+    // when there is no such configuration.
     wxTreeItemId FindItem(wxTreeItemId from, OrvFilterGui* page, int configuration) const;
     // One filter item and its configurations; the flags are the strongest ones found.
     void UpdateFilter(wxTreeItemId item, bool& bold, bool& red, bool& formatted);
     void UpdateFiltersGroup(wxTreeItemId group);
-    // Numbers the configuration items of every filter by their place, brings the core's order in line with a
-    // drop that moved one, and refreshes how they look.
+    // Numbers the configuration items of every filter by their place and refreshes the selected filter.
     void UpdateItemData();
-    // Makes the item that a selection event names the active filter and configuration. activate: also ask for
-    // the result when it is missing.
+    // Shows the page of the item that the event names and makes its filter the active one. The result is
+    // asked for at once when activate is set or the user had rested before; else when he has.
     void SelectFilter(wxTreeEvent& event, bool activate);
     // Enables or disables what is selected: one configuration, a filter's all, or a group's all.
     void EnableFilter(wxCommandEvent& event, bool enabled);
@@ -94,13 +96,13 @@ class OrvFiltersPanel : public wxPanel {
     // --- handlers
     void OnItemActivated(wxTreeEvent& event);
     void OnItemRightClick(wxTreeEvent& event);
-    void OnItemMenu(wxTreeEvent& event);
     void OnItemToolTip(wxTreeEvent& event);
     void OnSelChanged(wxTreeEvent& event);
-    void OnKeyDown(wxTreeEvent& event);
+    void OnTreeKeyDown(wxTreeEvent& event);
     void OnSize(wxSizeEvent& event);
     void OnTreeDragBegin(wxTreeEvent& event);
     void OnTreeDragEnd(wxTreeEvent& event);
+    void OnActivationTimer(wxTimerEvent& event);
     void OnMenuAddCurrentConfiguration(wxCommandEvent& event);
     void OnMenuDeleteConfiguration(wxCommandEvent& event);
     void OnMenuResetFilterConfigurations(wxCommandEvent& event);
@@ -110,17 +112,41 @@ class OrvFiltersPanel : public wxPanel {
     void OnMenuSaveCurrentSettings(wxCommandEvent& event);
     void OnMenuLoadSettings(wxCommandEvent& event);
     void OnMenuResetDefaultSettings(wxCommandEvent& event);
+    // Keeps the configurations as they are now, so that the next start begins with them.
     void OnMenuLoadCurrentSettingsOnStartup(wxCommandEvent& event);
     void OnMenuExpandAll(wxCommandEvent& event);
     void OnMenuCollapseAll(wxCommandEvent& event);
 
   private:
-    OrvItemData* GetData(wxTreeItemId item) const;
-    OrvItemData* GetSelectedData(wxTreeItemId& item) const;
+    void CreateButtons();
+    void BindEvents();
+    void CreatePages();
+    void AppendFilter(OrvFilter* filter, wxTreeItemId group);
+    void AppendConfigurations(OrvFilter* filter, wxTreeItemId item);
+    void SyncConfigurations(wxTreeItemId item, const std::vector<OrvFilterConfiguration>& configurations);
+
+    OrvItemData* GetData(wxTreeItemId item) const;  // null for the root and for no item
+    wxTreeItemId GetFilterItem(wxTreeItemId item) const;
+    wxTreeItemId FindFilterItem(const OrvFilter* filter) const;
+    OrvFilterGui* FindPage(const OrvFilter* filter) const;
+    template <typename Visit>  // visit(item) for every child, in order
+    void ForEachChild(wxTreeItemId parent, Visit visit) const;
+    template <typename Visit>
+    void ForEachFilterItem(Visit visit) const;
+
+    void SelectSilently(wxTreeItemId item);
+    void Activate(OrvFilter* filter, int configuration);
+    void PopUpMenu(const wxPoint& position);
+    bool IsAnyEnabled(wxTreeItemId item) const;
+    void EnableConfigurations(wxTreeItemId item, bool enabled);
 
     OrvViewerPanel* m_viewerPanel;
     wxTreeCtrl* m_tree = nullptr;
+    std::vector<wxWindow*> m_buttons;
     std::vector<OrvFilterGui*> m_pages;  // belong to the viewer panel
+    std::set<OrvFilter*> m_running;      // filters the core was seen working on, not refreshed since
     wxTreeItemId m_dragged;
-    bool m_silent = false;  // selection events come from code
+    wxTimer m_activationTimer;
+    wxLongLong m_lastSelection = 0;  // milliseconds, when the user last moved the selection
+    bool m_silent = false;           // selection events come from code
 };
