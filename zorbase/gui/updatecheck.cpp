@@ -18,11 +18,8 @@ void CheckForUpdates(wxWindow* parent, const wxString& address, const wxString& 
                      bool allowDownload) {
     const wxString caption = _("Check for Updates");
     if (address.empty()) {
-        wxMessageBox(
-            wxString::Format(
-                _("This build of %s has no update service. Updates come with the system's packages."),
-                appName),
-            caption, wxOK | wxICON_INFORMATION, parent);
+        wxMessageBox(wxString::Format(_("This build of %s has no update service."), appName), caption,
+                     wxOK | wxICON_INFORMATION, parent);
         return;
     }
     const wxString page = allowDownload || changesFile.empty() ? address : Below(address, changesFile);
