@@ -88,6 +88,9 @@ class ORVGUI_API OrvFilterGui : public wxPanel, public OrvFilterGuiBase, public 
   protected:
     using Controls = std::vector<std::unique_ptr<ParameterControl>>;
 
+    // Says, in the next row of the description's grid, why there is nothing to see; an empty text says
+    // nothing.
+    void SetNotice(const wxString& text);
     // Recomputes the scrolled size when a control asks for another size than before.
     void FitContent();
     // Whether the core holds a file in one of the slots.
@@ -111,8 +114,8 @@ class ORVGUI_API OrvFilterGui : public wxPanel, public OrvFilterGuiBase, public 
     OrvFilter* m_filter;
     wxString m_testFilename;
     wxString m_referenceFilename;
-    OrvStaticText* m_notice = nullptr;  // says why there is nothing to see; made when first needed
 
   private:
+    OrvStaticText* m_notice = nullptr;  // made when first needed
     wxSize m_fittedSize;
 };

@@ -2,13 +2,13 @@
 
 #include <wx/gbsizer.h>
 #include <wx/string.h>
+#include <wx/weakref.h>
+#include <wx/window.h>
 
 #include <vector>
 
 #include "orvgui/orvgui.h"
 #include "zorbase/parameter.h"
-
-class wxWindow;
 
 // The widgets that show or edit one Parameter. A control makes its widgets when it is constructed, as
 // children of the parent window, which owns them; the control itself belongs to whoever asked
@@ -30,8 +30,8 @@ class ORVGUI_API ParameterControl {
     virtual void SetControlValue(const Parameter& parameter) = 0;
     // The value now shown; the last valid one where the text in the field is no value.
     virtual Parameter GetControlValue() const = 0;
-    // For controls that show something of the page around them, such as the selection.
-    virtual void UpdateControl() {}
+    // Drops what was typed but not taken, and shows the value again.
+    virtual void DiscardEdit() {}
 
     // Shows or hides all widgets. A parameter that is hidden from the GUI stays hidden.
     void Show(bool show);
@@ -59,7 +59,7 @@ class ORVGUI_API ParameterControl {
     void Place(wxGridBagSizer* sizer, wxWindow* window, Height height = Height::Line);
     // The same for several widgets in one line or column; the sizer is taken over.
     void Place(wxGridBagSizer* sizer, wxSizer* content, Height height = Height::Line);
-    // Makes a widget one that Show() reaches and gives it the parameter's tool tip and accessible name.
+    // Makes a widget one that Show() reaches and gives it the parameter's tool tip.
     void Adopt(wxWindow* window);
 
     // Tells the parent that the user has changed the value.
@@ -71,8 +71,11 @@ class ORVGUI_API ParameterControl {
   private:
     wxWindow* CreateLabel();
 
-    std::vector<wxWindow*> m_windows;
+    std::vector<wxWeakRef<wxWindow>> m_windows;
 };
+
+// How many rows and columns the grid's children fill. The sizer's own counts are those of its last layout.
+wxGBPosition CountCells(const wxGridBagSizer* sizer);
 
 // The control for a parameter's type code, its widgets in place; owned by the caller. Null (and a failed
 // assertion in debug builds) for a code without a control.

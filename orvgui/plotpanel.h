@@ -8,13 +8,12 @@
 #include "orvgui/orvgui.h"
 #include "zorimage/image.h"
 
+class PlotAxisX;
+class PlotAxisY;
 class PlotBars;
-class PlotPicture;
+class PlotCurve;
 class PlotText;
 class PlotWindow;
-class mpFXYVector;
-class mpScaleX;
-class mpScaleY;
 class mpWindow;
 
 // One plot: axes, bars, a curve, marks, three help lines, the value under the mouse. Wheel and drag zoom and
@@ -40,12 +39,18 @@ class ORVGUI_API PlotPanel : public wxPanel {
     Image Render();
 
   private:
+    bool FindSample(double x, double& sampleX, double& sampleY) const;
+
     PlotWindow* m_plot;
-    mpScaleX* m_xAxis;
-    mpScaleY* m_yAxis;
-    mpFXYVector* m_helpLines[3];
+    PlotAxisX* m_xAxis;
+    PlotAxisY* m_yAxis;
+    PlotCurve* m_helpLines[3];
     PlotBars* m_bars;
-    mpFXYVector* m_line;
-    mpFXYVector* m_points;
+    PlotCurve* m_line;
+    PlotCurve* m_points;
     PlotText* m_text;
+    wxString m_corner;
+    bool m_empty = true;
+    std::vector<double> m_sampleX;  // what is shown, for the value under the mouse
+    std::vector<double> m_sampleY;
 };

@@ -1,0 +1,169 @@
+#include "orvgui/filterguiplot.h"
+
+#include <wx/gbsizer.h>
+#include <wx/intl.h>
+#include <wx/sizer.h>
+
+#include <algorithm>
+
+#include "orvcore/interface.h"
+#include "orvgui/filepanel.h"
+#include "orvgui/plotlayers.h"
+#include "orvgui/plotpanel.h"
+#include "orvgui/statictext.h"
+#include "zorbase/gui/imageconvert.h"
+#include "zorbase/text.h"
+
+namespace {
+
+constexpr int kEvidencePlotId = 6000;
+constexpr int kReferencePlotId = 6001;
+constexpr int kBorder = 4;
+constexpr int kMinimumPlotHeight = 160;
+
+// Shared by all plot pages, which are all on one thread. The layout is worked out afresh when the set of
+// loaded files has changed since the last time.
+bool layoutPending = false;
+bool hadBothFiles = false;
+int lastLoadedSlots = 0;  // bit 0 the evidence, bit 1 the reference
+
+bool HasFile(OrvFileId slot) {
+    const OrvInterface* core = GetInterface();
+    return core != nullptr && core->HasFile(slot);
+}
+
+wxGridBagSizer* AddGrid(wxBoxSizer* row, int proportion) {
+    auto* grid = new wxGridBagSizer(0, 0);
+    grid->SetFlexibleDirection(wxHORIZONTAL);
+    row->Add(grid, proportion, wxEXPAND | wxRIGHT | wxTOP | wxBOTTOM, kBorder);
+    return grid;
+}
+
+}  // namespace
+
+OrvFilterPlot* OrvFilterGuiPlot::GetFilterPlot() const {
+    return dynamic_cast<OrvFilterPlot*>(m_filter);
+}
+
+void OrvFilterGuiPlot::CreateControlsCustom() {
+    m_evidencePlot = new PlotPanel(this, kEvidencePlotId);
+    m_evidencePlot->GetPlot()->SetName(_("Evidence Image Value"));
+    m_evidencePlot->GetPlot()->SetDropTarget(new FilePanelDropTarget(OrvEvidence));
+    m_referencePlot = new PlotPanel(this, kReferencePlotId);
+    m_referencePlot->GetPlot()->SetName(_("Reference Image Value"));
+    m_referencePlot->GetPlot()->SetDropTarget(new FilePanelDropTarget(OrvReference));
+    m_referencePlot->Hide();
+    for (PlotPanel* plot : {m_evidencePlot, m_referencePlot}) {
+        plot->GetPlotWindow()->SetTwins(m_evidencePlot->GetPlotWindow(), m_referencePlot->GetPlotWindow());
+        plot->SetMinSize(wxSize(-1, kMinimumPlotHeight));
+    }
+
+    // The description was placed in the grid that is about to go; it moves to the top of the new layout.
+    std::vector<wxWindow*> descriptions;
+    for (wxSizerItem* item : m_descriptionSizer->GetChildren()) {
+        if (item->IsWindow()) descriptions.push_back(item->GetWindow());
+    }
+    m_descriptionSizer->Clear();
+    auto* description = new wxGridBagSizer(0, 0);
+    description->SetFlexibleDirection(wxBOTH);
+    auto* column = new wxBoxSizer(wxVERTICAL);
+    auto* row = new wxBoxSizer(wxHORIZONTAL);
+    column->Add(description, 0, wxEXPAND);
+    column->Add(m_evidencePlot, 1, wxEXPAND);
+    column->Add(m_referencePlot, 1, wxEXPAND);
+    column->Add(row, 0, wxEXPAND);
+    m_inputSizer = AddGrid(row, 0);
+    m_outputSizer = AddGrid(row, 1);
+    SetSizer(column, true);
+    m_descriptionSizer = m_mainSizer = description;
+    for (wxWindow* window : descriptions)
+        AddToSizer(m_descriptionSizer, window, CountCells(m_descriptionSizer).GetRow(), 0, 1, 1);
+    m_descriptionSizer->AddGrowableCol(0);
+}
+
+void OrvFilterGuiPlot::ResetViewerPanel() {
+    m_evidencePlot->Hide();
+    m_referencePlot->Hide();
+}
+
+void OrvFilterGuiPlot::ConfigurePlot(PlotPanel* panel, OrvFileId slot) {
+    OrvPlotData data;
+    if (const OrvFilterPlot* filter = GetFilterPlot()) data = filter->GetPlotDataCopy(slot);
+    wxImage picture;
+    if (data.image.IsValid()) IplImageToWxImage(data.image.ToColor(), picture);
+    panel->SetTexts(ToWx(data.xLabel), ToWx(data.yLabel), ToWx(data.text));
+    panel->ConfigurePlot(data.x, data.curves, data.layerCount,
+                         data.counts.empty() ? nullptr : data.counts.data(), picture, m_visibleLayer,
+                         data.marks, data.helpLines);
+}
+
+void OrvFilterGuiPlot::ConfigurePlots() {
+    const Parameter* layer = m_parametersPostProcessing.Find("layer");
+    if (layer != nullptr &&
+        (layer->Type() == ParameterType::Choice || layer->Type() == ParameterType::ChoiceList))
+        m_visibleLayer = layer->Get<int>();
+
+    const bool evidence = HasFile(OrvEvidence);
+    const bool reference = HasFile(OrvReference);
+    const int loaded = (evidence ? 1 : 0) | (reference ? 2 : 0);
+    if (loaded != lastLoadedSlots) layoutPending = true;
+    lastLoadedSlots = loaded;
+
+    wxSize size = GetClientSize();
+    if (evidence && reference) {
+        size.SetHeight(size.GetHeight() / 2);
+        hadBothFiles = true;
+    }
+    bool changed = false;
+    const bool neitherShown = !m_evidencePlot->IsShown() && !m_referencePlot->IsShown();
+    if (layoutPending || hadBothFiles || neitherShown) {
+        m_evidencePlot->SetClientSize(size);
+        m_referencePlot->SetClientSize(size);
+        changed = true;
+    }
+
+    const auto show = [&changed](PlotPanel* plot, bool shown) {
+        if (plot->IsShown() == shown) return;
+        plot->Show(shown);
+        changed = true;
+    };
+    ConfigurePlot(m_evidencePlot, OrvEvidence);
+    show(m_evidencePlot, true);
+    if (!reference) show(m_referencePlot, false);
+    if (reference) {
+        ConfigurePlot(m_referencePlot, OrvReference);
+        show(m_referencePlot, true);
+        if (!evidence) show(m_evidencePlot, false);
+    }
+    wxString reason = m_filter->GetErrorMessage();
+    if (reason.empty() && !evidence && !reference && GetContext() != nullptr)
+        reason = GetContext()->GetNoDataAvailableMessage();
+    SetNotice(reason);
+
+    if (changed) {
+        layoutPending = false;
+        hadBothFiles = false;
+        PostSizeEvent();
+    }
+}
+
+Image& OrvFilterGuiPlot::GetDisplayedImage() {
+    const Image evidence = HasFile(OrvEvidence) ? m_evidencePlot->Render() : Image();
+    const Image reference = HasFile(OrvReference) ? m_referencePlot->Render() : Image();
+    if (evidence.IsValid() != reference.IsValid()) {
+        m_displayedImage = evidence.IsValid() ? evidence : reference;
+    } else if (evidence.IsValid()) {
+        const cv::Mat& first = evidence.GetMat();
+        const cv::Mat& second = reference.GetMat();
+        cv::Mat both(first.rows + second.rows, first.cols, first.type(), cv::Scalar::all(0));
+        first.copyTo(both(cv::Rect(0, 0, first.cols, first.rows)));
+        // The second picture begins on the last row of the first and is taken to be of the same size.
+        const cv::Rect target =
+            cv::Rect(0, first.rows - 1, second.cols, first.rows) & cv::Rect(0, 0, both.cols, both.rows);
+        const cv::Rect source =
+            cv::Rect(0, 0, target.width, target.height) & cv::Rect(0, 0, second.cols, second.rows);
+        second(source).copyTo(both(cv::Rect(target.tl(), source.size())));
+        m_displayedImage = Image(both);
+    }
+    return m_displayedImage;
+}

@@ -1,0 +1,35 @@
+#include "orvgui/pagefactory.h"
+
+#include "orvgui/filterguiplot.h"
+#include "orvgui/filterguitext.h"
+
+namespace {
+
+template <typename Page>
+OrvFilterGui* MakePage(wxWindow* parent, OrvFilter* filter) {
+    return new Page(parent, filter);
+}
+
+// One row per kind of page.
+const struct {
+    OrvPageKind kind;
+    OrvFilterGui* (*make)(wxWindow* parent, OrvFilter* filter);
+} kPageMakers[] = {
+    {OrvPageKind::Text, &MakePage<OrvFilterGuiText>},
+    {OrvPageKind::Plot, &MakePage<OrvFilterGuiPlot>},
+    {OrvPageKind::ImageSingle, &MakePage<OrvFilterGuiText>},
+    {OrvPageKind::ImageDouble, &MakePage<OrvFilterGuiText>},
+};
+
+}  // namespace
+
+OrvFilterGui* CreateFilterPage(wxWindow* parent, OrvFilter* filter) {
+    for (const auto& maker : kPageMakers) {
+        if (maker.kind == filter->GetPageKind()) return maker.make(parent, filter);
+    }
+    return nullptr;
+}
+
+void RegisterPageFactory(OrvContext& context) {
+    context.SetPageFactory(&CreateFilterPage);
+}

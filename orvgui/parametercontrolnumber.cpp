@@ -1,0 +1,163 @@
+#include "orvgui/parametercontrolnumber.h"
+
+#include <wx/sizer.h>
+#include <wx/slider.h>
+#include <wx/spinctrl.h>
+#include <wx/textctrl.h>
+
+#include <cmath>
+
+#include "orvgui/validator.h"
+#include "zorbase/text.h"
+
+namespace {
+
+constexpr int kNumberWidth = 120;
+constexpr int kSliderWidth = 160;
+constexpr int kGap = 8;
+// How long the thumb has to rest before its value is taken while it is still held.
+constexpr int kRestMs = 100;
+
+// A bound as the type of the parameter's value; the record keeps bounds as double.
+template <typename T>
+T Bound(double bound) {
+    constexpr double kLowest = static_cast<double>(std::numeric_limits<T>::lowest());
+    constexpr double kHighest = static_cast<double>(std::numeric_limits<T>::max());
+    if (bound <= kLowest) return std::numeric_limits<T>::lowest();
+    if (bound >= kHighest) return std::numeric_limits<T>::max();
+    return static_cast<T>(bound);
+}
+
+template <typename T>
+ValidatorTyped<T> MakeValidator(const Parameter& parameter) {
+    ValidatorTyped<T> validator(Bound<T>(parameter.GetMinimum()), Bound<T>(parameter.GetMaximum()));
+    validator.SetPlainToolTip(parameter.GetToolTip().empty()
+                                  ? validator.GetRangeText()
+                                  : wxGetTranslation(ToWx(parameter.GetToolTip())));
+    return validator;
+}
+
+}  // namespace
+
+ParameterControlInt::ParameterControlInt(wxWindow* parent, wxGridBagSizer* sizer, const Parameter& parameter,
+                                         bool readOnly)
+    : ParameterControlEntry(parent, parameter) {
+    const auto validator = MakeValidator<int>(parameter);
+    CreateField(wxTE_RIGHT | (readOnly ? wxTE_READONLY : 0L), readOnly ? nullptr : &validator);
+    m_field->SetMinSize(wxSize(kNumberWidth, -1));
+    m_field->SetMaxSize(wxSize(kNumberWidth, -1));
+    Place(sizer, m_field);
+    ParameterControlEntry::SetControlValue(parameter);
+}
+
+ParameterControlInt::ParameterControlInt(wxWindow* parent, wxGridBagSizer* sizer, const Parameter& parameter,
+                                         const Validator& validator)
+    : ParameterControlEntry(parent, parameter) {
+    CreateField(wxTE_RIGHT, &validator);
+    m_field->SetMinSize(wxSize(kNumberWidth, -1));
+    m_field->SetMaxSize(wxSize(kNumberWidth, -1));
+    Place(sizer, m_field);
+    ParameterControlEntry::SetControlValue(parameter);
+}
+
+ParameterControlInputInt64::ParameterControlInputInt64(wxWindow* parent, wxGridBagSizer* sizer,
+                                                       const Parameter& parameter)
+    : ParameterControlInt(parent, sizer, parameter, MakeValidator<std::int64_t>(parameter)) {}
+
+ParameterControlInputDouble::ParameterControlInputDouble(wxWindow* parent, wxGridBagSizer* sizer,
+                                                         const Parameter& parameter)
+    : ParameterControlInt(parent, sizer, parameter, MakeValidator<double>(parameter)) {}
+
+ParameterControlInputSpinSlider::ParameterControlInputSpinSlider(wxWindow* parent, wxGridBagSizer* sizer,
+                                                                 const Parameter& parameter)
+    : ParameterControl(parent, parameter) {
+    const int minimum = Bound<int>(parameter.GetMinimum());
+    const int maximum = Bound<int>(parameter.GetMaximum());
+    m_slider = new wxSlider(parent, wxID_ANY, minimum, minimum, maximum, wxDefaultPosition,
+                            wxSize(kSliderWidth, -1));
+    m_spin = new wxSpinCtrl(parent, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize,
+                            wxSP_ARROW_KEYS | wxALIGN_RIGHT | wxTE_PROCESS_ENTER, minimum, maximum, minimum);
+    auto* row = new wxBoxSizer(wxHORIZONTAL);
+    row->Add(m_slider, 1, wxALIGN_CENTER_VERTICAL);
+    row->Add(m_spin, 0, wxALIGN_CENTER_VERTICAL | wxLEFT, kGap);
+    Adopt(m_slider);
+    Adopt(m_spin);
+    if (parameter.GetToolTip().empty())
+        m_spin->SetToolTip(ValidatorTyped<int>(minimum, maximum).GetRangeText());
+    Place(sizer, row);
+    m_slider->Bind(wxEVT_SLIDER, &ParameterControlInputSpinSlider::OnSliderChange, this);
+    m_slider->Bind(wxEVT_SCROLL_CHANGED, &ParameterControlInputSpinSlider::OnSliderScrollChange, this);
+    m_spin->Bind(wxEVT_SPINCTRL, &ParameterControlInputSpinSlider::OnSpinChange, this);
+    m_spin->Bind(wxEVT_TEXT_ENTER, &ParameterControlInputSpinSlider::OnSpinTextEnter, this);
+    m_restTimer.Bind(wxEVT_TIMER, &ParameterControlInputSpinSlider::OnTimer, this);
+    ParameterControlInputSpinSlider::SetControlValue(parameter);
+}
+
+wxWindow* ParameterControlInputSpinSlider::GetControl() {
+    return m_spin;
+}
+
+void ParameterControlInputSpinSlider::SetControlValue(const Parameter& parameter) {
+    // A result that arrives while the thumb is held must not pull it away.
+    const bool keepDrag = m_pending && parameter == m_parameter;
+    m_parameter = parameter;
+    if (keepDrag) return;
+    const int value = parameter.Get<int>();
+    m_pending = false;
+    m_restTimer.Stop();
+    m_reportedValue = value;
+    if (m_spin->GetValue() != value) m_spin->SetValue(value);
+    if (m_slider->GetValue() != value) m_slider->SetValue(value);
+}
+
+Parameter ParameterControlInputSpinSlider::GetControlValue() const {
+    Parameter value = m_parameter;
+    value.SetValue(m_spin->GetValue());
+    return value;
+}
+
+void ParameterControlInputSpinSlider::Report() {
+    m_reportedValue = m_spin->GetValue();
+    m_parameter.SetValue(m_reportedValue);
+    PostControlEvent();
+}
+
+void ParameterControlInputSpinSlider::SliderChange(bool post) {
+    const int value = m_slider->GetValue();
+    if (value == m_spin->GetValue()) return;
+    m_spin->SetValue(value);
+    if (post) Report();
+}
+
+void ParameterControlInputSpinSlider::OnSliderChange(wxCommandEvent&) {
+    m_pending = true;
+    m_restTimer.StartOnce(kRestMs);
+}
+
+void ParameterControlInputSpinSlider::OnSliderScrollChange(wxScrollEvent&) {
+    m_pending = false;
+    m_restTimer.Stop();
+    SliderChange(true);
+}
+
+void ParameterControlInputSpinSlider::OnSpinChange(wxSpinEvent&) {
+    const int value = m_spin->GetValue();
+    if (m_slider->GetValue() == value) return;
+    m_slider->SetValue(value);
+    Report();
+}
+
+void ParameterControlInputSpinSlider::OnSpinTextEnter(wxCommandEvent& event) {
+    int value = 0;
+    if (!FromString(Trim(FromWx(event.GetString())), value)) return;
+    // Enter also makes the spin take its text, which may have been reported already.
+    if (value < m_spin->GetMin() || value > m_spin->GetMax() || value == m_reportedValue) return;
+    if (m_spin->GetValue() != value) m_spin->SetValue(value);
+    Report();
+}
+
+void ParameterControlInputSpinSlider::OnTimer(wxTimerEvent&) {
+    if (!m_pending) return;
+    m_pending = false;
+    SliderChange(true);
+}
