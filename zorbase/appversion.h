@@ -7,9 +7,9 @@ class AppVersion {
   public:
     AppVersion();
 
-    const std::string& GetAppName() const { return m_appName; }      // "Orvane"
-    const std::string& GetVersion() const { return m_version; }      // "0.1.0"
-    const std::string& GetRevision() const { return m_revision; }    // of the source, "" when not known
+    const std::string& GetAppName() const { return m_appName; }    // "Orvane"
+    const std::string& GetVersion() const { return m_version; }    // "0.1.0"
+    const std::string& GetRevision() const { return m_revision; }  // of the source, "" when not known
     std::string GetFullName() const { return m_appName + " " + m_version; }
 
     // Where to look for updates; empty when this build has no update service.

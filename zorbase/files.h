@@ -13,7 +13,8 @@
 using Bytes = std::vector<std::uint8_t>;
 
 std::string ReadFile(const std::string& path);
-Bytes ReadFileBytes(const std::string& path);  // opened read-only; the access time is left alone where the system allows
+Bytes ReadFileBytes(
+    const std::string& path);  // opened read-only; the access time is left alone where the system allows
 
 // Written to a temporary file in the same folder, synced, then renamed over the target: either the whole new file or the old
 // one is there, also after a crash or on a full disk. WriteFile creates missing parent folders.
@@ -26,11 +27,11 @@ struct FileFacts {
     bool isFolder = false;
     std::time_t modified = 0;
     std::time_t accessed = 0;
-    std::time_t changed = 0;  // of the inode
+    std::time_t changed = 0;             // of the inode
     std::optional<std::time_t> created;  // where the file system keeps it
 };
 std::optional<FileFacts> GetFileFacts(const std::string& path);
-bool FileExists(const std::string& path);    // a file, not a folder
+bool FileExists(const std::string& path);  // a file, not a folder
 bool FolderExists(const std::string& path);
 void MakeFolder(const std::string& path);    // and its parents; nothing when it is there
 void RemoveFolder(const std::string& path);  // with everything in it; nothing when it is not there

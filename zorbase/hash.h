@@ -11,6 +11,7 @@ struct FileHashes {
     std::string sha1;
     std::string sha256;
 };
-FileHashes ComputeHashes(std::span<const std::uint8_t> bytes, const std::function<void(double done)>& between = {});
+FileHashes ComputeHashes(std::span<const std::uint8_t> bytes,
+                         const std::function<void(double done)>& between = {});
 std::string Sha256(std::span<const std::uint8_t> bytes);
 std::string Sha256(const std::string& text);

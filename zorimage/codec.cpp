@@ -16,12 +16,18 @@ constexpr std::uint64_t kMaxPixels = std::numeric_limits<std::int32_t>::max();
 
 // Pictures of fewer pixels cost too little to be doubted.
 constexpr std::uint64_t kUndoubtedPixels = 64ULL << 20;
-// Deflate shrinks one-bit pixels 8256 to 1; no coding that is checked does better.
-constexpr std::uint64_t kMaxPixelsPerByte = 20000;
 
 constexpr Codec kCodecs[] = {
     {FileFormat::Jpeg, ReadJpegInfo, DecodeJpeg},
     {FileFormat::Png, ReadPngInfo, DecodePng},
+    {FileFormat::Tiff, ReadTiffInfo, DecodeTiff},
+    {FileFormat::Bmp, ReadBmpInfo, DecodeBmp},
+    {FileFormat::Gif, ReadGifInfo, DecodeGif},
+    {FileFormat::Webp, ReadWebpInfo, DecodeWebp},
+    {FileFormat::Jpeg2000, ReadJpeg2000Info, DecodeJpeg2000},
+    {FileFormat::Heif, ReadHeifInfo, DecodeHeif},
+    {FileFormat::Avif, ReadHeifInfo, DecodeHeif},
+    {FileFormat::Raw, ReadRawInfo, DecodeRaw},
 };
 
 std::string SidesText(std::uint64_t width, std::uint64_t height) {
@@ -47,10 +53,11 @@ void CheckSides(std::uint64_t width, std::uint64_t height) {
     }
 }
 
-void CheckPlausible(std::uint64_t width, std::uint64_t height, std::uint64_t fileBytes) {
+void CheckPlausible(std::uint64_t width, std::uint64_t height, std::uint64_t fileBytes,
+                    std::uint64_t maxPixelsPerByte) {
     CheckSides(width, height);
     const std::uint64_t pixels = width * height;
-    if (pixels > kUndoubtedPixels && pixels / kMaxPixelsPerByte > fileBytes) {
+    if (pixels > kUndoubtedPixels && pixels / maxPixelsPerByte > fileBytes) {
         ZOR_THROW(Format, "The file says that its picture has " + SidesText(width, height) +
                               " pixels, but its " + std::to_string(fileBytes) +
                               " bytes cannot hold so many.");
@@ -71,6 +78,15 @@ std::string MissingRowsText(int rowsDone, int rows) {
     if (rowsDone >= rows) return {};
     return "the last " + std::to_string(rows - rowsDone) + " of " + std::to_string(rows) +
            " rows are missing.";
+}
+
+void InkToBgr(const std::uint8_t* ink, std::uint8_t* bgr, int width, bool isInverted) {
+    const unsigned flip = isInverted ? 0U : 255U;
+    for (int x = 0; x < width; ++x, ink += 4, bgr += 3) {
+        const unsigned light = ink[3] ^ flip;
+        for (int i = 0; i < 3; ++i)
+            bgr[i] = static_cast<std::uint8_t>(((ink[2 - i] ^ flip) * light + 127U) / 255U);
+    }
 }
 
 void Warnings::Add(const std::string& text) {

@@ -29,6 +29,20 @@ void ReadJpegInfo(ByteSpan bytes, ImageInfo& info);
 DecodedImage DecodeJpeg(ByteSpan bytes, const DecodeProgress& progress);
 void ReadPngInfo(ByteSpan bytes, ImageInfo& info);
 DecodedImage DecodePng(ByteSpan bytes, const DecodeProgress& progress);
+void ReadTiffInfo(ByteSpan bytes, ImageInfo& info);
+DecodedImage DecodeTiff(ByteSpan bytes, const DecodeProgress& progress);
+void ReadBmpInfo(ByteSpan bytes, ImageInfo& info);
+DecodedImage DecodeBmp(ByteSpan bytes, const DecodeProgress& progress);
+void ReadGifInfo(ByteSpan bytes, ImageInfo& info);
+DecodedImage DecodeGif(ByteSpan bytes, const DecodeProgress& progress);
+void ReadWebpInfo(ByteSpan bytes, ImageInfo& info);
+DecodedImage DecodeWebp(ByteSpan bytes, const DecodeProgress& progress);
+void ReadJpeg2000Info(ByteSpan bytes, ImageInfo& info);
+DecodedImage DecodeJpeg2000(ByteSpan bytes, const DecodeProgress& progress);
+void ReadHeifInfo(ByteSpan bytes, ImageInfo& info);
+DecodedImage DecodeHeif(ByteSpan bytes, const DecodeProgress& progress);
+void ReadRawInfo(ByteSpan bytes, ImageInfo& info);
+DecodedImage DecodeRaw(ByteSpan bytes, const DecodeProgress& progress);
 
 // A picture buffer, not initialised, once its sides are known to be sane: throws ZorException of kind Format
 // for empty sides, of kind Memory for more than 2^31 - 1 pixels or when the memory is not to be had. type is
@@ -38,10 +52,21 @@ cv::Mat NewPixels(std::uint64_t width, std::uint64_t height, int type);
 void CheckSides(std::uint64_t width, std::uint64_t height);
 // For formats whose coding cannot shrink a picture without limit: throws ZorException (kind Format) when the
 // file is absurdly short for its picture, so that a few bytes cannot claim gigabytes.
-void CheckPlausible(std::uint64_t width, std::uint64_t height, std::uint64_t fileBytes);
+// Deflate shrinks one-bit pixels 8256 to 1; no coding that is checked does better than the usual limit.
+void CheckPlausible(std::uint64_t width, std::uint64_t height, std::uint64_t fileBytes,
+                    std::uint64_t maxPixelsPerByte = 20000);
 
 // "the last 120 of 600 rows are missing.", to follow a colon; empty when none is.
 std::string MissingRowsText(int rowsDone, int rows);
+
+// Ink to B, G, R by R = (255 - C)(255 - K) / 255, rounded. Each pixel has four samples; isInverted when 255
+// stands for no ink.
+void InkToBgr(const std::uint8_t* ink, std::uint8_t* bgr, int width, bool isInverted);
+
+// value of 0..from as a value of 0..to, rounded to the nearest.
+constexpr std::uint32_t ScaleSample(std::uint64_t value, std::uint64_t from, std::uint64_t to) {
+    return static_cast<std::uint32_t>((value * to + from / 2) / from);
+}
 
 // Warnings as sentences: each said once, at most twenty.
 class Warnings {
@@ -75,5 +100,8 @@ bool HasText(ByteSpan bytes, std::size_t offset, std::string_view text);
 // Writers, one per extension. The image is valid.
 std::vector<std::uint8_t> EncodeJpeg(const Image& image, int quality);
 std::vector<std::uint8_t> EncodePng(const Image& image);
+std::vector<std::uint8_t> EncodeTiff(const Image& image);
+std::vector<std::uint8_t> EncodeBmp(const Image& image);
+std::vector<std::uint8_t> EncodeWebp(const Image& image);
 
 }  // namespace codec

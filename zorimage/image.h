@@ -1,7 +1,7 @@
 #pragma once
 
-#include <opencv2/core.hpp>
 #include <opencv2/core/core_c.h>
+#include <opencv2/core.hpp>
 
 #include <cstdint>
 
@@ -22,7 +22,9 @@ class Image {
     int GetWidth() const { return m_mat.cols; }
     int GetHeight() const { return m_mat.rows; }
     int GetChannels() const { return m_mat.empty() ? 0 : m_mat.channels(); }
-    int GetDepth() const { return m_mat.empty() ? 0 : (m_mat.depth() == CV_16U ? 16 : 8); }  // bits per sample
+    int GetDepth() const {
+        return m_mat.empty() ? 0 : (m_mat.depth() == CV_16U ? 16 : 8);
+    }  // bits per sample
     CvSize GetSize() const { return cvSize(m_mat.cols, m_mat.rows); }
 
     const cv::Mat& GetMat() const { return m_mat; }

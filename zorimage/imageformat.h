@@ -7,7 +7,26 @@
 
 // What a file is, by its first bytes and never by its name.
 enum class FileFormat {
-    Unknown, Empty, Jpeg, Png, Tiff, Bmp, Gif, Webp, Jpeg2000, Heif, Avif, Raw, Pdf, Zip, OleDocument, Photoshop, Ico, Pnm, Mp4, Text
+    Unknown,
+    Empty,
+    Jpeg,
+    Png,
+    Tiff,
+    Bmp,
+    Gif,
+    Webp,
+    Jpeg2000,
+    Heif,
+    Avif,
+    Raw,
+    Pdf,
+    Zip,
+    OleDocument,
+    Photoshop,
+    Ico,
+    Pnm,
+    Mp4,
+    Text
 };
 
 // At most this many leading bytes are looked at.

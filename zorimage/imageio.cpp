@@ -43,6 +43,9 @@ std::vector<std::uint8_t> EncodeImage(const Image& image, const std::string& ext
     if (!image.IsValid()) ZOR_THROW(Argument, "There is no picture to save.");
     if (extension == "png") return codec::EncodePng(image);
     if (extension == "jpg" || extension == "jpeg") return codec::EncodeJpeg(image, jpegQuality);
+    if (extension == "tif" || extension == "tiff") return codec::EncodeTiff(image);
+    if (extension == "bmp") return codec::EncodeBmp(image);
+    if (extension == "webp") return codec::EncodeWebp(image);
     ZOR_THROW(Argument, "Pictures cannot be saved as \"" + extension + "\"; use png, jpg, tif, bmp or webp.");
 }
 

@@ -12,20 +12,20 @@
 // What the headers of an image file say, without decoding pixels.
 struct ImageInfo {
     FileFormat format = FileFormat::Unknown;
-    int width = 0;         // as stored, before any rotation that metadata asks for; 0 when not known
+    int width = 0;  // as stored, before any rotation that metadata asks for; 0 when not known
     int height = 0;
-    int bitsPerSample = 0;  // as stored (1, 2, 4, 8, 10, 12, 14, 16, 32)
-    int channels = 0;       // as stored: palette images count 1
-    int frames = 1;         // pictures, pages or animation frames in the file
+    int bitsPerSample = 0;    // as stored (1, 2, 4, 8, 10, 12, 14, 16, 32)
+    int channels = 0;         // as stored: palette images count 1
+    int frames = 1;           // pictures, pages or animation frames in the file
     std::string compression;  // "JPEG baseline (Huffman)", "Deflate", "LZW", "none"…
     std::string colourModel;  // "YCbCr 4:2:0", "Grey", "RGB", "CMYK (Adobe, inverted)", "Palette (256)"…
     std::vector<std::uint8_t> iccProfile;  // embedded profile, empty when there is none
-    std::string recipe;       // how Orvane decodes the pixels, in one sentence; always given for camera RAW
+    std::string recipe;  // how Orvane decodes the pixels, in one sentence; always given for camera RAW
     std::vector<std::string> warnings;  // what is wrong with the file, each a sentence
 };
 
 struct DecodedImage {
-    Image image;              // invalid when nothing could be decoded
+    Image image;                        // invalid when nothing could be decoded
     std::vector<std::string> warnings;  // "File ends early: the last 120 of 600 rows are missing."
 };
 

@@ -187,16 +187,6 @@ int ReadStrip(Reader& reader, std::uint8_t* target, std::size_t step) {
     return isGood ? static_cast<int>(reader.cinfo.output_scanline - first) : -1;
 }
 
-// Ink to B, G, R. The library hands the values as the file holds them, which for Adobe means inverted ink.
-void ConvertInk(const std::uint8_t* ink, std::uint8_t* bgr, int width, bool isInverted) {
-    const unsigned flip = isInverted ? 0U : 255U;
-    for (int x = 0; x < width; ++x, ink += 4, bgr += 3) {
-        const unsigned light = ink[3] ^ flip;
-        for (int i = 0; i < 3; ++i)
-            bgr[i] = static_cast<std::uint8_t>(((ink[2 - i] ^ flip) * light + 127U) / 255U);
-    }
-}
-
 void DescribeEnd(Reader& reader, int rowsDone, int rows, DecodedImage& result) {
     result.warnings = reader.warnings.Take();
     std::string text;
@@ -221,7 +211,7 @@ bool ReadRows(Reader& reader, cv::Mat& pixels, bool isInk, bool isInverted, int&
                                 : ReadStrip(reader, pixels.ptr(rowsDone), pixels.step[0]);
         if (count < 0) return false;
         for (int i = 0; isInk && i < count; ++i)
-            ConvertInk(strip.ptr(i), pixels.ptr(rowsDone + i), pixels.cols, isInverted);
+            codec::InkToBgr(strip.ptr(i), pixels.ptr(rowsDone + i), pixels.cols, isInverted);
         rowsDone += count;
         (*reader.progress)(done0 + (1.0 - done0) * rowsDone / pixels.rows);
     }
