@@ -10,6 +10,7 @@
 #include "orvgui/orvgui.h"
 
 class wxBitmapButton;
+class wxSizer;
 class wxStaticText;
 class wxTextCtrl;
 
@@ -78,9 +79,11 @@ class ORVGUI_API FilePanel : public wxPanel {
     void OnTextFilename(wxCommandEvent& event);
 
   private:
+    using Handler = void (FilePanel::*)(wxCommandEvent&);
+
     void CreateControls();
-    wxBitmapButton* AddButton(class wxSizer* sizer, int commandId,
-                              void (FilePanel::*handler)(wxCommandEvent&));
+    void ShowFilename();
+    void AddButton(wxSizer* sizer, int commandId, Handler handler);
     void GoTo(int index);
     FilePanelState ReadState() const;
 
@@ -89,5 +92,5 @@ class ORVGUI_API FilePanel : public wxPanel {
     wxTextCtrl* m_filename = nullptr;
     wxStaticText* m_position = nullptr;
     std::map<int, wxBitmapButton*> m_buttons;  // by command id
-    std::map<int, void (FilePanel::*)(wxCommandEvent&)> m_handlers;
+    std::map<int, Handler> m_handlers;
 };

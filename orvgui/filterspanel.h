@@ -4,7 +4,6 @@
 #include <wx/timer.h>
 #include <wx/treectrl.h>
 
-#include <memory>
 #include <set>
 #include <vector>
 
@@ -17,7 +16,6 @@ class OrvFilter;
 class OrvFilterConfiguration;
 class OrvFilterGui;
 class OrvViewerPanel;
-class wxMenu;
 
 // What a tree item stands for.
 enum OrvItemKind : int { OrvItemGroup = 0, OrvItemFilter = 1, OrvItemConfiguration = 2 };
@@ -94,8 +92,6 @@ class ORVGUI_API OrvFiltersPanel : public wxPanel {
     void SelectFilter(wxTreeEvent& event, bool activate);
     // Enables or disables what is selected: one configuration, a filter's all, or a group's all.
     void EnableFilter(wxCommandEvent& event, bool enabled);
-    // The menu of every item, as OnItemRightClick and the menu key open it.
-    std::unique_ptr<wxMenu> CreateContextMenu() const;
 
     // --- handlers
     void OnItemActivated(wxTreeEvent& event);

@@ -46,20 +46,15 @@ bool Ask(const wxString& question, wxWindow* parent) {
 
 }  // namespace
 
-std::unique_ptr<wxMenu> OrvFiltersPanel::CreateContextMenu() const {
-    auto menu = std::make_unique<wxMenu>();
+void OrvFiltersPanel::PopUpMenu(const wxPoint& position) {
+    wxMenu menu;
     for (const MenuEntry& entry : kMenu) {
         if (entry.id == 0)
-            menu->AppendSeparator();
+            menu.AppendSeparator();
         else
-            menu->Append(entry.id, wxGetTranslation(entry.label));
+            menu.Append(entry.id, wxGetTranslation(entry.label));
     }
-    return menu;
-}
-
-void OrvFiltersPanel::PopUpMenu(const wxPoint& position) {
-    const std::unique_ptr<wxMenu> menu = CreateContextMenu();
-    PopupMenu(menu.get(), position);
+    PopupMenu(&menu, position);
 }
 
 void OrvFiltersPanel::OnItemRightClick(wxTreeEvent& event) {

@@ -78,7 +78,6 @@ class ORVGUI_API OrvMainFrame : public wxFrame, public OrvProgressHandler {
   private:
     void CreatePanes();
     void BindEvents();
-    void RestorePaneProperties();
     void RefreshFilePanels();
     void RefreshPictureStatus();
     void OnCloseEvent(wxCloseEvent& event);
@@ -135,6 +134,7 @@ class ORVGUI_API OrvMainFrame : public wxFrame, public OrvProgressHandler {
     wxTimer m_progressStartTimer;
     wxTimer m_progressUpdateTimer;
     OrvProgressDialog* m_progressDialog = nullptr;
+    bool m_isUpdatingProgress = false;
     std::unique_ptr<wxAuiManager> m_auiManager;
     const AppVersion& m_version;
     std::unique_ptr<OrvHelpNode> m_helpNode;

@@ -39,7 +39,13 @@ class OrvProgressDialogBase : public wxGenericProgressDialog {
     OrvProgressDialogBase(const wxString& title, const wxString& message, int maximum, wxWindow* parent,
                           int style);
 
+    void SetRange(int maximum) override;
+    int GetRange() const override { return m_range; }
+    int GetValue() const override;
+
   protected:
+    // The gauge counts to at most 65535; larger ranges are scaled down for it.
+    int ToGauge(int value) const;
     // Times since the dialog was made, for a value of 0 … GetRange().
     void UpdateTimeEstimates(int value, unsigned long& elapsed, unsigned long& estimated,
                              unsigned long& remaining);
@@ -48,6 +54,8 @@ class OrvProgressDialogBase : public wxGenericProgressDialog {
   private:
     wxStaticText* FindValueLabel(const wxString& label) const;
 
+    int m_range;   // as the caller counts
+    int m_factor;  // of the caller's range to the gauge's
     ProgressEstimate m_estimate;
     wxStaticText* m_estimatedLabel = nullptr;  // null without the style flag
     wxStaticText* m_remainingLabel = nullptr;
@@ -65,7 +73,7 @@ class ORVGUI_API OrvProgressDialog : public OrvProgressDialogBase {
     bool Show(bool show = true) override;
     void SetTitle(const wxString& title) override;
     wxString GetTitle() const override;
-    void SetRange(int maximum) override;
+    wxString GetMessage() const override;
     void UpdateExpandedInformation(int) {}  // there is none
 
   private:

@@ -41,6 +41,9 @@ class ORVGUI_API OrvToolDialog : public wxDialog {
     Validation m_validation;
 };
 
+// Name of the parameter that tells which site a camera search asks: 0 Flickr, 1 Google.
+constexpr const char* kToolParameterSite = "Web Search Site";
+
 // Made ready to be shown. The caller destroys them.
 ORVGUI_API OrvToolDialog* CreateBatchProcessingDialog(wxWindow* parent, const wxString& title);
 ORVGUI_API OrvToolDialog* CreateCameraForensicsDialog(wxWindow* parent, const wxString& title);

@@ -1,0 +1,116 @@
+// orvane: the window. Makes the core and the main window, loads the files named on the command line and runs the event loop.
+
+#include <wx/app.h>
+#include <wx/image.h>
+#include <wx/translation.h>
+
+#include <cstdio>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "orvcore/interface.h"
+#include "orvgui/mainframe.h"
+#include "orvgui/messagebox.h"
+#include "zorbase/appversion.h"
+#include "zorbase/files.h"
+#include "zorbase/text.h"
+
+namespace {
+
+// The file names of the command line as bytes: the toolkit's own copy loses names that are not UTF-8.
+std::vector<std::string> theFiles;
+
+constexpr const char* kUsage =
+    "usage: orvane [EVIDENCE [REFERENCE]]\n"
+    "       orvane PROJECT.zop\n"
+    "\n"
+    "Opens the forensic workstation, with these files when they are given.\n"
+    "  --help     shows this text\n"
+    "  --version  shows the version\n";
+
+void ShowCurrentException() {
+    wxString message = _("An unknown error has occurred.");
+    try {
+        throw;
+    } catch (const std::exception& error) {
+        message = ToWx(error.what());
+    } catch (...) {
+        // Nothing is known about it.
+    }
+    OrvMessageBox(message, _("Error"), wxOK | wxICON_ERROR);
+}
+
+class OrvaneApp : public wxApp {
+  public:
+    bool OnInit() override {
+        SetAppName("orvane");
+        SetAppDisplayName(ToWx(m_version.GetAppName()));
+        LoadTranslations();
+        wxInitAllImageHandlers();
+        auto* frame = new OrvMainFrame(new OrvInterface, m_version, ToWx(m_version.GetAppName()));
+        frame->SelectFirstItem();
+        frame->Show();
+        LoadFiles();
+        return true;
+    }
+
+    // An error in one handler is told and ends nothing.
+    bool OnExceptionInMainLoop() override {
+        ShowCurrentException();
+        return true;
+    }
+    void OnUnhandledException() override { ShowCurrentException(); }
+
+  private:
+    static void LoadTranslations() {
+        wxFileTranslationsLoader::AddCatalogLookupPathPrefix(PathToWx(PathJoin(GetAppDataPath(), "locale")));
+        auto* translations = new wxTranslations;
+        wxTranslations::Set(translations);
+        translations->AddStdCatalog();
+        translations->AddCatalog("orvane");
+    }
+
+    static void LoadFiles() {
+        OrvFileId slot = OrvEvidence;
+        for (const std::string& file : theFiles) {
+            if (PathExtension(file) == "zop") {
+                GetInterface()->LoadProject(PathToWx(file));
+                return;
+            }
+            GetInterface()->SetFile(PathToWx(file), slot);
+            if (slot == OrvReference) return;
+            slot = OrvReference;
+        }
+    }
+
+    AppVersion m_version;
+};
+
+}  // namespace
+
+wxIMPLEMENT_APP_NO_MAIN(OrvaneApp);
+
+int main(int argc, char** argv) {
+    bool onlyFiles = false;
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view argument = argv[i];
+        if (!onlyFiles && argument == "--") {
+            onlyFiles = true;
+        } else if (!onlyFiles && (argument == "--help" || argument == "-h")) {
+            std::fputs(kUsage, stdout);
+            return 0;
+        } else if (!onlyFiles && argument == "--version") {
+            std::printf("%s\n", AppVersion().GetFullName().c_str());
+            return 0;
+        } else if (onlyFiles || !argument.starts_with("--")) {
+            theFiles.emplace_back(argument);
+        }
+    }
+#ifdef NDEBUG
+    wxDisableAsserts();
+#endif
+    // The toolkit has nothing to read from the command line but the program's name.
+    int toolkitArgc = 1;
+    return wxEntry(toolkitArgc, argv);
+}

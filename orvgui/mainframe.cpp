@@ -1,0 +1,144 @@
+#include "orvgui/mainframe.h"
+
+#include <wx/app.h>
+#include <wx/aui/framemanager.h>
+#include <wx/display.h>
+#include <wx/filename.h>
+#include <wx/statusbr.h>
+#include <wx/stdpaths.h>
+#include <wx/translation.h>
+#include <wx/utils.h>
+
+#include "orvcore/interface.h"
+#include "orvgui/commandregistry.h"
+#include "orvgui/filepanel.h"
+#include "orvgui/filterspanel.h"
+#include "orvgui/help.h"
+#include "orvgui/icons.h"
+#include "orvgui/opencverrors.h"
+#include "orvgui/orvviewerpanel.h"
+#include "orvgui/pagefactory.h"
+#include "orvgui/projectgui.h"
+#include "orvgui/windowproperties.h"
+#include "zorbase/files.h"
+#include "zorbase/text.h"
+
+namespace {
+
+constexpr int kPaneMinWidth = 200;
+constexpr int kFiltersWidth = 250;
+constexpr int kProjectHeight = 170;
+
+}  // namespace
+
+OrvMainFrame::OrvMainFrame(OrvInterface* core, const AppVersion& version, const wxString& title)
+    : wxFrame(nullptr, wxID_ANY, wxGetTranslation(title), wxDefaultPosition, wxSize(1024, 768),
+              wxDEFAULT_FRAME_STYLE),
+      m_core(core),
+      m_progressStartTimer(this),
+      m_progressUpdateTimer(this),
+      m_version(version),
+      m_helpNode(std::make_unique<OrvHelpNode>("Main Window", wxString())) {
+    m_layoutPath = PathToWx(GetAppDocumentsPath()) + wxFileName::GetPathSeparator() + "settings" +
+                   wxFileName::GetPathSeparator() + "layout.zol";
+    m_baseTitle = GetTitle();
+    OrvGuiCommandRegistry::Init();
+    m_auiManager = std::make_unique<wxAuiManager>(this, wxAUI_MGR_DEFAULT);
+    InstallOpenCvErrorHandler();
+    GetInterface()->SetProgressHandler(this);
+    m_windowProperties = std::make_unique<WindowProperties>();
+    SetIcons(LoadMainIcon());
+    CreateMenuBar();
+    CreateStatusBar();
+    CreatePanes();
+    LoadLayout();
+    m_auiManager->Update();
+    BindEvents();
+    SetAcceleratorTable(OrvGuiCommandRegistry::GetAcceleratorTableGlobal());
+    UpdateTitle();
+}
+
+OrvMainFrame::~OrvMainFrame() {
+    SaveLayout();
+    // From here on no event of the core has anybody to show it to.
+    m_core->SetProgressHandler(nullptr);
+    m_progressStartTimer.Stop();
+    m_progressUpdateTimer.Stop();
+    m_auiManager->UnInit();
+    m_auiManager.reset();
+    DestroyChildren();
+    m_windowProperties.reset();
+    m_core.reset();
+    m_helpNode.reset();
+    m_columnWidths.clear();
+}
+
+void OrvMainFrame::CreateStatusBar() {
+    SetStatusBar(new wxStatusBar(this, wxID_ANY, wxSTB_DEFAULT_STYLE, wxASCII_STR(wxStatusBarNameStr)));
+}
+
+wxAuiPaneInfo OrvMainFrame::PaneInfo(const wxString& name) {
+    return wxAuiPaneInfo()
+        .Name(name)
+        .Caption(wxGetTranslation(name))
+        .MinSize(kPaneMinWidth, -1)
+        .Floatable(false);
+}
+
+void OrvMainFrame::CreatePanes() {
+    m_evidencePanel = new FilePanel(this, OrvEvidence);
+    m_referencePanel = new FilePanel(this, OrvReference);
+    m_viewerPanel = new OrvViewerPanel(this);
+    RegisterPageFactory(*GetContext());
+    m_filtersPanel = new OrvFiltersPanel(this, m_viewerPanel);
+    m_filtersPanel->InitTreebook();
+    m_projectTree = new OrvProjectGui(this);
+
+    const wxSize fileSize(-1, m_evidencePanel->GetBestSize().y);
+    m_auiManager->AddPane(
+        m_evidencePanel,
+        PaneInfo(wxTRANSLATE("Evidence")).Top().Position(0).CaptionVisible(false).BestSize(fileSize));
+    m_auiManager->AddPane(
+        m_referencePanel,
+        PaneInfo(wxTRANSLATE("Reference")).Top().Position(1).CaptionVisible(false).BestSize(fileSize));
+    wxAuiPaneInfo filters = PaneInfo(wxTRANSLATE("Filters")).Left().Position(0).CloseButton(false);
+    m_auiManager->AddPane(m_filtersPanel, filters.BestSize(kFiltersWidth, -1));
+    m_auiManager->AddPane(
+        m_viewerPanel, PaneInfo(wxTRANSLATE("Viewer")).CentrePane().CaptionVisible(false).CloseButton(false));
+    wxAuiPaneInfo project = PaneInfo(wxTRANSLATE("Project")).Left().Position(1).CloseButton(false);
+    m_auiManager->AddPane(m_projectTree, project.BestSize(kFiltersWidth, kProjectHeight));
+    // The tree gets three quarters of the height that it shares with the project.
+    m_auiManager->GetPane(m_filtersPanel).dock_proportion =
+        3 * m_auiManager->GetPane(m_projectTree).dock_proportion;
+}
+
+void OrvMainFrame::OnCloseEvent(wxCloseEvent& event) {
+    OnCloseWindow(event);
+    if (!m_restartScheduled) return;
+    const wxString program = wxStandardPaths::Get().GetExecutablePath();
+    const wxCharBuffer path = program.fn_str();
+    const char* const arguments[] = {path.data(), nullptr};
+    wxExecute(arguments, wxEXEC_ASYNC);
+}
+
+void OrvMainFrame::SetZoom(double zoom) {
+    m_windowProperties->zoom = zoom;
+}
+
+void OrvMainFrame::ChangePage(OrvFilterGui* page, int configuration) {
+    m_filtersPanel->ChangePage(page, configuration);
+}
+
+void OrvMainFrame::SelectFirstItem() {
+    m_filtersPanel->SelectFirstItem();
+}
+
+void OrvMainFrame::SetStatusField(OrvStatusField field, const wxString& text) {
+    const int index = static_cast<int>(field);
+    if (GetStatusBar() && GetStatusBar()->GetStatusText(index) != text)
+        GetStatusBar()->SetStatusText(text, index);
+}
+
+OrvMainFrame* GetMainFrame() {
+    return wxTheApp ? dynamic_cast<OrvMainFrame*>(wxTheApp->GetTopWindow()) : nullptr;
+}

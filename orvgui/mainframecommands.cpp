@@ -1,0 +1,217 @@
+// The part of the main window that turns menu and tool commands into requests to the core.
+
+#include <wx/filename.h>
+#include <wx/translation.h>
+
+#include "orvcore/interface.h"
+#include "orvgui/commandregistry.h"
+#include "orvgui/filepanel.h"
+#include "orvgui/fileselectors.h"
+#include "orvgui/filtergui.h"
+#include "orvgui/filterspanel.h"
+#include "orvgui/frametexts.h"
+#include "orvgui/icons.h"
+#include "orvgui/licencecheck.h"
+#include "orvgui/mainframe.h"
+#include "orvgui/messagebox.h"
+#include "orvgui/optionsgui.h"
+#include "orvgui/projectgui.h"
+#include "orvgui/tooldialog.h"
+#include "zorbase/files.h"
+#include "zorbase/gui/aboutdialog.h"
+#include "zorbase/gui/shell.h"
+#include "zorbase/gui/updatecheck.h"
+#include "zorbase/text.h"
+
+namespace {
+
+VecParameter FolderParameter(const wxString& folder) {
+    return {Parameter::Path(ParameterType::Folder, "folder", "Folder", PathFromWx(folder))};
+}
+
+}  // namespace
+
+void OrvMainFrame::OnMenuFileOpen(wxCommandEvent& event) {
+    GetFilePanel(event.GetId() == OrvCmdOpenEvidence ? OrvEvidence : OrvReference)->Browse();
+}
+
+void OrvMainFrame::OnMenuFileNewProject(wxCommandEvent&) {
+    m_core->NewProject();
+}
+
+void OrvMainFrame::OnMenuFileOpenProject(wxCommandEvent&) {
+    const wxString filter = wxString::Format(_("%s Project file (*.zop)|*.zop|All files (*.*)|*.*"),
+                                             ToWx(m_version.GetAppName()));
+    const wxString path = OrvFileLoadSelector(_("Choose a project to load"), wxString(), filter);
+    if (!path.empty()) m_core->LoadProject(path);
+}
+
+void OrvMainFrame::OnMenuFileSaveProject(wxCommandEvent& event) {
+    const wxString path = m_core->GetProject().GetFilename();
+    if (path.empty()) return OnMenuFileSaveProjectAs(event);
+    m_core->SaveProject(path);
+}
+
+void OrvMainFrame::OnMenuFileSaveProjectAs(wxCommandEvent&) {
+    const wxString name =
+        ProposeProjectName(m_core->GetProject().GetFilename(), m_core->GetFilename(OrvEvidence));
+    const wxString path = OrvFileSaveSelector(
+        _("Choose a file to save"), name, _("Zorvex Orvane Project file (*.zop)|*.zop|All files (*.*)|*.*"));
+    if (!path.empty()) m_core->SaveProject(path);
+}
+
+void OrvMainFrame::OnMenuFileSaveResultAs(wxCommandEvent&) {
+    if (!CheckLicence(kTrialRefusesCommand, this)) return;
+    const wxString path = OrvFileSaveSelector(_("Select a file to save to..."), m_core->GetExportFilename(),
+                                              m_core->GetFilterFileSelectorString());
+    if (path.empty()) return;
+    OrvFilter* filter = m_core->GetActiveFilter();
+    if (filter && (m_core->HasFile(OrvEvidence) || m_core->HasFile(OrvReference))) {
+        if (auto* page = dynamic_cast<OrvFilterGui*>(filter->GetAnalsyisFilterGui())) {
+            const Image& image = page->GetDisplayedImage();
+            if (image.IsValid()) m_core->SetImageToSave(image);
+        }
+    }
+    m_core->SaveFilterResult(path);
+}
+
+void OrvMainFrame::OnMenuFileExtractFromPdf(wxCommandEvent&) {
+    const wxString path = OrvFileLoadSelector(_("Please select a PDF file to extract images from"),
+                                              wxString(), _("PDF Files (*.pdf*)|*.pdf*"));
+    if (path.empty()) return;
+    const std::unique_ptr<OrvToolDialog> dialog(
+        CreatePdfSettingsDialog(this, _("Extract Embedded Images From PDF")));
+    if (dialog->ShowModal() == wxID_OK) m_core->DumpImagesFromPdf(path, dialog->GetParameters());
+}
+
+void OrvMainFrame::OnMenuFileDumpEmbeddedJpgs(wxCommandEvent&) {
+    const wxString path = OrvFileLoadSelector(_("Please select a file to extract images from"), wxString(),
+                                              _("All Files (*.*)|*.*"));
+    if (!path.empty()) m_core->DumpEmbeddedJpgs(path);
+}
+
+void OrvMainFrame::OnMenuFileGenerateReport(wxCommandEvent&) {
+    m_core->GenerateReport();
+}
+
+void OrvMainFrame::OnMenuFileExit(wxCommandEvent&) {
+    Close();
+}
+
+void OrvMainFrame::OnMenuViewProgramOptions(wxCommandEvent&) {
+    {
+        OrvOptionsGui dialog(this, m_core->GetProgramOptions());
+        dialog.ShowModal();
+    }
+    m_filtersPanel->InitTreebook();
+}
+
+void OrvMainFrame::OnMenuHelpAbout(wxCommandEvent&) {
+    bool restart = false;
+    CreateAboutDialog(this, m_version, GetIcon(), restart);
+    if (!restart) return;
+    ScheduleRestart();
+    wxCloseEvent close(wxEVT_CLOSE_WINDOW, GetId());
+    close.SetEventObject(this);
+    OnCloseEvent(close);
+}
+
+void OrvMainFrame::OnMenuHelpCheckForUpdates(wxCommandEvent&) {
+    CheckForUpdates(this, ToWx(m_version.GetUpdateAddress()), ToWx(m_version.GetChangesFile()),
+                    ToWx(m_version.GetLastVersionFile()), ToWx(m_version.GetAppName()),
+                    ToWx(m_version.GetRevision()), m_version.ShouldAllowDownloadOfUpdates());
+}
+
+void OrvMainFrame::OnMenuHelpOpenSamplesFolder(wxCommandEvent&) {
+    OpenFileExplorer(PathToWx(GetAppDocumentsPath()) + wxFileName::GetPathSeparator() + "samples");
+}
+
+void OrvMainFrame::OnMenuHelpProgramReferenceManual(wxCommandEvent&) {
+    const wxChar separator = wxFileName::GetPathSeparator();
+    const wxString path =
+        PathToWx(GetAppDataPath()) + separator + "docs" + separator + "en" + separator + "orvane.pdf";
+    // The explorer would show the folder only; the manual is to be read.
+    if (!wxFileName::FileExists(path) || !LaunchDefaultBrowserLocalFile(path)) {
+        OrvMessageBox(wxString::Format(_("The manual cannot be opened:\n%s"), path), _("Error"),
+                      wxOK | wxICON_ERROR, this);
+    }
+}
+
+void OrvMainFrame::OnToolAddBookmark(wxCommandEvent&) {
+    if (m_projectTree) m_projectTree->AddBookmark();
+}
+
+// The action that a tool dialog's answer starts.
+static OrvActionId ActionOfTool(int commandId, const VecParameter& parameters) {
+    switch (commandId) {
+        case OrvCmdBatchProcessing:
+            return OrvActionBatchProcessing;
+        case OrvCmdCameraForensics:
+            return OrvActionCameraForensics;
+        case OrvCmdWebSearch:
+            return OrvActionWebSearch;
+        default: {
+            const Parameter* site = parameters.Find(kToolParameterSite);
+            return site && site->Get<int>() == 1 ? OrvActionSearchGoogle : OrvActionSearchFlickr;
+        }
+    }
+}
+
+void OrvMainFrame::RunToolDialog(OrvToolDialog* dialog, int commandId) {
+    const std::unique_ptr<OrvToolDialog> owned(dialog);
+    if (dialog->ShowModal() != wxID_OK) return;
+    const VecParameter parameters = dialog->GetParameters();
+    m_core->CallGenericAction(ActionOfTool(commandId, parameters), OrvGuiCommandRegistry::GetLabel(commandId),
+                              parameters);
+}
+
+void OrvMainFrame::OnCommandRequested(wxCommandEvent& event) {
+    const int id = event.GetId();
+    const wxString name = OrvGuiCommandRegistry::GetCommandName(id);
+    const wxString translated = name.empty() ? name : wxGetTranslation(name);
+    if (id != OrvCmdBatchAnalysis && !m_core->HasFile(OrvEvidence)) {
+        OrvMessageBox(_("You need to load an evidence image first."), wxString(), wxOK, this);
+        return;
+    }
+    const wxString evidenceFolder = wxPathOnly(m_core->GetFilename(OrvEvidence));
+    switch (id) {
+        case OrvCmdBatchProcessing:
+            return RunToolDialog(CreateBatchProcessingDialog(this, name), id);
+        case OrvCmdCameraSearch:
+        case OrvCmdCameraForensics:
+            if (evidenceFolder.empty()) {
+                OrvMessageBox(_("No Image Loaded"), wxString(), wxOK, this);
+                return;
+            }
+            return RunToolDialog(id == OrvCmdCameraSearch ? CreateFlickrSettingsDialog(this, translated)
+                                                          : CreateCameraForensicsDialog(this, name),
+                                 id);
+        case OrvCmdWebSearch:
+            return RunToolDialog(CreateWebSearchDialog(this, translated), id);
+        case OrvCmdShowLocation:
+            m_core->CallGenericAction(OrvActionShowLocation, translated, VecParameter());
+            return;
+        case OrvCmdBatchAnalysis: {
+            wxString folder = evidenceFolder;
+            if (folder.empty()) {
+                folder = OrvDirSelector(_("Select the directory where the images to analyze are located"));
+            }
+            if (!folder.empty())
+                m_core->CallGenericAction(OrvActionBatchAnalysis, translated, FolderParameter(folder));
+            return;
+        }
+        case OrvCmdBatchComparison: {
+            wxString folder = wxPathOnly(m_core->GetFilename(OrvReference));
+            if (folder.empty()) {
+                folder = OrvDirSelector(
+                    _("Select the directory where the images to compare with the evidence are located"),
+                    wxString(), _("Batch Comparison"));
+            }
+            if (!folder.empty())
+                m_core->CallGenericAction(OrvActionBatchComparison, translated, FolderParameter(folder));
+            return;
+        }
+        default:
+            wxFAIL_MSG("false");
+    }
+}

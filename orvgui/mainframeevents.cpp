@@ -1,0 +1,256 @@
+// The part of the main window that shows what the core tells. Every event handled here is acknowledged with PostResponse, which lets
+// the core go on; where a handler returns without it, the core's own rule for that event applies.
+
+#include <wx/translation.h>
+#include <wx/utils.h>
+
+#include "orvcore/interface.h"
+#include "orvgui/commandregistry.h"
+#include "orvgui/filepanel.h"
+#include "orvgui/filtergui.h"
+#include "orvgui/filterspanel.h"
+#include "orvgui/frametexts.h"
+#include "orvgui/gridframe.h"
+#include "orvgui/mainframe.h"
+#include "orvgui/messagebox.h"
+#include "orvgui/projectgui.h"
+#include "zorbase/gui/mapview.h"
+#include "zorbase/gui/shell.h"
+#include "zorbase/progress.h"
+#include "zorbase/text.h"
+
+namespace {
+
+OrvFilterGui* PageOf(const OrvCommandEvent& event) {
+    return dynamic_cast<OrvFilterGui*>(event.GetPage());
+}
+
+template <typename T>
+const T* FirstParameter(const OrvCommandEvent& event, T& storage) {
+    if (event.GetParameters().empty() || !event.GetParameters()[0].IsSet()) return nullptr;
+    storage = event.GetParameters()[0].Get<T>();
+    return &storage;
+}
+
+wxString FirstText(const OrvCommandEvent& event) {
+    std::string text;
+    return FirstParameter(event, text) ? ToWx(text) : wxString();
+}
+
+GridFrame::Table FirstTable(const OrvCommandEvent& event) {
+    TableString rows;
+    GridFrame::Table table;
+    if (!FirstParameter(event, rows)) return table;
+    for (const auto& row : rows) {
+        table.emplace_back();
+        for (const std::string& cell : row) table.back().push_back(ToWx(cell));
+    }
+    return table;
+}
+
+// The command whose label names an action's result.
+int CommandOfAction(int action) {
+    switch (action) {
+        case OrvActionBatchProcessing:
+            return OrvCmdBatchProcessing;
+        case OrvActionBatchAnalysis:
+            return OrvCmdBatchAnalysis;
+        case OrvActionBatchComparison:
+            return OrvCmdBatchComparison;
+        case OrvActionCameraForensics:
+            return OrvCmdCameraForensics;
+        default:
+            return OrvCmdCameraSearch;
+    }
+}
+
+}  // namespace
+
+void OrvMainFrame::RefreshFilePanels() {
+    m_evidencePanel->SetImage();
+    m_referencePanel->SetImage();
+}
+
+void OrvMainFrame::OnConfigureStarted(OrvCommandEvent& event) {
+    if (acvProgressRunning2()) return;
+    if (OrvFilterGui* page = PageOf(event)) {
+        ChangePage(page, page->GetFilter()->GetActiveConfiguration());
+        SetStatusField(OrvStatusField::Activity, wxGetTranslation(page->GetFilter()->GetName()));
+    }
+    RefreshFilePanels();
+    CreateProgress();
+}
+
+void OrvMainFrame::OnConfigureCompleted(OrvCommandEvent& event) {
+    if (acvProgressRunning2()) return;
+    DestroyProgress();
+    if (m_progressStartTimer.IsRunning()) return;
+    OrvFilterGui* page = PageOf(event);
+    if (!m_exitScheduled) {
+        if (page) {
+            page->UpdateGui();
+            page->RefreshViewerPanel();
+        }
+        m_filtersPanel->UpdateTreebook(false);
+        RefreshPictureStatus();
+        RefreshFilePanels();  // a result may have made a cache folder
+    }
+    m_core->PostResponse();
+    if (!m_exitScheduled && page) ChangePage(page, page->GetFilter()->GetActiveConfiguration());
+    UpdateTitle();
+}
+
+void OrvMainFrame::OnConfigureInterrupted(OrvCommandEvent& event) {
+    if (acvProgressRunning2()) return;
+    OrvFilterGui* page = PageOf(event);
+    const wxString message = page ? page->GetFilter()->GetErrorMessage() : event.GetString();
+    if (!message.empty()) OrvMessageBox(message, _("Error"), wxOK, this);
+    if (page) page->UpdateGui();
+    m_filtersPanel->UpdateTreebook(false);
+    RefreshPictureStatus();
+    m_core->PostResponse();
+}
+
+void OrvMainFrame::OnActionCompleted(OrvCommandEvent& event) {
+    RefreshFilePanels();
+    RefreshPictureStatus();
+    DestroyProgress();
+    const int error = static_cast<int>(event.GetExtraLong());
+    if (OrvFilterGui* page = PageOf(event))
+        page->UpdateAfterAction(event.GetInt(), error, event.GetParameters());
+    if (error != 0) {
+        DestroyProgress();
+        OrvMessageBox(event.GetString(), _("Error"), wxOK, this);
+    }
+    m_core->PostResponse();
+    UpdateTitle();
+}
+
+void OrvMainFrame::OnCommandDeleteCache(OrvCommandEvent&) {
+    m_core->PostResponse();
+    m_filtersPanel->UpdateTreebook(true);
+    RefreshFilePanels();
+}
+
+void OrvMainFrame::OnCommandReprocessCurrent(OrvCommandEvent&) {
+    m_core->PostResponse();
+    m_filtersPanel->UpdateTreebook(false);
+}
+
+void OrvMainFrame::OnCommandDumpEmbeddedJpgs(OrvCommandEvent& event) {
+    DestroyProgress();
+    const wxString folder = event.GetString();
+    wxString message = _("No embedded images found in file");
+    m_core->PostResponse();
+    if (!folder.empty()) message = wxString::Format(_("Embedded images saved in folder %s"), folder);
+    OrvMessageBox(message, wxString(), wxOK, this);
+}
+
+void OrvMainFrame::OnCommandAddBookmark(OrvCommandEvent&) {
+    DestroyProgress();
+    if (m_projectTree) m_projectTree->RefreshProject();
+    UpdateTitle();
+    m_core->PostResponse();
+}
+
+void OrvMainFrame::OnCommandLoadProject(OrvCommandEvent&) {
+    RefreshFilePanels();
+    RefreshPictureStatus();
+    UpdateTitle();
+    m_core->PostResponse();
+    if (!m_projectTree) return;
+    m_projectTree->RefreshProject();
+    m_projectTree->SelectFirstBookmark();
+}
+
+void OrvMainFrame::OnCommandSaveProject(OrvCommandEvent&) {
+    DestroyProgress();
+    m_core->PostResponse();
+    UpdateTitle();
+}
+
+void OrvMainFrame::OnCommandGenerateReport(OrvCommandEvent& event) {
+    DestroyProgress();
+    m_core->PostResponse();
+    UpdateTitle();
+    if (!event.GetString().empty()) LaunchDefaultBrowserLocalFile(event.GetString());
+}
+
+void OrvMainFrame::OnCommandExit(OrvCommandEvent&) {
+    Close(false);
+}
+
+void OrvMainFrame::ShowTable(const OrvCommandEvent& event, bool withThumbnails) {
+    GridFrame::Table table = FirstTable(event);
+    std::vector<Image> thumbnails;
+    if (withThumbnails) {
+        thumbnails = GetContext()->GetThumbnails();
+        GetContext()->ClearThumbnails();
+    }
+    if (event.GetError() != 0 || table.size() < 2) {
+        const wxString message = event.GetMessage();
+        OrvMessageBox(message.empty() ? wxString(_("No Image Found")) : message,
+                      event.GetError() != 0 ? wxString(_("Error")) : wxString(), wxOK, this);
+        return;
+    }
+    const auto type = withThumbnails ? GridFrame::Batch : GridFrame::Web;
+    const wxString title = OrvGuiCommandRegistry::GetLabel(CommandOfAction(event.GetActionId()));
+    (new GridFrame(this, title, table, type, 0, thumbnails))->Show();
+}
+
+void OrvMainFrame::OnCommandExecuted(OrvCommandEvent& event) {
+    DestroyProgress();
+    switch (event.GetActionId()) {
+        case OrvActionSearchFlickr:
+        case OrvActionSearchGoogle:
+        case OrvActionCameraForensics:
+            ShowTable(event, false);
+            break;
+        case OrvActionBatchProcessing:
+        case OrvActionBatchAnalysis:
+        case OrvActionBatchComparison:
+            ShowTable(event, true);
+            break;
+        case OrvActionShowLocation: {
+            const MapPosition position = ParseMapPosition(FirstText(event));
+            if (event.GetError() != 0 || !MapView(position.latitude, position.longitude).ShowOnMap()) {
+                OrvMessageBox(event.GetMessage().empty() ? wxString(_("The image names no location."))
+                                                         : event.GetMessage(),
+                              _("Error"), wxOK, this);
+            }
+            break;
+        }
+        case OrvActionDownload:
+            OrvMessageBox(event.GetError() == 0 ? wxString(_("Download Completed")) : event.GetMessage(),
+                          event.GetError() == 0 ? wxString() : wxString(_("Error")), wxOK, this);
+            break;
+        case OrvActionWebSearch: {
+            m_filtersPanel->UpdateTreebook(false);
+            const wxString address = FirstText(event);
+            if (event.GetError() != 0) {
+                OrvMessageBox(event.GetMessage(), _("Error"), wxOK, this);
+            } else if (!address.empty() && !m_exitScheduled) {
+                LaunchWebAddress(address);
+            }
+            break;
+        }
+        case 9:
+        case 10:
+        case 11:
+            break;
+        default:
+            wxFAIL_MSG("false");
+    }
+    m_core->PostResponse();
+    if (m_exitScheduled) Close();
+}
+
+void OrvMainFrame::OnFileList(wxThreadEvent& event) {
+    GetFilePanel(event.GetInt() == OrvEvidence ? OrvEvidence : OrvReference)->SetImage();
+}
+
+// Called while the core waits for an acknowledgement only: a header is read under the lock that decoding holds.
+void OrvMainFrame::RefreshPictureStatus() {
+    const OrvFilePtr file = m_core->GetFile(OrvEvidence);
+    SetStatusField(OrvStatusField::Picture, file ? MakePictureText(*file) : wxString());
+}
