@@ -4,6 +4,7 @@
 #include <wx/timer.h>
 #include <wx/treectrl.h>
 
+#include <memory>
 #include <set>
 #include <vector>
 
@@ -16,6 +17,7 @@ class OrvFilter;
 class OrvFilterConfiguration;
 class OrvFilterGui;
 class OrvViewerPanel;
+class wxMenu;
 
 // What a tree item stands for.
 enum OrvItemKind : int { OrvItemGroup = 0, OrvItemFilter = 1, OrvItemConfiguration = 2 };
@@ -92,6 +94,8 @@ class ORVGUI_API OrvFiltersPanel : public wxPanel {
     void SelectFilter(wxTreeEvent& event, bool activate);
     // Enables or disables what is selected: one configuration, a filter's all, or a group's all.
     void EnableFilter(wxCommandEvent& event, bool enabled);
+    // The menu of every item, as OnItemRightClick and the menu key open it.
+    std::unique_ptr<wxMenu> CreateContextMenu() const;
 
     // --- handlers
     void OnItemActivated(wxTreeEvent& event);

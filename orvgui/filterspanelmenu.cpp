@@ -46,15 +46,20 @@ bool Ask(const wxString& question, wxWindow* parent) {
 
 }  // namespace
 
-void OrvFiltersPanel::PopUpMenu(const wxPoint& position) {
-    wxMenu menu;
+std::unique_ptr<wxMenu> OrvFiltersPanel::CreateContextMenu() const {
+    auto menu = std::make_unique<wxMenu>();
     for (const MenuEntry& entry : kMenu) {
         if (entry.id == 0)
-            menu.AppendSeparator();
+            menu->AppendSeparator();
         else
-            menu.Append(entry.id, wxGetTranslation(entry.label));
+            menu->Append(entry.id, wxGetTranslation(entry.label));
     }
-    PopupMenu(&menu, position);
+    return menu;
+}
+
+void OrvFiltersPanel::PopUpMenu(const wxPoint& position) {
+    const std::unique_ptr<wxMenu> menu = CreateContextMenu();
+    PopupMenu(menu.get(), position);
 }
 
 void OrvFiltersPanel::OnItemRightClick(wxTreeEvent& event) {

@@ -94,17 +94,17 @@ void FilterSummaryPanel::CreateControlsDescription() {
 void FilterSummaryPanel::CreateControlsCustom() {
     m_groups.clear();
     for (OrvFilter* filter : FiltersWithVerdict(*GetInterface()))
-        m_groups.push_back(std::make_unique<StatusGroup>(this, m_mainSizer, m_mainSizer->GetRows(), filter));
+        m_groups.push_back(std::make_unique<StatusGroup>(this, m_mainSizer, CountCells(m_mainSizer).GetRow(), filter));
     CreateResultPanel();
 }
 
 void FilterSummaryPanel::CreateResultPanel() {
     auto* label = new OrvStaticText(this, _("Global Result:"));
     label->SetBackgroundColour(*wxStockGDI::GetColour(wxStockGDI::COLOUR_LIGHTGREY));
-    AddToSizer(m_mainSizer, label, m_mainSizer->GetRows(), 0, kResultSpan, 1);
+    AddToSizer(m_mainSizer, label, CountCells(m_mainSizer).GetRow(), 0, kResultSpan, 1);
     m_result = new wxTextCtrl(this, wxID_ANY, wxString(), wxDefaultPosition, wxSize(-1, kResultHeight),
                               wxTE_MULTILINE | wxTE_READONLY);
-    AddToSizer(m_mainSizer, m_result, m_mainSizer->GetRows(), 0, kResultSpan, 2);
+    AddToSizer(m_mainSizer, m_result, CountCells(m_mainSizer).GetRow(), 0, kResultSpan, 2);
     UpdateControlsCustom();
 }
 

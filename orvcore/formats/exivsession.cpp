@@ -1,0 +1,112 @@
+#include "orvcore/formats/exivsession.h"
+
+#include <algorithm>
+#include <climits>
+
+#include "orvcore/formats/jpegwalk.h"
+#include "zorbase/text.h"
+#include "zorimage/imageformat.h"
+
+namespace {
+
+constexpr std::size_t kMaxWarnings = 100;
+constexpr char kExtendedXmp[] = "http://ns.adobe.com/xmp/extension/";
+
+std::mutex& LibraryMutex() {
+    static std::mutex mutex;
+    return mutex;
+}
+
+// The session whose thread holds the library; guarded by its lock.
+ExivSession* g_session = nullptr;
+
+void CollectLog(int level, const char* text) {
+    if (g_session == nullptr || level < Exiv2::LogMsg::warn) return;
+    g_session->Warn(Trim(text));
+}
+
+locale_t PlainLocale() {
+    static const locale_t locale = newlocale(LC_ALL_MASK, "C", nullptr);
+    return locale;
+}
+
+// The library's readers of films run wild on damaged files, and no film has metadata that the program shows.
+bool IsReadFormat(FileFormat format) {
+    switch (format) {
+        case FileFormat::Jpeg:
+        case FileFormat::Png:
+        case FileFormat::Tiff:
+        case FileFormat::Webp:
+        case FileFormat::Jpeg2000:
+        case FileFormat::Heif:
+        case FileFormat::Avif:
+        case FileFormat::Raw:
+        case FileFormat::Photoshop:
+            return true;
+        default:
+            return false;
+    }
+}
+
+bool HasExtendedXmp(ByteSpan bytes) {
+    JpegWalk walk(bytes, 0);
+    for (int i = 0; i < 10000; ++i) {
+        const JpegPiece piece = walk.Next();
+        if (piece.kind != JpegPiece::Kind::Segment || piece.marker == jpegmarker::kSos) return false;
+        if (piece.marker == 0xE1 &&
+            StartsWith(bytes, piece.PayloadOffset(), kExtendedXmp, sizeof kExtendedXmp - 1))
+            return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+ExivSession::ExivSession() : m_lock(LibraryMutex()), m_oldLocale(uselocale(PlainLocale())) {
+    static const bool ready = [] {
+        Exiv2::LogMsg::setHandler(CollectLog);
+        Exiv2::LogMsg::setLevel(Exiv2::LogMsg::warn);
+        Exiv2::enableBMFF(true);
+        return Exiv2::XmpParser::initialize();
+    }();
+    g_session = this;
+    if (!ready) Warn("XMP cannot be read: its parser did not start.");
+}
+
+ExivSession::~ExivSession() {
+    g_session = nullptr;
+    uselocale(m_oldLocale);
+}
+
+void ExivSession::Warn(const std::string& text) {
+    const std::string clean = ToValidUtf8(text);
+    if (m_warnings.size() < kMaxWarnings &&
+        std::find(m_warnings.begin(), m_warnings.end(), clean) == m_warnings.end())
+        m_warnings.push_back(clean);
+}
+
+bool ExivSession::Guard(const std::function<void()>& work) {
+    try {
+        work();
+        return true;
+    } catch (const std::exception& e) {
+        // what() is const-correct on both of the library's exception families.
+        Warn(std::string("Some metadata could not be read: ") + e.what());
+    }
+    return false;
+}
+
+Exiv2::Image::AutoPtr ExivSession::Open(ByteSpan bytes) {
+    const FileFormat format = DetectFormat(Slice(bytes, 0, kFormatSniffBytes));
+    Exiv2::Image::AutoPtr image;
+    if (!IsReadFormat(format)) return image;
+    if (bytes.size() > static_cast<std::size_t>(LONG_MAX)) return image;
+    const bool opened =
+        Guard([&] { image = Exiv2::ImageFactory::open(bytes.data(), static_cast<long>(bytes.size())); });
+    if (!opened) return Exiv2::Image::AutoPtr();
+    // Damaged metadata throw half way; what was read until then is kept.
+    Guard([&] { image->readMetadata(); });
+    if (format == FileFormat::Jpeg && HasExtendedXmp(bytes))
+        Warn("The file has an extended XMP packet, which is not read.");
+    return image;
+}

@@ -1,0 +1,311 @@
+#include "orvcore/formats/metadata.h"
+
+#include <charconv>
+#include <cmath>
+#include <sstream>
+
+#include "orvcore/formats/exivsession.h"
+#include "zorbase/gpsformat.h"
+#include "zorbase/text.h"
+
+namespace {
+
+constexpr std::size_t kMaxListed = 1024;  // numbers of a long array that are shown
+constexpr std::size_t kMaxEntries = 20000;
+
+// Valid UTF-8 of at most kMaxMetadataText bytes and a note.
+std::string Shorten(const std::string& bytes) {
+    std::size_t cut = bytes.size();
+    if (cut > kMaxMetadataText) {
+        cut = kMaxMetadataText;
+        while (cut > 0 && (static_cast<unsigned char>(bytes[cut]) & 0xC0) == 0x80) --cut;
+    }
+    std::string text = bytes.substr(0, cut);
+    while (!text.empty() && text.back() == '\0') text.pop_back();
+    text = ToValidUtf8(text);
+    if (cut < bytes.size()) text += "… (" + std::to_string(bytes.size()) + " characters in all)";
+    return text;
+}
+
+bool IsUtf8(const std::string& bytes) {
+    return ToValidUtf8(bytes).find("\xEF\xBF\xBD") == std::string::npos;
+}
+
+std::string FromLatin1(const std::string& bytes) {
+    std::string text;
+    for (const char c : bytes) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte < 0x80) {
+            text += c;
+        } else {
+            text += static_cast<char>(0xC0 | (byte >> 6));
+            text += static_cast<char>(0x80 | (byte & 0x3F));
+        }
+    }
+    return text;
+}
+
+// The stored value as text; of a long array only the first numbers, because all of them would be megabytes of
+// text.
+std::string RawText(const Exiv2::Metadatum& datum) {
+    const long count = datum.count();
+    const Exiv2::TypeId type = datum.typeId();
+    const bool isArray = type != Exiv2::asciiString && type != Exiv2::string && type != Exiv2::comment &&
+                         type != Exiv2::xmpText && type != Exiv2::langAlt && type != Exiv2::xmpBag &&
+                         type != Exiv2::xmpSeq && type != Exiv2::xmpAlt;
+    if (!isArray || count <= static_cast<long>(kMaxListed)) return Shorten(datum.toString());
+    std::string text;
+    for (long i = 0; i < static_cast<long>(kMaxListed) && text.size() < kMaxMetadataText; ++i)
+        text += (i == 0 ? "" : " ") + datum.toString(i);
+    return Shorten(text) + "… (" + std::to_string(count) + " values in all)";
+}
+
+std::string Label(const std::string& label, const std::string& tagName) {
+    return ToValidUtf8(label.empty() ? tagName : label);
+}
+
+class Collector {
+  public:
+    Collector(ExivSession& session, MetadataSet& set) : m_session(session), m_set(set) {}
+
+    void AddExif(const Exiv2::ExifData& data) {
+        for (const MetadataKind kind : {MetadataKind::Exif, MetadataKind::Gps, MetadataKind::MakerNote})
+            for (const Exiv2::Exifdatum& datum : data)
+                if (KindOf(datum) == kind) Add([&] { return ExifEntry(datum, data, kind); });
+    }
+
+    void AddIptc(const Exiv2::IptcData& data) {
+        for (const Exiv2::Iptcdatum& datum : data) Add([&] { return IptcEntry(datum); });
+    }
+
+    void AddXmp(const Exiv2::XmpData& data) {
+        for (const Exiv2::Xmpdatum& datum : data)
+            Add([&] {
+                MetadataEntry entry = Common(datum, MetadataKind::Xmp, "XMP " + datum.groupName());
+                entry.value = Shorten(datum.print());
+                return entry;
+            });
+    }
+
+    void AddComment(const std::string& comment) {
+        if (comment.empty()) return;
+        const std::string text = Shorten(comment);
+        m_set.entries.push_back(
+            {MetadataKind::Comment, "Comment", "Comment", "Comment", text, text, "String"});
+    }
+
+  private:
+    template <typename Make>
+    void Add(const Make& make) {
+        if (m_set.entries.size() >= kMaxEntries) {
+            m_session.Warn("There are more than " + std::to_string(kMaxEntries) +
+                           " entries; the others are not listed.");
+            return;
+        }
+        m_session.Guard([&] { m_set.entries.push_back(make()); });
+    }
+
+    static MetadataKind KindOf(const Exiv2::Exifdatum& datum) {
+        const std::string group = datum.groupName();
+        if (group == "GPSInfo") return MetadataKind::Gps;
+        return Exiv2::ExifTags::isMakerGroup(group) ? MetadataKind::MakerNote : MetadataKind::Exif;
+    }
+
+    static MetadataEntry Common(const Exiv2::Metadatum& datum, MetadataKind kind, const std::string& group) {
+        MetadataEntry entry;
+        entry.kind = kind;
+        entry.group = ToValidUtf8(group);
+        entry.key = Shorten(datum.key());
+        entry.label = Label(datum.tagLabel(), datum.tagName());
+        entry.raw = RawText(datum);
+        const char* type = datum.typeName();
+        entry.type = type == nullptr ? "Unknown" : type;
+        return entry;
+    }
+
+    static MetadataEntry ExifEntry(const Exiv2::Exifdatum& datum, const Exiv2::ExifData& all,
+                                   MetadataKind kind) {
+        std::string group = "GPS";
+        if (kind == MetadataKind::Exif) group = "EXIF " + datum.groupName();
+        if (kind == MetadataKind::MakerNote) group = "Maker note " + datum.groupName();
+        MetadataEntry entry = Common(datum, kind, group);
+        // Interpreting a long array gives its numbers again.
+        const bool isLong =
+            datum.count() > static_cast<long>(kMaxListed) && datum.typeId() != Exiv2::asciiString;
+        entry.value = isLong && datum.typeId() != Exiv2::comment && datum.key() != "Exif.Photo.UserComment"
+                          ? entry.raw
+                          : Shorten(datum.print(&all));
+        return entry;
+    }
+
+    static MetadataEntry IptcEntry(const Exiv2::Iptcdatum& datum) {
+        MetadataEntry entry = Common(datum, MetadataKind::Iptc, "IPTC " + datum.groupName());
+        const std::string text = datum.toString();
+        if (datum.typeId() == Exiv2::string && !IsUtf8(text)) {
+            // Older programs write one byte per letter and do not say which set; Western European is the
+            // usual one.
+            entry.value = Shorten(FromLatin1(text));
+            entry.type += ", read as ISO 8859-1";
+        } else {
+            entry.value = Shorten(datum.print());
+        }
+        return entry;
+    }
+
+    ExivSession& m_session;
+    MetadataSet& m_set;
+};
+
+// --- facts and position
+// ---------------------------------------------------------------------------------------------------
+
+const Exiv2::Exifdatum* Find(const Exiv2::ExifData& data, const char* key) {
+    const auto found = data.findKey(Exiv2::ExifKey(key));
+    return found == data.end() ? nullptr : &*found;
+}
+
+std::string ExifText(const Exiv2::ExifData& data, const char* key) {
+    const Exiv2::Exifdatum* datum = Find(data, key);
+    if (datum == nullptr) return {};
+    std::string text = datum->toString();
+    // The text ends at its first zero byte; what is behind it is left over.
+    if (const std::size_t zero = text.find('\0'); zero != std::string::npos) text.resize(zero);
+    return Trim(Shorten(text));
+}
+
+int ExifNumber(const Exiv2::ExifData& data, const char* key) {
+    const Exiv2::Exifdatum* datum = Find(data, key);
+    if (datum == nullptr || datum->count() == 0) return 0;
+    const long value = datum->toLong();
+    return value > 0 && value <= INT32_MAX ? static_cast<int>(value) : 0;
+}
+
+// Interpreted text of what one of the library's searches over all makers finds.
+std::string Interpreted(const Exiv2::ExifData& data,
+                        Exiv2::ExifData::const_iterator (*search)(const Exiv2::ExifData&)) {
+    const auto found = search(data);
+    return found == data.end() ? std::string() : Trim(Shorten(found->print(&data)));
+}
+
+MetadataFacts FactsOf(ExivSession& session, const Exiv2::ExifData& data) {
+    MetadataFacts facts;
+    session.Guard([&] {
+        facts.make = ExifText(data, "Exif.Image.Make");
+        facts.model = ExifText(data, "Exif.Image.Model");
+        facts.software = ExifText(data, "Exif.Image.Software");
+        facts.dateTime = ExifText(data, "Exif.Image.DateTime");
+        facts.dateTimeOriginal = ExifText(data, "Exif.Photo.DateTimeOriginal");
+        facts.dateTimeDigitized = ExifText(data, "Exif.Photo.DateTimeDigitized");
+        const int orientation = ExifNumber(data, "Exif.Image.Orientation");
+        facts.orientation = orientation <= 8 ? orientation : 0;
+        facts.pixelXDimension = ExifNumber(data, "Exif.Photo.PixelXDimension");
+        facts.pixelYDimension = ExifNumber(data, "Exif.Photo.PixelYDimension");
+        facts.lens = ExifText(data, "Exif.Photo.LensModel");
+        facts.serial = ExifText(data, "Exif.Photo.BodySerialNumber");
+    });
+    session.Guard([&] {
+        if (facts.lens.empty()) facts.lens = Interpreted(data, Exiv2::lensName);
+        if (facts.serial.empty()) facts.serial = Interpreted(data, Exiv2::serialNumber);
+    });
+    return facts;
+}
+
+std::optional<GpsPosition> Position(const std::string& latitude, const std::string& longitude,
+                                    const char* source) {
+    GpsPosition position;
+    position.latitude = GPSFormat::ConvertToDeg(latitude);
+    position.longitude = GPSFormat::ConvertToDeg(longitude);
+    position.source = source;
+    if (std::isnan(position.latitude) || std::isnan(position.longitude)) return std::nullopt;
+    if (std::abs(position.latitude) > 90 || std::abs(position.longitude) > 180) return std::nullopt;
+    return position;
+}
+
+// "48/1 51/1 2991/100" with the letter of its hemisphere, "" when that is not one of the two.
+std::string WithHemisphere(const std::string& degrees, const std::string& letter, const char* allowed) {
+    if (degrees.empty() || letter.size() != 1) return {};
+    if (std::string(allowed).find(letter[0]) == std::string::npos) return {};
+    return degrees + " " + letter;
+}
+
+std::optional<GpsPosition> PositionOf(const Exiv2::ExifData& exif, const Exiv2::XmpData& xmp) {
+    const std::string latitude = WithHemisphere(ExifText(exif, "Exif.GPSInfo.GPSLatitude"),
+                                                ExifText(exif, "Exif.GPSInfo.GPSLatitudeRef"), "NS");
+    const std::string longitude = WithHemisphere(ExifText(exif, "Exif.GPSInfo.GPSLongitude"),
+                                                 ExifText(exif, "Exif.GPSInfo.GPSLongitudeRef"), "EW");
+    if (std::optional<GpsPosition> position = Position(latitude, longitude, "EXIF")) return position;
+
+    // "48,51.4985N" or "48,51,29N"
+    const auto text = [&xmp](const char* key, const char* allowed) {
+        const auto found = xmp.findKey(Exiv2::XmpKey(key));
+        std::string value = found == xmp.end() ? "" : Trim(found->toString());
+        if (value.size() < 2) return std::string();
+        for (char& c : value)
+            if (c == ',') c = ' ';
+        return WithHemisphere(value.substr(0, value.size() - 1), value.substr(value.size() - 1), allowed);
+    };
+    return Position(text("Xmp.exif.GPSLatitude", "NS"), text("Xmp.exif.GPSLongitude", "EW"), "XMP");
+}
+
+std::string FixedText(double value) {
+    char text[400];
+    const auto end = std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, 6).ptr;
+    return std::string(text, end);
+}
+
+}  // namespace
+
+std::string GpsToText(const GpsPosition& position) {
+    return FixedText(position.latitude) + " " + FixedText(position.longitude);
+}
+
+MetadataSet ReadMetadata(std::span<const std::uint8_t> bytes) {
+    MetadataSet set;
+    ExivSession session;
+    const Exiv2::Image::AutoPtr image = session.Open(bytes);
+    if (image.get() != nullptr) {
+        Collector collector(session, set);
+        session.Guard([&] { collector.AddExif(image->exifData()); });
+        session.Guard([&] { collector.AddIptc(image->iptcData()); });
+        session.Guard([&] { collector.AddXmp(image->xmpData()); });
+        session.Guard([&] { collector.AddComment(image->comment()); });
+        set.facts = FactsOf(session, image->exifData());
+        session.Guard([&] { set.gps = PositionOf(image->exifData(), image->xmpData()); });
+        set.xmpPacket = ToValidUtf8(image->xmpPacket());
+    }
+    set.warnings = session.Warnings();
+    return set;
+}
+
+const MetadataEntry* FindMetadata(const MetadataSet& set, const std::string& key) {
+    for (const MetadataEntry& entry : set.entries)
+        if (entry.key == key) return &entry;
+    return nullptr;
+}
+
+std::optional<GpsPosition> ReadGps(std::span<const std::uint8_t> bytes) {
+    std::optional<GpsPosition> position;
+    ExivSession session;
+    const Exiv2::Image::AutoPtr image = session.Open(bytes);
+    if (image.get() != nullptr)
+        session.Guard([&] { position = PositionOf(image->exifData(), image->xmpData()); });
+    return position;
+}
+
+MetadataFacts ReadMetadataFacts(std::span<const std::uint8_t> bytes) {
+    ExivSession session;
+    const Exiv2::Image::AutoPtr image = session.Open(bytes);
+    return image.get() == nullptr ? MetadataFacts() : FactsOf(session, image->exifData());
+}
+
+std::vector<std::uint8_t> ReadExifThumbnail(std::span<const std::uint8_t> bytes) {
+    std::vector<std::uint8_t> thumbnail;
+    ExivSession session;
+    const Exiv2::Image::AutoPtr image = session.Open(bytes);
+    if (image.get() == nullptr) return thumbnail;
+    session.Guard([&] {
+        const Exiv2::DataBuf data = Exiv2::ExifThumbC(image->exifData()).copy();
+        if (data.size_ > 0) thumbnail.assign(data.pData_, data.pData_ + data.size_);
+    });
+    return thumbnail;
+}

@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+// What a file says about itself: EXIF, GPS, maker notes, IPTC, XMP and comments. All texts are valid UTF-8,
+// come from the file and are hostile. Labels and interpreted values are English whatever the locale. Safe on
+// any thread; calls wait for each other.
+
+enum class MetadataKind { Exif, Gps, MakerNote, Iptc, Xmp, Comment };
+
+// Values longer than this many characters (bytes of UTF-8) are cut, with a note of the full length after
+// them.
+constexpr std::size_t kMaxMetadataText = 4096;
+
+struct MetadataEntry {
+    MetadataKind kind = MetadataKind::Exif;
+    std::string group;  // "EXIF Image", "EXIF Thumbnail", "GPS", "Maker note CanonCs", "IPTC Application2",
+                        // "XMP dc", "Comment"
+    std::string key;    // "Exif.Photo.ExposureTime"; the same key may come twice
+    std::string label;  // "Exposure Time"
+    std::string value;  // interpreted: "1/60 s"
+    std::string raw;    // as stored: "1/60"
+    std::string type;   // "Rational"; "String, read as ISO 8859-1" where the bytes were not UTF-8
+};
+
+// In degrees, north and east positive.
+struct GpsPosition {
+    double latitude = 0;
+    double longitude = 0;
+    std::string source;  // "EXIF" or "XMP"
+};
+
+// "48.858300 2.294500": latitude, blank, longitude, six decimals.
+std::string GpsToText(const GpsPosition& position);
+
+// The few facts that others ask for. Texts without trailing blanks, "" when not stated.
+struct MetadataFacts {
+    std::string make;
+    std::string model;
+    std::string software;
+    std::string dateTimeOriginal;  // "2004:06:17 07:10:06", as stored
+    std::string dateTime;
+    std::string dateTimeDigitized;
+    std::string lens;
+    std::string serial;       // of the camera body
+    int orientation = 0;      // 1..8; 0 when not stated or anything else
+    int pixelXDimension = 0;  // 0 when not stated
+    int pixelYDimension = 0;
+};
+
+struct MetadataSet {
+    std::vector<MetadataEntry> entries;  // in the order of the file, kind by kind
+    MetadataFacts facts;
+    std::optional<GpsPosition> gps;
+    std::string xmpPacket;              // the XMP packet itself, not cut
+    std::vector<std::string> warnings;  // each a sentence: what is damaged, what was not read
+};
+
+// Never throws on what the bytes say: what cannot be read is told in warnings. Formats without metadata give
+// an empty set. Films are not read.
+MetadataSet ReadMetadata(std::span<const std::uint8_t> bytes);
+
+// The entry of that key, the first one, or null.
+const MetadataEntry* FindMetadata(const MetadataSet& set, const std::string& key);
+
+// The position that the file states. Nothing when a part, its hemisphere, or a denominator is missing or out
+// of range.
+std::optional<GpsPosition> ReadGps(std::span<const std::uint8_t> bytes);
+
+MetadataFacts ReadMetadataFacts(std::span<const std::uint8_t> bytes);
+
+// The thumbnail of the EXIF block, unchanged: a JPEG, or a small TIFF made of the strips where it is stored
+// uncompressed. Empty when there is none.
+std::vector<std::uint8_t> ReadExifThumbnail(std::span<const std::uint8_t> bytes);

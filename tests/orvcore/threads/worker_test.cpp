@@ -1,0 +1,178 @@
+// The worker: what is computed how often, what an abort leaves behind, and that nothing hangs under pressure.
+
+#include <random>
+
+#include "tests/support/testcore.h"
+
+namespace {
+
+class Worker : public CoreTest {};
+
+std::int64_t SumOf(const OrvFilter& filter) {
+    return filter.GetParametersOutput().Find("sum")->Get<std::int64_t>();
+}
+
+}  // namespace
+
+TEST_F(Worker, NewerConfigureRequestReplacesAWaitingOne) {
+    Load(folder.WritePicture("a.png"));
+    probe->runs = 0;
+    probe->sleepMs = 50;
+    Configure(1);
+    ASSERT_TRUE(sink.PumpUntil([&] { return probe->started > 1; }));
+    for (int value = 2; value <= 40; ++value) Configure(value);
+    EXPECT_EQ(probe->GetParametersInput().Get<int>("value"), 40)
+        << "getters answer the newest request at once";
+    ASSERT_TRUE(sink.PumpUntilIdle());
+    EXPECT_EQ(probe->runs, 2) << "the first, and the newest of the waiting";
+    EXPECT_EQ(SumOf(*probe), 40 + static_cast<std::int64_t>(core->GetFile(OrvEvidence)->GetBytes().size()));
+}
+
+TEST_F(Worker, SameRequestIsComputedOnceAndAnsweredEachTime) {
+    Load(folder.WritePicture("a.png"));
+    probe->runs = 0;
+    sink.seen.clear();
+    for (int i = 0; i < 5; ++i) {
+        Configure(7);
+        ASSERT_TRUE(sink.PumpUntilIdle());
+    }
+    EXPECT_EQ(probe->runs, 1);
+    EXPECT_EQ(sink.Count(OrvEventConfigureStarted), 5);
+    EXPECT_EQ(sink.Count(OrvEventConfigureCompleted), 5);
+    Configure(7, 3);
+    ASSERT_TRUE(sink.PumpUntilIdle());
+    EXPECT_EQ(probe->runs, 1) << "post-processing alone does not compute again";
+    Configure(7, 3, true);
+    ASSERT_TRUE(sink.PumpUntilIdle());
+    EXPECT_EQ(probe->runs, 2) << "unless it is forced";
+}
+
+TEST_F(Worker, ASlotCommandBetweenThemKeepsRequestsApart) {
+    const std::string a = folder.WritePicture("a.png", 10);
+    probe->sleepMs = 20;
+    Configure(1);
+    core->SetFile(PathToWx(a), OrvEvidence);
+    Configure(2);
+    core->SetFile("", OrvEvidence);
+    Configure(3);
+    ASSERT_TRUE(sink.PumpUntilIdle());
+    EXPECT_GE(sink.Count(OrvEventConfigureCompleted), 5);
+    EXPECT_FALSE(core->HasFile(OrvEvidence));
+}
+
+TEST_F(Worker, SwitchingTheSlotsComputesNothing) {
+    Load(folder.WritePicture("a.png", 10));
+    Load(folder.WritePicture("b.png", 200, 32), OrvReference);
+    const std::string evidence = probe->GetParametersOutput().Find("file")->GetValueAsString();
+    probe->runs = 0;
+    core->SwitchFiles();
+    ASSERT_TRUE(sink.PumpUntilIdle());
+    EXPECT_EQ(probe->runs, 0);
+    EXPECT_EQ(evidence, "a.png");
+    EXPECT_EQ(probe->GetParametersOutput().Find("file")->GetValueAsString(false), "b.png");
+    EXPECT_EQ(probe->GetParametersOutput().Find("file")->GetValueAsString(true), "a.png");
+    core->EnableReference(false);
+    ASSERT_TRUE(sink.PumpUntilIdle());
+    EXPECT_FALSE(core->HasFile(OrvReference));
+    EXPECT_FALSE(probe->GetParametersOutput().Find("file")->IsRefSet());
+}
+
+TEST_F(Worker, AbortKeepsThePreviousResult) {
+    Load(folder.WritePicture("a.png"));
+    Configure(1);
+    ASSERT_TRUE(sink.PumpUntilIdle());
+    const OrvFilterResultPtr before = probe->GetResult();
+    probe->sleepMs = 5000;
+    Configure(2);
+    const int started = probe->started;
+    ASSERT_TRUE(sink.PumpUntil([&] { return probe->started > started; }));
+    const auto start = std::chrono::steady_clock::now();
+    core->AbortProcessing();
+    ASSERT_TRUE(sink.PumpUntilIdle());
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+    EXPECT_EQ(probe->GetResult(), before);
+    EXPECT_EQ(sink.seen.back().id, OrvEventConfigureInterrupted);
+    EXPECT_FALSE(probe->GetErrorMessage().empty());
+}
+
+TEST_F(Worker, FailureKeepsThePreviousResultAndIsTold) {
+    Load(folder.WritePicture("a.png"));
+    const OrvFilterResultPtr before = probe->GetResult();
+    probe->fails = true;
+    Configure(2);
+    ASSERT_TRUE(sink.PumpUntilIdle());
+    EXPECT_EQ(probe->GetResult(), before);
+    EXPECT_TRUE(probe->GetErrorMessage().Contains("on purpose"));
+    probe->fails = false;
+    Configure(2);
+    ASSERT_TRUE(sink.PumpUntilIdle());
+    EXPECT_TRUE(probe->GetErrorMessage().empty());
+}
+
+TEST_F(Worker, ASnapshotOutlivesItsSlot) {
+    Load(folder.WritePicture("a.png"));
+    const OrvFilePtr held = core->GetFile(OrvEvidence);
+    Load("");
+    EXPECT_FALSE(core->HasFile(OrvEvidence));
+    EXPECT_EQ(held->GetInfo().width, 16);
+    EXPECT_TRUE(held->GetDecoded(OrvJob())->image.IsValid());
+}
+
+// A thousand alternating requests, aborts and slot changes; then the end while work is running.
+TEST_F(Worker, NothingHangsUnderAThousandRequests) {
+    const std::string paths[] = {folder.WritePicture("a.png", 10), folder.WritePicture("b.jpg", 90),
+                                 folder.WritePicture("c.tif", 200), ""};
+    ProbeFilter* second =
+        static_cast<ProbeFilter*>(core->GetContext().RegisterFilter(std::make_unique<ProbeFilter>("second")));
+    ProbePage secondPage;
+    second->SetAnalysisFilterGui(&secondPage);
+    probe->sleepMs = 5;
+    std::mt19937 random(42);
+    const auto pick = [&random](int below) {
+        return static_cast<int>(random() % static_cast<unsigned>(below));
+    };
+    for (int i = 0; i < 1000; ++i) {
+        switch (pick(8)) {
+            case 0:
+                core->SetFile(PathToWx(paths[pick(4)]), static_cast<OrvFileId>(pick(2)));
+                break;
+            case 1:
+                core->AbortProcessing();
+                break;
+            case 2:
+                core->SwitchFiles();
+                break;
+            case 3:
+                core->EnableReference(pick(2) == 0);
+                break;
+            case 4:
+                core->ActivateFilter(pick(2) == 0 ? probe : second, -1);
+                break;
+            case 5:
+                core->AddFilterConfiguration(second, second->GetParametersInput(), 0);
+                core->DeleteFilterConfiguration(second, 0);
+                break;
+            default:
+                Configure(pick(5), 1 + pick(3));
+                break;
+        }
+        // Readers at any moment.
+        probe->GetParametersOutput();
+        core->GetFileList(OrvEvidence).size();
+        core->GetFileId(OrvReference);
+        core->GetProject();
+        if (pick(3) == 0) wxTheApp->ProcessPendingEvents();
+    }
+    EXPECT_TRUE(sink.PumpUntilIdle(60000));
+
+    core->GetContext().SetActiveFilter(probe);
+    probe->sleepMs = 0;
+    Load(paths[0]);
+    probe->sleepMs = 60000;
+    const int started = probe->started;
+    Configure(99);
+    ASSERT_TRUE(sink.PumpUntil([&] { return probe->started > started; }));
+    const auto start = std::chrono::steady_clock::now();
+    core.reset();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+}
