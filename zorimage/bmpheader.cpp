@@ -115,8 +115,12 @@ void ReadPalette(BmpHeader& header, ByteSpan bytes, std::uint32_t used, std::siz
     const std::size_t most = std::size_t{1} << header.bits;
     std::size_t count = used == 0 ? most : std::min<std::size_t>(used, most);
     if (used > most) header.warnings.emplace_back("The palette claims " + std::to_string(used) + " colours.");
-    const std::size_t there = (bytes.size() - std::min(at, bytes.size())) / entryBytes;
-    if (there < count) header.warnings.emplace_back("File ends early: the palette is cut off.");
+    // A palette ends where the pixels begin; short ones are usual in old files.
+    const std::size_t pixels = Le32(&bytes[10]);
+    const std::size_t end = pixels > at && pixels <= bytes.size() ? pixels : bytes.size();
+    const std::size_t there = (end - std::min(at, end)) / entryBytes;
+    if (there < count && end == bytes.size())
+        header.warnings.emplace_back("File ends early: the palette is cut off.");
     count = std::min(count, there);
     for (std::size_t i = 0; i < count; ++i) {
         const std::uint8_t* p = &bytes[at + i * entryBytes];

@@ -107,6 +107,25 @@ std::string ColourText(int chroma, bool hasAlpha) {
     return std::string(text) + (hasAlpha ? " + alpha" : "");
 }
 
+// The library multiplies in 32 bits when it converts colours, and the tiles of a picture may claim another
+// size than its headers: no side may be longer than the stated ones, and a square of the longest must be
+// safe.
+void LimitSides(const Context& context, const Handle& handle, bool isDeep) {
+    const int width = heif_image_handle_get_ispe_width(handle.get());
+    const int height = heif_image_handle_get_ispe_height(handle.get());
+    codec::CheckSides(static_cast<std::uint64_t>(std::max(width, 0)),
+                      static_cast<std::uint64_t>(std::max(height, 0)));
+    const int side = std::max(width, height);
+    const int most = isDeep ? 16383 : 23169;
+    if (side > most) {
+        ZOR_THROW(Memory, "The file says that its picture has " + std::to_string(width) + " x " +
+                              std::to_string(height) + " pixels; no side may be longer than " +
+                              std::to_string(most) + " in this format.");
+    }
+    heif_context_set_maximum_image_size_limit(context.get(),
+                                              std::max(side, 4096) + 1);  // the limit itself is refused
+}
+
 void CopyRows(const std::uint8_t* source, std::size_t stride, int bits, cv::Mat& pixels,
               const DecodeProgress& progress) {
     const int code = pixels.channels() == 4 ? cv::COLOR_RGBA2BGRA : cv::COLOR_RGB2BGR;
@@ -150,14 +169,13 @@ void ReadHeifInfo(ByteSpan bytes, ImageInfo& info) {
 DecodedImage DecodeHeif(ByteSpan bytes, const DecodeProgress& progress) {
     const Context context = Open(bytes);
     const Handle handle = Primary(context);
-    CheckSides(static_cast<std::uint64_t>(std::max(0, heif_image_handle_get_ispe_width(handle.get()))),
-               static_cast<std::uint64_t>(std::max(0, heif_image_handle_get_ispe_height(handle.get()))));
     progress(0);
     const std::unique_ptr<heif_decoding_options, OptionsDeleter> options(heif_decoding_options_alloc());
     if (!options) ZOR_THROW(Memory, "There is not enough memory to decode this file.");
     options->ignore_transformations = 1;
     const bool hasAlpha = heif_image_handle_has_alpha_channel(handle.get()) != 0;
     const bool isDeep = heif_image_handle_get_luma_bits_per_pixel(handle.get()) > 8;
+    LimitSides(context, handle, isDeep);
     const heif_chroma chroma =
         isDeep ? (hasAlpha ? heif_chroma_interleaved_RRGGBBAA_LE : heif_chroma_interleaved_RRGGBB_LE)
                : (hasAlpha ? heif_chroma_interleaved_RGBA : heif_chroma_interleaved_RGB);

@@ -78,12 +78,10 @@ void ReadRawInfo(ByteSpan bytes, ImageInfo& info) {
     libraw_decoder_info_t decoder{};
     if (raw->get_decoder_info(&decoder) == LIBRAW_SUCCESS && decoder.decoder_name != nullptr) {
         const std::string name = decoder.decoder_name;
-        info.compression =
-            name.find("unpacked") != std::string::npos || name.find("packed_load") != std::string::npos
-                ? "none"
-            : name.find("jpeg") != std::string::npos || name.find("ljpeg") != std::string::npos
-                ? "JPEG lossless"
-                : "camera maker's";
+        const bool isLossless =
+            name.find("jpeg") != std::string::npos || name.find("lossless") != std::string::npos;
+        const bool isPacked = name.find("packed") != std::string::npos;
+        info.compression = isPacked ? "none" : isLossless ? "JPEG lossless" : "camera maker's";
     }
 }
 

@@ -151,6 +151,9 @@ DecodedImage DecodeWebp(ByteSpan bytes, const DecodeProgress& progress) {
     const int height =
         std::max(isAnimation ? static_cast<int>(layout.canvasHeight) : 0, place.y + place.height);
     const bool isCovered = width == place.width && height == place.height;
+    // A canvas costs no bytes in the file; its frame does.
+    if (!isCovered)
+        CheckPlausible(static_cast<std::uint64_t>(width), static_cast<std::uint64_t>(height), bytes.size());
     const bool hasAlpha = features.has_alpha != 0 || !isCovered;
     cv::Mat pixels = NewPixels(static_cast<std::uint64_t>(width), static_cast<std::uint64_t>(height),
                                hasAlpha ? CV_8UC4 : CV_8UC3);
@@ -178,14 +181,29 @@ std::vector<std::uint8_t> EncodeWebp(const Image& image) {
     const bool hasAlpha = image.GetChannels() == 4 && image.GetDepth() == 8;
     const Image narrow = hasAlpha ? image : image.ToColor();
     const cv::Mat& pixels = narrow.GetMat();
+    WebPConfig config;
+    WebPPicture picture;
+    if (WebPConfigInit(&config) == 0 || WebPPictureInit(&picture) == 0) {
+        ZOR_THROW(Internal, "The WebP library is of another version than expected.");
+    }
+    config.lossless = 1;
+    config.exact = 1;  // colours stay where alpha hides them
+    config.method = 2;
+    WebPMemoryWriter writer;
+    WebPMemoryWriterInit(&writer);
+    const std::unique_ptr<WebPPicture, void (*)(WebPPicture*)> pictureOwner(&picture, WebPPictureFree);
+    const std::unique_ptr<WebPMemoryWriter, void (*)(WebPMemoryWriter*)> writerOwner(&writer,
+                                                                                     WebPMemoryWriterClear);
+    picture.use_argb = 1;
+    picture.width = pixels.cols;
+    picture.height = pixels.rows;
+    picture.writer = WebPMemoryWrite;
+    picture.custom_ptr = &writer;
     const int step = static_cast<int>(pixels.step[0]);
-    std::uint8_t* out = nullptr;
-    const std::size_t size = hasAlpha
-                                 ? WebPEncodeLosslessBGRA(pixels.data, pixels.cols, pixels.rows, step, &out)
-                                 : WebPEncodeLosslessBGR(pixels.data, pixels.cols, pixels.rows, step, &out);
-    const std::unique_ptr<std::uint8_t, void (*)(void*)> owner(out, WebPFree);
-    if (size == 0) ZOR_THROW(Memory, "The WebP file could not be made.");
-    return {out, out + size};
+    const bool isTaken = hasAlpha ? WebPPictureImportBGRA(&picture, pixels.data, step) != 0
+                                  : WebPPictureImportBGR(&picture, pixels.data, step) != 0;
+    if (!isTaken || WebPEncode(&config, &picture) == 0) ZOR_THROW(Memory, "The WebP file could not be made.");
+    return {writer.mem, writer.mem + writer.size};
 }
 
 }  // namespace codec

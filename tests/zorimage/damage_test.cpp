@@ -1,0 +1,208 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <random>
+
+#include "tests/zorimage/samples.h"
+#include "zorbase/zorexception.h"
+#include "zorimage/imageio.h"
+
+namespace {
+
+// Reads headers and pixels; damage may end in a message or in a picture with the right sides, never
+// otherwise. True for a picture.
+// Nor may a small file keep the program busy.
+bool Survives(const Bytes& bytes, const std::string& name) {
+    struct Watch {
+        const std::string& name;
+        std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
+        ~Watch() {
+            EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5)) << name;
+        }
+    } watch{name};
+    ReadImageInfo(bytes);
+    try {
+        const DecodedImage decoded = DecodeImage(bytes);
+        EXPECT_TRUE(decoded.image.IsValid()) << name;
+        EXPECT_LE(decoded.warnings.size(), 25U) << name;
+        // Every pixel has a value: a read of the whole buffer finds memory that nobody wrote.
+        EXPECT_TRUE(decoded.image.IsEqual(decoded.image.Clone())) << name;
+        return true;
+    } catch (const ZorException& exception) {
+        EXPECT_FALSE(exception.GetMessage().empty()) << name;
+        EXPECT_NE(exception.GetKind(), ZorException::Kind::Internal)
+            << name << ": " << exception.GetMessage();
+        return false;
+    }
+}
+
+TEST(Damage, FilesCutOffAtEveryLength) {
+    for (const auto& [name, bytes] : samples::OneOfEach()) {
+        for (std::size_t size = 0; size<bytes.size(); size += bytes.size()> 2000 ? 7 : 1) {
+            Survives(Bytes(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size)),
+                     name + " cut to " + std::to_string(size));
+        }
+        EXPECT_TRUE(Survives(bytes, name));
+    }
+}
+
+TEST(Damage, FlippedBits) {
+    std::mt19937 random(20261121);
+    for (const auto& [name, bytes] : samples::OneOfEach()) {
+        for (int round = 0; round < 400; ++round) {
+            Bytes damaged = bytes;
+            const int flips = 1 + static_cast<int>(random() % 4);
+            for (int i = 0; i < flips; ++i) {
+                // Headers, where damage does most, are hit as often as all the rest.
+                const std::size_t reach =
+                    round % 2 == 0 ? std::min<std::size_t>(damaged.size(), 200) : damaged.size();
+                damaged[random() % reach] ^= static_cast<std::uint8_t>(1U << random() % 8);
+            }
+            Survives(damaged, name + " round " + std::to_string(round));
+        }
+    }
+}
+
+TEST(Damage, ExtremeNumbersInHeaders) {
+    for (const auto& [name, bytes] : samples::OneOfEach()) {
+        for (std::size_t at = 0; at + 4 <= std::min<std::size_t>(bytes.size(), 120); ++at) {
+            for (const std::uint8_t value : {0x00, 0x7f, 0xff}) {
+                Bytes damaged = bytes;
+                std::fill_n(damaged.begin() + static_cast<std::ptrdiff_t>(at), 4, value);
+                Survives(damaged, name + " at " + std::to_string(at));
+            }
+        }
+    }
+}
+
+// Grey, without compression, in strips of eight rows, the directory in front.
+Bytes MakeTiff(const Image& grey) {
+    const auto strips = static_cast<std::uint32_t>(grey.GetHeight() / 8);
+    const auto stripBytes = static_cast<std::uint32_t>(grey.GetWidth() * 8);
+    constexpr std::uint32_t kEntries = 8;
+    const std::uint32_t offsets = 8 + 2 + kEntries * 12 + 4;
+    const std::uint32_t counts = offsets + strips * 4;
+    Bytes bytes = {'I', 'I', 42, 0, 8, 0, 0, 0, kEntries, 0};
+    const std::uint32_t entries[kEntries][3] = {{256, 1, static_cast<std::uint32_t>(grey.GetWidth())},
+                                                {257, 1, static_cast<std::uint32_t>(grey.GetHeight())},
+                                                {258, 1, 8},
+                                                {259, 1, 1},
+                                                {262, 1, 1},
+                                                {273, strips, offsets},
+                                                {278, 1, 8},
+                                                {279, strips, counts}};
+    for (const auto& [tag, count, value] : entries) {
+        samples::Append16(bytes, tag);
+        samples::Append16(bytes, 4);
+        samples::Append32(bytes, count);
+        samples::Append32(bytes, value);
+    }
+    samples::Append32(bytes, 0);
+    for (std::uint32_t i = 0; i < strips; ++i) samples::Append32(bytes, counts + strips * 4 + i * stripBytes);
+    for (std::uint32_t i = 0; i < strips; ++i) samples::Append32(bytes, stripBytes);
+    for (int y = 0; y < grey.GetHeight(); ++y)
+        bytes.insert(bytes.end(), grey.GetMat().ptr(y), grey.GetMat().ptr(y) + grey.GetWidth());
+    return bytes;
+}
+
+TEST(Damage, KeepsTheRowsBeforeTheCut) {
+    const Image scene = samples::MakeScene(200, 160, 3);
+    for (const std::string extension : {"jpg", "png", "tif", "bmp"}) {
+        const Bytes bytes = extension == "tif" ? MakeTiff(scene.ToGray()) : EncodeImage(scene, extension);
+        const Image whole = DecodeImage(bytes).image;
+        const DecodedImage half = DecodeImage(std::span(bytes).first(bytes.size() / 2));
+        ASSERT_EQ(half.image.GetHeight(), 160) << extension;
+        ASSERT_FALSE(half.warnings.empty()) << extension;
+        EXPECT_NE(half.warnings[0].find("of 160 rows are missing."), std::string::npos) << half.warnings[0];
+        const cv::Rect kept = extension == "bmp" ? cv::Rect(0, 110, 200, 50) : cv::Rect(0, 0, 200, 40);
+        EXPECT_TRUE(Image(half.image.GetMat()(kept)).IsEqual(Image(whole.GetMat()(kept)))) << extension;
+    }
+}
+
+TEST(Damage, ProgressiveJpegKeepsTheScansBeforeTheCut) {
+    const Bytes& bytes = samples::kProgressiveJpeg;
+    const DecodedImage half = DecodeImage(std::span(bytes).first(bytes.size() * 8 / 10));
+    EXPECT_TRUE(half.image.IsValid());
+    ASSERT_FALSE(half.warnings.empty());
+    EXPECT_NE(half.warnings[0].find("scan"), std::string::npos) << half.warnings[0];
+}
+
+void ExpectRefusal(const Bytes& bytes, ZorException::Kind kind, const std::string& text) {
+    const auto start = std::chrono::steady_clock::now();
+    try {
+        DecodeImage(bytes);
+        ADD_FAILURE() << "decoded; expected: " << text;
+    } catch (const ZorException& exception) {
+        EXPECT_EQ(exception.GetKind(), kind) << exception.GetMessage();
+        EXPECT_NE(exception.GetMessage().find(text), std::string::npos) << exception.GetMessage();
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2)) << text;
+}
+
+Bytes WithBig32(Bytes bytes, std::size_t at, std::uint32_t value) {
+    for (std::size_t i = 0; i < 4; ++i) bytes.at(at + i) = static_cast<std::uint8_t>(value >> (24 - 8 * i));
+    return bytes;
+}
+
+std::size_t Find(const Bytes& bytes, const std::string& text) {
+    const auto found =
+        std::search(bytes.begin(), bytes.end(), text.begin(), text.end(),
+                    [](std::uint8_t byte, char c) { return byte == static_cast<std::uint8_t>(c); });
+    return static_cast<std::size_t>(found - bytes.begin());
+}
+
+TEST(Hostile, AbsurdSizesFailFast) {
+    using Kind = ZorException::Kind;
+    const Bytes png = EncodeImage(samples::MakeScene(4, 4, 3), "png");
+    ExpectRefusal(WithBig32(WithBig32(png, 16, 100000), 20, 100000), Kind::Memory,
+                  "100000 x 100000 pixels: more than the 2,147,483,647");
+    ExpectRefusal(WithBig32(WithBig32(png, 16, 40000), 20, 40000), Kind::Format, "cannot hold so many");
+    ExpectRefusal(WithBig32(png, 16, 0), Kind::Format, "0 x 4 pixels");
+
+    Bytes jpeg = EncodeImage(samples::MakeScene(4, 4, 3), "jpg");
+    const std::size_t frame = Find(jpeg, "\xff\xc0");
+    ExpectRefusal(WithBig32(jpeg, frame + 5, 0xffffffff), Kind::Memory, "65535 x 65535");
+    ExpectRefusal(WithBig32(jpeg, frame + 5, 0x40004000 * 2U), Kind::Format, "cannot hold so many");
+    jpeg[frame + 4] = 12;
+    ExpectRefusal(jpeg, Kind::Format,
+                  "12 bits per sample; only JPEG files with 8 bits per sample can be decoded");
+
+    const std::size_t size = Find(samples::kGreyJp2, "\xff\x51");
+    ExpectRefusal(WithBig32(WithBig32(samples::kGreyJp2, size + 6, 2000000000), size + 10, 2000000000),
+                  Kind::Memory, "2000000000 x 2000000000");
+    ExpectRefusal(
+        WithBig32(
+            WithBig32(WithBig32(WithBig32(samples::kGreyJp2, size + 6, 8000), size + 10, 8000), size + 22, 1),
+            size + 26, 1),
+        Kind::Format, "64000000 tiles");
+    Bytes gif = samples::MakeGif(2, 2, {0, 1, 2, 3}, false);
+    std::fill_n(gif.begin() + 6, 4, std::uint8_t{0xff});
+    ExpectRefusal(gif, Kind::Memory, "65535 x 65535");
+    ExpectRefusal({}, Kind::Format, "The file is empty.");
+    ExpectRefusal({'P', 'K', 3, 4}, Kind::Format, "ZIP archive");
+}
+
+TEST(Hostile, ThousandsOfScansAreRefused) {
+    const Bytes& bytes = samples::kProgressiveJpeg;
+    std::size_t last = 0;  // the last scan, up to the end mark
+    for (std::size_t i = 0; i + 1 < bytes.size(); ++i) {
+        if (bytes[i] == 0xff && bytes[i + 1] == 0xda) last = i;
+    }
+    const Bytes scan(bytes.begin() + static_cast<std::ptrdiff_t>(last), bytes.end() - 2);
+    Bytes bomb(bytes.begin(), bytes.end() - 2);
+    for (int i = 0; i < 5000; ++i) bomb.insert(bomb.end(), scan.begin(), scan.end());
+    bomb.insert(bomb.end(), {0xff, 0xd9});
+    ExpectRefusal(bomb, ZorException::Kind::Format, "more than 500 scans");
+}
+
+TEST(Hostile, WarningsAreFew) {
+    Bytes jpeg = EncodeImage(samples::MakeScene(400, 400, 3), "jpg");
+    std::mt19937 random(7);
+    for (std::size_t i = 700; i + 2 < jpeg.size(); i += 40) jpeg[i] = static_cast<std::uint8_t>(random());
+    const DecodedImage decoded = DecodeImage(jpeg);
+    EXPECT_FALSE(decoded.warnings.empty());
+    EXPECT_LE(decoded.warnings.size(), 22U);
+}
+
+}  // namespace
