@@ -38,10 +38,6 @@ OrvInterface::Private::Private(OrvContext& owner)
     options.Load();
 }
 
-OrvInterface::Private::~Private() {
-    queue.Stop([this] { port.Shutdown(); });
-}
-
 OrvInterface::OrvInterface()
     : m_context(std::make_unique<OrvContext>()), m(std::make_unique<Private>(*m_context)) {
     theInterface = this;
@@ -57,6 +53,8 @@ OrvInterface::OrvInterface()
 }
 
 OrvInterface::~OrvInterface() {
+    // The worker reaches everything through m, so it ends while m still stands.
+    m->queue.Stop([this] { m->port.Shutdown(); });
     m.reset();
     theInterface = nullptr;
 }

@@ -16,7 +16,6 @@
 // for them.
 struct OrvInterface::Private {
     explicit Private(OrvContext& context);
-    ~Private();
 
     OrvContext& context;
     OrvOptions options;
