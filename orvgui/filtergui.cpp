@@ -14,6 +14,8 @@ namespace {
 
 constexpr int kBorder = 4;
 constexpr int kScrollStep = 16;
+// Until the page is laid out: scroll bars in a smaller window make the toolkit complain.
+const wxSize kInitialSize(320, 240);
 const int kAroundCell = wxALIGN_CENTER_VERTICAL | wxRIGHT | wxTOP | wxBOTTOM;
 
 void ShowValues(const std::vector<std::unique_ptr<ParameterControl>>& controls,
@@ -32,7 +34,7 @@ void ReadValues(const std::vector<std::unique_ptr<ParameterControl>>& controls, 
 }  // namespace
 
 OrvFilterGui::OrvFilterGui(wxWindow* parent, OrvFilter* filter)
-    : wxPanel(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxTAB_TRAVERSAL | wxVSCROLL | wxHSCROLL),
+    : wxPanel(parent, wxID_ANY, wxDefaultPosition, kInitialSize, wxTAB_TRAVERSAL | wxVSCROLL | wxHSCROLL),
       wxScrollHelper(this),
       m_filter(filter) {
     SetScrollRate(kScrollStep, kScrollStep);
@@ -206,12 +208,26 @@ bool OrvFilterGui::IsTopWindow() {
 
 void OrvFilterGui::SetNotice(const wxString& text) {
     if (m_notice == nullptr) {
-        if (text.empty()) return;
         m_notice = new OrvStaticText(m_descriptionParent, text);
         AddToSizer(m_descriptionSizer, m_notice, CountCells(m_descriptionSizer).GetRow(), 0, m_columnSpan, 1);
     }
     m_notice->SetText(text);
     m_notice->Show(!text.empty());
+}
+
+bool OrvFilterGui::Layout() {
+    wxSizer* sizer = GetSizer();
+    if (sizer == nullptr) return ScrollLayout();
+    const wxPoint origin = CalcScrolledPosition(wxPoint(m_margin, m_margin));
+    const wxSize size = GetVirtualSize() - wxSize(2 * m_margin, 2 * m_margin);
+    sizer->SetDimension(origin, wxSize(std::max(0, size.GetWidth()), std::max(0, size.GetHeight())));
+    return true;
+}
+
+wxSize OrvFilterGui::GetBestVirtualSize() const {
+    wxSize size = GetClientSize();
+    if (wxSizer* sizer = GetSizer()) size.IncTo(sizer->CalcMin() + wxSize(2 * m_margin, 2 * m_margin));
+    return size;
 }
 
 void OrvFilterGui::FitContent() {

@@ -82,8 +82,12 @@ class ORVGUI_API OrvFilterGui : public wxPanel, public OrvFilterGuiBase, public 
     const wxString& GetReferenceFilename() const { return m_referenceFilename; }
     void SetReferenceFilename(const wxString& name) { m_referenceFilename = name; }
 
-    // Scrolling is the scroll helper's business.
-    WX_FORWARD_TO_SCROLL_HELPER()
+    // Scrolling is the scroll helper's business; the margin around the content is ours.
+    void PrepareDC(wxDC& dc) override { DoPrepareDC(dc); }
+    bool Layout() override;
+    bool CanScroll(int orientation) const override { return IsScrollbarShown(orientation); }
+    void DoSetVirtualSize(int x, int y) override { ScrollDoSetVirtualSize(x, y); }
+    wxSize GetBestVirtualSize() const override;
 
   protected:
     using Controls = std::vector<std::unique_ptr<ParameterControl>>;
@@ -114,6 +118,8 @@ class ORVGUI_API OrvFilterGui : public wxPanel, public OrvFilterGuiBase, public 
     OrvFilter* m_filter;
     wxString m_testFilename;
     wxString m_referenceFilename;
+
+    int m_margin = 8;  // pixels left free around the content; a page that is all picture sets 0
 
   private:
     OrvStaticText* m_notice = nullptr;  // made when first needed

@@ -91,7 +91,9 @@ void OrvFilterGuiPlot::ConfigurePlot(PlotPanel* panel, OrvFileId slot) {
     if (const OrvFilterPlot* filter = GetFilterPlot()) data = filter->GetPlotDataCopy(slot);
     wxImage picture;
     if (data.image.IsValid()) IplImageToWxImage(data.image.ToColor(), picture);
-    panel->SetTexts(ToWx(data.xLabel), ToWx(data.yLabel), ToWx(data.text));
+    wxString title = slot == OrvEvidence ? _("Evidence") : _("Reference");
+    if (!data.text.empty()) title += ": " + ToWx(data.text);
+    panel->SetTexts(ToWx(data.xLabel), ToWx(data.yLabel), title);
     panel->ConfigurePlot(data.x, data.curves, data.layerCount,
                          data.counts.empty() ? nullptr : data.counts.data(), picture, m_visibleLayer,
                          data.marks, data.helpLines);

@@ -7,7 +7,10 @@ void OrvFilterGuiText::CreateControlsInput() {
 }
 
 void OrvFilterGuiText::CreateControlsOutput() {
+    SetNotice(wxString());  // above the results, whose place it takes
     if (!m_parametersOutput.empty()) OrvFilterGui::CreateControlsOutput();
+    // Results get the width that labels leave.
+    if (CountCells(m_outputSizer).GetCol() > 1) m_outputSizer->AddGrowableCol(1);
 }
 
 void OrvFilterGuiText::UpdateControlsCustom() {

@@ -20,6 +20,7 @@
 namespace {
 
 constexpr int kBorder = 4;
+constexpr int kColumnGap = 12;  // beside the border, between parameters that stand side by side
 
 // A failed debug assertion that names the function as a reader of the log will look for it.
 void FailIn([[maybe_unused]] const char* function) {
@@ -127,38 +128,47 @@ wxWindow* ParameterControl::CreateLabel() {
 
 void ParameterControl::Place(wxGridBagSizer* sizer, wxWindow* window, Height height) {
     Adopt(window);
-    wxWindow* label = CreateLabel();
-    const wxGBPosition position = GetControlPosition(sizer);
     if (sizer->GetFlexibleDirection() == wxHORIZONTAL) {
-        auto* column = new wxBoxSizer(wxVERTICAL);
-        column->Add(label, 0, wxBOTTOM, kBorder);
-        column->Add(window, height == Height::Tall ? 1 : 0, wxEXPAND);
-        sizer->Add(column, position, wxDefaultSpan, wxEXPAND | wxRIGHT | wxTOP | wxBOTTOM, kBorder);
+        auto* content = new wxBoxSizer(wxVERTICAL);
+        content->Add(window, height == Height::Tall ? 1 : 0, wxEXPAND);
+        PlaceColumn(sizer, content, height);
         return;
     }
-    if (height == Height::Tall)
-        AddLabelTop(sizer, label, position);
-    else
-        AddLabel(sizer, label, position);
+    const wxGBPosition position = PlaceLabel(sizer, height);
     AddControl(sizer, window, wxGBPosition(position.GetRow(), position.GetCol() + 1));
 }
 
 void ParameterControl::Place(wxGridBagSizer* sizer, wxSizer* content, Height height) {
-    wxWindow* label = CreateLabel();
-    const wxGBPosition position = GetControlPosition(sizer);
     if (sizer->GetFlexibleDirection() == wxHORIZONTAL) {
-        auto* column = new wxBoxSizer(wxVERTICAL);
-        column->Add(label, 0, wxBOTTOM, kBorder);
-        column->Add(content, height == Height::Tall ? 1 : 0, wxEXPAND);
-        sizer->Add(column, position, wxDefaultSpan, wxEXPAND | wxRIGHT | wxTOP | wxBOTTOM, kBorder);
+        PlaceColumn(sizer, content, height);
         return;
     }
-    if (height == Height::Tall)
-        AddLabelTop(sizer, label, position);
-    else
-        AddLabel(sizer, label, position);
+    const wxGBPosition position = PlaceLabel(sizer, height);
     sizer->Add(content, wxGBPosition(position.GetRow(), position.GetCol() + 1), wxDefaultSpan,
                wxEXPAND | wxALIGN_CENTER_VERTICAL | wxRIGHT | wxTOP | wxBOTTOM, kBorder);
+}
+
+wxGBPosition ParameterControl::PlaceLabel(wxGridBagSizer* sizer, Height height) {
+    const wxGBPosition position = GetControlPosition(sizer);
+    if (height == Height::Tall)
+        AddLabelTop(sizer, CreateLabel(), position);
+    else
+        AddLabel(sizer, CreateLabel(), position);
+    return position;
+}
+
+void ParameterControl::PlaceColumn(wxGridBagSizer* sizer, wxSizer* content, Height height) {
+    auto* column = new wxBoxSizer(wxVERTICAL);
+    column->Add(CreateLabel(), 0, wxBOTTOM | wxRIGHT, kBorder);
+    column->Add(content, height == Height::Tall ? 1 : 0, wxEXPAND | wxRIGHT, kColumnGap);
+    sizer->Add(column, GetControlPosition(sizer), wxDefaultSpan, wxEXPAND | wxRIGHT | wxTOP | wxBOTTOM, kBorder);
+}
+
+void ParameterControl::PlaceCompact(wxGridBagSizer* sizer, wxWindow* window) {
+    Adopt(window);
+    auto* row = new wxBoxSizer(wxHORIZONTAL);
+    row->Add(window, 0, wxALIGN_CENTER_VERTICAL);
+    Place(sizer, row);
 }
 
 void ParameterControl::Adopt(wxWindow* window) {

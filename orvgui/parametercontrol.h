@@ -59,6 +59,8 @@ class ORVGUI_API ParameterControl {
     void Place(wxGridBagSizer* sizer, wxWindow* window, Height height = Height::Line);
     // The same for several widgets in one line or column; the sizer is taken over.
     void Place(wxGridBagSizer* sizer, wxSizer* content, Height height = Height::Line);
+    // The same for a widget that keeps its own width however wide the column is.
+    void PlaceCompact(wxGridBagSizer* sizer, wxWindow* window);
     // Makes a widget one that Show() reaches and gives it the parameter's tool tip.
     void Adopt(wxWindow* window);
 
@@ -70,6 +72,8 @@ class ORVGUI_API ParameterControl {
 
   private:
     wxWindow* CreateLabel();
+    wxGBPosition PlaceLabel(wxGridBagSizer* sizer, Height height);
+    void PlaceColumn(wxGridBagSizer* sizer, wxSizer* content, Height height);
 
     std::vector<wxWeakRef<wxWindow>> m_windows;
 };

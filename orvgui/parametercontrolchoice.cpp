@@ -4,7 +4,13 @@
 #include <wx/combobox.h>
 #include <wx/intl.h>
 
+#include <algorithm>
+
 #include "zorbase/text.h"
+
+namespace {
+constexpr int kChoiceWidth = 160;
+}
 
 ParameterControlInputCheckBox::ParameterControlInputCheckBox(wxWindow* parent, wxGridBagSizer* sizer,
                                                              const Parameter& parameter)
@@ -41,7 +47,8 @@ ParameterControlInputComboBox::ParameterControlInputComboBox(wxWindow* parent, w
         entries.push_back(entry.empty() ? wxString() : wxGetTranslation(ToWx(entry)));
     m_comboBox = new wxComboBox(parent, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize, entries,
                                 editable ? wxTE_PROCESS_ENTER : wxCB_READONLY);
-    Place(sizer, m_comboBox);
+    m_comboBox->SetMinSize(wxSize(std::max(kChoiceWidth, m_comboBox->GetBestSize().GetWidth()), -1));
+    PlaceCompact(sizer, m_comboBox);
     // The widget's own event ends here: the parent gets the one of this control.
     m_comboBox->Bind(wxEVT_COMBOBOX, [this](wxCommandEvent&) { OnChosen(m_comboBox->GetSelection()); });
     if (editable) {

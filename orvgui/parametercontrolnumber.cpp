@@ -45,8 +45,7 @@ ParameterControlInt::ParameterControlInt(wxWindow* parent, wxGridBagSizer* sizer
     const auto validator = MakeValidator<int>(parameter);
     CreateField(wxTE_RIGHT | (readOnly ? wxTE_READONLY : 0L), readOnly ? nullptr : &validator);
     m_field->SetMinSize(wxSize(kNumberWidth, -1));
-    m_field->SetMaxSize(wxSize(kNumberWidth, -1));
-    Place(sizer, m_field);
+    PlaceCompact(sizer, m_field);
     ParameterControlEntry::SetControlValue(parameter);
 }
 
@@ -55,8 +54,7 @@ ParameterControlInt::ParameterControlInt(wxWindow* parent, wxGridBagSizer* sizer
     : ParameterControlEntry(parent, parameter) {
     CreateField(wxTE_RIGHT, &validator);
     m_field->SetMinSize(wxSize(kNumberWidth, -1));
-    m_field->SetMaxSize(wxSize(kNumberWidth, -1));
-    Place(sizer, m_field);
+    PlaceCompact(sizer, m_field);
     ParameterControlEntry::SetControlValue(parameter);
 }
 
@@ -78,7 +76,7 @@ ParameterControlInputSpinSlider::ParameterControlInputSpinSlider(wxWindow* paren
     m_spin = new wxSpinCtrl(parent, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize,
                             wxSP_ARROW_KEYS | wxALIGN_RIGHT | wxTE_PROCESS_ENTER, minimum, maximum, minimum);
     auto* row = new wxBoxSizer(wxHORIZONTAL);
-    row->Add(m_slider, 1, wxALIGN_CENTER_VERTICAL);
+    row->Add(m_slider, 0, wxALIGN_CENTER_VERTICAL);
     row->Add(m_spin, 0, wxALIGN_CENTER_VERTICAL | wxLEFT, kGap);
     Adopt(m_slider);
     Adopt(m_spin);

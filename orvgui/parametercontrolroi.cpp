@@ -26,9 +26,8 @@ ParameterControlRoi::ParameterControlRoi(wxWindow* parent, wxGridBagSizer* sizer
     const auto validator = MakeValidator();
     CreateField(0, &validator);
     m_field->SetMinSize(wxSize(kRegionWidth, -1));
-    m_field->SetMaxSize(wxSize(kRegionWidth, -1));
     m_field->SetToolTip(_("x, y, width, height in pixels"));
-    Place(sizer, m_field);
+    PlaceCompact(sizer, m_field);
     ParameterControlEntry::SetControlValue(parameter);
 }
 
@@ -41,11 +40,11 @@ ParameterControlInputVectorRoi::ParameterControlInputVectorRoi(wxWindow* parent,
         new wxTextCtrl(parent, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize, wxTE_PROCESS_ENTER);
     m_field->SetHint(_("x, y, width, height"));
     m_field->SetToolTip(_("x, y, width, height in pixels"));
-    m_buttonAdd = new wxButton(parent, wxID_ANY, _("Add"), wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT);
+    m_buttonAdd = new wxButton(parent, wxID_ANY, _("Add"));
     m_buttonChange =
-        new wxButton(parent, wxID_ANY, _("Change"), wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT);
+        new wxButton(parent, wxID_ANY, _("Change"));
     m_buttonRemove =
-        new wxButton(parent, wxID_ANY, _("Remove"), wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT);
+        new wxButton(parent, wxID_ANY, _("Remove"));
     for (wxWindow* window : {static_cast<wxWindow*>(m_listBox), static_cast<wxWindow*>(m_field),
                              static_cast<wxWindow*>(m_buttonAdd), static_cast<wxWindow*>(m_buttonChange),
                              static_cast<wxWindow*>(m_buttonRemove)})

@@ -127,7 +127,7 @@ bool IsNumericColumn(const TableString& table, std::size_t column) {
 ParameterControlTableString::ParameterControlTableString(wxWindow* parent, wxGridBagSizer* sizer,
                                                          const Parameter& parameter)
     : ParameterControl(parent, parameter) {
-    m_grid = new wxGrid(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxWANTS_CHARS | wxBORDER_SIMPLE);
+    m_grid = new wxGrid(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxWANTS_CHARS | wxBORDER_THEME);
     m_grid->AssignTable(new StringTable, wxGrid::wxGridSelectRows);
     m_grid->HideRowLabels();
     m_grid->EnableEditing(false);

@@ -13,11 +13,11 @@
 namespace {
 
 constexpr int kFieldWidth = 240;
-constexpr int kMaximumFieldWidth = 640;
-constexpr int kNumberWidth = 160;
+constexpr int kNumberWidth = 200;
 constexpr int kMinimumLines = 3;
 constexpr int kMaximumLines = 16;
 constexpr int kGap = 4;
+const wxString kBetweenSlots = "\n / \n";
 // A field of one line shows no more than this; the rest is for the view button.
 constexpr std::size_t kMaximumFieldText = 2000;
 
@@ -71,24 +71,23 @@ bool NeedsFixedPitch(const wxString& text) {
 
 ParameterControlString::ParameterControlString(wxWindow* parent, wxGridBagSizer* sizer,
                                                const Parameter& parameter, bool readOnly)
+    : ParameterControlString(parent, sizer, parameter, readOnly, Content::Text) {}
+
+ParameterControlString::ParameterControlString(wxWindow* parent, wxGridBagSizer* sizer,
+                                               const Parameter& parameter, bool readOnly, Content content)
     : ParameterControlEntry(parent, parameter), m_readOnly(readOnly) {
-    CreateField(readOnly ? wxTE_READONLY : 0, nullptr);
-    m_field->SetMinSize(wxSize(kFieldWidth, -1));
+    const bool numbers = content == Content::Numbers;
+    CreateField((readOnly ? wxTE_READONLY : 0) | (numbers ? int{wxTE_RIGHT} : 0), nullptr);
+    // The height stays the same whatever the font of the text.
+    m_field->SetMinSize(wxSize(numbers ? kNumberWidth : kFieldWidth, m_field->GetBestSize().GetHeight()));
     if (readOnly)
         MakeResultField(m_field);
     else
         m_field->SetHint(GetPlaceholder());
-    m_view = new wxButton(m_parent, wxID_ANY, wxString::FromUTF8("…"), wxDefaultPosition, wxDefaultSize,
-                          wxBU_EXACTFIT);
-    m_view->SetToolTip(_("Show the whole text"));
-    m_view->Bind(wxEVT_BUTTON, &ParameterControlString::OnButtonView, this);
-
-    auto* row = new wxBoxSizer(wxHORIZONTAL);
-    row->Add(m_field, 1, wxALIGN_CENTER_VERTICAL);
-    row->Add(m_view, 0, wxALIGN_CENTER_VERTICAL | wxLEFT, kGap);
+    m_row = new wxBoxSizer(wxHORIZONTAL);
+    m_row->Add(m_field, numbers ? 0 : 1, wxALIGN_CENTER_VERTICAL);
     Adopt(m_field);
-    m_view->Hide();
-    Place(sizer, row);
+    Place(sizer, m_row);
     m_field->Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
         event.Skip();
         UpdateViewButton();
@@ -135,23 +134,29 @@ void ParameterControlString::SetControlValue(const Parameter& parameter) {
     UpdateViewButton();
 }
 
-void ParameterControlString::SetNumeric() {
-    m_field->SetWindowStyleFlag(m_field->GetWindowStyleFlag() | wxTE_RIGHT);
-    m_field->SetMinSize(wxSize(kNumberWidth, -1));
-    m_field->SetMaxSize(wxSize(kNumberWidth, -1));
-}
-
 void ParameterControlString::UpdateViewButton() {
     const wxString text = m_readOnly ? m_fullText : m_field->GetValue();
+    const bool shown = m_view != nullptr && m_view->IsShown();
     bool overflows = text.length() > kMaximumFieldText || text.find('\n') != wxString::npos;
     const int width = m_field->GetClientSize().GetWidth();
-    if (!overflows && width > 1 && text.length() > 8) {
+    constexpr std::size_t kAlwaysFits = 12;
+    if (!overflows && width > 1 && text.length() > kAlwaysFits) {
         constexpr int kInset = 16;  // what the theme keeps around the text
-        const int room = width - kInset + (m_view->IsShown() ? m_view->GetSize().GetWidth() + kGap : 0);
+        const int room = width - kInset + (shown ? m_view->GetSize().GetWidth() + kGap : 0);
         overflows = m_field->GetTextExtent(text).GetWidth() > room;
     }
-    if (overflows == m_view->IsShown()) return;
-    m_view->Show(overflows && !m_parameter.IsHiddenFromGui());
+    overflows = overflows && !m_parameter.IsHiddenFromGui();
+    if (overflows == shown) return;
+    if (m_view == nullptr) {
+        m_view = new wxButton(m_parent, wxID_ANY, wxString::FromUTF8("…"), wxDefaultPosition, wxDefaultSize,
+                              wxBU_EXACTFIT);
+        m_view->MoveAfterInTabOrder(m_field);
+        m_view->Bind(wxEVT_BUTTON, &ParameterControlString::OnButtonView, this);
+        m_row->Add(m_view, 0, wxALIGN_CENTER_VERTICAL | wxLEFT, kGap);
+        Adopt(m_view);
+        m_view->SetToolTip(_("Show the whole text"));
+    }
+    m_view->Show(overflows && m_field->IsShown());
     m_parent->PostSizeEvent();
 }
 
@@ -164,16 +169,12 @@ void ParameterControlString::OnButtonView(wxCommandEvent&) {
 
 ParameterControlOutputInt64::ParameterControlOutputInt64(wxWindow* parent, wxGridBagSizer* sizer,
                                                          const Parameter& parameter)
-    : ParameterControlString(parent, sizer, parameter, true) {
-    SetNumeric();
-}
+    : ParameterControlString(parent, sizer, parameter, true, Content::Numbers) {}
 
 ParameterControlOutputImageResolution::ParameterControlOutputImageResolution(wxWindow* parent,
                                                                              wxGridBagSizer* sizer,
                                                                              const Parameter& parameter)
-    : ParameterControlString(parent, sizer, parameter, true) {
-    SetNumeric();
-}
+    : ParameterControlString(parent, sizer, parameter, true, Content::Numbers) {}
 
 ParameterControlOutputText::ParameterControlOutputText(wxWindow* parent, wxGridBagSizer* sizer,
                                                        const Parameter& parameter)
@@ -184,6 +185,33 @@ ParameterControlOutputText::ParameterControlOutputText(wxWindow* parent, wxGridB
     m_field->SetMinSize(wxSize(kFieldWidth, kMinimumLines * m_field->GetCharHeight()));
     Place(sizer, m_field, Height::Tall);
     ParameterControlOutputText::SetControlValue(parameter);
+}
+
+// Of two texts of many lines only the lines that differ are red.
+void ParameterControlOutputText::MarkDifferingLines(const wxString& evidence) {
+    const long length = static_cast<long>(m_shownText.length());
+    m_field->SetStyle(0, length, wxTextAttr(*wxBLACK));
+    if (!m_shownRed) return;
+    const wxString between = m_shownText.Mid(evidence.length());
+    if (!between.StartsWith(kBetweenSlots)) {
+        m_field->SetStyle(0, length, wxTextAttr(*wxRED));
+        return;
+    }
+    const wxArrayString left = wxSplit(evidence, '\n', '\0');
+    const wxArrayString right = wxSplit(between.Mid(kBetweenSlots.length()), '\n', '\0');
+    long leftStart = 0;
+    long rightStart = static_cast<long>(evidence.length() + kBetweenSlots.length());
+    for (std::size_t i = 0; i < std::max(left.size(), right.size()); ++i) {
+        const wxString* leftLine = i < left.size() ? &left[i] : nullptr;
+        const wxString* rightLine = i < right.size() ? &right[i] : nullptr;
+        const bool differs = leftLine == nullptr || rightLine == nullptr || *leftLine != *rightLine;
+        for (const auto& [line, start] : {std::pair{leftLine, &leftStart}, std::pair{rightLine, &rightStart}}) {
+            if (line == nullptr) continue;
+            const long end = *start + static_cast<long>(line->length());
+            if (differs) m_field->SetStyle(*start, end, wxTextAttr(*wxRED));
+            *start = end + 1;
+        }
+    }
 }
 
 wxWindow* ParameterControlOutputText::GetControl() {
@@ -199,15 +227,15 @@ void ParameterControlOutputText::SetControlValue(const Parameter& parameter) {
     if (parameter.IsRefSet()) {
         const wxString reference = OrPlaceholder(ToWx(parameter.Get<std::string>(true)));
         const bool lines = LineCount(evidence) > 1 || LineCount(reference) > 1;
-        text += (lines ? "\n / \n" : " / ") + reference;
+        text += (lines ? kBetweenSlots : wxString(" / ")) + reference;
         red = evidence != reference;
     }
     if (text == m_shownText && red == m_shownRed) return;
-    if (red != m_shownRed) m_field->SetForegroundColour(red ? *wxRED : *wxBLACK);
     m_shownRed = red;
     m_shownText = text;
     m_field->SetFont(NeedsFixedPitch(text) ? FixedPitchFont(*m_parent) : m_parent->GetFont());
     m_field->ChangeValue(text);
+    MarkDifferingLines(evidence);
     const int lines = std::clamp(LineCount(text), kMinimumLines, kMaximumLines);
     constexpr int kInset = 12;
     m_field->SetMinSize(wxSize(kFieldWidth, lines * m_field->GetCharHeight() + kInset));

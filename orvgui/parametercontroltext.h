@@ -23,12 +23,15 @@ class ParameterControlString : public ParameterControlEntry {
   protected:
     bool ParseText(const wxString& text, Parameter& parameter) const override;
     wxString FormatText(const Parameter& parameter) const override;
-    // Digits are aligned right in a field of this width.
-    void SetNumeric();
+    // Numbers are aligned right in a field of fixed width.
+    enum class Content { Text, Numbers };
+    ParameterControlString(wxWindow* parent, wxGridBagSizer* sizer, const Parameter& parameter, bool readOnly,
+                           Content content);
 
   private:
     void UpdateViewButton();
 
+    wxSizer* m_row = nullptr;     // holds the field, and the button once it is needed
     wxButton* m_view = nullptr;
     wxString m_fullText;
     bool m_readOnly;
@@ -65,7 +68,7 @@ class ParameterControlOutputImageResolution : public ParameterControlString {
                                           const Parameter& parameter);
 };
 
-// A text of many lines, read-only. The field grows with the text up to a limit, then scrolls.
+// A text of many lines, read-only; of two texts the lines that differ are red. The field grows with the text up to a limit, then scrolls.
 class ParameterControlOutputText : public ParameterControl {
   public:
     ParameterControlOutputText(wxWindow* parent, wxGridBagSizer* sizer, const Parameter& parameter);
@@ -75,6 +78,8 @@ class ParameterControlOutputText : public ParameterControl {
     Parameter GetControlValue() const override { return m_parameter; }
 
   private:
+    void MarkDifferingLines(const wxString& evidence);
+
     wxTextCtrl* m_field;
     wxString m_shownText;
     bool m_shownRed = false;

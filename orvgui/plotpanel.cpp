@@ -100,6 +100,8 @@ void PlotPanel::ConfigurePlot(const std::vector<float>& x, const std::vector<std
     m_empty = bars.empty() && curve.empty() && !hasMarks && !image.IsOk();
     m_text->SetText(m_empty ? wxString(_("No plot for this image")) : m_corner, m_empty);
 
+    m_xAxis->SetVisible(!m_empty);
+    m_yAxis->SetVisible(!m_empty);
     m_xAxis->SetPicture(wxImage(), 0, 0, 0, 0);
     m_plot->FitNewData();
     if (image.IsOk()) {

@@ -14,7 +14,6 @@ PlotWindow::PlotWindow(wxWindow* parent, int id)
     : mpWindow(parent, id, wxDefaultPosition, wxDefaultSize, wxBORDER_SUNKEN) {
     SetBackgroundStyle(wxBG_STYLE_PAINT);
     SetMargins(30, 30, 70, 50);
-    SetMPScrollbars(false);
     // What the library tells about the mouse does not hold here, and the axes have different units.
     GetPopupMenu()->Destroy(mpID_HELP_MOUSE);
     GetPopupMenu()->Destroy(mpID_LOCKASPECT);
@@ -101,8 +100,15 @@ void PlotWindow::Draw(wxDC& dc) {
     dc.SetPen(*wxTRANSPARENT_PEN);
     dc.SetBrush(*wxWHITE_BRUSH);
     dc.DrawRectangle(0, 0, m_scrX, m_scrY);
-    for (mpLayer* layer : m_layers) {
-        if (layer->IsVisible()) layer->Plot(dc, *this);
+    // Lines and marks lie on the bars, whatever the order of the layers.
+    const auto depth = [](mpLayer* layer) {
+        if (layer->GetLayerType() == mpLAYER_AXIS) return 0;
+        return dynamic_cast<PlotBars*>(layer) != nullptr ? 1 : 2;
+    };
+    for (int pass = 0; pass <= 2; ++pass) {
+        for (mpLayer* layer : m_layers) {
+            if (depth(layer) == pass && layer->IsVisible()) layer->Plot(dc, *this);
+        }
     }
 }
 
