@@ -161,7 +161,8 @@ void ParameterControl::PlaceColumn(wxGridBagSizer* sizer, wxSizer* content, Heig
     auto* column = new wxBoxSizer(wxVERTICAL);
     column->Add(CreateLabel(), 0, wxBOTTOM | wxRIGHT, kBorder);
     column->Add(content, height == Height::Tall ? 1 : 0, wxEXPAND | wxRIGHT, kColumnGap);
-    sizer->Add(column, GetControlPosition(sizer), wxDefaultSpan, wxEXPAND | wxRIGHT | wxTOP | wxBOTTOM, kBorder);
+    sizer->Add(column, GetControlPosition(sizer), wxDefaultSpan, wxEXPAND | wxRIGHT | wxTOP | wxBOTTOM,
+               kBorder);
 }
 
 void ParameterControl::PlaceCompact(wxGridBagSizer* sizer, wxWindow* window) {

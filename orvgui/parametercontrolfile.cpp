@@ -27,8 +27,7 @@ ParameterControlInputFilename::ParameterControlInputFilename(wxWindow* parent, w
     CreateField(shown == Shown::Name ? wxTE_READONLY : 0, nullptr);
     m_field->SetMinSize(wxSize(kPathWidth, -1));
     m_field->SetHint(GetPlaceholder());
-    m_buttonBrowse =
-        new wxButton(parent, wxID_ANY, _("Browse"));
+    m_buttonBrowse = new wxButton(parent, wxID_ANY, _("Browse"));
     m_buttonBrowse->Bind(wxEVT_BUTTON, &ParameterControlInputFilename::OnButtonBrowse, this);
     auto* row = new wxBoxSizer(wxHORIZONTAL);
     row->Add(m_field, 1, wxALIGN_CENTER_VERTICAL);

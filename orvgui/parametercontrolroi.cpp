@@ -41,10 +41,8 @@ ParameterControlInputVectorRoi::ParameterControlInputVectorRoi(wxWindow* parent,
     m_field->SetHint(_("x, y, width, height"));
     m_field->SetToolTip(_("x, y, width, height in pixels"));
     m_buttonAdd = new wxButton(parent, wxID_ANY, _("Add"));
-    m_buttonChange =
-        new wxButton(parent, wxID_ANY, _("Change"));
-    m_buttonRemove =
-        new wxButton(parent, wxID_ANY, _("Remove"));
+    m_buttonChange = new wxButton(parent, wxID_ANY, _("Change"));
+    m_buttonRemove = new wxButton(parent, wxID_ANY, _("Remove"));
     for (wxWindow* window : {static_cast<wxWindow*>(m_listBox), static_cast<wxWindow*>(m_field),
                              static_cast<wxWindow*>(m_buttonAdd), static_cast<wxWindow*>(m_buttonChange),
                              static_cast<wxWindow*>(m_buttonRemove)})

@@ -205,7 +205,8 @@ void ParameterControlOutputText::MarkDifferingLines(const wxString& evidence) {
         const wxString* leftLine = i < left.size() ? &left[i] : nullptr;
         const wxString* rightLine = i < right.size() ? &right[i] : nullptr;
         const bool differs = leftLine == nullptr || rightLine == nullptr || *leftLine != *rightLine;
-        for (const auto& [line, start] : {std::pair{leftLine, &leftStart}, std::pair{rightLine, &rightStart}}) {
+        for (const auto& [line, start] :
+             {std::pair{leftLine, &leftStart}, std::pair{rightLine, &rightStart}}) {
             if (line == nullptr) continue;
             const long end = *start + static_cast<long>(line->length());
             if (differs) m_field->SetStyle(*start, end, wxTextAttr(*wxRED));

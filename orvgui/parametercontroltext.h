@@ -31,7 +31,7 @@ class ParameterControlString : public ParameterControlEntry {
   private:
     void UpdateViewButton();
 
-    wxSizer* m_row = nullptr;     // holds the field, and the button once it is needed
+    wxSizer* m_row = nullptr;  // holds the field, and the button once it is needed
     wxButton* m_view = nullptr;
     wxString m_fullText;
     bool m_readOnly;

@@ -65,10 +65,12 @@ class EveryTypeFilter : public OrvFilter {
         for (int id = 0; id < 2; ++id) {
             tables[id].id = id;
             for (int i = 0; i < 64; ++i)
-                tables[id].values.push_back(static_cast<std::uint16_t>(2 + i * (id + 1) + (i % 9 == 0 ? bytes % 7 : 0)));
+                tables[id].values.push_back(
+                    static_cast<std::uint16_t>(2 + i * (id + 1) + (i % 9 == 0 ? bytes % 7 : 0)));
         }
         result.output.Find("tables")->SetValue(tables);
-        result.output.Find("size")->SetValue(ImageResolution{static_cast<int>(bytes), input.Get<int>("count")});
+        result.output.Find("size")->SetValue(
+            ImageResolution{static_cast<int>(bytes), input.Get<int>("count")});
         result.output.Find("digest")->SetValue(file.GetSha256());
         result.output.Find("note")->SetValue(std::string(
             "A note that is the same for every file, longer than the field it stands in, with <b>no mark-up</b> & more than "
@@ -92,7 +94,8 @@ class EveryTypeFilter : public OrvFilter {
 class PlotTestFilter : public OrvFilterPlot {
   public:
     explicit PlotTestFilter(const std::string& id = "plot-test") : OrvFilterPlot(ToWx("Plot test"), id) {
-        Describe("Test", "Shows how often each grey level occurs. The blue line is the mean & the marks are peaks.");
+        Describe("Test",
+                 "Shows how often each grey level occurs. The blue line is the mean & the marks are peaks.");
         SetParameters({Parameter::Bool("curve", "Curve", false)},
                       {Parameter::Choice("layer", "Channel", 0, {"Red", "Green", "Blue"})},
                       {Parameter::Output(ParameterType::OutputInt64, "peak", "Peak")});
