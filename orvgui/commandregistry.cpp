@@ -17,6 +17,8 @@ OrvGuiCommandRegistryBookmarks OrvGuiCommandRegistry::m_bookmarks;
 
 namespace {
 
+constexpr int kButtonSize = 26;
+
 constexpr int kAlt = wxACCEL_ALT;
 constexpr int kCtrl = wxACCEL_CTRL;
 constexpr int kShift = wxACCEL_SHIFT;
@@ -195,6 +197,8 @@ wxBitmapButton* OrvGuiCommandRegistry::CreateBitmapButton(wxWindow* parent, int 
     if (!bitmap.IsOk()) bitmap = LoadIconBundle("report.png");
     auto* button = new wxBitmapButton(parent, id, bitmap, wxDefaultPosition, wxDefaultSize,
                                       wxBU_EXACTFIT | wxBORDER_NONE);
+    // Without its frame the button is as small as its picture, too small to be hit well.
+    button->SetMinSize(wxSize(kButtonSize, kButtonSize));
     button->SetToolTip(GetToolTip(id));
     button->SetName(GetLabel(id));
     return button;

@@ -53,14 +53,13 @@ void FilePanel::CreateControls() {
         ShowFilename();
         event.Skip();
     });
-    m_position = new wxStaticText(this, wxID_ANY, "0000 / 0000", wxDefaultPosition, wxDefaultSize,
-                                  wxALIGN_RIGHT | wxST_NO_AUTORESIZE);
-    m_position->SetMinSize(m_position->GetBestSize());
+    m_position = new wxStaticText(this, wxID_ANY, wxString());
 
     auto* top = new wxBoxSizer(wxHORIZONTAL);
     top->Add(m_title, 0, wxALIGN_CENTER_VERTICAL | wxLEFT | wxRIGHT, 2 * kGap);
     top->Add(m_filename, 1, wxALIGN_CENTER_VERTICAL);
-    top->Add(m_position, 0, wxALIGN_CENTER_VERTICAL | wxLEFT | wxRIGHT, 2 * kGap);
+    top->AddSpacer(2 * kGap);
+    top->Add(m_position, 0, wxALIGN_CENTER_VERTICAL | wxRIGHT, 2 * kGap);
 
     const int offset = m_slot == OrvReference ? kReferenceCommandOffset : 0;
     auto* buttons = new wxBoxSizer(wxHORIZONTAL);
@@ -117,6 +116,7 @@ void FilePanel::SetImage() {
     const FilePanelState state = ReadState();
     ShowFilename();
     m_position->SetLabelText(state.Position());
+    m_position->Show(!state.Position().empty());
     const bool isOff = m_slot == OrvReference && GetInterface() && !GetInterface()->IsReferenceEnabled();
     m_title->SetLabelText(m_slot == OrvEvidence ? _("Evidence")
                           : isOff               ? _("Reference (off)")

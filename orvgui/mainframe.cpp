@@ -1,9 +1,10 @@
 #include "orvgui/mainframe.h"
 
 #include <wx/app.h>
+#include <wx/aui/dockart.h>
 #include <wx/aui/framemanager.h>
-#include <wx/display.h>
 #include <wx/filename.h>
+#include <wx/settings.h>
 #include <wx/statusbr.h>
 #include <wx/stdpaths.h>
 #include <wx/translation.h>
@@ -26,8 +27,9 @@
 namespace {
 
 constexpr int kPaneMinWidth = 200;
-constexpr int kFiltersWidth = 250;
+constexpr int kFiltersWidth = 270;
 constexpr int kProjectHeight = 170;
+constexpr int kCaptionHeight = 24;
 
 }  // namespace
 
@@ -44,18 +46,22 @@ OrvMainFrame::OrvMainFrame(OrvInterface* core, const AppVersion& version, const 
     m_baseTitle = GetTitle();
     OrvGuiCommandRegistry::Init();
     m_auiManager = std::make_unique<wxAuiManager>(this, wxAUI_MGR_DEFAULT);
+    ConfigureDockArt();
     InstallOpenCvErrorHandler();
     GetInterface()->SetProgressHandler(this);
     m_windowProperties = std::make_unique<WindowProperties>();
     SetIcons(LoadMainIcon());
     CreateMenuBar();
     CreateStatusBar();
+    ConfigureStatusBar();
     CreatePanes();
     LoadLayout();
     m_auiManager->Update();
     BindEvents();
     SetAcceleratorTable(OrvGuiCommandRegistry::GetAcceleratorTableGlobal());
     UpdateTitle();
+    // The keyboard starts in the tree, where every shortcut works; a text field would keep some of them.
+    m_filtersPanel->GetTree()->SetFocus();
 }
 
 OrvMainFrame::~OrvMainFrame() {
@@ -77,6 +83,30 @@ void OrvMainFrame::CreateStatusBar() {
     SetStatusBar(new wxStatusBar(this, wxID_ANY, wxSTB_DEFAULT_STYLE, wxASCII_STR(wxStatusBarNameStr)));
 }
 
+void OrvMainFrame::ConfigureStatusBar() {
+    const int widths[] = {-4, -4, -3, 70};  // pixels where positive, shares of the rest where negative
+    const int styles[] = {wxSB_FLAT, wxSB_FLAT, wxSB_FLAT, wxSB_FLAT};
+    GetStatusBar()->SetFieldsCount(4, widths);
+    GetStatusBar()->SetStatusStyles(4, styles);
+    SetStatusBarPane(static_cast<int>(OrvStatusField::Activity));
+}
+
+void OrvMainFrame::ConfigureDockArt() {
+    wxAuiDockArt* art = m_auiManager->GetArtProvider();
+    const wxColour plain = wxSystemSettings::GetColour(wxSYS_COLOUR_BTNFACE);
+    const wxColour text = wxSystemSettings::GetColour(wxSYS_COLOUR_BTNTEXT);
+    art->SetMetric(wxAUI_DOCKART_GRADIENT_TYPE, wxAUI_GRADIENT_NONE);
+    art->SetMetric(wxAUI_DOCKART_CAPTION_SIZE, kCaptionHeight);
+    art->SetMetric(wxAUI_DOCKART_SASH_SIZE, 4);
+    for (int colour : {wxAUI_DOCKART_ACTIVE_CAPTION_COLOUR, wxAUI_DOCKART_INACTIVE_CAPTION_COLOUR,
+                       wxAUI_DOCKART_BACKGROUND_COLOUR, wxAUI_DOCKART_SASH_COLOUR}) {
+        art->SetColour(colour, plain);
+    }
+    art->SetColour(wxAUI_DOCKART_ACTIVE_CAPTION_TEXT_COLOUR, text);
+    art->SetColour(wxAUI_DOCKART_INACTIVE_CAPTION_TEXT_COLOUR, text);
+    art->SetFont(wxAUI_DOCKART_CAPTION_FONT, GetFont().Bold());
+}
+
 wxAuiPaneInfo OrvMainFrame::PaneInfo(const wxString& name) {
     return wxAuiPaneInfo()
         .Name(name)
@@ -95,16 +125,25 @@ void OrvMainFrame::CreatePanes() {
     m_projectTree = new OrvProjectGui(this);
 
     const wxSize fileSize(-1, m_evidencePanel->GetBestSize().y);
-    m_auiManager->AddPane(
-        m_evidencePanel,
-        PaneInfo(wxTRANSLATE("Evidence")).Top().Position(0).CaptionVisible(false).BestSize(fileSize));
-    m_auiManager->AddPane(
-        m_referencePanel,
-        PaneInfo(wxTRANSLATE("Reference")).Top().Position(1).CaptionVisible(false).BestSize(fileSize));
+    m_auiManager->AddPane(m_evidencePanel, PaneInfo(wxTRANSLATE("Evidence"))
+                                               .Top()
+                                               .Position(0)
+                                               .CaptionVisible(false)
+                                               .PaneBorder(false)
+                                               .BestSize(fileSize));
+    m_auiManager->AddPane(m_referencePanel, PaneInfo(wxTRANSLATE("Reference"))
+                                                .Top()
+                                                .Position(1)
+                                                .CaptionVisible(false)
+                                                .PaneBorder(false)
+                                                .BestSize(fileSize));
     wxAuiPaneInfo filters = PaneInfo(wxTRANSLATE("Filters")).Left().Position(0).CloseButton(false);
     m_auiManager->AddPane(m_filtersPanel, filters.BestSize(kFiltersWidth, -1));
-    m_auiManager->AddPane(
-        m_viewerPanel, PaneInfo(wxTRANSLATE("Viewer")).CentrePane().CaptionVisible(false).CloseButton(false));
+    m_auiManager->AddPane(m_viewerPanel, PaneInfo(wxTRANSLATE("Viewer"))
+                                             .CentrePane()
+                                             .PaneBorder(false)
+                                             .CaptionVisible(false)
+                                             .CloseButton(false));
     wxAuiPaneInfo project = PaneInfo(wxTRANSLATE("Project")).Left().Position(1).CloseButton(false);
     m_auiManager->AddPane(m_projectTree, project.BestSize(kFiltersWidth, kProjectHeight));
     // The tree gets three quarters of the height that it shares with the project.

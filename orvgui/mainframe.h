@@ -76,6 +76,8 @@ class ORVGUI_API OrvMainFrame : public wxFrame, public OrvProgressHandler {
     void SetStatusField(OrvStatusField field, const wxString& text);
 
   private:
+    void ConfigureStatusBar();
+    void ConfigureDockArt();
     void CreatePanes();
     void BindEvents();
     void RefreshFilePanels();

@@ -1,0 +1,170 @@
+// Runs the window tests from inside the toolkit's main event loop, where windows live in the program, too.
+
+#include <gtest/gtest.h>
+#include <wx/app.h>
+#include <wx/evtloop.h>
+#include <wx/image.h>
+#include <wx/msgdlg.h>
+#include <wx/utils.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+
+#include "tests/support/guitest.h"
+#include "tests/support/temporaryfolder.h"
+
+namespace {
+
+std::vector<std::string>* theExpectedAssertions = nullptr;
+
+std::string Describe(wxDialog* dialog) {
+    if (const auto* box = dynamic_cast<wxMessageDialogBase*>(dialog)) {
+        return (dialog->GetTitle() + "|" + box->GetMessage()).utf8_string();
+    }
+    return dialog->GetTitle().utf8_string();
+}
+
+// An unexpected dialog would wait for ever.
+class RefuseDialogs : public wxModalDialogHook {
+  protected:
+    int Enter(wxDialog* dialog) override {
+        ADD_FAILURE() << "a dialog appeared that no test expects: " << Describe(dialog);
+        return wxID_CANCEL;
+    }
+};
+
+class TestApp : public wxApp {
+  public:
+    bool OnInit() override {
+        wxInitAllImageHandlers();
+        SetExitOnFrameDelete(false);
+        m_refuse.Register();
+        CallAfter([this] {
+            m_result = RUN_ALL_TESTS();
+            m_refuse.Unregister();
+            ExitMainLoop();
+        });
+        return true;
+    }
+    int OnRun() override {
+        wxApp::OnRun();
+        return m_result;
+    }
+    bool OnExceptionInMainLoop() override {
+        ReportException();
+        return true;
+    }
+    void OnUnhandledException() override { ReportException(); }
+    void OnAssertFailure(const wxChar* file, int line, const wxChar* function, const wxChar* condition,
+                         const wxChar* message) override {
+        const wxString text = wxString(message ? message : condition);
+        if (theExpectedAssertions) {
+            theExpectedAssertions->push_back(text.utf8_string());
+            return;
+        }
+        ADD_FAILURE_AT(wxString(file).utf8_string().c_str(), line)
+            << "assertion \"" << wxString(condition).utf8_string() << "\" in "
+            << wxString(function).utf8_string() << ": " << text.utf8_string();
+    }
+
+  private:
+    static void ReportException() {
+        try {
+            throw;
+        } catch (const std::exception& error) {
+            ADD_FAILURE() << "an exception left a handler: " << error.what();
+        } catch (...) {
+            ADD_FAILURE() << "an unknown exception left a handler";
+        }
+    }
+
+    int m_result = 1;
+    RefuseDialogs m_refuse;
+};
+
+}  // namespace
+
+void Pump() {
+    if (wxEventLoopBase* loop = wxEventLoopBase::GetActive()) {
+        loop->YieldFor(wxEVT_CATEGORY_ALL);
+        wxTheApp->ProcessIdle();
+    }
+}
+
+bool PumpUntil(const std::function<bool()>& condition, int timeoutMs) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    while (true) {
+        Pump();
+        if (condition()) return true;
+        if (std::chrono::steady_clock::now() >= end) return false;
+        wxMilliSleep(1);
+    }
+}
+
+void PumpFor(int milliseconds) {
+    PumpUntil([] { return false; }, milliseconds);
+}
+
+DialogAnswers::DialogAnswers(std::initializer_list<int> codes) {
+    for (int code : codes) Add([code](wxDialog*) { return code; });
+    Register();
+}
+
+DialogAnswers::DialogAnswers(Answer answer) {
+    Add(std::move(answer));
+    Register();
+}
+
+DialogAnswers::~DialogAnswers() {
+    Unregister();
+    if (!m_answers.empty()) ADD_FAILURE() << m_answers.size() << " expected dialogs did not appear";
+}
+
+int DialogAnswers::Enter(wxDialog* dialog) {
+    m_seen.push_back(Describe(dialog));
+    if (m_answers.empty()) {
+        ADD_FAILURE() << "one dialog more than expected: " << m_seen.back();
+        return wxID_CANCEL;
+    }
+    const Answer answer = std::move(m_answers.front());
+    m_answers.pop_front();
+    return answer(dialog);
+}
+
+namespace {
+
+std::vector<std::string>& CollectedAssertions() {
+    static std::vector<std::string> messages;
+    return messages;
+}
+
+}  // namespace
+
+ExpectedAssertions::ExpectedAssertions() {
+    CollectedAssertions().clear();
+    theExpectedAssertions = &CollectedAssertions();
+}
+
+ExpectedAssertions::~ExpectedAssertions() {
+    theExpectedAssertions = nullptr;
+}
+
+const std::vector<std::string>& ExpectedAssertions::Messages() const {
+    return CollectedAssertions();
+}
+
+wxIMPLEMENT_APP_NO_MAIN(TestApp);
+
+int main(int argc, char** argv) {
+    testing::InitGoogleTest(&argc, argv);
+    // Nothing of the person who runs the tests is read or written.
+    const TemporaryFolder documents;
+    const ScopedVariable documentsVariable("ORVANE_DOCUMENTS", (documents / "documents").c_str());
+    const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe");
+    const std::string data = (program.parent_path().parent_path() / "data").string();
+    if (!getenv("ORVANE_DATA")) setenv("ORVANE_DATA", data.c_str(), 1);
+    int toolkitArgc = 1;
+    return wxEntry(toolkitArgc, argv);
+}
