@@ -83,8 +83,8 @@ TEST_F(Worker, AbortKeepsThePreviousResult) {
     ASSERT_TRUE(sink.PumpUntilIdle());
     const OrvFilterResultPtr before = probe->GetResult();
     probe->sleepMs = 5000;
-    Configure(2);
     const int started = probe->started;
+    Configure(2);
     ASSERT_TRUE(sink.PumpUntil([&] { return probe->started > started; }));
     const auto start = std::chrono::steady_clock::now();
     core->AbortProcessing();
