@@ -171,7 +171,8 @@ void OrvInterface::DumpEmbeddedJpgs(const wxString& path) {
 
 void OrvInterface::DumpImagesFromPdf(const wxString& path, const VecParameter& parameters) {
     m->Push(OrvCommand::Kind::Other, [this, path = PathFromWx(path), parameters](const OrvJob& job) {
-        m->Tell(OrvEventDumpEmbeddedJpgs, ExtractPdfImages(path, parameters, job));
+        m->Tell(OrvEventDumpEmbeddedJpgs,
+                ExtractPdfImages(path, parameters, m->options.GetMaximumFileBytes(), job));
     });
 }
 

@@ -11,5 +11,6 @@
 // ZorException when they fail.
 std::string ExtractEmbeddedJpegs(const std::string& path, std::uint64_t maximumBytes, const OrvJob& job);
 
-// parameters: those of the PDF settings dialog, by name.
-std::string ExtractPdfImages(const std::string& path, const VecParameter& parameters, const OrvJob& job);
+// parameters: those of the PDF settings dialog, in its order. What could not be taken out is listed in "warnings.txt" in the folder.
+std::string ExtractPdfImages(const std::string& path, const VecParameter& parameters,
+                             std::uint64_t maximumBytes, const OrvJob& job);
