@@ -69,7 +69,7 @@ TEST(ImageInfo, TellsWhatIsWrong) {
     png[29] ^= 1;  // the header chunk's checksum
     ASSERT_EQ(ReadImageInfo(png).warnings.size(), 1U);
     EXPECT_EQ(ReadImageInfo(png).warnings[0], "The checksum of a chunk at byte 8 is wrong.");
-    png.resize(png.size() - 12);
+    png.erase(png.end() - 12, png.end());
     EXPECT_EQ(ReadImageInfo(png).warnings.back(), "File ends early: the end chunk is missing.");
     EXPECT_TRUE(ReadImageInfo({}).warnings.empty());
     EXPECT_EQ(ReadImageInfo({}).format, FileFormat::Empty);
