@@ -156,6 +156,8 @@ void OrvFilterGui::ResetViewerPanel() {
 }
 
 void OrvFilterGui::UpdateGui() {
+    // A result can arrive for a page that was never shown; it reads everything when it is built.
+    if (m_mainSizer == nullptr) return;
     m_parametersOutput = m_filter->GetParametersOutput();
     m_parametersInput = m_filter->GetParametersInput();
     m_parametersPostProcessing = m_filter->GetParametersPostProcessing();

@@ -22,9 +22,6 @@
 
 namespace {
 
-// While the selection moves faster than this (a held arrow key), nothing is computed for the items passed by.
-constexpr int kSettleMs = 250;
-
 constexpr int kButtonCommands[] = {6014, 6013, 6018, 6011, 6012, 6019, 6020, 6021, 6022};
 
 // The sign beside what stands out: weight and colour alone are not for every eye.
@@ -93,12 +90,14 @@ void OrvFiltersPanel::BindEvents() {
 // Buttons from left to right in as many rows as the width asks for, the tree below them.
 void OrvFiltersPanel::OnSize(wxSizeEvent&) {
     constexpr int kGap = 2;
+    constexpr int kSmallest = 26;
     const wxSize size = GetClientSize();
     int x = kGap;
     int y = kGap;
     int rowHeight = 0;
     for (wxWindow* button : m_buttons) {
-        const wxSize best = button->GetBestSize();
+        wxSize best = button->GetBestSize();
+        best.IncTo(wxSize(kSmallest, kSmallest));
         if (x > kGap && x + best.x + kGap > size.x) {
             x = kGap;
             y += rowHeight + kGap;
@@ -263,7 +262,8 @@ void OrvFiltersPanel::SelectFilter(wxTreeEvent& event, bool activate) {
     if (idata->filter == nullptr) return;
 
     const wxLongLong now = wxGetUTCTimeMillis();
-    const bool isQuick = now - m_lastSelection < kSettleMs;
+    // A held arrow key computes nothing for the items that it passes by.
+    const bool isQuick = now - m_lastSelection < m_settleMs;
     m_lastSelection = now;
     if (activate || !isQuick) {
         m_activationTimer.Stop();
@@ -272,7 +272,7 @@ void OrvFiltersPanel::SelectFilter(wxTreeEvent& event, bool activate) {
     }
     GetContext()->SetActiveFilter(idata->filter);
     m_viewerPanel->ShowPage(FindPage(idata->filter), true);
-    m_activationTimer.StartOnce(kSettleMs);
+    m_activationTimer.StartOnce(m_settleMs);
 }
 
 void OrvFiltersPanel::OnActivationTimer(wxTimerEvent&) {

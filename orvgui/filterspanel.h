@@ -65,6 +65,9 @@ class ORVGUI_API OrvFiltersPanel : public wxPanel {
     // asks for its result when it is missing.
     void ActivateGui(OrvFilterGui* page);
 
+    // For how long the selection has to rest, after it has moved quickly, before a result is asked for.
+    void SetSettleTime(int milliseconds) { m_settleMs = milliseconds; }
+
     // The pages in the core's filter order.
     const std::vector<OrvFilterGui*>& GetPages() const { return m_pages; }
     wxTreeCtrl* GetTree() const { return m_tree; }
@@ -151,6 +154,7 @@ class ORVGUI_API OrvFiltersPanel : public wxPanel {
     std::set<OrvFilter*> m_running;      // filters the core was seen working on, not refreshed since
     wxTreeItemId m_dragged;
     wxTimer m_activationTimer;
+    int m_settleMs = 250;
     wxLongLong m_lastSelection = 0;  // milliseconds, when the user last moved the selection
     bool m_silent = false;           // selection events come from code
 };

@@ -263,5 +263,5 @@ void OrvFiltersPanel::OnItemToolTip(wxTreeEvent& event) {
     }
     event.SetToolTip(FilterToolTip(filter.GetName(), filter.GetDescription(),
                                    isCurrent ? result->status : FilterStatus::NotProcessed,
-                                   IsAnyEnabled(event.GetItem())));
+                                   IsAnyEnabled(event.GetItem()), filter.GetErrorMessage()));
 }

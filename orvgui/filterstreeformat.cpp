@@ -44,10 +44,13 @@ wxString ConfigurationText(const VecParameter& parameters) {
     return text.empty() ? _("Standard") : ToWx(text);
 }
 
-wxString FilterToolTip(const wxString& name, const wxString& description, FilterStatus status, bool enabled) {
+wxString FilterToolTip(const wxString& name, const wxString& description, FilterStatus status, bool enabled,
+                       const wxString& error) {
     wxString text = wxGetTranslation(name);
     if (!description.empty()) text += "\n" + wxGetTranslation(description);
-    return text + "\n" + StatusSentence(status, enabled);
+    text += "\n" + StatusSentence(status, enabled);
+    if (!error.empty()) text += "\n" + _("The last run failed.") + " " + error;
+    return text;
 }
 
 wxString ConfigurationToolTip(const wxString& filterName, const VecParameter& parameters, FilterStatus status,

@@ -94,7 +94,8 @@ void FilterSummaryPanel::CreateControlsDescription() {
 void FilterSummaryPanel::CreateControlsCustom() {
     m_groups.clear();
     for (OrvFilter* filter : FiltersWithVerdict(*GetInterface()))
-        m_groups.push_back(std::make_unique<StatusGroup>(this, m_mainSizer, CountCells(m_mainSizer).GetRow(), filter));
+        m_groups.push_back(
+            std::make_unique<StatusGroup>(this, m_mainSizer, CountCells(m_mainSizer).GetRow(), filter));
     CreateResultPanel();
 }
 
@@ -105,6 +106,7 @@ void FilterSummaryPanel::CreateResultPanel() {
     m_result = new wxTextCtrl(this, wxID_ANY, wxString(), wxDefaultPosition, wxSize(-1, kResultHeight),
                               wxTE_MULTILINE | wxTE_READONLY);
     AddToSizer(m_mainSizer, m_result, CountCells(m_mainSizer).GetRow(), 0, kResultSpan, 2);
+    m_mainSizer->AddGrowableCol(kResultSpan - 1);
     UpdateControlsCustom();
 }
 

@@ -139,7 +139,9 @@ SummaryEntry MakeSummaryEntry(const wxString& filterName, const OrvFilterResult*
     entry.filterName = filterName;
     if (!error.empty()) {
         entry.state = SummaryState::Failed;
+        // The core's message begins with the filter's name already.
         entry.text = error;
+        if (entry.text.StartsWith(filterName + ": ")) entry.text.erase(0, filterName.length() + 2);
         return entry;
     }
     if (result == nullptr || !isCurrent || !result->slot[slot]) return entry;

@@ -1,6 +1,5 @@
 #include "orvgui/orvviewerpanel.h"
 
-#include <wx/settings.h>
 #include <wx/stattext.h>
 #include <wx/translation.h>
 #include <wx/wupdlock.h>
@@ -32,7 +31,6 @@ OrvViewerPanel::OrvViewerPanel(wxWindow* parent) : wxPanel(parent, wxID_ANY) {
                                   wxALIGN_CENTRE_HORIZONTAL | wxST_NO_AUTORESIZE);
     m_hintText->SetLabelText(_("Drop a photograph here, or press Ctrl+O"));
     m_hintText->SetFont(m_hintText->GetFont().Scaled(1.25F));
-    m_hintText->SetForegroundColour(wxSystemSettings::GetColour(wxSYS_COLOUR_GRAYTEXT));
     m_hintText->Hide();
     SetDropTarget(new FilePanelDropTarget(OrvEvidence));
     Bind(wxEVT_SIZE, &OrvViewerPanel::OnSize, this);
