@@ -90,7 +90,6 @@ bool ExivSession::Guard(const std::function<void()>& work) {
         work();
         return true;
     } catch (const std::exception& e) {
-        // what() is const-correct on both of the library's exception families.
         Warn(std::string("Some metadata could not be read: ") + e.what());
     }
     return false;

@@ -107,7 +107,8 @@ Bytes MakeZip(const std::vector<ZipEntry>& entries) {
         directory = directory + ToBytes("PK\x01\x02");
         AppendLittle(directory, 20, 2);
         directory = directory + common;
-        AppendLittle(directory, 0, 10);
+        AppendLittle(directory, 0, 8);
+        AppendLittle(directory, 0, 2);
         AppendLittle(directory, offset, 4);
         directory = directory + ToBytes(entry.name);
     }
