@@ -72,3 +72,9 @@ target_include_directories(dep_opencv SYSTEM INTERFACE ${PKG_OPENCV_INCLUDE_DIRS
 target_link_directories(dep_opencv INTERFACE ${PKG_OPENCV_LIBRARY_DIRS})
 target_link_libraries(dep_opencv INTERFACE opencv_core opencv_imgproc)
 add_library(dep::opencv ALIAS dep_opencv)
+
+# The library that the window toolkit draws with; its runtime comes with the toolkit, and no header of it is used.
+find_library(CAIRO_LIBRARY NAMES cairo libcairo.so.2 REQUIRED)
+add_library(dep_cairo INTERFACE)
+target_link_libraries(dep_cairo INTERFACE ${CAIRO_LIBRARY})
+add_library(dep::cairo ALIAS dep_cairo)

@@ -1,6 +1,8 @@
 #include "orvcore/filterlist.h"
 
+#include "orvcore/filters/errorlevelfilter.h"
 #include "orvcore/filters/fileformatfilter.h"
+#include "orvcore/filters/visualinspectionfilter.h"
 
 namespace {
 
@@ -16,5 +18,9 @@ std::vector<std::unique_ptr<OrvFilter>> Make() {
 std::vector<std::unique_ptr<OrvFilter>> CreateAllFilters() {
     return Make<
         // File
-        FileFormatFilter>();
+        FileFormatFilter,
+        // Global
+        VisualInspectionFilter,
+        // Local
+        ErrorLevelFilter>();
 }

@@ -2,6 +2,7 @@
 
 #include "orvgui/filterguiplot.h"
 #include "orvgui/filterguitext.h"
+#include "orvgui/filterguiviewer.h"
 
 namespace {
 
@@ -17,8 +18,8 @@ const struct {
 } kPageMakers[] = {
     {OrvPageKind::Text, &MakePage<OrvFilterGuiText>},
     {OrvPageKind::Plot, &MakePage<OrvFilterGuiPlot>},
-    {OrvPageKind::ImageSingle, &MakePage<OrvFilterGuiText>},
-    {OrvPageKind::ImageDouble, &MakePage<OrvFilterGuiText>},
+    {OrvPageKind::ImageSingle, &MakePage<OrvFilterGuiViewerSingle>},
+    {OrvPageKind::ImageDouble, &MakePage<OrvFilterGuiViewerDouble>},
 };
 
 }  // namespace

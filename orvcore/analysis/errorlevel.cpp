@@ -1,0 +1,280 @@
+#include "orvcore/analysis/errorlevel.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <condition_variable>
+#include <csetjmp>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <limits>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+// The library's header needs the ones above.
+#include <jpeglib.h>
+
+#include "zorbase/zorexception.h"
+
+namespace {
+
+constexpr int kStripRows =
+    192;  // a multiple of every MCU height; a strip of a wide photograph stays in the cache
+constexpr int kContextRows = 16;  // what smooth upsampling reads beyond a strip, in whole MCUs
+constexpr unsigned kMaximumThreads = 4;
+constexpr std::chrono::milliseconds kReportInterval{20};
+
+// One JPEG round trip. The library reports errors by a jump: only plain data between setjmp and its calls.
+class RoundTrip {
+  public:
+    RoundTrip() {
+        m_encoder.err = m_decoder.err = jpeg_std_error(&m_errors);
+        m_errors.error_exit = OnError;
+        m_errors.emit_message = [](j_common_ptr, int) {};
+        m_encoder.client_data = m_decoder.client_data = this;
+    }
+    ~RoundTrip() {
+        jpeg_destroy_compress(&m_encoder);
+        jpeg_destroy_decompress(&m_decoder);
+        std::free(m_data);
+    }
+    RoundTrip(const RoundTrip&) = delete;
+    RoundTrip& operator=(const RoundTrip&) = delete;
+
+    // Encodes rows first up to last (exclusive) of the image and decodes them into `decoded`, of the same type and row count.
+    void Run(const cv::Mat& image, int first, int last, const ErrorLevelSettings& settings,
+             cv::Mat& decoded) {
+        if (!Encode(image, first, last, settings) || !Decode(decoded)) {
+            ZOR_THROW(Memory, std::string("The picture could not be saved as JPEG in memory: ") +
+                                  m_message.data() + '.');
+        }
+    }
+
+  private:
+    [[noreturn]] static void OnError(j_common_ptr info) {
+        auto* self = static_cast<RoundTrip*>(info->client_data);
+        info->err->format_message(info, self->m_message.data());
+        std::longjmp(self->m_jump, 1);
+    }
+
+    bool Encode(const cv::Mat& image, int first, int last, const ErrorLevelSettings& settings) {
+        if (setjmp(m_jump) != 0) return false;  // NOLINT: the library's way to report errors
+        if (!m_hasEncoder) jpeg_create_compress(&m_encoder);
+        m_hasEncoder = true;
+        // The buffer of the strip before is used again; the library replaces it when it is too small.
+        unsigned char* const before = m_data;
+        m_size = m_capacity;
+        jpeg_mem_dest(&m_encoder, &m_data, &m_size);
+        m_encoder.image_width = static_cast<JDIMENSION>(image.cols);
+        m_encoder.image_height = static_cast<JDIMENSION>(last - first);
+        m_encoder.input_components = image.channels();
+        m_encoder.in_color_space = image.channels() == 1 ? JCS_GRAYSCALE : JCS_EXT_BGR;
+        jpeg_set_defaults(&m_encoder);
+        jpeg_set_quality(&m_encoder, settings.quality, TRUE);
+        m_encoder.dct_method = JDCT_ISLOW;
+        if (image.channels() == 3) {
+            m_encoder.comp_info[0].h_samp_factor =
+                settings.subsampling == ErrorLevelSubsampling::None ? 1 : 2;
+            m_encoder.comp_info[0].v_samp_factor =
+                settings.subsampling == ErrorLevelSubsampling::Both ? 2 : 1;
+        }
+        jpeg_start_compress(&m_encoder, TRUE);
+        while (m_encoder.next_scanline < m_encoder.image_height) {
+            JSAMPROW row = const_cast<JSAMPROW>(image.ptr(first + static_cast<int>(m_encoder.next_scanline)));
+            jpeg_write_scanlines(&m_encoder, &row, 1);
+        }
+        jpeg_finish_compress(&m_encoder);
+        if (m_data != before) {
+            std::free(before);
+            m_capacity = m_size;
+        }
+        return true;
+    }
+
+    bool Decode(cv::Mat& decoded) {
+        if (setjmp(m_jump) != 0) return false;  // NOLINT: the library's way to report errors
+        if (!m_hasDecoder) jpeg_create_decompress(&m_decoder);
+        m_hasDecoder = true;
+        jpeg_mem_src(&m_decoder, m_data, m_size);
+        jpeg_read_header(&m_decoder, TRUE);
+        m_decoder.out_color_space = decoded.channels() == 1 ? JCS_GRAYSCALE : JCS_EXT_BGR;
+        m_decoder.dct_method = JDCT_ISLOW;
+        m_decoder.do_fancy_upsampling = TRUE;
+        jpeg_start_decompress(&m_decoder);
+        while (m_decoder.output_scanline < m_decoder.output_height) {
+            JSAMPROW row = decoded.ptr(static_cast<int>(m_decoder.output_scanline));
+            jpeg_read_scanlines(&m_decoder, &row, 1);
+        }
+        jpeg_finish_decompress(&m_decoder);
+        return true;
+    }
+
+    jpeg_compress_struct m_encoder{};
+    jpeg_decompress_struct m_decoder{};
+    jpeg_error_mgr m_errors{};
+    std::jmp_buf m_jump{};
+    std::array<char, JMSG_LENGTH_MAX> m_message{};
+    unsigned char* m_data = nullptr;  // by malloc
+    unsigned long m_size = 0;
+    unsigned long m_capacity = 0;
+    bool m_hasEncoder = false;
+    bool m_hasDecoder = false;
+};
+
+void MeanOfChannels(const std::uint8_t* difference, int count, std::uint8_t* mean) {
+    for (int x = 0; x < count; ++x) {
+        const int sum = difference[3 * x] + difference[3 * x + 1] + difference[3 * x + 2];
+        mean[x] = static_cast<std::uint8_t>((sum + 1) / 3);
+    }
+}
+
+// Strips of one image, shared out among threads.
+class StripWork {
+  public:
+    StripWork(const cv::Mat& image, const ErrorLevelSettings& settings, cv::Mat& result)
+        : m_image(image),
+          m_settings(settings),
+          m_result(result),
+          m_strips((image.rows + kStripRows - 1) / kStripRows) {}
+
+    void Run(const std::function<void(double)>& between) {
+        const unsigned processors = std::max(std::thread::hardware_concurrency(), 1U);
+        const unsigned threads = std::min({processors, kMaximumThreads, static_cast<unsigned>(m_strips)});
+        std::vector<std::jthread> workers;
+        m_running = static_cast<int>(threads);
+        for (unsigned i = 0; i < threads; ++i) workers.emplace_back([this] { Work(); });
+        std::unique_lock lock(m_mutex);
+        while (m_running > 0) {
+            m_ended.wait_for(lock, kReportInterval);
+            if (!between || m_failure) continue;
+            lock.unlock();
+            try {
+                between(static_cast<double>(m_done) / m_strips);
+            } catch (...) {
+                Fail(std::current_exception());
+            }
+            lock.lock();
+        }
+        lock.unlock();
+        workers.clear();
+        if (m_failure) std::rethrow_exception(m_failure);
+    }
+
+  private:
+    void Fail(std::exception_ptr failure) {
+        const std::lock_guard lock(m_mutex);
+        if (!m_failure) m_failure = std::move(failure);
+        m_stop = true;
+    }
+
+    void Work() {
+        try {
+            RoundTrip trip;
+            cv::Mat decoded;
+            cv::Mat difference;
+            while (!m_stop) {
+                const int strip = m_next++;
+                if (strip >= m_strips) break;
+                DoStrip(trip, strip, decoded, difference);
+                ++m_done;
+            }
+        } catch (...) {
+            Fail(std::current_exception());
+        }
+        const std::lock_guard lock(m_mutex);
+        --m_running;
+        m_ended.notify_all();
+    }
+
+    void DoStrip(RoundTrip& trip, int strip, cv::Mat& decoded, cv::Mat& difference) {
+        const int begin = strip * kStripRows;
+        const int end = std::min(begin + kStripRows, m_image.rows);
+        // Only chroma that was reduced in height is mixed across block rows.
+        const bool hasContext =
+            m_image.channels() == 3 && m_settings.subsampling == ErrorLevelSubsampling::Both;
+        const int first = hasContext ? std::max(begin - kContextRows, 0) : begin;
+        const int last = hasContext ? std::min(end + kContextRows, m_image.rows) : end;
+        decoded.create(last - first, m_image.cols, m_image.type());
+        trip.Run(m_image, first, last, m_settings, decoded);
+        const cv::Mat source = m_image.rowRange(begin, end);
+        const cv::Mat again = decoded.rowRange(begin - first, end - first);
+        cv::Mat target = m_result.rowRange(begin, end);
+        if (target.type() == source.type()) {
+            cv::absdiff(source, again, target);
+            return;
+        }
+        cv::absdiff(source, again, difference);
+        for (int y = 0; y < target.rows; ++y) MeanOfChannels(difference.ptr(y), target.cols, target.ptr(y));
+    }
+
+    const cv::Mat& m_image;
+    const ErrorLevelSettings& m_settings;
+    cv::Mat& m_result;
+    const int m_strips;
+    std::atomic<int> m_next{0};
+    std::atomic<int> m_done{0};
+    std::atomic<bool> m_stop{false};
+    std::mutex m_mutex;
+    std::condition_variable m_ended;
+    int m_running = 0;             // threads
+    std::exception_ptr m_failure;  // the first
+};
+
+}  // namespace
+
+cv::Mat ComputeErrorLevel(const cv::Mat& image, const ErrorLevelSettings& settings,
+                          const std::function<void(double done)>& between) {
+    if (image.empty() || (image.type() != CV_8UC1 && image.type() != CV_8UC3)) {
+        ZOR_THROW(Argument, "Error levels need a grey or colour picture of 8 bits per channel.");
+    }
+    if (image.cols > JPEG_MAX_DIMENSION || image.rows > JPEG_MAX_DIMENSION) {
+        ZOR_THROW(
+            Argument,
+            "A JPEG file cannot hold more than 65500 pixels in a row or column, so this picture has no error level.");
+    }
+    ErrorLevelSettings used = settings;
+    used.quality = std::clamp(settings.quality, 1, 100);
+    const bool isGrey = image.channels() == 1 || settings.grey;
+    cv::Mat result(image.rows, image.cols, isGrey ? CV_8UC1 : CV_8UC3);
+    StripWork(image, used, result).Run(between);
+    return result;
+}
+
+ErrorLevelStatistics MeasureErrorLevel(const cv::Mat& errorLevel, const Roi& region) {
+    ErrorLevelStatistics statistics;
+    const auto sumOf = [](const cv::Mat& mat) {
+        const cv::Scalar sums = cv::sum(mat);
+        return sums[0] + sums[1] + sums[2];
+    };
+    const double channels = errorLevel.channels();
+    const double total = sumOf(errorLevel);
+    const double samples = static_cast<double>(errorLevel.total()) * channels;
+    statistics.mean = total / samples;
+    double maximum = 0.0;
+    cv::minMaxLoc(errorLevel.reshape(1), nullptr, &maximum);
+    statistics.maximum = static_cast<int>(maximum);
+    const cv::Rect inside =
+        cv::Rect(region.x, region.y, std::max(region.width, 0), std::max(region.height, 0)) &
+        cv::Rect(0, 0, errorLevel.cols, errorLevel.rows);
+    const double insideTotal = inside.empty() ? 0.0 : sumOf(errorLevel(inside));
+    const double insideSamples = static_cast<double>(inside.area()) * channels;
+    const double none = std::numeric_limits<double>::quiet_NaN();
+    statistics.meanInside = insideSamples > 0.0 ? insideTotal / insideSamples : none;
+    statistics.meanOutside =
+        samples > insideSamples ? (total - insideTotal) / (samples - insideSamples) : none;
+    return statistics;
+}
+
+cv::Mat AmplifyErrorLevel(const cv::Mat& errorLevel, double gain, const cv::Rect& part) {
+    cv::Mat table(1, 256, CV_8U);
+    for (int i = 0; i < 256; ++i) table.ptr()[i] = cv::saturate_cast<std::uint8_t>(i * gain);
+    cv::Mat amplified;
+    cv::LUT(errorLevel(part), table, amplified);
+    return amplified;
+}
