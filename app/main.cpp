@@ -5,13 +5,17 @@
 #include <wx/translation.h>
 
 #include <cstdio>
+#include <cstdlib>
+#include <ctime>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "orvcore/interface.h"
+#include "orvgui/filtergui.h"
 #include "orvgui/mainframe.h"
 #include "orvgui/messagebox.h"
+#include "orvgui/orvviewerpanel.h"
 #include "zorbase/appversion.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"
@@ -50,6 +54,8 @@ class OrvaneApp : public wxApp {
         wxInitAllImageHandlers();
         auto* frame = new OrvMainFrame(new OrvInterface, m_version, ToWx(m_version.GetAppName()));
         frame->SelectFirstItem();
+        if (!theFiles.empty()) ShowFileFacts(*frame);
+        if (getenv("ORVANE_TELL_FIRST_PAINT")) TellFirstPaint(*frame);
         frame->Show();
         LoadFiles();
         return true;
@@ -69,6 +75,27 @@ class OrvaneApp : public wxApp {
         wxTranslations::Set(translations);
         translations->AddStdCatalog();
         translations->AddCatalog("orvane");
+    }
+
+    // Whoever opens a photograph wants to know first what the file is.
+    static void ShowFileFacts(OrvMainFrame& frame) {
+        OrvFilter* filter = GetContext()->FindFilter("file-format");
+        auto* page = filter ? dynamic_cast<OrvFilterGui*>(filter->GetAnalsyisFilterGui()) : nullptr;
+        if (!page) return;
+        GetContext()->SetActiveFilter(filter);
+        frame.ChangePage(page, filter->GetActiveConfiguration());
+    }
+
+    // For bench/startup_bench: tells the moment of the first paint and ends the program.
+    static void TellFirstPaint(OrvMainFrame& frame) {
+        frame.GetViewerPanel()->Bind(wxEVT_PAINT, [&frame](wxPaintEvent& event) {
+            event.Skip();
+            timespec now{};
+            clock_gettime(CLOCK_MONOTONIC, &now);
+            std::printf("%lld\n", static_cast<long long>(now.tv_sec) * 1000000000 + now.tv_nsec);
+            std::fflush(stdout);
+            frame.CallAfter([&frame] { frame.Close(true); });
+        });
     }
 
     static void LoadFiles() {
