@@ -87,6 +87,8 @@ ParameterControlInputSpinSlider::ParameterControlInputSpinSlider(wxWindow* paren
     m_slider->Bind(wxEVT_SCROLL_CHANGED, &ParameterControlInputSpinSlider::OnSliderScrollChange, this);
     m_spin->Bind(wxEVT_SPINCTRL, &ParameterControlInputSpinSlider::OnSpinChange, this);
     m_spin->Bind(wxEVT_TEXT_ENTER, &ParameterControlInputSpinSlider::OnSpinTextEnter, this);
+    m_spin->Bind(wxEVT_TEXT, &ParameterControlInputSpinSlider::OnSpinText, this);
+    m_spin->Bind(wxEVT_KEY_DOWN, &ParameterControlInputSpinSlider::OnSpinKey, this);
     m_restTimer.Bind(wxEVT_TIMER, &ParameterControlInputSpinSlider::OnTimer, this);
     ParameterControlInputSpinSlider::SetControlValue(parameter);
 }
@@ -96,10 +98,11 @@ wxWindow* ParameterControlInputSpinSlider::GetControl() {
 }
 
 void ParameterControlInputSpinSlider::SetControlValue(const Parameter& parameter) {
-    // A result that arrives while the thumb is held must not pull it away.
-    const bool keepDrag = m_pending && parameter == m_parameter;
+    // A result that arrives while the thumb is held or a number is typed must not take either away.
+    const bool keep = (m_pending || m_typing) && parameter == m_parameter;
     m_parameter = parameter;
-    if (keepDrag) return;
+    if (keep) return;
+    SetTyping(false, false);
     const int value = parameter.Get<int>();
     m_pending = false;
     m_restTimer.Stop();
@@ -110,8 +113,42 @@ void ParameterControlInputSpinSlider::SetControlValue(const Parameter& parameter
 
 Parameter ParameterControlInputSpinSlider::GetControlValue() const {
     Parameter value = m_parameter;
-    value.SetValue(m_spin->GetValue());
+    // Asked for its value, the spin takes its text and bends it into its bounds.
+    value.SetValue(m_refused ? m_reportedValue : m_spin->GetValue());
     return value;
+}
+
+void ParameterControlInputSpinSlider::SetTyping(bool typing, bool refused) {
+    m_typing = typing;
+    if (refused == m_refused) return;
+    m_refused = refused;
+    m_spin->SetBackgroundColour(refused ? wxColour(255, 204, 204) : wxNullColour);
+    m_spin->SetForegroundColour(refused ? *wxBLACK : wxNullColour);
+    m_spin->Refresh();
+}
+
+void ParameterControlInputSpinSlider::OnSpinText(wxCommandEvent& event) {
+    int value = 0;
+    const bool accepted =
+        ValidatorTyped<int>(m_spin->GetMin(), m_spin->GetMax()).Parse(event.GetString(), value);
+    if (accepted && m_refused) {
+        // When the field is left the spin bends its text into its bounds and tells the new value at once; a
+        // person who corrects the text does not get to Enter before the next turn of the event loop.
+        m_bent = true;
+        m_restTimer.CallAfter([this] { m_bent = false; });
+    }
+    SetTyping(true, !accepted);
+}
+
+void ParameterControlInputSpinSlider::OnSpinKey(wxKeyEvent& event) {
+    const bool enter = event.GetKeyCode() == WXK_RETURN || event.GetKeyCode() == WXK_NUMPAD_ENTER;
+    if (!enter || !m_refused) event.Skip();
+}
+
+void ParameterControlInputSpinSlider::DiscardEdit() {
+    if (!m_typing) return;
+    m_spin->SetValue(m_reportedValue);
+    SetTyping(false, false);
 }
 
 void ParameterControlInputSpinSlider::Report() {
@@ -139,6 +176,11 @@ void ParameterControlInputSpinSlider::OnSliderScrollChange(wxScrollEvent&) {
 }
 
 void ParameterControlInputSpinSlider::OnSpinChange(wxSpinEvent&) {
+    SetTyping(false, false);
+    if (m_bent) {
+        m_spin->SetValue(m_reportedValue);
+        return;
+    }
     const int value = m_spin->GetValue();
     if (m_slider->GetValue() == value) return;
     m_slider->SetValue(value);
@@ -150,6 +192,7 @@ void ParameterControlInputSpinSlider::OnSpinTextEnter(wxCommandEvent& event) {
     if (!FromString(Trim(FromWx(event.GetString())), value)) return;
     // Enter also makes the spin take its text, which may have been reported already.
     if (value < m_spin->GetMin() || value > m_spin->GetMax() || value == m_reportedValue) return;
+    SetTyping(false, false);
     if (m_spin->GetValue() != value) m_spin->SetValue(value);
     Report();
 }

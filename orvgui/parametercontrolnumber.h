@@ -4,6 +4,7 @@
 
 #include "orvgui/parametercontrolentry.h"
 
+class wxKeyEvent;
 class wxScrollEvent;
 class wxSlider;
 class wxSpinCtrl;
@@ -49,6 +50,7 @@ class ParameterControlInputSpinSlider : public ParameterControl {
     wxWindow* GetControl() override;
     void SetControlValue(const Parameter& parameter) override;
     Parameter GetControlValue() const override;
+    void DiscardEdit() override;
 
     wxSlider* GetSlider() const { return m_slider; }
     wxSpinCtrl* GetSpin() const { return m_spin; }
@@ -63,10 +65,17 @@ class ParameterControlInputSpinSlider : public ParameterControl {
 
   private:
     void Report();
+    // What is typed is marked when it is out of bounds, and then neither Enter nor leaving the field takes it.
+    void OnSpinText(wxCommandEvent& event);
+    void OnSpinKey(wxKeyEvent& event);
+    void SetTyping(bool typing, bool refused);
 
     wxSlider* m_slider;
     wxSpinCtrl* m_spin;
     wxTimer m_restTimer;
     bool m_pending = false;  // the thumb has moved and nothing was reported since
+    bool m_typing = false;   // the spin's text is not its value yet
+    bool m_refused = false;  // and cannot become it
+    bool m_bent = false;     // the spin has just replaced a refused text by one of its own
     int m_reportedValue = 0;
 };

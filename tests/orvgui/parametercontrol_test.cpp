@@ -8,6 +8,7 @@
 #include <wx/slider.h>
 #include <wx/spinctrl.h>
 #include <wx/textctrl.h>
+#include <wx/uiaction.h>
 
 #include <map>
 #include <memory>
@@ -340,6 +341,46 @@ TEST_F(ControlTest, SliderAndSpinGoTogether) {
     EXPECT_TRUE(PumpUntil([&] { return reports == 5; })) << "a thumb that rests is followed";
     control->OnSliderScrollChange(ended);
     EXPECT_EQ(reports, 5);
+}
+
+TEST_F(ControlTest, ANumberTypedIntoTheSpinIsTakenOnlyWithinItsBounds) {
+    const Parameter parameter = Parameter::Slider("s", "S", 10, 0, 100);
+    auto* control = Make<ParameterControlInputSpinSlider>(parameter);
+    auto* other = new wxTextCtrl(panel, wxID_ANY);
+    sizer->Add(other, wxGBPosition(5, 0));
+    frame->Show();
+    frame->Raise();
+    panel->Layout();
+    wxSpinCtrl* spin = control->GetSpin();
+    ASSERT_TRUE(PumpUntil([&] { return spin->IsShownOnScreen() && frame->IsActive(); }));
+    const wxColour plain = spin->GetBackgroundColour();
+    const auto type = [&](const char* text, bool enter) {
+        spin->SetFocus();
+        ASSERT_TRUE(PumpUntil([&] { return spin->HasFocus(); }));
+        spin->SetSelection(-1, -1);
+        PumpFor(20);
+        wxUIActionSimulator keys;
+        keys.Text(text);
+        PumpFor(100);
+        if (enter) keys.Char(WXK_RETURN);
+        PumpFor(100);
+    };
+    type("500", true);
+    EXPECT_NE(spin->GetBackgroundColour(), plain) << "refused, visibly";
+    EXPECT_EQ(control->GetControlValue().Get<int>(), 10);
+    EXPECT_EQ(reports, 0);
+    other->SetFocus();
+    PumpFor(100);
+    EXPECT_EQ(control->GetControlValue().Get<int>(), 10) << "the last valid value comes back";
+    EXPECT_EQ(spin->GetBackgroundColour(), plain);
+    EXPECT_EQ(reports, 0);
+    type("55", false);
+    control->SetControlValue(parameter);
+    EXPECT_EQ(spin->GetTextValue(), "55") << "a result does not take away what is typed";
+    wxUIActionSimulator().Char(WXK_RETURN);
+    PumpFor(100);
+    EXPECT_EQ(control->GetControlValue().Get<int>(), 55);
+    EXPECT_EQ(reports, 1) << "one change, one report";
 }
 
 TEST_F(ControlTest, RegionsAreAddedChangedAndRemoved) {
