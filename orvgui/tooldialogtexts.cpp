@@ -3,8 +3,25 @@
 #include <wx/string.h>
 #include <wx/translation.h>
 
+#include "orvcore/formats/jpegstructure.h"
+#include "orvcore/formats/metadata.h"
 #include "orvgui/messagebox.h"
+#include "zorbase/hash.h"
 #include "zorbase/text.h"
+
+namespace {
+
+// MD5 of the 64 steps, each as two bytes, high byte first.
+std::string TableHash(const QuantizationTable& table) {
+    std::vector<std::uint8_t> bytes;
+    for (const std::uint16_t step : table.values) {
+        bytes.push_back(static_cast<std::uint8_t>(step >> 8));
+        bytes.push_back(static_cast<std::uint8_t>(step & 0xFF));
+    }
+    return ComputeHashes(bytes).md5;
+}
+
+}  // namespace
 
 ToolEvidence ReadToolEvidence(const OrvFilePtr& file) {
     ToolEvidence evidence;
@@ -12,6 +29,15 @@ ToolEvidence ReadToolEvidence(const OrvFilePtr& file) {
     const ImageInfo& info = file->GetInfo();
     evidence.width = info.width;
     evidence.height = info.height;
+    const std::span<const std::uint8_t> bytes(file->GetBytes());
+    const MetadataFacts facts = ReadMetadataFacts(bytes);
+    evidence.make = facts.make;
+    evidence.model = facts.model;
+    evidence.software = facts.software;
+    if (info.format == FileFormat::Jpeg) {
+        for (const QuantizationTable& table : ParseJpegStructure(bytes).quantizationTables)
+            evidence.tableHashes.push_back(TableHash(table));
+    }
     return evidence;
 }
 

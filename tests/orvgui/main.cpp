@@ -18,6 +18,7 @@
 namespace {
 
 std::vector<std::string>* theExpectedAssertions = nullptr;
+const wxDialog* theShownDialog = nullptr;  // one that a test wants to see for real
 
 std::string Describe(wxDialog* dialog) {
     if (const auto* box = dynamic_cast<wxMessageDialogBase*>(dialog)) {
@@ -30,6 +31,7 @@ std::string Describe(wxDialog* dialog) {
 class RefuseDialogs : public wxModalDialogHook {
   protected:
     int Enter(wxDialog* dialog) override {
+        if (dialog == theShownDialog) return wxID_NONE;
         ADD_FAILURE() << "a dialog appeared that no test expects: " << Describe(dialog);
         return wxID_CANCEL;
     }
@@ -130,7 +132,9 @@ int DialogAnswers::Enter(wxDialog* dialog) {
     }
     const Answer answer = std::move(m_answers.front());
     m_answers.pop_front();
-    return answer(dialog);
+    const int code = answer(dialog);
+    theShownDialog = code == wxID_NONE ? dialog : nullptr;
+    return code;
 }
 
 namespace {
