@@ -46,7 +46,7 @@ void OrvInterface::LoadProject(const wxString& path) {
         std::string problems;
         for (const OrvFileId slot : {OrvEvidence, OrvReference}) {
             OrvFilePtr file;
-            const std::string filePath = loaded.GetFilePath(slot);
+            const std::string& filePath = loaded.GetFilePath(slot);
             try {
                 if (!filePath.empty())
                     file = OrvLoadedFile::Load(filePath, m->options.GetMaximumFileBytes(), job);

@@ -14,7 +14,6 @@
 #include "zorimage/jpegheader.h"
 
 using codec::ByteSpan;
-using codec::JpegColour;
 using codec::JpegHeader;
 
 namespace {
