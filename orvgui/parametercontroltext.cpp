@@ -16,6 +16,8 @@ constexpr int kFieldWidth = 240;
 constexpr int kNumberWidth = 200;
 constexpr int kMinimumLines = 3;
 constexpr int kMaximumLines = 16;
+// Every marked part costs the toolkit time; longer texts are red as a whole.
+constexpr int kMaximumMarkedLines = 2000;
 constexpr int kGap = 4;
 const wxString kBetweenSlots = "\n / \n";
 // A field of one line shows no more than this; the rest is for the view button.
@@ -193,7 +195,7 @@ void ParameterControlOutputText::MarkDifferingLines(const wxString& evidence) {
     m_field->SetStyle(0, length, wxTextAttr(*wxBLACK));
     if (!m_shownRed) return;
     const wxString between = m_shownText.Mid(evidence.length());
-    if (!between.StartsWith(kBetweenSlots)) {
+    if (!between.StartsWith(kBetweenSlots) || LineCount(m_shownText) > kMaximumMarkedLines) {
         m_field->SetStyle(0, length, wxTextAttr(*wxRED));
         return;
     }

@@ -253,8 +253,7 @@ TEST_F(FilterGuiTest, APageThatGoesIsForgottenByItsFilter) {
 TEST_F(FilterGuiTest, APageHigherThanItsWindowScrolls) {
     auto* every = Register<EveryTypeFilter>();
     auto* page = MakePage<OrvFilterGuiText>(every);
-    frame->Show();
-    ASSERT_TRUE(PumpUntil([&] { return page->GetClientSize().GetWidth() > 400; }));
+    ShowFrame();
     page->UpdateGui();
     Pump();
     EXPECT_GT(page->GetVirtualSize().GetHeight(), page->GetClientSize().GetHeight());

@@ -16,8 +16,7 @@ class PlotPageTest : public PageFixture {
         PageFixture::SetUp();
         filter = Register<PlotTestFilter>();
         page = MakePage<OrvFilterGuiPlot>(filter);
-        frame->Show();
-        ASSERT_TRUE(PumpUntil([this] { return page->GetClientSize().GetWidth() > 400; }));
+        ShowFrame();
     }
     void Load(OrvFileId slot, int height) {
         LoadFile(slot, height);

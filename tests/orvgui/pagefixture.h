@@ -58,6 +58,16 @@ class PageFixture : public ::testing::Test {
         shown = page;
         return page;
     }
+    // Shows the frame and waits until it has its size: while the window manager takes it over it is tiny for a moment.
+    void ShowFrame() {
+        frame->Show();
+        ASSERT_TRUE(PumpUntil([this] { return frame->IsActive(); }));
+        int steady = 0;
+        ASSERT_TRUE(PumpUntil([&] {
+            steady = frame->GetClientSize().GetHeight() > 400 ? steady + 1 : 0;
+            return steady > 50;
+        }));
+    }
     // A picture as high as height; 0 empties the slot.
     void LoadFile(OrvFileId slot, int height) {
         const std::string path = folder / ("picture" + std::to_string(height) + ".png");
