@@ -5,6 +5,9 @@
 #include <wx/image.h>
 #include <wx/log.h>
 
+#include <map>
+#include <utility>
+
 #include "orvcore/context.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"
@@ -47,22 +50,48 @@ wxBitmapBundle ToolkitPicture(const wxString& stem, int size) {
     return wxArtProvider::GetBitmapBundle(art, wxART_BUTTON, wxSize(size, size));
 }
 
+// The pictures of one icon, read when a size is first asked for: at start only the one of the display's scale is.
+class IconPictures : public wxBitmapBundleImpl {
+  public:
+    IconPictures(const wxString& base, int size) : m_base(base), m_size(size) {}
+
+    wxSize GetDefaultSize() const override { return wxSize(m_size, m_size); }
+    wxSize GetPreferredBitmapSizeAtScale(double scale) const override { return GetDefaultSize() * scale; }
+
+    wxBitmap GetBitmap(const wxSize& size) override {
+        wxBitmap& bitmap = m_bitmaps[size.x];
+        if (bitmap.IsOk()) return bitmap;
+        // The smallest picture that need not be enlarged.
+        for (const auto& [width, suffix] :
+             {std::pair(16, "-16.png"), std::pair(32, ".png"), std::pair(64, "@2x.png")}) {
+            if (width >= size.x || !bitmap.IsOk()) {
+                if (const wxBitmap read = ReadPng(m_base + suffix); read.IsOk()) bitmap = read;
+            }
+            if (width >= size.x && bitmap.IsOk()) break;
+        }
+        if (bitmap.IsOk() && bitmap.GetWidth() != size.x) wxBitmap::Rescale(bitmap, size);
+        return bitmap;
+    }
+
+  private:
+    wxString m_base;
+    int m_size;
+    std::map<int, wxBitmap> m_bitmaps;  // by width in pixels
+};
+
 }  // namespace
 
 wxBitmapBundle LoadIconBundle(const wxString& fileName, int size) {
     const wxString stem = fileName.BeforeLast('.');
     const wxString base = ImageFolder() + stem;
-    wxVector<wxBitmap> bitmaps;
-    for (const char* suffix : {"-16.png", ".png", "@2x.png"}) {
-        const wxBitmap bitmap = ReadPng(base + suffix);
-        // The smallest picture of a bundle decides its size, so smaller ones stay out.
-        if (bitmap.IsOk() && bitmap.GetWidth() >= size) bitmaps.push_back(bitmap);
+    // Kept to the end of the process: bitmaps must not outlive the toolkit, which is gone when statics are destroyed.
+    static auto& known = *new std::map<std::pair<wxString, int>, wxBitmapBundle>;
+    wxBitmapBundle& bundle = known[{base, size}];
+    if (!bundle.IsOk()) {
+        bundle = wxBitmapBundle::FromImpl(new IconPictures(base, size));
+        if (!bundle.GetBitmap(wxSize(size, size)).IsOk()) bundle = ToolkitPicture(stem, size);
     }
-    if (bitmaps.empty()) return ToolkitPicture(stem, size);
-    if (bitmaps.front().GetWidth() != size) {
-        wxBitmap::Rescale(bitmaps.front(), wxSize(size, size));
-    }
-    return wxBitmapBundle::FromBitmaps(bitmaps);
+    return bundle;
 }
 
 wxIconBundle LoadMainIcon() {
