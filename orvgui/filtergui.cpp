@@ -94,6 +94,7 @@ void OrvFilterGui::CreateSizer() {
     SetSizer(sizer, true);
     m_mainSizer = m_descriptionSizer = m_inputSizer = m_outputSizer = sizer;
     sizer->SetFlexibleDirection(wxBOTH);
+    sizer->SetEmptyCellSize(wxSize(0, 0));  // rows of hidden widgets take no room
     m_descriptionParent = m_inputParent = m_outputParent = this;
 }
 

@@ -35,6 +35,7 @@ bool HasFile(OrvFileId slot) {
 wxGridBagSizer* AddGrid(wxBoxSizer* row, int proportion) {
     auto* grid = new wxGridBagSizer(0, 0);
     grid->SetFlexibleDirection(wxHORIZONTAL);
+    grid->SetEmptyCellSize(wxSize(0, 0));
     row->Add(grid, proportion, wxEXPAND | wxRIGHT | wxTOP | wxBOTTOM, kBorder);
     return grid;
 }
@@ -66,6 +67,7 @@ void OrvFilterGuiPlot::CreateControlsCustom() {
     m_descriptionSizer->Clear();
     auto* description = new wxGridBagSizer(0, 0);
     description->SetFlexibleDirection(wxBOTH);
+    description->SetEmptyCellSize(wxSize(0, 0));
     auto* column = new wxBoxSizer(wxVERTICAL);
     auto* row = new wxBoxSizer(wxHORIZONTAL);
     column->Add(description, 0, wxEXPAND);
