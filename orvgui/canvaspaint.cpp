@@ -1,5 +1,6 @@
 #include <wx/dcbuffer.h>
 #include <wx/dcclient.h>
+#include <wx/graphics.h>
 #include <wx/pen.h>
 
 #include <algorithm>
@@ -129,6 +130,10 @@ void Canvas::DrawSpecialLine(wxDC* dc, double x1, double y1, double x2, double y
     static const wxDash dashes[] = {2, 2, 2, 2};
     const wxPoint from(RoundToInt(x1), RoundToInt(y1));
     const wxPoint to(RoundToInt(x2), RoundToInt(y2));
+    // Smoothed dashes would be grey instead of black and white.
+    wxGraphicsContext* graphics = dc->GetGraphicsContext();
+    const wxAntialiasMode before = graphics ? graphics->GetAntialiasMode() : wxANTIALIAS_DEFAULT;
+    if (graphics) graphics->SetAntialiasMode(wxANTIALIAS_NONE);
     dc->SetBrush(*wxBLACK_BRUSH);
     dc->SetPen(wxPen(*wxBLACK, 1, wxPENSTYLE_SOLID));
     dc->DrawLine(from, to);
@@ -136,6 +141,7 @@ void Canvas::DrawSpecialLine(wxDC* dc, double x1, double y1, double x2, double y
     dashed.SetDashes(4, dashes);
     dc->SetPen(dashed);
     dc->DrawLine(from, to);
+    if (graphics) graphics->SetAntialiasMode(before);
 }
 
 // The corners are image points; the lines are one screen pixel wide, so they are drawn at the zoomed place without the scale.

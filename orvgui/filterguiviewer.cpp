@@ -68,7 +68,7 @@ void OrvFilterGuiViewer::CreateControlsCustom() {
     column->Add(m_toolPanel, 0, wxEXPAND);
     column->Add(middle, 1, wxEXPAND);
     SetSizer(column, true);
-    m_mainSizer = nullptr;
+    m_mainSizer = m_descriptionSizer;  // the base's own grid went with its sizer
     Bind(wxEVT_SIZE, &OrvFilterGuiViewer::OnPageSize, this);
 }
 
@@ -319,13 +319,13 @@ void OrvFilterGuiViewer::ViewChanged(bool scrolled) {
     WindowProperties* shared = GetSharedWindowProperties();
     Canvas* canvas = GetCanvasFromActiveWin();
     if (shared == nullptr || canvas == nullptr || m_toolPanel == nullptr) return;
+    if (shared->syncViews) WindowSync();
     if (scrolled) {
         // A new result keeps this view, and the next zoom step its middle.
         const wxPoint start = canvas->GetViewStart();
         shared->scrollPosition = {start.x, start.y};
         shared->zoomCentre = {0, 0};
     }
-    if (shared->syncViews) WindowSync();
     m_toolPanel->GetZoomPanel()->RefreshValues();
     if (m_navigator != nullptr) m_navigator->Refresh(false);
     if (OrvMainFrame* frame = GetMainFrame(); frame != nullptr && shared->zoom >= 0.0) {

@@ -130,6 +130,7 @@ class ORVGUI_API OrvFilterGuiViewerDouble : public OrvFilterGuiViewer {
     bool ViewerKey(wxKeyEvent& event, Canvas* canvas) override;
     void ViewerResized(Canvas* canvas) override;
     void ViewerMouseLeft() override;
+    using OrvFilterGuiViewer::WindowSplit;
     void WindowSplit(int mode) override;
     void WindowSync() override;
     void WindowSwap(int phase) override;

@@ -93,6 +93,12 @@ void OrvFilterGuiViewerDouble::WindowSync() {
     leader->GetScrollPixelsPerUnit(&rateX, &rateY);
     if (shared != nullptr && rateX != shared->scrollRate) leader->FollowZoom(leader->GetViewStart());
     m_toolPanel->WindowSync(leader, other);
+    // Scroll bars come and go a moment later, and not on both at once: until then one half may reach less far than the other.
+    const bool isSameSize = leader->GetProperties()->GetPixelSize() == other->GetProperties()->GetPixelSize();
+    if (isSameSize && other->GetViewStart() != leader->GetViewStart()) {
+        const wxPoint reached = other->GetViewStart();
+        leader->ScrollTo(reached.x, reached.y);
+    }
 }
 
 void OrvFilterGuiViewerDouble::WindowSwap(int phase) {
@@ -116,7 +122,7 @@ void OrvFilterGuiViewerDouble::ViewerMouseOn(wxMouseEvent& event, Canvas* canvas
     m_activeWinId = canvas->GetId();
     Splitter()->SetLeader(m_activeWinId);
     const WindowProperties* shared = GetSharedWindowProperties();
-    if (event.RightDown() || event.RightDClick() || event.RightIsDown()) {
+    if (!event.RightUp() && (event.RightDown() || event.RightDClick() || event.RightIsDown())) {
         if (!m_isSwapping) {
             m_isSwapping = true;
             WindowSwap(1);

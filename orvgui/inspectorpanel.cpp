@@ -100,7 +100,8 @@ void InspectorPanel::Pan(const wxMouseEvent& event, Canvas* canvas) {
         m_pressStart = {start.x, start.y};
         return;
     }
-    if (!event.LeftIsDown()) m_isPanning = false;
+    // The release itself may still report the button as held.
+    if (event.LeftUp() || !event.LeftIsDown()) m_isPanning = false;
     if (!m_isPanning) return;
     const wxPoint before = canvas->GetViewStart();
     canvas->ScrollTo(m_pressStart.x - (event.GetX() - m_pressPoint.x) / shared->scrollRate,

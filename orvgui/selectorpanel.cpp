@@ -202,7 +202,7 @@ void SelectorPanel::ViewerMouseOn(wxMouseEvent& event, Canvas* canvas, bool useZ
         SetSelector(corner, opposite, true, canvas);
         RefreshValues();
     } else {
-        if (!event.LeftIsDown()) {
+        if (event.LeftUp() || !event.LeftIsDown()) {
             m_drag.Clear();
             m_isDrawing = false;
             m_anchor = {-1, -1};

@@ -21,10 +21,6 @@ int Saturate(double whole) {
     return static_cast<int>(whole);
 }
 
-int PixelBeforeCentre(double centre) {
-    return Saturate(std::ceil(centre) - 1.0);
-}
-
 }  // namespace
 
 int RoundToInt(double value) {
@@ -181,12 +177,12 @@ DeviceRange PaintedRange(int offset, int length, double zoom) {
     if (!(zoom > 0.0) || length <= 0) return {};
     const double begin = static_cast<double>(offset) * zoom;
     const double end = (static_cast<double>(offset) + length) * zoom;
-    return {Saturate(std::floor(begin + 0.5)), Saturate(std::floor(end + 0.5))};
+    return {Saturate(std::ceil(begin - 0.5)), Saturate(std::ceil(end - 0.5))};
 }
 
 int PixelUnderDevice(int device, int offset, int length, double zoom) {
     if (!(zoom > 0.0)) return 0;
-    const int pixel = PixelBeforeCentre((device + 0.5) / zoom - offset);
+    const int pixel = Saturate(std::floor((device + 0.5) / zoom - offset));
     return std::clamp(pixel, 0, std::max(length - 1, 0));
 }
 
