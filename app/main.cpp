@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -57,6 +58,7 @@ class OrvaneApp : public wxApp {
         if (!theFiles.empty()) ShowFileFacts(*frame);
         if (getenv("ORVANE_TELL_FIRST_PAINT")) TellFirstPaint(*frame);
         frame->Show();
+        CopySamples();
         LoadFiles();
         return true;
     }
@@ -96,6 +98,16 @@ class OrvaneApp : public wxApp {
             std::fflush(stdout);
             frame.CallAfter([&frame] { frame.Close(true); });
         });
+    }
+
+    // The samples are the user's to play with: the first start puts a copy of them beside what he makes.
+    static void CopySamples() {
+        const std::string target = PathJoin(GetAppDocumentsPath(), "samples");
+        if (FolderExists(target)) return;
+        std::error_code error;  // without samples the program works as well
+        std::filesystem::create_directories(GetAppDocumentsPath(), error);
+        std::filesystem::copy(PathJoin(GetAppDataPath(), "samples"), target,
+                              std::filesystem::copy_options::recursive, error);
     }
 
     static void LoadFiles() {

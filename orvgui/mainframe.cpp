@@ -16,6 +16,7 @@
 #include "orvgui/filterspanel.h"
 #include "orvgui/help.h"
 #include "orvgui/icons.h"
+#include "orvgui/logpanel.h"
 #include "orvgui/opencverrors.h"
 #include "orvgui/orvviewerpanel.h"
 #include "orvgui/pagefactory.h"
@@ -89,6 +90,16 @@ void OrvMainFrame::ConfigureStatusBar() {
     GetStatusBar()->SetFieldsCount(4, widths);
     GetStatusBar()->SetStatusStyles(4, styles);
     SetStatusBarPane(static_cast<int>(OrvStatusField::Activity));
+    // The log is for the rare day: its window collects from the start and stays out of sight until the status bar
+    // is double-clicked.
+    m_logFrame = new wxFrame(this, wxID_ANY, _("Log"), wxDefaultPosition, wxSize(640, 300),
+                             wxDEFAULT_FRAME_STYLE | wxFRAME_FLOAT_ON_PARENT);
+    new LogPanel(m_logFrame);
+    m_logFrame->Bind(wxEVT_CLOSE_WINDOW, [this](wxCloseEvent&) { m_logFrame->Hide(); });
+    GetStatusBar()->Bind(wxEVT_LEFT_DCLICK, [this](wxMouseEvent&) {
+        m_logFrame->Show();
+        m_logFrame->Raise();
+    });
 }
 
 void OrvMainFrame::ConfigureDockArt() {

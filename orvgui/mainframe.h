@@ -138,6 +138,7 @@ class ORVGUI_API OrvMainFrame : public wxFrame, public OrvProgressHandler {
     OrvProgressDialog* m_progressDialog = nullptr;
     bool m_isUpdatingProgress = false;
     std::unique_ptr<wxAuiManager> m_auiManager;
+    wxFrame* m_logFrame = nullptr;  // hidden until it is asked for
     const AppVersion& m_version;
     std::unique_ptr<OrvHelpNode> m_helpNode;
     std::map<wxString, std::vector<int>> m_columnWidths;

@@ -33,6 +33,11 @@ wxMenu* CreateMenu(std::initializer_list<int> commandIds) {
     return menu;
 }
 
+// Alt and the title's first letter open the menu.
+wxString MenuTitle(const wxString& title) {
+    return "&" + wxControl::EscapeMnemonics(title);
+}
+
 bool IsTextFieldFocused() {
     return dynamic_cast<wxTextEntry*>(wxWindow::FindFocus()) != nullptr;
 }
@@ -44,7 +49,7 @@ void OrvMainFrame::CreateMenuBar() {
     auto* bar = new wxMenuBar;
     bar->Append(
         CreateMenu({OrvCmdOpenEvidence, OrvCmdOpenReference, OrvCmdSaveResultAs, kSeparator, OrvCmdExit}),
-        _("File"));
+        MenuTitle(_("File")));
 
     wxMenu* tools = CreateMenu({OrvCmdBatchProcessing, OrvCmdBatchAnalysis, OrvCmdBatchComparison, kSeparator,
                                 OrvCmdShowLocation, OrvCmdWebSearch, OrvCmdCameraSearch});
@@ -52,11 +57,11 @@ void OrvMainFrame::CreateMenuBar() {
     tools->AppendSeparator();
     tools->Append(OrvGuiCommandRegistry::CreateMenuItem(OrvCmdDumpEmbeddedJpgs));
     tools->Append(OrvGuiCommandRegistry::CreateMenuItem(OrvCmdExtractFromPdf));
-    bar->Append(tools, _("Tools"));
+    bar->Append(tools, MenuTitle(_("Tools")));
 
     auto* view = new wxMenu;
     view->Append(wxID_PREFERENCES, _("Program Options..."));
-    bar->Append(view, _("View"));
+    bar->Append(view, MenuTitle(_("View")));
 
     auto* help = new wxMenu;
     if (isJapanese) {
@@ -67,7 +72,7 @@ void OrvMainFrame::CreateMenuBar() {
         help->Append(wxID_ABOUT, _("About..."));
         help->Append(OrvGuiCommandRegistry::CreateMenuItem(OrvCmdCheckForUpdates));
     }
-    bar->Append(help, _("Help"));
+    bar->Append(help, MenuTitle(_("Help")));
     SetMenuBar(bar);
 }
 

@@ -9,6 +9,7 @@
 #include "orvgui/commandregistry.h"
 #include "orvgui/filterspanel.h"
 #include "orvgui/gridframe.h"
+#include "orvgui/logpanel.h"
 #include "orvgui/progressdialog.h"
 #include "orvgui/projectgui.h"
 #include "tests/orvgui/framefixture.h"
@@ -339,6 +340,24 @@ TEST_F(FrameTest, ClosesQuicklyWhileTheCoreWorks) {
     const wxLongLong start = wxGetUTCTimeMillis();
     CloseFrame();
     EXPECT_LT((wxGetUTCTimeMillis() - start).ToLong(), 2000);
+}
+
+TEST_F(FrameTest, LogIsCollectedAndShownOnDoubleClick) {
+    DialogAnswers answers{wxID_OK};  // the toolkit's own box still tells the user
+    wxLog* const target = wxLog::GetActiveTarget();
+    wxLogMessage("100%% & <b>noted</b>");
+    wxMouseEvent click(wxEVT_LEFT_DCLICK);
+    frame->GetStatusBar()->ProcessWindowEvent(click);
+    wxWindow* log = wxWindow::FindWindowByLabel("Log", nullptr);
+    ASSERT_NE(nullptr, log);
+    EXPECT_TRUE(log->IsShown());
+    auto* text = dynamic_cast<LogPanel*>(log->GetChildren().front())->GetText();
+    EXPECT_TRUE(text->GetValue().Contains("100% & <b>noted</b>")) << text->GetValue();
+    log->Close();
+    EXPECT_FALSE(log->IsShown());
+    CloseFrame();
+    EXPECT_NE(target, wxLog::GetActiveTarget());
+    wxLog::FlushActive();
 }
 
 // Real keys, as the window system delivers them.
