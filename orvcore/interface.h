@@ -118,6 +118,9 @@ class OrvInterface {
     void GenerateReport(const wxString& path = wxString());  // "" = a new file in the documents folder
     void DumpEmbeddedJpgs(const wxString& path);
     void DumpImagesFromPdf(const wxString& path, const VecParameter& parameters);
+    // Copies files (paths are bytes) into a folder under their own names, overwriting nothing; told like an
+    // extraction.
+    void CopyFilesTo(const std::vector<std::string>& paths, const wxString& folder);
     void CallGenericAction(OrvActionId action, const wxString& name, const VecParameter& parameters);
 
     wxString GetFilterFileSelectorString() const;  // of the active filter's kind of result

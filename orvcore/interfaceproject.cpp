@@ -5,6 +5,7 @@
 #include "orvcore/interface.h"
 #include "orvcore/interfaceprivate.h"
 #include "orvcore/report.h"
+#include "orvcore/tools/copyfiles.h"
 #include "orvcore/tools/extract.h"
 #include "orvcore/tools/genericactions.h"
 #include "zorbase/files.h"
@@ -173,6 +174,16 @@ void OrvInterface::DumpImagesFromPdf(const wxString& path, const VecParameter& p
     m->Push(OrvCommand::Kind::Other, [this, path = PathFromWx(path), parameters](const OrvJob& job) {
         m->Tell(OrvEventDumpEmbeddedJpgs,
                 ExtractPdfImages(path, parameters, m->options.GetMaximumFileBytes(), job));
+    });
+}
+
+void OrvInterface::CopyFilesTo(const std::vector<std::string>& paths, const wxString& folder) {
+    m->Push(OrvCommand::Kind::Other, [this, paths, folder = PathFromWx(folder)](const OrvJob& job) {
+        const int count = CopyFiles(paths, folder, job);
+        auto event = std::make_unique<OrvCommandEvent>(OrvEventDumpEmbeddedJpgs);
+        event->SetError(0, ToString(count) + (count == 1 ? " file" : " files") + " copied to the folder " +
+                               ToValidUtf8(folder) + ".");
+        m->port.Post(std::move(event), true);
     });
 }
 

@@ -143,6 +143,7 @@ void OrvMainFrame::OnCommandDumpEmbeddedJpgs(OrvCommandEvent& event) {
     wxString message = _("No embedded images found in file");
     m_core->PostResponse();
     if (!folder.empty()) message = wxString::Format(_("Embedded images saved in folder %s"), folder);
+    if (!event.GetMessage().empty()) message = event.GetMessage();  // copied files
     OrvMessageBox(message, wxString(), wxOK, this);
 }
 
