@@ -2,6 +2,9 @@
 
 #include "orvcore/filters/errorlevelfilter.h"
 #include "orvcore/filters/fileformatfilter.h"
+#include "orvcore/filters/hexviewfilter.h"
+#include "orvcore/filters/histogramfilter.h"
+#include "orvcore/filters/metadatafilter.h"
 #include "orvcore/filters/visualinspectionfilter.h"
 
 namespace {
@@ -18,9 +21,9 @@ std::vector<std::unique_ptr<OrvFilter>> Make() {
 std::vector<std::unique_ptr<OrvFilter>> CreateAllFilters() {
     return Make<
         // File
-        FileFormatFilter,
+        FileFormatFilter, MetadataFilter, HexViewFilter,
         // Global
-        VisualInspectionFilter,
+        VisualInspectionFilter, HistogramFilter,
         // Local
         ErrorLevelFilter>();
 }

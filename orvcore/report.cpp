@@ -2,6 +2,7 @@
 
 #include <ctime>
 
+#include "orvcore/tablemarkup.h"
 #include "zorbase/appversion.h"
 #include "zorbase/text.h"
 
@@ -61,22 +62,21 @@ std::string FilesTable(const OrvReport& report) {
     return Table(rows);
 }
 
-// Cells of a result table may begin with a mark of the core ("!" strong, "?" worth a look), which is a colour
-// and not a text.
-std::string Cell(const std::string& tag, const std::string& text) {
-    const bool isMarked = !text.empty() && (text[0] == '!' || text[0] == '?');
-    const char* style = text.rfind('!', 0) == 0 ? " class=\"odd\"" : isMarked ? " class=\"note\"" : "";
-    const std::string plain = isMarked                           ? text.substr(1)
-                              : !text.empty() && text[0] == '\\' ? text.substr(1)
-                                                                 : text;
-    return "<" + tag + style + ">" + EscapeHtml(plain) + "</" + tag + ">";
+// A mark of the core is a colour, not a text. Thumbnails stay in the window.
+std::string Cell(const std::string& cell) {
+    const ParsedCell parsed = ParseCell(cell);
+    const char* style = parsed.mark == CellMark::StandsOut  ? " class=\"odd\""
+                        : parsed.mark == CellMark::Doubtful ? " class=\"note\""
+                                                            : "";
+    return std::string("<td") + style + ">" + EscapeHtml(parsed.text) + "</td>";
 }
 
 std::string ResultTable(const TableString& table) {
     std::string rows;
     for (std::size_t i = 0; i < table.size(); ++i) {
         rows += "<tr>";
-        for (const std::string& cell : table[i]) rows += Cell(i == 0 ? "th" : "td", cell);
+        for (const std::string& cell : table[i])
+            rows += i == 0 ? "<th>" + EscapeHtml(ParseLabel(cell)) + "</th>" : Cell(cell);
         rows += "</tr>\n";
     }
     return Table(rows);
@@ -165,7 +165,13 @@ std::string BuildTsv(const OrvReportSection& section) {
     for (const Parameter& output : section.result->output) {
         if (output.Type() != ParameterType::TableString || !output.IsSet()) continue;
         text += "\n";
-        for (const std::vector<std::string>& row : output.Get<TableString>()) line(row);
+        const TableString& table = output.Get<TableString>();
+        for (std::size_t row = 0; row < table.size(); ++row) {
+            std::vector<std::string> cells;
+            for (const std::string& cell : table[row])
+                cells.push_back(row == 0 ? ParseLabel(cell) : ParseCell(cell).text);
+            line(cells);
+        }
     }
     return text;
 }

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "orvcore/tablemarkup.h"
 #include "zorbase/text.h"
 
 namespace {
@@ -21,7 +22,7 @@ wxString CellText(const TableString& table, int row, int column) {
     const auto r = static_cast<std::size_t>(row) + 1;
     const auto c = static_cast<std::size_t>(column);
     if (r >= table.size() || c >= table[r].size()) return wxString();
-    return ReadCell(table[r][c]).text;
+    return ToWx(ParseCell(table[r][c]).text);
 }
 
 // The grid's view of one table of strings: cells are made when they are painted.
@@ -66,15 +67,15 @@ class StringTable : public wxGridTableBase {
     void SetValue(int, int, const wxString&) override {}
     wxString GetColLabelValue(int column) override {
         if (column >= GetNumberCols()) return wxString();
-        return ReadColumnLabel(m_table.front()[static_cast<std::size_t>(column)]);
+        return ToWx(ParseLabel(m_table.front()[static_cast<std::size_t>(column)]));
     }
     wxGridCellAttr* GetAttr(int row, int column, wxGridCellAttr::wxAttrKind) override {
         const auto r = static_cast<std::size_t>(row) + 1;
         const auto c = static_cast<std::size_t>(column);
         CellMark mark = CellMark::None;
-        if (r < m_table.size() && c < m_table[r].size()) mark = ReadCell(m_table[r][c]).mark;
-        wxGridCellAttr* attribute =
-            m_attributes[c < m_numeric.size() && m_numeric[c] ? 1 : 0][static_cast<int>(mark)];
+        if (r < m_table.size() && c < m_table[r].size()) mark = ParseCell(m_table[r][c]).mark;
+        const int colour = mark == CellMark::StandsOut ? 1 : mark == CellMark::Doubtful ? 2 : 0;
+        wxGridCellAttr* attribute = m_attributes[c < m_numeric.size() && m_numeric[c] ? 1 : 0][colour];
         attribute->IncRef();
         return attribute;
     }
@@ -99,23 +100,11 @@ class StringTable : public wxGridTableBase {
 
 }  // namespace
 
-MarkedCell ReadCell(const std::string& cell) {
-    if (cell.empty()) return {};
-    if (cell.front() == '!') return {ToWx(cell.substr(1)), CellMark::StandsOut};
-    if (cell.front() == '?') return {ToWx(cell.substr(1)), CellMark::Doubtful};
-    return {ToWx(cell), CellMark::None};
-}
-
-wxString ReadColumnLabel(const std::string& label) {
-    return ToWx(!label.empty() && label.front() == '#' ? label.substr(1) : label);
-}
-
 bool IsNumericColumn(const TableString& table, std::size_t column) {
     bool any = false;
     for (std::size_t row = 1; row < table.size(); ++row) {
         if (column >= table[row].size()) continue;
-        std::string cell = table[row][column];
-        if (!cell.empty() && (cell.front() == '!' || cell.front() == '?')) cell.erase(0, 1);
+        const std::string cell = ParseCell(table[row][column]).text;
         if (cell.empty() || cell == "-") continue;
         double number = 0;
         if (!FromString(cell, number)) return false;

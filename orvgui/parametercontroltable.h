@@ -6,16 +6,6 @@
 
 class wxGrid;
 
-// A cell's text and what its first character says: "!" something that stands out, "?" something doubtful. The
-// mark is not part of the text.
-enum class CellMark { None, StandsOut, Doubtful };
-struct MarkedCell {
-    wxString text;
-    CellMark mark = CellMark::None;
-};
-MarkedCell ReadCell(const std::string& cell);
-// The text of a column label, whose first character may be a mark "#".
-wxString ReadColumnLabel(const std::string& label);
 // Whether every filled cell below the label is a number, so that the column reads best aligned right. False
 // for a column without any.
 bool IsNumericColumn(const TableString& table, std::size_t column);

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "orvcore/filter.h"
+
+// A stretch of the file's bytes as offset, hexadecimal digits and ASCII. It judges nothing.
+class HexViewFilter : public OrvFilter {
+  public:
+    HexViewFilter();
+
+  protected:
+    void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,
+                 OrvSlotResult& result) const override;
+};

@@ -1,0 +1,171 @@
+#include "orvcore/filters/histogramfilter.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+#include "orvcore/analysis/histogram.h"
+#include "zorbase/text.h"
+#include "zorbase/zorexception.h"
+
+namespace {
+
+// Outputs of the channel that is shown, in the order of a row of the hidden table.
+constexpr const char* kChannelOutputs[] = {"mean",   "deviation", "minimum",   "maximum",
+                                           "median", "emptyBins", "saturated", "contrast"};
+
+// The contrast measure is read as a sign only where it means something: 8-bit levels, enough pixels that the
+// histogram of a photograph is smooth, and enough colours that it is a photograph.
+constexpr std::uint64_t kFewestPixels = 100000;
+constexpr std::uint64_t kFewestColours = 4096;
+constexpr double kHighContrastMeasure = 2.0;
+constexpr int kManyEmptyBins = 8;
+
+std::string Fixed(double value, int digits) {
+    char text[64];
+    std::snprintf(text, sizeof text, "%.*f", digits, value);
+    return text;
+}
+
+std::string Saturation(const ChannelHistogram& channel, int levels) {
+    return Fixed(100 * channel.saturatedBelow, 3) + " % at 0, " + Fixed(100 * channel.saturatedAbove, 3) +
+           " % at " + ToString(levels - 1);
+}
+
+std::vector<std::string> Row(const ChannelHistogram& channel, int levels) {
+    return {Fixed(channel.mean, 3),
+            Fixed(channel.deviation, 3),
+            ToString(channel.minimum),
+            ToString(channel.maximum),
+            Fixed(channel.median, 1),
+            ToString(channel.emptyBins),
+            Saturation(channel, levels),
+            levels == 256 ? Fixed(channel.contrastMeasure, 2)
+                          : std::string("Not computed: it is defined for 8-bit levels")};
+}
+
+void Judge(const PictureHistogram& histogram, OrvSlotResult& result) {
+    const ChannelHistogram& luminance = histogram.channels[0];
+    if (histogram.levels != 256 || luminance.pixels < kFewestPixels ||
+        histogram.uniqueColours < (histogram.isGrey ? 64 : kFewestColours)) {
+        result.verdict = OrvVerdict::NotApplicable;
+        result.verdictText = histogram.levels != 256            ? "More than 8 bits"
+                             : luminance.pixels < kFewestPixels ? "Too few pixels"
+                                                                : "Too few colours";
+        return;
+    }
+    static constexpr const char* kNames[] = {"luminance", "red", "green", "blue"};
+    for (std::size_t i = 0; i < (histogram.isGrey ? 1U : histogram.channels.size()); ++i) {
+        const ChannelHistogram& channel = histogram.channels[i];
+        if (channel.contrastMeasure < kHighContrastMeasure || channel.emptyBins < kManyEmptyBins) continue;
+        result.findings.push_back(
+            std::string("The histogram of ") + kNames[i] + " has " + ToString(channel.emptyBins) +
+            " empty levels inside its range and a contrast measure of " + Fixed(channel.contrastMeasure, 2) +
+            ". A brightness, contrast or gamma curve applied to 8-bit levels leaves such gaps; a camera's own "
+            "processing at 8 bits and palettes can do so too.");
+        break;
+    }
+    const bool isOdd = !result.findings.empty();
+    result.verdict = isOdd ? OrvVerdict::WorthALook : OrvVerdict::NothingFound;
+    result.verdictText = isOdd ? "Gaps and peaks in the levels" : "Nothing found";
+    result.status = isOdd ? FilterStatus::StandsOut : FilterStatus::Processed;
+}
+
+}  // namespace
+
+HistogramFilter::HistogramFilter() : OrvFilterPlot("Histogram", "histogram") {
+    Describe(
+        "Global",
+        "How often each level occurs, in 256 bins. A curve of brightness, contrast or gamma applied to 8-bit levels "
+        "leaves gaps and peaks, which the contrast measure adds up: the energy of the histogram's spectrum from a "
+        "quarter of its highest frequency upwards, per pixel. Smooth histograms of photographs stay near or below 1, "
+        "such curves give 2 to 9. It cannot see: saving as JPEG afterwards fills the gaps and lowers the measure, a "
+        "later resize or noise removes it; darkening may leave peaks without a gap; curves applied before the picture "
+        "was reduced to 8 bits leave nothing. Drawings, screenshots and small or very flat pictures have gaps of "
+        "their own.");
+    using enum ParameterType;
+    SetParameters(
+        {},
+        {
+            Parameter::Choice("layer", "Channel", 0, {"Luminance", "Red", "Green", "Blue"}),
+            Parameter::Bool("logarithmic", "Logarithmic Scale", false),
+        },
+        {
+            Parameter::Output(OutputString, "mean", "Mean (level)"),
+            Parameter::Output(OutputString, "deviation", "Standard Deviation (levels)"),
+            Parameter::Output(OutputString, "minimum", "Minimum (level)"),
+            Parameter::Output(OutputString, "maximum", "Maximum (level)"),
+            Parameter::Output(OutputString, "median", "Median (level)"),
+            Parameter::Output(OutputString, "emptyBins", "Empty Bins Inside The Range"),
+            Parameter::Output(OutputString, "saturated", "Saturated Pixels"),
+            Parameter::Output(OutputString, "contrast", "Contrast Measure")
+                .SetToolTip(
+                    "Energy of the histogram's spectrum above 32 cycles per 256 levels, divided by the number of pixels"),
+            Parameter::Output(OutputInt64, "pixels", "Pixels"),
+            Parameter::Output(OutputInt64, "colours", "Unique Colours"),
+            Parameter::Output(OutputText, "warnings", "Warnings"),
+            Parameter::Output(TableString, "channels", "All Channels").SetHiddenFromGui(),
+        });
+}
+
+void HistogramFilter::Compute(const OrvLoadedFile& file, const VecParameter&, const OrvJob& job,
+                              OrvSlotResult& result) const {
+    const auto refuse = [&result](const std::string& why) {
+        result.output.Find("warnings")->SetValue(why);
+        result.verdict = OrvVerdict::NotApplicable;
+        result.verdictText = "No picture to count";
+    };
+    std::shared_ptr<const DecodedImage> decoded;
+    try {
+        decoded = file.GetDecoded(job);
+    } catch (const ZorException& exception) {
+        // A picture that cannot be decoded is an answer; an order to stop or a lack of memory is not.
+        if (exception.GetKind() != ZorException::Kind::Format) throw;
+        return refuse(exception.GetMessage());
+    }
+    if (!decoded->image.IsValid()) return refuse("Nothing of the picture could be decoded.");
+
+    const PictureHistogram histogram = ComputeHistogram(decoded->image.GetMat(), job.Part(0.5));
+    const int binWidth = histogram.levels / kHistogramBins;
+    OrvPlotData& plot = result.plot;
+    plot.layerCount = static_cast<int>(histogram.channels.size());
+    for (int bin = 0; bin < kHistogramBins; ++bin)
+        plot.x.push_back(static_cast<float>(bin * binWidth + (binWidth - 1) / 2.0));
+    TableString rows;
+    for (const ChannelHistogram& channel : histogram.channels) {
+        plot.counts.insert(plot.counts.end(), channel.counts.begin(), channel.counts.end());
+        rows.push_back(Row(channel, histogram.levels));
+    }
+    plot.xLabel =
+        binWidth == 1 ? "Level (0 to 255, bins of 1 level)" : "Level (0 to 65535, bins of 256 levels)";
+    plot.yLabel = "Pixels";
+    result.output.Find("channels")->SetValue(rows);
+    result.output.Find("pixels")->SetValue(static_cast<std::int64_t>(histogram.channels[0].pixels));
+    result.output.Find("colours")->SetValue(static_cast<std::int64_t>(histogram.uniqueColours));
+    result.output.Find("warnings")
+        ->SetValue(decoded->warnings.empty() ? std::string("None") : Join(decoded->warnings, "\n"));
+    Judge(histogram, result);
+}
+
+void HistogramFilter::PostProcess(const VecParameter& post, const OrvJob&, OrvSlotResult& result) const {
+    const Parameter& channels = *result.output.Find("channels");
+    if (!channels.IsSet()) return;
+    const TableString& rows = channels.Get<TableString>();
+    const auto layer = static_cast<std::size_t>(post.Get<int>("layer"));
+    if (layer >= rows.size() || rows[layer].size() != std::size(kChannelOutputs)) return;
+    for (std::size_t i = 0; i < std::size(kChannelOutputs); ++i)
+        result.output.Find(kChannelOutputs[i])->SetValue(rows[layer][i]);
+
+    OrvPlotData& plot = result.plot;
+    plot.text = post.Find("layer")->GetValueAsString();
+    if (!post.Get<bool>("logarithmic")) return;
+    // Bars have whole heights; logarithms are drawn as a curve.
+    for (std::size_t start = 0; start < plot.counts.size(); start += plot.x.size()) {
+        std::vector<float>& curve = plot.curves.emplace_back();
+        for (std::size_t bin = 0; bin < plot.x.size(); ++bin)
+            curve.push_back(
+                static_cast<float>(std::log10(1.0 + static_cast<double>(plot.counts[start + bin]))));
+    }
+    plot.counts.clear();
+    plot.yLabel = "log10(1 + pixels)";
+}
