@@ -46,6 +46,6 @@ PictureHistogram ComputeHistogram(const cv::Mat& mat, const std::function<void(d
 // Statistical Intrinsic Fingerprints", IEEE TIFS 5(3), 2010): the histogram, tapered over 4 bins at both ends
 // so that clipping does not count, is Fourier transformed, and the magnitudes at or above a quarter of the
 // highest frequency (|k| >= 32 of -128..127) are added up and divided by the number of pixels. A histogram
-// straight from a camera is smooth and stays well below 1; peaks and gaps made by a curve on 8-bit levels
+// straight from a camera is smooth and stays below about 2; peaks and gaps made by a curve on 8-bit levels
 // raise it to several. 0 for an empty histogram.
 double ContrastMeasure(const LevelCounts& counts);

@@ -78,8 +78,8 @@ HistogramFilter::HistogramFilter() : OrvFilterPlot("Histogram", "histogram") {
         "Global",
         "How often each level occurs, in 256 bins. A curve of brightness, contrast or gamma applied to 8-bit levels "
         "leaves gaps and peaks, which the contrast measure adds up: the energy of the histogram's spectrum from a "
-        "quarter of its highest frequency upwards, per pixel. Smooth histograms of photographs stay near or below 1, "
-        "such curves give 2 to 9. It cannot see: saving as JPEG afterwards fills the gaps and lowers the measure, a "
+        "quarter of its highest frequency upwards, per pixel. Photographs straight from a camera stay below about 2, "
+        "such curves give 3 to 9. It cannot see: saving as JPEG afterwards fills the gaps and lowers the measure, a "
         "later resize or noise removes it; darkening may leave peaks without a gap; curves applied before the picture "
         "was reduced to 8 bits leave nothing. Drawings, screenshots and small or very flat pictures have gaps of "
         "their own.");

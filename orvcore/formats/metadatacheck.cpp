@@ -31,7 +31,7 @@ constexpr const char* kEditors[] = {
     "photofunia",     "beautyplus",     "remini",       "inshot",
 };
 
-// Makers whose cameras write a maker note into every JPEG, lower case, as the make begins.
+// Makers whose cameras, but for some early ones, write a maker note into every JPEG, lower case, as the make begins.
 constexpr const char* kNoteWriters[] = {"canon", "nikon", "olympus", "fujifilm", "pentax", "panasonic"};
 
 std::string Quote(const std::string& text) {
@@ -218,7 +218,7 @@ class Checker {
                         [](const MetadataEntry& entry) { return entry.kind == MetadataKind::MakerNote; });
         if (writes && !has)
             Add("The maker of the camera is given as " + Quote(m_facts.make) +
-                ", whose cameras write a maker note; there is none. Programs and services that shorten metadata "
+                ", most of whose cameras write a maker note; there is none. Programs and services that shorten metadata "
                 "remove it.");
     }
 

@@ -1,0 +1,79 @@
+#include <gtest/gtest.h>
+
+#include <numeric>
+
+#include "orvcore/filters/hexviewfilter.h"
+#include "orvcore/formats/hexdump.h"
+#include "tests/support/runfilter.h"
+#include "tests/support/temporaryfolder.h"
+#include "zorbase/text.h"
+
+namespace {
+
+Bytes Ramp(std::size_t size) {
+    Bytes bytes(size);
+    std::iota(bytes.begin(), bytes.end(), std::uint8_t{0});
+    return bytes;
+}
+
+VecParameter At(std::int64_t offset, int length, int choice = 0) {
+    VecParameter input = HexViewFilter().GetInputPrototype();
+    EXPECT_TRUE(input[0].SetValue(offset));
+    EXPECT_TRUE(input[1].SetValue(length));
+    EXPECT_TRUE(input[2].SetValue(choice));
+    return input;
+}
+
+}  // namespace
+
+TEST(HexDump, LinesHaveTheKnownForm) {
+    const std::string text = "Hello, \x7F\xFFworld!\nbye";
+    const Bytes bytes(text.begin(), text.end());
+    EXPECT_EQ(HexDump(bytes, 0, 100, 16),
+              "00000000  48 65 6C 6C 6F 2C 20 7F  FF 77 6F 72 6C 64 21 0A  Hello, ..world!.\n"
+              "00000010  62 79 65                                          bye             ");
+    EXPECT_EQ(HexDump(bytes, 1, 2, 8), "00000001  65 6C                    el      ");
+    EXPECT_EQ(HexDump(bytes, 19, 1, 16), "");
+}
+
+TEST(HexDump, EveryByteIsThereOnceAndAllLinesAreEquallyLong) {
+    const Bytes bytes = Ramp(1000);
+    for (const int perLine : {16, 32})
+        for (const int offset : {0, 1, 500, 999}) {
+            const std::vector<std::string> lines =
+                StringToVecString(HexDump(bytes, static_cast<std::uint64_t>(offset), 400, perLine), "\n");
+            std::vector<int> seen;
+            for (const std::string& line : lines) {
+                EXPECT_EQ(line.size(), lines.front().size());
+                for (int i = 0; i < perLine; ++i) {
+                    const std::string digits = line.substr(static_cast<std::size_t>(10 + 3 * i + i / 8), 2);
+                    if (digits != "  ") seen.push_back(std::stoi(digits, nullptr, 16));
+                }
+            }
+            std::vector<int> expected;
+            for (int i = offset; i < std::min(1000, offset + 400); ++i) expected.push_back(i % 256);
+            EXPECT_EQ(seen, expected) << perLine << " from " << offset;
+        }
+}
+
+TEST(HexView, ShowsBothFilesAndSaysWhatLiesBeyondTheEnd) {
+    const TemporaryFolder folder;
+    WriteFile(folder / "a", Ramp(300));
+    WriteFile(folder / "b", Ramp(20));
+    WriteFile(folder / "empty", Bytes());
+    const HexViewFilter filter;
+
+    VecParameter input = At(16, 16);
+    OrvFilterResultPtr result = RunFilter(filter, folder / "a", folder / "b", &input);
+    EXPECT_EQ(OutputOf(result, "hex"),
+              "00000010  10 11 12 13 14 15 16 17  18 19 1A 1B 1C 1D 1E 1F  ................");
+    EXPECT_EQ(OutputOf(result, "range"), "16 to 31 of 300 bytes");
+    EXPECT_EQ(OutputOf(result, "range", true), "16 to 19 of 20 bytes");
+
+    input = At(std::int64_t{1} << 53, 65536, 1);
+    result = RunFilter(filter, folder / "a", folder / "empty", &input);
+    EXPECT_EQ(OutputOf(result, "hex"),
+              "Offset 9007199254740992 lies beyond the end of the file, which has 300 bytes.");
+    EXPECT_EQ(OutputOf(result, "hex", true), "The file is empty.");
+    EXPECT_EQ(result->status, FilterStatus::Processed);
+}
