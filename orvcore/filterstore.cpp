@@ -36,11 +36,12 @@ void OrvFilterStore::FromJson(OrvContext& context, const Json& json, std::vector
     if (!json.is_object() || json.value("format", Json()) != kFormat || !json.contains("filters") ||
         !json["filters"].is_object() || !json.contains("version") || !json["version"].is_number_integer())
         ZOR_THROW(Format, "This is not a file of filter configurations.");
-    const int version = json["version"].get<int>();
-    if (version > kVersion)
+    // Compared without narrowing: a number that does not fit into an int is newer, too.
+    const Json& version = json["version"];
+    if (version.is_number_unsigned() && version.get<std::uint64_t>() > kVersion)
         ZOR_THROW(Format,
                   "These filter configurations were written by a newer version of the program (format " +
-                      ToString(version) + ", this one reads " + ToString(kVersion) + ").");
+                      JsonToText(version, 0) + ", this one reads " + ToString(kVersion) + ").");
 
     for (const auto& [id, entry] : json["filters"].items()) {
         OrvFilter* filter = context.FindFilter(id);

@@ -27,6 +27,8 @@ std::string PathFromJson(const Json& json) {
     if (!json.is_object() || !json.contains("hex") || !json["hex"].is_string())
         ZOR_THROW(Format, "a path that cannot be read");
     const std::string hex = json["hex"].get<std::string>();
+    if (hex.size() % 2 != 0 || hex.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos)
+        ZOR_THROW(Format, "a path that cannot be read");
     std::string path;
     for (std::size_t i = 0; i + 1 < hex.size(); i += 2)
         path += static_cast<char>(std::strtoul(hex.substr(i, 2).c_str(), nullptr, 16));
@@ -87,7 +89,9 @@ OrvProject OrvProject::FromText(const std::string& text) {
         if (!json.is_object() || json.value("format", Json()) != kFormat || !json.contains("version") ||
             !json["version"].is_number_integer())
             ZOR_THROW(Format, "this is not a project file");
-        if (json["version"].get<int>() > kVersion)
+        // Compared without narrowing: a number that does not fit into an int is newer, too.
+        if (const Json& version = json["version"];
+            version.is_number_unsigned() && version.get<std::uint64_t>() > kVersion)
             ZOR_THROW(Format, "it was written by a newer version of the program");
         OrvProject project;
         for (int slot = 0; slot < kFileSlots; ++slot) {

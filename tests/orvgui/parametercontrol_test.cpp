@@ -497,13 +497,7 @@ TEST(QuantizationText, PutsBothSlotsSideBySideAndNamesTheDifferences) {
     EXPECT_EQ(FormatQuantizationTables(damaged, nullptr).lines, 9);
 }
 
-TEST(TableCells, MarksAreReadAndNotShown) {
-    EXPECT_EQ(ReadCell("!Edited").mark, CellMark::StandsOut);
-    EXPECT_EQ(ReadCell("!Edited").text, "Edited");
-    EXPECT_EQ(ReadCell("?x").mark, CellMark::Doubtful);
-    EXPECT_EQ(ReadCell("x!").mark, CellMark::None);
-    EXPECT_EQ(ReadCell("").text, "");
-    EXPECT_EQ(ReadColumnLabel("#Size"), "Size");
+TEST(TableCells, MarksAreNoPartOfANumber) {
     const TableString table = {{"n", "t", "e"}, {"1", "1", ""}, {"!2.5", "x", ""}, {"-", "", ""}, {}};
     EXPECT_TRUE(IsNumericColumn(table, 0));
     EXPECT_FALSE(IsNumericColumn(table, 1));

@@ -1,0 +1,117 @@
+#include "orvcore/filterstore.h"
+
+#include <gmock/gmock.h>
+
+#include "tests/support/testcore.h"
+
+using testing::HasSubstr;
+
+namespace {
+
+class FilterStore : public CoreTest {
+  protected:
+    std::string Write(const std::string& text) {
+        WriteFile(folder / "a.zof", text);
+        return folder / "a.zof";
+    }
+    // Loads the file and returns the failure's text, "" when there was none.
+    std::string LoadText(const std::string& text) {
+        sink.seen.clear();
+        core->LoadConfigurations(PathToWx(Write(text)));
+        EXPECT_TRUE(sink.PumpUntilIdle());
+        std::string told;
+        int failures = 0;
+        for (const TestSink::Seen& event : sink.seen)
+            if (event.id == OrvEventActionCompleted && event.error != 0) {
+                told = event.text;
+                ++failures;
+            }
+        EXPECT_LE(failures, 1) << "one message for everything";
+        return told;
+    }
+    int ValueOf(int index) const { return probe->GetConfigurationParams(index).Get<int>("value"); }
+};
+
+std::string File(const std::string& filters, const std::string& version = "1") {
+    return R"({"format":"orvane-filter-configurations","version":)" + version + R"(,"filters":)" + filters +
+           "}";
+}
+
+}  // namespace
+
+TEST_F(FilterStore, WhatIsSavedComesBack) {
+    VecParameter parameters = probe->GetInputPrototype();
+    parameters[0].SetValue(42);
+    core->AddFilterConfiguration(probe, parameters, 1);
+    core->EnableFilterConfiguration(probe, 1, false);
+    core->SaveConfigurations(PathToWx(folder / "saved.zof"));
+    ASSERT_TRUE(sink.PumpUntilIdle());
+    core->DeleteAllFilterConfigurations(probe);
+    EXPECT_EQ(probe->GetConfigurationsSize(), 0);
+
+    EXPECT_EQ(LoadText(ReadFile(folder / "saved.zof")), "");
+    ASSERT_EQ(probe->GetConfigurationsSize(), 2);
+    EXPECT_EQ(ValueOf(1), 42);
+    EXPECT_TRUE(probe->IsConfigurationEnabled(0));
+    EXPECT_FALSE(probe->IsConfigurationEnabled(1));
+}
+
+TEST_F(FilterStore, WhatIsKnownIsTakenAndTheRestIsNamedOnce) {
+    const std::string told = LoadText(File(R"({
+        "no-such-filter": {"configurations": []},
+        "probe": {"active": 7, "configurations": [
+            {"parameters": {"value": 5, "sharpness": 3}},
+            {"parameters": {"value": "many"}},
+            {"parameters": {"value": 2000000}},
+            "nonsense"]},
+        "file-format": 3})"));
+    for (const char* part :
+         {"a.zof", "no-such-filter", "sharpness", "value", "without parameters", "File Format"})
+        EXPECT_THAT(told, HasSubstr(part));
+    ASSERT_EQ(probe->GetConfigurationsSize(), 3);
+    EXPECT_EQ(ValueOf(0), 5);
+    EXPECT_EQ(ValueOf(1), 0) << "what does not fit keeps its default";
+    EXPECT_EQ(ValueOf(2), 0);
+    EXPECT_EQ(probe->GetActiveConfiguration(), 2) << "an index beyond the end is the last one";
+}
+
+TEST_F(FilterStore, AFileThatIsNoneChangesNothing) {
+    VecParameter parameters = probe->GetInputPrototype();
+    parameters[0].SetValue(42);
+    core->AddFilterConfiguration(probe, parameters, 0);
+    const std::string good = File(R"({"probe": {"configurations": [{"parameters": {"value": 5}}]}})");
+    const std::pair<std::string, const char*> files[] = {
+        {"", "not loaded"},
+        {"{", "not loaded"},
+        {good.substr(0, good.size() / 2), "not loaded"},
+        {"[]", "not a file of filter configurations"},
+        {R"({"format":"orvane-project","version":1,"filters":{}})", "not a file of filter configurations"},
+        {File("[]"), "not a file of filter configurations"},
+        {File("{}", "\"1\""), "not a file of filter configurations"},
+        {File(R"({"probe": {"configurations": [{"parameters": {"value": 5}}]}})", "2"), "newer version"},
+        {File("{}", "4294967297"), "newer version"},
+        {File("{}", "18446744073709551615"), "newer version"},
+        {std::string(100000, '['), "not loaded"},
+        {std::string("\xFF\xFE\0x", 4), "not loaded"},
+    };
+    for (const auto& [text, expected] : files) {
+        EXPECT_THAT(LoadText(text), HasSubstr(expected)) << text.substr(0, 60);
+        ASSERT_EQ(probe->GetConfigurationsSize(), 2) << text.substr(0, 60);
+        EXPECT_EQ(ValueOf(0), 42);
+    }
+    // Not one of these is readable as a list: what was configured stays.
+    EXPECT_THAT(LoadText(File(R"({"probe": {"configurations": [1, 2]}})")), HasSubstr("without parameters"));
+    EXPECT_EQ(probe->GetConfigurationsSize(), 2);
+}
+
+TEST_F(FilterStore, DamagedSettingsDoNotKeepTheProgramFromStarting) {
+    core.reset();
+    for (const char* text :
+         {"", "{", "[1]", "{\"format\":\"orvane-filter-configurations\",\"version\":99}"}) {
+        WriteFile(OrvFilterStore::SettingsPath(), text);
+        core = std::make_unique<OrvInterface>();
+        EXPECT_GT(core->GetFilters().size(), 0U);
+        EXPECT_EQ(core->GetFilters().front()->GetConfigurationsSize(), 1);
+        core.reset();
+    }
+}
