@@ -30,6 +30,7 @@ constexpr int kMinimumSide = 300;
 constexpr int kSidePanelWidth = 264;
 constexpr int kSidePanelMaximum = 360;
 constexpr int kSliderWidth = 76;
+constexpr int kFieldWidth = 120;
 constexpr int kScrollStep = 16;
 constexpr int kKeyScrollPixels = 48;
 constexpr double kDifferenceAtOncePixels = 2.0e6;  // cheaper to do than to be felt
@@ -150,6 +151,7 @@ void OrvFilterGuiViewer::CreateControlsOutput() {
     m_toolPanel->RefreshValues();
     for (wxWindow* child : m_inputParent->GetChildren()) {
         if (dynamic_cast<wxSlider*>(child) != nullptr) child->SetMinSize(wxSize(kSliderWidth, -1));
+        if (dynamic_cast<wxTextCtrl*>(child) != nullptr) child->SetMinSize(wxSize(kFieldWidth, -1));
     }
     // As wide as the controls ask for, within reason: the picture gets the room.
     const int wanted = m_sideScroll->GetSizer()->CalcMin().x + wxSystemSettings::GetMetric(wxSYS_VSCROLL_X);
@@ -358,7 +360,7 @@ void OrvFilterGuiViewer::ViewChanged(bool scrolled) {
     m_toolPanel->GetZoomPanel()->RefreshValues();
     if (m_navigator != nullptr) m_navigator->Refresh(false);
     if (OrvMainFrame* frame = GetMainFrame(); frame != nullptr && shared->zoom >= 0.0) {
-        frame->SetStatusField(OrvStatusField::Zoom, ToWx(ZoomPercentText(shared->zoom) + " %"));
+        frame->SetStatusField(OrvStatusField::Zoom, ToWx(ZoomPercentText(shared->zoom) + "%"));
     }
 }
 
