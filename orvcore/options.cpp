@@ -23,6 +23,8 @@ OrvOptions::OrvOptions() {
              .SetToolTip("PNG and TIFF keep every pixel; JPEG does not."),
          Parameter::Bool("openReports", "Open reports in the browser", true)
              .SetToolTip("A report that was written is shown at once.")},
+        {Parameter::Bool("batchSubfolders", "Batch analysis includes subfolders", false)
+             .SetToolTip("Applies to the analysis and the comparison of a folder.")},
     };
 }
 
@@ -82,4 +84,8 @@ int OrvOptions::GetJpegQuality() const {
 
 bool OrvOptions::OpensReports() const {
     return Value<bool>("openReports");
+}
+
+bool OrvOptions::BatchIncludesSubfolders() const {
+    return Value<bool>("batchSubfolders");
 }

@@ -20,6 +20,7 @@ class OrvOptions {
     std::uint64_t GetMaximumFileBytes() const;
     int GetJpegQuality() const;
     bool OpensReports() const;
+    bool BatchIncludesSubfolders() const;
 
   private:
     template <typename T>

@@ -37,10 +37,6 @@ int HalvedSide(int side, int times) {
 
 }  // namespace
 
-int DisplayPyramid::GetVersion() const {
-    return m_version.load();
-}
-
 std::shared_ptr<DisplayPyramid> DisplayPyramid::For(const Image& image) {
     if (!image.IsValid()) return nullptr;
     const std::lock_guard lock(RegistryMutex());

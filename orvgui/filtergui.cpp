@@ -204,8 +204,7 @@ void OrvFilterGui::ApplySelection(const Roi& region) {
 
 bool OrvFilterGui::IsTopWindow() {
     const auto* frame = wxTheApp != nullptr ? dynamic_cast<OrvMainFrame*>(wxTheApp->GetTopWindow()) : nullptr;
-    // On this platform the toolkit calls the window with the focus the active one.
-    const wxWindow* active = wxGetTopLevelParent(wxGetActiveWindow());
+    const wxWindow* active = wxGetActiveWindow();
     if (frame == nullptr || active == nullptr) return true;
     return frame->GetId() == active->GetId();
 }

@@ -88,14 +88,8 @@ wxBitmapBundle LoadIconBundle(const wxString& fileName, int size) {
     static auto& known = *new std::map<std::pair<wxString, int>, wxBitmapBundle>;
     wxBitmapBundle& bundle = known[{base, size}];
     if (!bundle.IsOk()) {
-        // Asked directly: a bundle asserts on a picture that is not there.
-        auto* pictures = new IconPictures(base, size);
-        if (pictures->GetBitmap(wxSize(size, size)).IsOk()) {
-            bundle = wxBitmapBundle::FromImpl(pictures);
-        } else {
-            pictures->DecRef();
-            bundle = ToolkitPicture(stem, size);
-        }
+        bundle = wxBitmapBundle::FromImpl(new IconPictures(base, size));
+        if (!bundle.GetBitmap(wxSize(size, size)).IsOk()) bundle = ToolkitPicture(stem, size);
     }
     return bundle;
 }

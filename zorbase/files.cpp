@@ -53,21 +53,26 @@ class Descriptor {
 int OpenForReading(const std::string& path) {
     // Without waiting: a named pipe would otherwise block until somebody writes to it.
     constexpr int kFlags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+    if (HasNul(path)) return -1;
     const int fd = open(path.c_str(), kFlags | O_NOATIME);
     // Only the owner may leave the access time alone.
     return fd >= 0 || errno != EPERM ? fd : open(path.c_str(), kFlags);
 }
 
+constexpr const char* kReading = "Cannot read the file";
+
+void CheckRegular(const Descriptor& file, const std::string& path, struct stat& facts) {
+    if (!file.IsOpen()) Fail(kReading, path, HasNul(path) ? "the name holds a zero byte" : Reason(errno));
+    if (fstat(file.Get(), &facts) != 0) Fail(kReading, path, Reason(errno));
+    if (S_ISDIR(facts.st_mode)) Fail(kReading, path, "it is a folder");
+    if (!S_ISREG(facts.st_mode)) Fail(kReading, path, "it is not a regular file");
+}
+
 template <typename Buffer>
 Buffer ReadAll(const std::string& path) {
-    constexpr const char* kWhat = "Cannot read the file";
-    if (HasNul(path)) Fail(kWhat, path, "the name holds a zero byte");
-    const Descriptor file(OpenForReading(path));
-    if (!file.IsOpen()) Fail(kWhat, path, Reason(errno));
     struct stat facts {};
-    if (fstat(file.Get(), &facts) != 0) Fail(kWhat, path, Reason(errno));
-    if (S_ISDIR(facts.st_mode)) Fail(kWhat, path, "it is a folder");
-    if (!S_ISREG(facts.st_mode)) Fail(kWhat, path, "it is not a regular file");
+    const Descriptor file(OpenForReading(path));
+    CheckRegular(file, path, facts);
 
     try {
         Buffer content;
@@ -78,7 +83,7 @@ Buffer ReadAll(const std::string& path) {
             content.resize(room);
             const ssize_t got = read(file.Get(), content.data() + filled, room - filled);
             if (got < 0 && errno == EINTR) continue;
-            if (got < 0) Fail(kWhat, path, Reason(errno));
+            if (got < 0) Fail(kReading, path, Reason(errno));
             if (got == 0) break;
             filled += static_cast<std::size_t>(got);
             if (filled == room) room += std::max<std::size_t>(room, 65536);
@@ -159,6 +164,34 @@ std::string ReadFile(const std::string& path) {
 }
 Bytes ReadFileBytes(const std::string& path) {
     return ReadAll<Bytes>(path);
+}
+
+std::size_t ReadFileInto(const std::string& path, Bytes& buffer, std::uint64_t maximumBytes,
+                         const std::function<void(std::span<const std::uint8_t>)>& added) {
+    // Small enough that whoever takes a piece finds it in the processor's cache.
+    constexpr std::size_t kPiece = std::size_t{256} << 10;
+    struct stat facts {};
+    const Descriptor file(OpenForReading(path));
+    CheckRegular(file, path, facts);
+    try {
+        std::size_t filled = 0;
+        for (;;) {
+            if (filled > maximumBytes || static_cast<std::uint64_t>(facts.st_size) > maximumBytes)
+                Fail(kReading, path, "it has more than " + FormatFileSize(maximumBytes));
+            if (filled == buffer.size())
+                buffer.resize(
+                    std::max({buffer.size() * 2, kPiece, static_cast<std::size_t>(facts.st_size) + 1}));
+            const ssize_t got =
+                read(file.Get(), buffer.data() + filled, std::min(kPiece, buffer.size() - filled));
+            if (got < 0 && errno == EINTR) continue;
+            if (got < 0) Fail(kReading, path, Reason(errno));
+            if (got == 0) return filled;
+            added(std::span<const std::uint8_t>(buffer).subspan(filled, static_cast<std::size_t>(got)));
+            filled += static_cast<std::size_t>(got);
+        }
+    } catch (const std::bad_alloc&) {
+        ZOR_THROW(Memory, "There is not enough memory to read the file \"" + ToValidUtf8(path) + "\".");
+    }
 }
 
 void WriteFile(const std::string& path, const std::string& content) {

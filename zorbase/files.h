@@ -2,7 +2,9 @@
 
 #include <cstdint>
 #include <ctime>
+#include <functional>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -15,6 +17,12 @@ using Bytes = std::vector<std::uint8_t>;
 std::string ReadFile(const std::string& path);
 Bytes ReadFileBytes(
     const std::string& path);  // opened read-only; the access time is left alone where the system allows
+
+// The same in pieces, for whoever reads many files: into a buffer that grows when it must and never shrinks, so that the next
+// file finds it ready. `added` gets each piece as soon as it has been read and may throw to stop. Returns how many bytes the
+// file has. A file of more than maximumBytes is refused.
+std::size_t ReadFileInto(const std::string& path, Bytes& buffer, std::uint64_t maximumBytes,
+                         const std::function<void(std::span<const std::uint8_t>)>& added);
 
 // Written to a temporary file in the same folder, synced, then renamed over the target: either the whole new file or the old
 // one is there, also after a crash or on a full disk. WriteFile creates missing parent folders.

@@ -69,3 +69,19 @@ std::string Sha256(std::span<const std::uint8_t> bytes) {
 std::string Sha256(const std::string& text) {
     return Sha256(std::span(reinterpret_cast<const std::uint8_t*>(text.data()), text.size()));
 }
+
+class Sha256Stream::Implementation : public Digest {
+  public:
+    Implementation() : Digest(EVP_sha256()) {}
+};
+
+Sha256Stream::Sha256Stream() : m(std::make_unique<Implementation>()) {}
+Sha256Stream::~Sha256Stream() = default;
+
+void Sha256Stream::Add(std::span<const std::uint8_t> bytes) {
+    m->Add(bytes);
+}
+
+std::string Sha256Stream::Finish() {
+    return m->Finish();
+}

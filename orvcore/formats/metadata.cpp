@@ -247,6 +247,15 @@ std::optional<GpsPosition> PositionOf(const Exiv2::ExifData& exif, const Exiv2::
     return Position(text("Xmp.exif.GPSLatitude", "NS"), text("Xmp.exif.GPSLongitude", "EW"), "XMP");
 }
 
+std::vector<std::uint8_t> ThumbnailOf(ExivSession& session, const Exiv2::ExifData& data) {
+    std::vector<std::uint8_t> thumbnail;
+    session.Guard([&] {
+        const Exiv2::DataBuf copy = Exiv2::ExifThumbC(data).copy();
+        if (copy.size_ > 0) thumbnail.assign(copy.pData_, copy.pData_ + copy.size_);
+    });
+    return thumbnail;
+}
+
 std::string FixedText(double value) {
     char text[400];
     const auto end = std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, 6).ptr;
@@ -299,13 +308,18 @@ MetadataFacts ReadMetadataFacts(std::span<const std::uint8_t> bytes) {
 }
 
 std::vector<std::uint8_t> ReadExifThumbnail(std::span<const std::uint8_t> bytes) {
-    std::vector<std::uint8_t> thumbnail;
     ExivSession session;
     const Exiv2::Image::AutoPtr image = session.Open(bytes);
-    if (image.get() == nullptr) return thumbnail;
-    session.Guard([&] {
-        const Exiv2::DataBuf data = Exiv2::ExifThumbC(image->exifData()).copy();
-        if (data.size_ > 0) thumbnail.assign(data.pData_, data.pData_ + data.size_);
-    });
-    return thumbnail;
+    return image.get() == nullptr ? std::vector<std::uint8_t>() : ThumbnailOf(session, image->exifData());
+}
+
+MetadataSummary ReadMetadataSummary(std::span<const std::uint8_t> bytes) {
+    MetadataSummary summary;
+    ExivSession session;
+    const Exiv2::Image::AutoPtr image = session.Open(bytes);
+    if (image.get() == nullptr) return summary;
+    summary.facts = FactsOf(session, image->exifData());
+    session.Guard([&] { summary.hasPosition = PositionOf(image->exifData(), image->xmpData()).has_value(); });
+    summary.thumbnail = ThumbnailOf(session, image->exifData());
+    return summary;
 }

@@ -76,3 +76,11 @@ MetadataFacts ReadMetadataFacts(std::span<const std::uint8_t> bytes);
 // The thumbnail of the EXIF block, unchanged: a JPEG, or a small TIFF made of the strips where it is stored
 // uncompressed. Empty when there is none.
 std::vector<std::uint8_t> ReadExifThumbnail(std::span<const std::uint8_t> bytes);
+
+// Facts, position and thumbnail from one reading.
+struct MetadataSummary {
+    MetadataFacts facts;
+    bool hasPosition = false;
+    std::vector<std::uint8_t> thumbnail;
+};
+MetadataSummary ReadMetadataSummary(std::span<const std::uint8_t> bytes);

@@ -84,6 +84,33 @@ TEST(Files, RefusesWhatIsNoRegularFileWithoutWaiting) {
     EXPECT_THAT(read(folder / "\xFF\x1B[31m"), HasSubstr("\xEF\xBF\xBD\xEF\xBF\xBD[31m"));
 }
 
+TEST(Files, ReadsInPiecesIntoOneBuffer) {
+    const TemporaryFolder folder;
+    Bytes content(1000003);
+    for (std::size_t i = 0; i < content.size(); ++i) content[i] = static_cast<std::uint8_t>(i * 7 >> 3);
+    WriteFile(folder / "large", content);
+    WriteFile(folder / "small", Bytes{1, 2, 3});
+    WriteFile(folder / "empty", Bytes());
+    Bytes buffer;
+    Bytes pieces;
+    const auto read = [&](const std::string& name, std::uint64_t maximum) {
+        pieces.clear();
+        return ReadFileInto(folder / name, buffer, maximum,
+                            [&](auto piece) { pieces.insert(pieces.end(), piece.begin(), piece.end()); });
+    };
+    EXPECT_EQ(read("large", content.size()), content.size());
+    EXPECT_EQ(pieces, content);
+    EXPECT_TRUE(std::equal(content.begin(), content.end(), buffer.begin()));
+    const std::size_t room = buffer.size();
+    EXPECT_EQ(read("small", 3), 3U);
+    EXPECT_EQ(pieces, (Bytes{1, 2, 3}));
+    EXPECT_EQ(read("empty", 0), 0U);
+    EXPECT_EQ(buffer.size(), room);
+    EXPECT_THAT(MessageOf([&] { read("small", 2); }), HasSubstr("it has more than 2 bytes"));
+    EXPECT_THAT(MessageOf([&] { read("absent", 2); }), HasSubstr("No such file"));
+    EXPECT_THAT(MessageOf([&] { ReadFileInto(folder.Path(), buffer, 9, {}); }), HasSubstr("folder"));
+}
+
 TEST(Files, FailedWriteLeavesTheOldFileAndNothingElse) {
     const TemporaryFolder folder;
     const std::string path = folder / "settings.json";

@@ -38,4 +38,16 @@ TEST(Hash, StripsDoNotShowAndAreReported) {
     EXPECT_THROW(ComputeHashes(bytes, [](double) { throw std::runtime_error("stop"); }), std::runtime_error);
 }
 
+TEST(Hash, PiecesGiveTheHashOfTheWhole) {
+    std::vector<std::uint8_t> bytes(100001);
+    for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<std::uint8_t>(i * i);
+    const std::span<const std::uint8_t> all(bytes);
+    Sha256Stream stream;
+    stream.Add(all.first(1));
+    stream.Add({});
+    stream.Add(all.subspan(1, 65536));
+    stream.Add(all.subspan(65537));
+    EXPECT_EQ(stream.Finish(), Sha256(all));
+}
+
 }  // namespace

@@ -1,0 +1,171 @@
+#include "orvcore/formats/exifscan.h"
+
+#include <climits>
+#include <cmath>
+
+#include "zorbase/text.h"
+
+namespace {
+
+constexpr std::uint32_t kMaxFields = 1000;  // of one directory
+
+enum Type : std::uint32_t { kAscii = 2, kShort = 3, kLong = 4, kRational = 5, kUtf8 = 129 };
+
+struct Field {
+    std::uint32_t tag = 0;
+    std::uint32_t type = 0;
+    std::uint32_t count = 0;
+    std::size_t valueAt = 0;  // where its value stands, outside the block when the file lies
+};
+
+class Scanner {
+  public:
+    explicit Scanner(ByteSpan tiff) : m_tiff(tiff) {}
+
+    ExifScan Run() {
+        const bool isLittle = StartsWith(m_tiff, 0, "II", 2);
+        if (!isLittle && !StartsWith(m_tiff, 0, "MM", 2)) return m_scan;
+        m_isLittle = isLittle;
+        if (Number16(2) != 42) return m_scan;
+
+        std::size_t exifAt = 0;
+        std::size_t gpsAt = 0;
+        MetadataFacts& facts = m_scan.facts;
+        const std::size_t nextAt = ReadDirectory(Number32(4), [&](const Field& field) {
+            switch (field.tag) {
+                case 0x010F:
+                    SetText(facts.make, field);
+                    break;
+                case 0x0110:
+                    SetText(facts.model, field);
+                    break;
+                case 0x0112: {
+                    const int orientation = Whole(field);
+                    if (orientation <= 8) facts.orientation = orientation;
+                    break;
+                }
+                case 0x0131:
+                    SetText(facts.software, field);
+                    break;
+                case 0x0132:
+                    SetText(facts.dateTime, field);
+                    break;
+                case 0x8769:
+                    exifAt = Offset(field);
+                    break;
+                case 0x8825:
+                    gpsAt = Offset(field);
+                    break;
+                default:
+                    break;
+            }
+        });
+        m_scan.isPresent = m_wasRead;
+        ReadDirectory(exifAt, [&](const Field& field) {
+            if (field.tag == 0x9003) SetText(facts.dateTimeOriginal, field);
+            if (field.tag == 0x9004) SetText(facts.dateTimeDigitized, field);
+            if (field.tag == 0xA002) facts.pixelXDimension = Whole(field);
+            if (field.tag == 0xA003) facts.pixelYDimension = Whole(field);
+        });
+        ReadPosition(gpsAt);
+        ReadThumbnail(nextAt);
+        return m_scan;
+    }
+
+  private:
+    std::uint32_t Number16(std::size_t at) const {
+        return m_isLittle ? Little16(m_tiff, at) : Big16(m_tiff, at);
+    }
+    std::uint32_t Number32(std::size_t at) const {
+        return m_isLittle ? Little32(m_tiff, at) : Big32(m_tiff, at);
+    }
+
+    // Hands every field over and returns where the next directory stands, 0 when there is none. Directories
+    // are followed a fixed number of times, so no loop of theirs can keep it busy.
+    template <typename Take>
+    std::size_t ReadDirectory(std::size_t at, const Take& take) {
+        m_wasRead = at >= 8 && at + 2 <= m_tiff.size();
+        if (!m_wasRead) return 0;
+        const std::uint32_t count = Number16(at);
+        if (count > kMaxFields) return 0;
+        for (std::uint32_t i = 0; i < count; ++i) {
+            const std::size_t fieldAt = at + 2 + std::size_t{12} * i;
+            if (fieldAt + 12 > m_tiff.size()) return 0;
+            Field field{Number16(fieldAt), Number16(fieldAt + 2), Number32(fieldAt + 4), fieldAt + 8};
+            const std::size_t unit = field.type == kShort      ? 2
+                                     : field.type == kLong     ? 4
+                                     : field.type == kRational ? 8
+                                                               : 1;
+            if (unit * field.count > 4) field.valueAt = Number32(fieldAt + 8);
+            if (unit * field.count <= m_tiff.size() && field.valueAt <= m_tiff.size() - unit * field.count)
+                take(field);
+        }
+        return Number32(at + 2 + std::size_t{12} * count);
+    }
+
+    static bool IsText(const Field& field) { return field.type == kAscii || field.type == kUtf8; }
+
+    // The first of several fields of one tag counts. A text ends at its first zero byte.
+    void SetText(std::string& text, const Field& field) const {
+        if (!text.empty() || !IsText(field)) return;
+        text = TextOf(Slice(m_tiff, field.valueAt, std::min<std::size_t>(field.count, kMaxMetadataText)));
+        if (const std::size_t zero = text.find('\0'); zero != std::string::npos) text.resize(zero);
+        text = Trim(ToValidUtf8(text));
+    }
+
+    int Whole(const Field& field) const {
+        if (field.count == 0 || (field.type != kShort && field.type != kLong)) return 0;
+        const std::uint32_t value = field.type == kShort ? Number16(field.valueAt) : Number32(field.valueAt);
+        return value <= INT_MAX ? static_cast<int>(value) : 0;
+    }
+    std::size_t Offset(const Field& field) const { return static_cast<std::size_t>(Whole(field)); }
+
+    // Degrees of three fractions, negative when one cannot be read.
+    double Degrees(const Field& field) const {
+        if (field.type != kRational || field.count != 3) return -1;
+        double degrees = 0;
+        double share = 1;
+        for (std::size_t i = 0; i < 3; ++i, share /= 60) {
+            const std::uint32_t denominator = Number32(field.valueAt + 8 * i + 4);
+            if (denominator == 0) return -1;
+            degrees += share * Number32(field.valueAt + 8 * i) / denominator;
+        }
+        return degrees;
+    }
+
+    void ReadPosition(std::size_t at) {
+        char hemispheres[2] = {0, 0};
+        double degrees[2] = {-1, -1};
+        ReadDirectory(at, [&](const Field& field) {
+            const bool isLatitude = field.tag <= 2;
+            if ((field.tag == 1 || field.tag == 3) && IsText(field))
+                hemispheres[isLatitude ? 0 : 1] = static_cast<char>(ByteAt(m_tiff, field.valueAt));
+            if (field.tag == 2 || field.tag == 4) degrees[isLatitude ? 0 : 1] = Degrees(field);
+        });
+        m_scan.hasPosition = (hemispheres[0] == 'N' || hemispheres[0] == 'S') &&
+                             (hemispheres[1] == 'E' || hemispheres[1] == 'W') && degrees[0] >= 0 &&
+                             degrees[0] <= 90 && degrees[1] >= 0 && degrees[1] <= 180;
+    }
+
+    void ReadThumbnail(std::size_t at) {
+        std::size_t offset = 0;
+        std::size_t size = 0;
+        ReadDirectory(at, [&](const Field& field) {
+            if (field.tag == 0x0201) offset = Offset(field);
+            if (field.tag == 0x0202) size = Offset(field);
+        });
+        if (offset > 0 && size > 0 && offset < m_tiff.size() && size <= m_tiff.size() - offset)
+            m_scan.thumbnail = m_tiff.subspan(offset, size);
+    }
+
+    ByteSpan m_tiff;
+    bool m_isLittle = false;
+    bool m_wasRead = false;
+    ExifScan m_scan;
+};
+
+}  // namespace
+
+ExifScan ScanExif(ByteSpan tiff) {
+    return Scanner(tiff).Run();
+}

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <ctime>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "orvcore/formats/jpegquality.h"
+#include "orvcore/formats/metadata.h"
+#include "zorimage/imageformat.h"
+
+// What one file of a folder says in its headers and metadata, as typed facts; nothing is judged here and no
+// pixel is decoded. Texts come from the file and are hostile.
+struct FileExamination {
+    std::string path;     // bytes
+    std::string problem;  // why the file could not be read; everything below is empty then
+    std::uint64_t size = 0;
+    std::optional<std::time_t> modified;
+    FileFormat format = FileFormat::Unknown;
+    bool nameAgrees = true;
+    int width = 0;  // as stored; 0 when not known
+    int height = 0;
+    std::string coding;       // "Baseline DCT, Huffman"; of other formats their compression
+    std::string subsampling;  // of a JPEG
+    std::string segments;     // of a JPEG: its markers up to the first scan, "SOI APP1 DQT SOF0 DHT SOS"
+    std::string tablesHash;
+    JpegQuality quality;                // by the luminance table
+    bool chrominanceAgrees = true;      // false: luminance standard, chrominance not of the same quality
+    bool isComplete = true;             // false: cut, or with holes
+    std::uint64_t bytesAfterEnd = 0;    // after a JPEG's end, other than the pictures its index names
+    std::vector<std::string> warnings;  // about the structure
+    MetadataFacts facts;                // lens and serial stay empty
+    bool hasPosition = false;
+    std::uint64_t thumbnailBytes = 0;  // of the EXIF thumbnail; 0 without one
+    int thumbnailWidth = 0;
+    int thumbnailHeight = 0;
+    JpegQuality thumbnailQuality;
+    std::string thumbnailSha256;
+    std::string sha256;
+};
+
+// Pure, safe on any thread; never throws on what the bytes say. size, modified and sha256 are the caller's.
+FileExamination ExamineFile(const std::string& path, std::span<const std::uint8_t> bytes);
+
+// Whether the software's name is that of a program for changing pictures, by a list of common ones.
+bool IsEditingSoftware(const std::string& software);
+
+// "2004:06:17 07:10:06" as seconds, taken as if the clock ran in UTC; nothing when it is no date.
+std::optional<std::time_t> ExifTime(const std::string& text);
