@@ -1,93 +1,98 @@
 #include "orvgui/gridframe.h"
 
-#include <wx/dc.h>
-#include <wx/grid.h>
+#include <wx/button.h>
 #include <wx/panel.h>
 #include <wx/sizer.h>
+#include <wx/srchctrl.h>
+#include <wx/stattext.h>
 
 #include "orvgui/icons.h"
-#include "zorbase/gui/imageconvert.h"
+#include "orvgui/listctrlresults.h"
 
 namespace {
 
-constexpr int kWidestColumn = 480;
-const wxColour kOrange(255, 165, 0);
-
-// Draws one picture in a cell.
-class PictureRenderer : public wxGridCellStringRenderer {
-  public:
-    explicit PictureRenderer(const wxBitmap& bitmap) : m_bitmap(bitmap) {}
-
-    void Draw(wxGrid& grid, wxGridCellAttr& attr, wxDC& dc, const wxRect& rect, int row, int col,
-              bool isSelected) override {
-        wxGridCellRenderer::Draw(grid, attr, dc, rect, row, col, isSelected);
-        if (m_bitmap.IsOk()) dc.DrawBitmap(m_bitmap, rect.x + 2, rect.y + 2, true);
-    }
-    wxSize GetBestSize(wxGrid&, wxGridCellAttr&, wxDC&, int, int) override {
-        return m_bitmap.IsOk() ? m_bitmap.GetSize() + wxSize(4, 4) : wxSize(4, 4);
-    }
-    PictureRenderer* Clone() const override { return new PictureRenderer(m_bitmap); }
-
-  private:
-    wxBitmap m_bitmap;
-};
-
-void SetCell(wxGrid& grid, int row, int col, const wxString& value, const std::vector<Image>& thumbnails) {
-    wxString rest;
-    long index = 0;
-    if (value.StartsWith("*IMG*", &rest)) {
-        if (rest.ToLong(&index) && index >= 0 && index < static_cast<long>(thumbnails.size())) {
-            const Image& image = thumbnails[static_cast<std::size_t>(index)];
-            wxImage picture;
-            if (IplImageToWxImage(image, picture))
-                grid.SetCellRenderer(row, col, new PictureRenderer(wxBitmap(picture)));
-        }
-    } else if (value.StartsWith("!", &rest)) {
-        grid.SetCellTextColour(row, col, *wxRED);
-        grid.SetCellValue(row, col, rest);
-    } else if (value.StartsWith("?", &rest)) {
-        grid.SetCellTextColour(row, col, kOrange);
-        grid.SetCellValue(row, col, rest);
-    } else {
-        grid.SetCellValue(row, col, value);
-    }
-}
+const wxSize kFrameSize(1200, 600);
 
 }  // namespace
 
-GridFrame::GridFrame(wxWindow* parent, const wxString& title, Table& table, FrameType, int,
+GridFrame::GridFrame(wxWindow* parent, const wxString& title, Table& table, FrameType type, int fillMode,
                      const std::vector<Image>& thumbnails)
-    : wxFrame(parent, wxID_ANY, title, wxDefaultPosition, wxSize(1200, 600)) {
+    : GridFrame(parent, title, std::make_shared<const TableString>(TableFromWx(table)), type, fillMode,
+                thumbnails) {}
+
+GridFrame::GridFrame(wxWindow* parent, const wxString& title, ListCtrlView::Source table, FrameType type,
+                     int fillMode, const std::vector<Image>& thumbnails)
+    : wxFrame(parent, wxID_ANY, title, wxDefaultPosition, kFrameSize) {
+    // The list's commands have the ids of other commands in the main window.
+    SetExtraStyle(GetExtraStyle() | wxWS_EX_BLOCK_EVENTS);
     SetIcons(LoadMainIcon());
     auto* panel = new wxPanel(this);
-    m_grid = new wxGrid(panel, wxID_ANY);
-    const int columns = table.empty() ? 0 : static_cast<int>(table[0].size());
-    const int rows = table.empty() ? 0 : static_cast<int>(table.size()) - 1;
-    {
-        const wxGridUpdateLocker quiet(m_grid);
-        m_grid->CreateGrid(rows, columns, wxGrid::wxGridSelectRows);
-        m_grid->EnableEditing(false);
-        m_grid->HideRowLabels();
-        for (int col = 0; col < columns; ++col) {
-            const wxString& label = table[0][static_cast<std::size_t>(col)];
-            m_grid->SetColLabelValue(col, label.StartsWith("#") ? label.Mid(1) : label);
-        }
-        for (int row = 0; row < rows; ++row) {
-            const auto& cells = table[static_cast<std::size_t>(row) + 1];
-            for (int col = 0; col < columns && col < static_cast<int>(cells.size()); ++col) {
-                SetCell(*m_grid, row, col, cells[static_cast<std::size_t>(col)], thumbnails);
-            }
-        }
-        m_grid->AutoSize();
-        for (int col = 0; col < columns; ++col) {
-            if (m_grid->GetColSize(col) > kWidestColumn) m_grid->SetColSize(col, kWidestColumn);
-        }
+    m_filter = new wxSearchCtrl(panel, wxID_ANY);
+    m_filter->SetDescriptiveText(_("Filter rows"));
+    m_filter->SetToolTip(_("Shows only rows that hold every one of these words"));
+    m_filter->ShowCancelButton(true);
+    m_count = new wxStaticText(panel, wxID_ANY, wxString());
+    if (type == Batch) {
+        m_list = new OrvListCtrlBatch(panel, std::move(table), fillMode, wxHORIZONTAL);
+    } else {
+        m_list = new OrvListCtrlWeb(panel, std::move(table), fillMode, wxHORIZONTAL);
     }
+    m_list->SetThumbnails(thumbnails);
+    m_list->SetViewListener([this] { UpdateCount(); });
+    m_filter->Bind(wxEVT_TEXT, [this](wxCommandEvent&) { m_list->SetRowFilter(m_filter->GetValue()); });
+    m_filter->Bind(wxEVT_SEARCH_CANCEL, [this](wxCommandEvent&) { m_filter->Clear(); });
+    m_filter->Bind(wxEVT_CHAR_HOOK, [this](wxKeyEvent& event) {
+        if (event.GetKeyCode() == WXK_ESCAPE) {
+            m_filter->Clear();
+            m_list->SetFocus();
+        } else if (event.GetKeyCode() == 'F' && event.GetModifiers() == wxMOD_CONTROL) {
+            m_list->ShowFindDialog();
+        } else {
+            event.Skip();
+        }
+    });
+
+    auto* line = new wxBoxSizer(wxHORIZONTAL);
+    line->Add(m_filter, 0, wxALIGN_CENTRE_VERTICAL);
+    line->Add(m_count, 1, wxALIGN_CENTRE_VERTICAL | wxLEFT, 12);
+    auto* find = new wxButton(panel, wxID_ANY, _("Find..."));
+    find->SetToolTip(_("Find a text in the table (Ctrl+F)"));
+    find->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { m_list->ShowFindDialog(); });
+    line->Add(find, 0, wxALIGN_CENTRE_VERTICAL | wxLEFT, 8);
+    if (type == Batch) {
+        auto* report = new wxButton(panel, wxID_ANY, _("Report..."));
+        report->SetToolTip(_("Save a report with the selected images as an HTML file"));
+        report->Bind(wxEVT_BUTTON, [this](wxCommandEvent& event) { m_list->OnExportReportAsHtml(event); });
+        line->Add(report, 0, wxALIGN_CENTRE_VERTICAL | wxLEFT, 8);
+    }
+    m_filter->SetMinSize(wxSize(320, -1));
+
     auto* inner = new wxBoxSizer(wxVERTICAL);
-    inner->Add(m_grid, 1, wxEXPAND);
+    inner->Add(line, 0, wxEXPAND | wxALL, 8);
+    inner->Add(m_list, 1, wxEXPAND);
     panel->SetSizer(inner);
     auto* outer = new wxBoxSizer(wxVERTICAL);
     outer->Add(panel, 1, wxEXPAND);
     SetSizer(outer);
-    SetSize(wxSize(1200, 600));
+    SetSize(kFrameSize);
+    Layout();
+    UpdateCount();
+    m_list->SetFocus();
+}
+
+wxString GridFrame::GetCountText() const {
+    return m_count->GetLabelText();
+}
+
+void GridFrame::UpdateCount() {
+    wxString text;
+    if (m_list->IsUpdating()) {
+        text = _("Sorting and filtering...");
+    } else if (m_list->GetNumRows() == m_list->GetNumDataRows()) {
+        text = wxString::Format(wxPLURAL("%d row", "%d rows", m_list->GetNumDataRows()),
+                                m_list->GetNumDataRows());
+    } else {
+        text = wxString::Format(_("%d of %d rows"), m_list->GetNumRows(), m_list->GetNumDataRows());
+    }
+    m_count->SetLabelText(text);
 }

@@ -5,24 +5,37 @@
 
 #include <vector>
 
+#include "orvcore/tables.h"
+#include "orvgui/listctrlview.h"
 #include "orvgui/orvgui.h"
 #include "zorimage/image.h"
 
-class wxGrid;
+class OrvListCtrlResults;
+class wxSearchCtrl;
+class wxStaticText;
 
-// A window that shows one result table. Row 0 of the table holds the column labels. Child of its parent,
-// destroyed when closed.
+// A window that shows the result list of a batch run or of a web search, with a line that narrows its rows. Its menu
+// events do not reach the windows above it. Child of its parent, destroyed when closed. GUI thread.
 class ORVGUI_API GridFrame : public wxFrame {
   public:
     // What the table lists: files of a batch run, or pictures found on the web.
     enum FrameType { Batch = 0, Web = 1 };
-    using Table = std::vector<std::vector<wxString>>;
+    using Table = WxTable;
 
+    // The first form copies the table, the second shares it.
     GridFrame(wxWindow* parent, const wxString& title, Table& table, FrameType type, int fillMode,
               const std::vector<Image>& thumbnails);
+    GridFrame(wxWindow* parent, const wxString& title, ListCtrlView::Source table, FrameType type,
+              int fillMode, const std::vector<Image>& thumbnails);
 
-    wxGrid* GetGrid() const { return m_grid; }
+    OrvListCtrlResults* GetListCtrl() const { return m_list; }
+    wxSearchCtrl* GetFilterLine() const { return m_filter; }
+    wxString GetCountText() const;
 
   private:
-    wxGrid* m_grid = nullptr;
+    void UpdateCount();
+
+    OrvListCtrlResults* m_list = nullptr;
+    wxSearchCtrl* m_filter = nullptr;
+    wxStaticText* m_count = nullptr;
 };

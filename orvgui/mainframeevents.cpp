@@ -37,14 +37,9 @@ wxString FirstText(const OrvCommandEvent& event) {
     return FirstParameter(event, text) ? ToWx(text) : wxString();
 }
 
-GridFrame::Table FirstTable(const OrvCommandEvent& event) {
-    TableString rows;
-    GridFrame::Table table;
-    if (!FirstParameter(event, rows)) return table;
-    for (const auto& row : rows) {
-        table.emplace_back();
-        for (const std::string& cell : row) table.back().push_back(ToWx(cell));
-    }
+ListCtrlView::Source FirstTable(const OrvCommandEvent& event) {
+    auto table = std::make_shared<TableString>();
+    FirstParameter(event, *table);
     return table;
 }
 
@@ -182,13 +177,13 @@ void OrvMainFrame::OnCommandExit(OrvCommandEvent&) {
 }
 
 void OrvMainFrame::ShowTable(const OrvCommandEvent& event, bool withThumbnails) {
-    GridFrame::Table table = FirstTable(event);
+    const ListCtrlView::Source table = FirstTable(event);
     std::vector<Image> thumbnails;
     if (withThumbnails) {
         thumbnails = GetContext()->GetThumbnails();
         GetContext()->ClearThumbnails();
     }
-    if (event.GetError() != 0 || table.size() < 2) {
+    if (event.GetError() != 0 || table->size() < 2) {
         const wxString message = event.GetMessage();
         OrvMessageBox(message.empty() ? wxString(_("No Image Found")) : message,
                       event.GetError() != 0 ? wxString(_("Error")) : wxString(), wxOK, this);
