@@ -1,0 +1,21 @@
+# Turns the camera facts (FACTS, tab separated: make, model, width, height, all sizes, source) into the initialisers of a C++
+# list of JSON texts (OUTPUT). Stops when a row is not as expected: a wrong record would be worse than no program.
+file(READ "${FACTS}" text)
+if(text MATCHES "[][\\\\\"]")
+    message(FATAL_ERROR "${FACTS} holds a bracket, a quote or a backslash, for which there is no escape here")
+endif()
+string(REPLACE ";" "," text "${text}")
+string(REGEX REPLACE "\n+$" "" text "${text}")
+string(REPLACE "\n" ";" rows "${text}")
+list(POP_FRONT rows)
+
+set(records "")
+foreach(row IN LISTS rows)
+    if(NOT row MATCHES "^([^\t]+)\t([^\t]+)\t([0-9]+)\t([0-9]+)\t([0-9x,]+)\t[a-z]+$")
+        message(FATAL_ERROR "${FACTS}: not a record: ${row}")
+    endif()
+    set(record "{\"Make\":\"${CMAKE_MATCH_1}\",\"Model\":\"${CMAKE_MATCH_2}\",\"Width\":${CMAKE_MATCH_3},\"Height\":${CMAKE_MATCH_4}")
+    string(REGEX REPLACE "([0-9]+)x([0-9]+)" "{\"Width\":\\1,\"Height\":\\2}" sizes "${CMAKE_MATCH_5}")
+    string(APPEND records "R\"json(${record},\"_allRes\":[${sizes}],\"referenceUrl\":\"\"})json\",\n")
+endforeach()
+file(WRITE "${OUTPUT}" "${records}")
