@@ -290,7 +290,10 @@ void Canvas::OnSize(wxSizeEvent&) {
         const WindowProperties* shared = GetSharedWindowProperties();
         if (pending == Pending::Init) {
             m_pending = Pending::None;
-            InitZoom();
+            // Side by side the canvas in use decides the zoom, whichever of the two gets its size last.
+            OrvFilterGuiViewer* page = GetPage();
+            Canvas* leader = page && shared && shared->syncViews ? page->GetCanvasFromActiveWin() : nullptr;
+            if (leader == nullptr || leader == this || !leader->HasImage()) InitZoom();
         } else {
             if (pending == Pending::Follow && shared != nullptr) {
                 m_pending = Pending::None;

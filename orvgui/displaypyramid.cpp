@@ -65,6 +65,14 @@ DisplayPyramid::DisplayPyramid(const Image& image)
 
 DisplayPyramid::~DisplayPyramid() = default;
 
+int DisplayPyramid::GetVersion() const {
+    return m_version.load();
+}
+
+bool DisplayPyramid::IsComplete() const {
+    return m_complete.load();
+}
+
 void DisplayPyramid::WaitComplete() {
     if (m_builder.joinable()) m_builder.join();
 }

@@ -29,8 +29,8 @@ class DisplayPyramid {
     IntPair GetSize() const { return {m_image.GetWidth(), m_image.GetHeight()}; }
 
     // Grows whenever finer or coarser copies have arrived: what was painted before may look better now.
-    int GetVersion() const { return m_version.load(); }
-    bool IsComplete() const { return m_complete.load(); }
+    int GetVersion() const;
+    bool IsComplete() const;
     void WaitComplete();
     std::size_t GetMemoryBytes() const;  // beside the image
 
