@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <memory>
+#include <vector>
 
 #include "orvgui/canvasproperties.h"
 #include "orvgui/orvgui.h"
@@ -107,6 +108,7 @@ class ORVGUI_API Canvas : public wxScrolledWindow {
     IntPair ScrollPixels() const;
     void ApplyScrollRange(double zoom, int rate);
     void PaintImage(wxDC& dc, const WindowProperties& shared);
+    std::vector<IntRect> MissingParts(const Painted& wanted);
     void DrawMessage(wxDC& dc, int width, int height);
     void OnKey(wxKeyEvent& event);
 

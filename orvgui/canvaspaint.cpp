@@ -83,12 +83,30 @@ void Canvas::PaintImage(wxDC& dc, const WindowProperties& shared) {
         m_buffer.Resize(wanted.size);
         m_paintedPart =
             pyramid.PaintedPart(wanted.zoom, wanted.offset, wanted.scroll, {0, 0, client.x, client.y});
-        if (!m_paintedPart.IsEmpty()) {
-            pyramid.Paint(wanted.zoom, wanted.offset, wanted.scroll, m_paintedPart, m_buffer.Pixels());
+        for (const IntRect& part : MissingParts(wanted)) {
+            pyramid.Paint(wanted.zoom, wanted.offset, wanted.scroll, part, m_buffer.Pixels());
         }
         m_painted = wanted;
     }
     m_buffer.Draw(dc, m_paintedPart);
+}
+
+// What has to be painted anew; what a scroll leaves in sight is moved.
+std::vector<IntRect> Canvas::MissingParts(const Painted& wanted) {
+    const int width = wanted.size.x;
+    const int height = wanted.size.y;
+    Painted moved = m_painted;
+    moved.scroll = wanted.scroll;
+    const long dx = static_cast<long>(wanted.scroll.x) - m_painted.scroll.x;
+    const long dy = static_cast<long>(wanted.scroll.y) - m_painted.scroll.y;
+    if (!(moved == wanted) || std::labs(dx) >= width || std::labs(dy) >= height)
+        return {{0, 0, width, height}};
+    const int x = static_cast<int>(dx);
+    const int y = static_cast<int>(dy);
+    m_buffer.Shift(x, y);
+    const IntRect column{x > 0 ? width - x : 0, 0, std::abs(x), height};
+    const IntRect row{x > 0 ? 0 : -x, y > 0 ? height - y : 0, width - std::abs(x), std::abs(y)};
+    return {column, row};
 }
 
 void Canvas::DrawMessage(wxDC& dc, int width, int height) {

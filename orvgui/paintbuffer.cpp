@@ -5,6 +5,10 @@
 #include <wx/graphics.h>
 #include <wx/image.h>
 
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
 // The toolkit draws with cairo on this platform, but every public way from raw pixels to its bitmaps converts them on each
 // change, which costs more than the painting. These declarations are cairo's own, unchanged since its version 1.2; its headers
 // come with no package that the toolkit's headers need.
@@ -84,6 +88,24 @@ void PaintBuffer::Resize(IntPair size) {
 ScreenPixels PaintBuffer::Pixels() {
     if (m_surface != nullptr) cairo_surface_flush(m_surface);
     return {m_pixels.data(), static_cast<std::size_t>(m_size.x) * 4};
+}
+
+void PaintBuffer::Shift(int dx, int dy) {
+    const int width = m_size.x - std::abs(dx);
+    const int height = m_size.y - std::abs(dy);
+    if (width <= 0 || height <= 0) return;
+    const ScreenPixels pixels = Pixels();
+    const int fromX = std::max(dx, 0);
+    const int toX = std::max(-dx, 0);
+    for (int i = 0; i < height; ++i) {
+        // Rows in the order in which none is overwritten before it was moved.
+        const int row = dy >= 0 ? i : height - 1 - i;
+        const std::uint8_t* from =
+            pixels.data + static_cast<std::size_t>(row + std::max(dy, 0)) * pixels.stride;
+        std::uint8_t* to = pixels.data + static_cast<std::size_t>(row + std::max(-dy, 0)) * pixels.stride;
+        std::memmove(to + static_cast<std::size_t>(toX) * 4, from + static_cast<std::size_t>(fromX) * 4,
+                     static_cast<std::size_t>(width) * 4);
+    }
 }
 
 void PaintBuffer::Draw(wxDC& dc, const IntRect& part) {

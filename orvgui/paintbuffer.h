@@ -20,6 +20,8 @@ class PaintBuffer {
     void Resize(IntPair size);
     IntPair GetSize() const { return m_size; }
     ScreenPixels Pixels();
+    // Moves what is there: pixel (x, y) becomes what was at (x + dx, y + dy). What comes in from outside is undefined.
+    void Shift(int dx, int dy);
 
     // Puts the rectangle `part` of the buffer at the same place of the device context, whatever its origin and scale are.
     void Draw(wxDC& dc, const IntRect& part);

@@ -24,9 +24,10 @@
 
 namespace {
 
-constexpr int kStripRows =
-    192;  // a multiple of every MCU height; a strip of a wide photograph stays in the cache
-constexpr int kContextRows = 16;  // what smooth upsampling reads beyond a strip, in whole MCUs
+// Rows of a strip, multiples of every block row's height: few enough to stay in the cache, and enough not to be mostly context.
+constexpr int kStripRows = 64;
+constexpr int kStripRowsWithContext = 192;
+constexpr int kContextRows = 16;  // what smooth upsampling reads beyond a strip
 constexpr unsigned kMaximumThreads = 4;
 constexpr std::chrono::milliseconds kReportInterval{20};
 
@@ -141,7 +142,9 @@ class StripWork {
         : m_image(image),
           m_settings(settings),
           m_result(result),
-          m_strips((image.rows + kStripRows - 1) / kStripRows) {}
+          m_hasContext(image.channels() == 3 && settings.subsampling == ErrorLevelSubsampling::Both),
+          m_stripRows(m_hasContext ? kStripRowsWithContext : kStripRows),
+          m_strips((image.rows + m_stripRows - 1) / m_stripRows) {}
 
     void Run(const std::function<void(double)>& between) {
         const unsigned processors = std::max(std::thread::hardware_concurrency(), 1U);
@@ -193,13 +196,10 @@ class StripWork {
     }
 
     void DoStrip(RoundTrip& trip, int strip, cv::Mat& decoded, cv::Mat& difference) {
-        const int begin = strip * kStripRows;
-        const int end = std::min(begin + kStripRows, m_image.rows);
-        // Only chroma that was reduced in height is mixed across block rows.
-        const bool hasContext =
-            m_image.channels() == 3 && m_settings.subsampling == ErrorLevelSubsampling::Both;
-        const int first = hasContext ? std::max(begin - kContextRows, 0) : begin;
-        const int last = hasContext ? std::min(end + kContextRows, m_image.rows) : end;
+        const int begin = strip * m_stripRows;
+        const int end = std::min(begin + m_stripRows, m_image.rows);
+        const int first = m_hasContext ? std::max(begin - kContextRows, 0) : begin;
+        const int last = m_hasContext ? std::min(end + kContextRows, m_image.rows) : end;
         decoded.create(last - first, m_image.cols, m_image.type());
         trip.Run(m_image, first, last, m_settings, decoded);
         const cv::Mat source = m_image.rowRange(begin, end);
@@ -216,6 +216,8 @@ class StripWork {
     const cv::Mat& m_image;
     const ErrorLevelSettings& m_settings;
     cv::Mat& m_result;
+    const bool m_hasContext;  // only chroma that was reduced in height is mixed across block rows
+    const int m_stripRows;
     const int m_strips;
     std::atomic<int> m_next{0};
     std::atomic<int> m_done{0};

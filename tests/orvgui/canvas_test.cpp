@@ -5,6 +5,7 @@
 #include <wx/frame.h>
 
 #include <cmath>
+#include <cstring>
 
 #include "tests/support/guitest.h"
 
@@ -198,6 +199,32 @@ TEST_F(CanvasTest, PaintsWhatTheScaledBitmapPaints) {
                 ASSERT_EQ(At(painted, x, y) == kBorder, At(plain, x, y) == kBorder)
                     << zoom << ' ' << x << ',' << y;
             }
+        }
+    }
+}
+
+TEST_F(CanvasTest, AScrolledViewLooksAsIfPaintedAnew) {
+    Size(420, 330);
+    const Image image(Pattern(1500, 1200));
+    m_canvas->SetImage(image);
+    m_shared.SetImageSize(1500, 1200);
+    m_canvas->InitZoom();
+    cv::RNG random(5);
+    for (const double zoom : {0.517, 0.9, 1.0, 2.618, 8.0}) {
+        m_canvas->SetZoom(700, 600, zoom, 0, 0);
+        PumpFor(20);
+        for (int i = 0; i < 8; ++i) {
+            Paint();
+            const wxPoint start = m_canvas->GetViewStart();
+            m_canvas->ScrollTo(start.x + random.uniform(-90, 90), start.y + random.uniform(-90, 90));
+            const wxImage moved = Paint();
+            m_canvas->SetImage(image);  // forgets what was painted
+            const wxImage fresh = Paint();
+            ASSERT_EQ(std::memcmp(moved.GetData(), fresh.GetData(),
+                                  static_cast<std::size_t>(moved.GetWidth()) *
+                                      static_cast<std::size_t>(moved.GetHeight()) * 3),
+                      0)
+                << zoom << ' ' << i;
         }
     }
 }
