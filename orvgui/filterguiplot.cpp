@@ -2,6 +2,8 @@
 
 #include <wx/gbsizer.h>
 #include <wx/intl.h>
+#include <wx/scrolwin.h>
+#include <wx/settings.h>
 #include <wx/sizer.h>
 
 #include <algorithm>
@@ -20,6 +22,8 @@ constexpr int kEvidencePlotId = 6000;
 constexpr int kReferencePlotId = 6001;
 constexpr int kBorder = 4;
 constexpr int kMinimumPlotHeight = 160;
+constexpr int kMinimumStripWidth = 200;
+constexpr int kStripScrollStep = 16;
 
 // Shared by all plot pages, which are all on one thread. The layout is worked out afresh when the set of
 // loaded files has changed since the last time.
@@ -68,19 +72,39 @@ void OrvFilterGuiPlot::CreateControlsCustom() {
     auto* description = new wxGridBagSizer(0, 0);
     description->SetFlexibleDirection(wxBOTH);
     description->SetEmptyCellSize(wxSize(0, 0));
+    // More values than the page is wide scroll by themselves: the plots keep the width of the page.
+    m_strip = new wxScrolledWindow(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxHSCROLL);
+    m_strip->SetScrollRate(kStripScrollStep, 0);
+    m_inputParent = m_outputParent = m_strip;
     auto* column = new wxBoxSizer(wxVERTICAL);
     auto* row = new wxBoxSizer(wxHORIZONTAL);
     column->Add(description, 0, wxEXPAND);
     column->Add(m_evidencePlot, 1, wxEXPAND);
     column->Add(m_referencePlot, 1, wxEXPAND);
-    column->Add(row, 0, wxEXPAND);
+    column->Add(m_strip, 0, wxEXPAND);
     m_inputSizer = AddGrid(row, 0);
     m_outputSizer = AddGrid(row, 1);
+    m_strip->SetSizer(row);
+    m_strip->Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
+        event.Skip();
+        FitStrip();
+    });
     SetSizer(column, true);
     m_descriptionSizer = m_mainSizer = description;
     for (wxWindow* window : descriptions)
         AddToSizer(m_descriptionSizer, window, CountCells(m_descriptionSizer).GetRow(), 0, 1, 1);
     m_descriptionSizer->AddGrowableCol(0);
+}
+
+// As high as its controls, with room for the scroll bar where there is one; as wide as the page.
+void OrvFilterGuiPlot::FitStrip() {
+    const wxSize content = m_strip->GetSizer()->GetMinSize();
+    const bool scrolls = content.x > m_strip->GetSize().x;
+    const int bar = scrolls ? wxSystemSettings::GetMetric(wxSYS_HSCROLL_Y, m_strip) + 2 * kBorder : 0;
+    const wxSize size(kMinimumStripWidth, content.y + bar);
+    if (m_strip->GetMinSize() == size) return;
+    m_strip->SetMinSize(size);
+    PostSizeEvent();
 }
 
 void OrvFilterGuiPlot::ResetViewerPanel() {
@@ -118,6 +142,7 @@ void OrvFilterGuiPlot::ConfigurePlots() {
         size.SetHeight(size.GetHeight() / 2);
         hadBothFiles = true;
     }
+    FitStrip();
     bool changed = false;
     const bool neitherShown = !m_evidencePlot->IsShown() && !m_referencePlot->IsShown();
     if (layoutPending || hadBothFiles || neitherShown) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <wx/scrolwin.h>
+
 #include "orvgui/filtergui.h"
 
 class PlotPanel;
@@ -26,8 +28,10 @@ class ORVGUI_API OrvFilterGuiPlot : public OrvFilterGui {
 
   private:
     void ConfigurePlot(PlotPanel* panel, OrvFileId slot);
+    void FitStrip();
 
     int m_visibleLayer = 0;
     PlotPanel* m_evidencePlot = nullptr;
     PlotPanel* m_referencePlot = nullptr;
+    wxScrolledWindow* m_strip = nullptr;  // holds the parameters
 };
