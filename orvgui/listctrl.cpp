@@ -19,7 +19,8 @@ constexpr int kRowsAtOnce = 10000;      // more are sorted and filtered beside t
 constexpr int kKeptSelection = 1000;    // rows whose selection follows them to another place
 constexpr int kLargestRowHeight = 160;  // pixels, for thumbnails
 constexpr int kRowRoom = 8;
-constexpr int kLabelAlignment = 0x0D00;  // not one of the toolkit's: it keeps its own vertical alignment
+constexpr std::size_t kLongestLabel = 24;  // characters of a label that a column makes room for
+constexpr int kLabelAlignment = 0x0D00;    // not one of the toolkit's: it keeps its own vertical alignment
 
 ListCtrlView::Source ShareTable(const WxTable& table) {
     return std::make_shared<const TableString>(TableFromWx(table));
@@ -274,6 +275,7 @@ void OrvListCtrl::MeasureColumns() {
     const RowRange range = RowsToMeasure(GetNumRows(), GetFirstFullyVisibleRow(),
                                          GetGridWindow()->GetClientSize().y / rowHeight + 1);
     wxClientDC dc(GetGridWindow());
+    const wxFont labelFont = GetGridColLabelWindow()->GetFont().Bold();
     std::vector<int> best;
     for (int col = 0; col < cols; ++col) {
         if (m_isUserSized[static_cast<std::size_t>(col)]) continue;
@@ -283,7 +285,11 @@ void OrvListCtrl::MeasureColumns() {
             const wxGridCellRendererPtr renderer = attribute->GetRendererPtr(this, row, col);
             best.push_back(renderer->GetBestSize(*this, *attribute, dc, row, col).x);
         }
-        const int width = ColumnWidth(best, GetDefaultColSize(), GetColMinimalWidth(col));
+        int labelWidth = 0;
+        GetGridColLabelWindow()->GetTextExtent(GetColLabelValue(col).Left(kLongestLabel), &labelWidth,
+                                               nullptr, nullptr, nullptr, &labelFont);
+        const int width =
+            ColumnWidth(best, GetDefaultColSize(), std::max(GetColMinimalWidth(col), labelWidth));
         m_columnWidths[static_cast<std::size_t>(col)] = width;
         if (IsColShown(col)) SetColSize(col, width);
     }

@@ -115,11 +115,11 @@ std::unique_ptr<wxMenu> OrvListCtrlWeb::CreateContextMenu() const {
 void OrvListCtrlWeb::OnCellLeftDoubleClick(wxGridEvent&) {}
 
 int OrvListCtrlWeb::GetURLColumn() const {
-    return FindColumn({"Link", "url"});
+    return FindColumn({_("Link"), "url"});
 }
 
 int OrvListCtrlWeb::GetExtensionColumn() const {
-    return FindColumn({"format"});
+    return FindColumn({_("Format"), "format"});
 }
 
 void OrvListCtrlWeb::OnDownloadImages(wxCommandEvent&) {

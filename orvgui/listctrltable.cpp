@@ -2,7 +2,7 @@
 
 #include <wx/dc.h>
 #include <wx/image.h>
-#include <wx/settings.h>
+#include <wx/translation.h>
 
 #include <algorithm>
 
@@ -171,7 +171,9 @@ void ListCtrlTable::SetValue(int row, int col, const wxString& value) {
 wxString ListCtrlTable::GetColLabelValue(int col) {
     if (col < 0 || col >= GetNumberCols()) return wxString();
     if (static_cast<std::size_t>(col) < m_labels.size()) return m_labels[static_cast<std::size_t>(col)];
-    return ToWx(ParseLabel(m_rows.Table()[0][static_cast<std::size_t>(col)]));
+    const wxString label = ToWx(ParseLabel(m_rows.Table()[0][static_cast<std::size_t>(col)]));
+    // The empty text stands for the catalogue's own header.
+    return label.empty() ? label : wxGetTranslation(label);
 }
 
 void ListCtrlTable::SetColLabelValue(int col, const wxString& value) {
