@@ -3,10 +3,13 @@
 #include <CLI/CLI.hpp>
 #include <csignal>
 #include <cstdio>
+#include <filesystem>
 #include <string>
 
 #include "orvcore/interface.h"
 #include "orvcore/report.h"
+#include "orvcore/tablemarkup.h"
+#include "orvcore/tables.h"
 #include "zorbase/appversion.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"
@@ -26,6 +29,7 @@ class Outcome {
     bool IsGood() const { return m_error.empty(); }
     const std::string& GetError() const { return m_error; }
     const std::string& GetReport() const { return m_report; }
+    const VecParameter& GetResults() const { return m_results; }
 
   private:
     void Take(OrvCommandEvent& event) {
@@ -33,11 +37,13 @@ class Outcome {
             m_error = FromWx(event.GetFilter()->GetErrorMessage());
         else if (event.GetError() != 0)
             m_error = FromWx(event.GetMessage());
+        if (event.GetId() == OrvEventCommandExecuted) m_results = event.GetParameters();
         if (event.GetId() == OrvEventGenerateReport) m_report = FromWx(event.GetString());
     }
 
     std::string m_error;
     std::string m_report;
+    VecParameter m_results;
 };
 
 // Waits for the core and passes an interrupt from the keyboard on to it.
@@ -98,6 +104,41 @@ int Analyse(OrvInterface& core, const std::string& evidence, const std::string& 
     return 0;
 }
 
+// One table of all files of a folder, alone or against the evidence.
+int Batch(OrvInterface& core, const std::string& folder, const std::string& evidence, bool subfolders,
+          const std::string& output) {
+    Outcome outcome(core);
+    if (!evidence.empty() && !Load(core, outcome, evidence, {})) return Fail(outcome.GetError());
+    VecParameter parameters = {Parameter::Path(ParameterType::Folder, "folder", "Folder", folder),
+                               Parameter::Bool("subfolders", "Subfolders", subfolders)};
+    core.CallGenericAction(evidence.empty() ? OrvActionBatchAnalysis : OrvActionBatchComparison, "Batch",
+                           parameters);
+    Wait(core);
+    if (!outcome.IsGood()) return Fail(outcome.GetError());
+    if (outcome.GetResults().empty()) return Fail("There is no result.");
+    TableString table = outcome.GetResults()[0].Get<TableString>();
+    for (const std::vector<std::string>& row : table) {
+        std::error_code error;
+        if (!output.empty() &&
+            std::filesystem::equivalent(PathFromWx(ToWx(ParseCell(row.back()).text)), output, error))
+            return Fail("\"" + output + "\" is one of the files of the folder, which are never written to.");
+    }
+    // Pictures are for windows: their column stays out.
+    for (std::size_t i = table[0].size(); i-- > 0;)
+        if (table[0][i] == "Thumbnail")
+            for (std::vector<std::string>& row : table)
+                row.erase(row.begin() + static_cast<std::ptrdiff_t>(i));
+    const std::string extension = PathExtension(output);
+    if (output.empty()) {
+        std::fputs(TableToTsv(table).c_str(), stdout);
+    } else if (extension == "html" || extension == "htm") {
+        SaveImageInfoTableAsHtml(output, table, true);
+    } else {
+        SaveImageInfoTableAsTsv(output, table);
+    }
+    return 0;
+}
+
 int ListFilters(const OrvInterface& core) {
     for (const OrvFilter* filter : core.GetFilters()) {
         std::printf("%s\t%s\t%s\n", filter->GetId().c_str(), filter->GetAnalysisTypeUtf8().c_str(),
@@ -139,6 +180,14 @@ int main(int argc, char** argv) {
     analyse->add_option("-s,--set", settings, "A parameter as name=value; may be given several times")
         ->expected(1, 100);
 
+    std::string folder;
+    bool subfolders = false;
+    CLI::App* batch = app.add_subcommand("batch", "Judge every file of a folder in one table");
+    batch->add_option("folder", folder, "The folder")->required();
+    batch->add_option("-c,--compare", evidence, "A photograph to compare every file with");
+    batch->add_flag("-r,--subfolders", subfolders, "Look into subfolders too");
+    batch->add_option("-o,--output", output, "The .tsv or .html file to write; without it, TSV is printed");
+
     CLI::App* filters = app.add_subcommand("filters", "List the filters with their parameters and defaults");
 
     CLI11_PARSE(app, argc, argv);
@@ -147,6 +196,7 @@ int main(int argc, char** argv) {
         std::signal(SIGINT, [](int) { wasInterrupted = 1; });
         if (report->parsed()) return Report(core, evidence, reference, output);
         if (analyse->parsed()) return Analyse(core, evidence, reference, filterId, settings);
+        if (batch->parsed()) return Batch(core, folder, evidence, subfolders, output);
         if (filters->parsed()) return ListFilters(core);
     } catch (const std::exception& exception) {
         return Fail(exception.what());

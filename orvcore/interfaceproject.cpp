@@ -199,7 +199,7 @@ void OrvInterface::CallGenericAction(OrvActionId action, const wxString& name,
     };
     command.run = [this, action, name = FromWx(name), parameters, tell](const OrvJob& job) {
         const OrvFilePtr files[kFileSlots] = {m->slots.Get(OrvEvidence), m->slots.Get(OrvReference)};
-        tell(0, {}, RunGenericAction(action, name, parameters, files, *m_context, m->options, job));
+        tell(0, {}, RunGenericAction(action, name, parameters, files, *m_context, m->options, m->cache, job));
     };
     command.fail = [tell](int error, const std::string& message) { tell(error, message, {}); };
     m->queue.Push(std::move(command));

@@ -127,27 +127,43 @@ std::string Section(const OrvReportSection& section) {
 }  // namespace
 
 std::string BuildHtmlReport(const OrvReport& report) {
-    const AppVersion version;
     std::string title = "Report";
     for (const OrvFilePtr& file : report.files)
         if (file) {
             title += " on " + ToValidUtf8(PathName(file->GetPath()));
             break;
         }
+    std::string html = HtmlReportHead(title, PathName(report.project.GetPath()));
+    html += "<h2>Files</h2>\n" + FilesTable(report);
+    for (const OrvReportSection& section : report.sections) html += Section(section);
+    return html + HtmlReportFoot();
+}
+
+std::string HtmlReportHead(const std::string& title, const std::string& project) {
+    const AppVersion version;
     std::string html = "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n<title>" +
                        EscapeHtml(title) + "</title>\n<style>" + kStyle + "</style>\n</head>\n<body>\n<h1>" +
                        EscapeHtml(title) + "</h1>\n";
     html += "<p class=\"quiet\">Written by " + EscapeHtml(version.GetFullName()) +
             (version.GetRevision().empty() ? std::string() : " (" + EscapeHtml(version.GetRevision()) + ")") +
             " on " + FormatTime(std::time(nullptr)) + ".";
-    if (!report.project.GetPath().empty())
-        html += " Project: " + EscapeHtml(ToValidUtf8(PathName(report.project.GetPath()))) + ".";
+    if (!project.empty()) html += " Project: " + EscapeHtml(ToValidUtf8(project)) + ".";
     html +=
         "</p>\n<p class=\"quiet\">Values that differ between evidence and reference are red. A finding is an observation, "
         "not a proof: it says what was found, and each filter's description says what that can mean.</p>\n";
-    html += "<h2>Files</h2>\n" + FilesTable(report);
-    for (const OrvReportSection& section : report.sections) html += Section(section);
-    return html + "</body>\n</html>\n";
+    return html;
+}
+
+std::string HtmlReportFiles(const OrvReport& report) {
+    return FilesTable(report);
+}
+
+std::string HtmlReportSection(const OrvReportSection& section) {
+    return Section(section);
+}
+
+std::string HtmlReportFoot() {
+    return "</body>\n</html>\n";
 }
 
 std::string BuildTsv(const OrvReportSection& section) {

@@ -26,3 +26,10 @@ std::string BuildHtmlReport(const OrvReport& report);
 
 // The text results of one section as tab separated values, inert in a spreadsheet.
 std::string BuildTsv(const OrvReportSection& section);
+
+// The parts of such a page, for a report on many files: head, then per file its facts and sections, then foot.
+// project: a file name, "" for none.
+std::string HtmlReportHead(const std::string& title, const std::string& project);
+std::string HtmlReportFiles(const OrvReport& report);
+std::string HtmlReportSection(const OrvReportSection& section);
+std::string HtmlReportFoot();

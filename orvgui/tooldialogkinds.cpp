@@ -4,6 +4,7 @@
 #include <wx/utils.h>
 
 #include "orvcore/interface.h"
+#include "orvcore/tools/batchprocessing.h"
 #include "orvgui/messagebox.h"
 #include "orvgui/tooldialog.h"
 #include "orvgui/tooldialogtexts.h"
@@ -80,20 +81,7 @@ bool CheckKey(const VecParameter& parameters, wxWindow* parent) {
 
 OrvToolDialog* CreateBatchProcessingDialog(wxWindow* parent, const wxString& title) {
     const std::string output = PathJoin(PathJoin(GetAppDocumentsPath(), "report"), "report.html");
-    OrvToolDialog* dialog = Create(
-        parent, title,
-        {Choice("Evidence Preprocessing",
-                {"Evidence only", "All images in the evidence folder",
-                 "All images in the evidence folder and its subfolders", "Evidence and reference"}),
-         Choice("Tools And Configurations To Preprocess",
-                {"Active filter and configuration", "All enabled configurations of the active filter",
-                 "All enabled configurations of all filters"}),
-         Choice("Processing Type",
-                {"Fill the cache", "Write the report from the cache", "Fill the cache and write the report"},
-                2),
-         Parameter::Path(
-             ParameterType::FileSave, "Output Filename", "Output Filename", output,
-             "HTML file (*.html)|*.html|TAB separated values (*.tsv)|*.tsv|All files (*.*)|*.*")});
+    OrvToolDialog* dialog = Create(parent, title, BatchProcessingParameters(output));
     dialog->Init();
     return dialog;
 }

@@ -57,29 +57,6 @@ void ListFolder(const std::string& folder, std::vector<std::string>& files, std:
     }
 }
 
-std::vector<std::string> ListFiles(const std::string& folder, const FolderScanOptions& options,
-                                   std::vector<std::string>& problems, const OrvJob& job) {
-    std::vector<std::string> files;
-    std::vector<std::string> folders;
-    ListFolder(folder, files, folders, job);
-    while (options.includesSubfolders && !folders.empty()) {
-        const std::string next = folders.back();
-        folders.pop_back();
-        try {
-            ListFolder(next, files, folders, job);
-        } catch (const ZorException& exception) {
-            if (exception.GetKind() == ZorException::Kind::Aborted) throw;
-            problems.push_back(exception.GetMessage());
-        }
-    }
-    std::sort(files.begin(), files.end(), [](const std::string& a, const std::string& b) {
-        // File by file within a folder, folder by folder.
-        const int folderOrder = CompareNatural(PathFolder(a), PathFolder(b));
-        return folderOrder != 0 ? folderOrder < 0 : CompareNatural(PathName(a), PathName(b)) < 0;
-    });
-    return files;
-}
-
 class Scan {
   public:
     Scan(std::vector<std::string> files, const FolderScanOptions& options, const OrvJob& job)
@@ -212,10 +189,33 @@ class Scan {
 
 }  // namespace
 
+std::vector<std::string> ListFolderFiles(const std::string& folder, bool includesSubfolders,
+                                         std::vector<std::string>& problems, const OrvJob& job) {
+    std::vector<std::string> files;
+    std::vector<std::string> folders;
+    ListFolder(folder, files, folders, job);
+    while (includesSubfolders && !folders.empty()) {
+        const std::string next = folders.back();
+        folders.pop_back();
+        try {
+            ListFolder(next, files, folders, job);
+        } catch (const ZorException& exception) {
+            if (exception.GetKind() == ZorException::Kind::Aborted) throw;
+            problems.push_back(exception.GetMessage());
+        }
+    }
+    std::sort(files.begin(), files.end(), [](const std::string& a, const std::string& b) {
+        // File by file within a folder, folder by folder.
+        const int folderOrder = CompareNatural(PathFolder(a), PathFolder(b));
+        return folderOrder != 0 ? folderOrder < 0 : CompareNatural(PathName(a), PathName(b)) < 0;
+    });
+    return files;
+}
+
 FolderTable ScanFolder(const std::string& folder, const FolderScanOptions& options, const OrvJob& job) {
     job.SetProgress(0.0, "Listing " + ToValidUtf8(folder));
     std::vector<std::string> problems;
-    std::vector<std::string> files = ListFiles(folder, options, problems, job);
+    std::vector<std::string> files = ListFolderFiles(folder, options.includesSubfolders, problems, job);
     if (files.empty() && problems.empty())
         ZOR_THROW(File, "The folder \"" + ToValidUtf8(folder) + "\" holds no files.");
     FolderTable result =

@@ -62,6 +62,11 @@ FolderTable ScanFolder(const std::string& folder, const FolderScanOptions& optio
 FolderTable CompareFolder(const std::string& folder, const OrvLoadedFile& evidence,
                           const FolderScanOptions& options, const OrvJob& job);
 
+// The regular files of a folder, also those that links lead to, in the table's order. Subfolders that cannot be
+// read are told in problems; throws when the folder itself cannot be read.
+std::vector<std::string> ListFolderFiles(const std::string& folder, bool includesSubfolders,
+                                         std::vector<std::string>& problems, const OrvJob& job);
+
 // --- the pieces, without files ---
 
 // The column labels.

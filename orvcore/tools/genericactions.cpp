@@ -1,6 +1,7 @@
 #include "orvcore/tools/genericactions.h"
 
 #include "orvcore/formats/metadata.h"
+#include "orvcore/tools/batchprocessing.h"
 #include "orvcore/tools/foldertable.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"
@@ -17,13 +18,21 @@ VecParameter ShowLocation(const OrvFilePtr& evidence) {
     return {Parameter::Output("position", "Position", GpsToText(*position))};
 }
 
-// The first parameter is the folder.
+VecParameter Show(FolderTable result, OrvContext& context) {
+    context.SetThumbnails(std::move(result.thumbnails));
+    Parameter table = Parameter::Output(ParameterType::TableString, "files", "Files");
+    table.SetValue(result.table);
+    return {table};
+}
+
+// The first parameter is the folder; a second one may say whether subfolders are looked into.
 VecParameter ExamineFolder(OrvActionId action, const VecParameter& parameters, const OrvFilePtr& evidence,
                            OrvContext& context, const OrvOptions& options, const OrvJob& job) {
     if (parameters.empty()) ZOR_THROW(Argument, "No folder was given.");
     const std::string& folder = parameters[0].Get<std::string>();
     FolderScanOptions scan;
-    scan.includesSubfolders = options.BatchIncludesSubfolders();
+    scan.includesSubfolders =
+        parameters.size() > 1 ? parameters[1].Get<bool>() : options.BatchIncludesSubfolders();
     scan.maximumBytes = options.GetMaximumFileBytes();
     FolderTable result;
     if (action == OrvActionBatchComparison) {
@@ -32,20 +41,19 @@ VecParameter ExamineFolder(OrvActionId action, const VecParameter& parameters, c
     } else {
         result = ScanFolder(folder, scan, job);
     }
-    context.SetThumbnails(std::move(result.thumbnails));
-    Parameter table = Parameter::Output(ParameterType::TableString, "files", "Files");
-    table.SetValue(result.table);
-    return {table};
+    return Show(std::move(result), context);
 }
 
 }  // namespace
 
 VecParameter RunGenericAction(OrvActionId action, const std::string& name, const VecParameter& parameters,
                               const OrvFilePtr (&files)[kFileSlots], OrvContext& context,
-                              const OrvOptions& options, const OrvJob& job) {
+                              const OrvOptions& options, const OrvResultCache& cache, const OrvJob& job) {
     switch (action) {
         case OrvActionShowLocation:
             return ShowLocation(files[OrvEvidence]);
+        case OrvActionBatchProcessing:
+            return Show(RunBatchProcessing(parameters, files, context, options, cache, job), context);
         case OrvActionBatchAnalysis:
         case OrvActionBatchComparison:
             return ExamineFolder(action, parameters, files[OrvEvidence], context, options, job);

@@ -120,12 +120,17 @@ Image MakeThumbnail(std::span<const std::uint8_t> bytes, int side, const OrvJob&
     job.CheckAbort();
     if (picture.empty()) picture = DecodeWhole(bytes, job);
     if (picture.empty()) return {};
+    return ShrinkImage(Image(picture), side);
+}
+
+Image ShrinkImage(const Image& image, int side) {
+    const cv::Mat picture = image.ToColor().GetMat();
+    if (picture.empty()) return {};
     const double scale = std::min(1.0, static_cast<double>(side) / std::max(picture.cols, picture.rows));
     cv::Mat small;
     cv::resize(picture, small,
                cv::Size(std::max(1, static_cast<int>(picture.cols * scale + 0.5)),
                         std::max(1, static_cast<int>(picture.rows * scale + 0.5))),
                0, 0, cv::INTER_AREA);
-    // A picture that needed no scaling still shares the large buffer's type, never its memory.
     return Image(small.data == picture.data ? small.clone() : small);
 }

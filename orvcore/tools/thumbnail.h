@@ -13,3 +13,7 @@
 constexpr double kMaxThumbnailPixels = 50e6;
 
 Image MakeThumbnail(std::span<const std::uint8_t> bytes, int side, const OrvJob& job);
+
+// A picture as 8-bit colour, scaled down (never up) so that its longer side is `side` pixels. The copy keeps none of
+// the picture's memory.
+Image ShrinkImage(const Image& image, int side);
