@@ -19,6 +19,7 @@ constexpr int kRowsAtOnce = 10000;      // more are sorted and filtered beside t
 constexpr int kKeptSelection = 1000;    // rows whose selection follows them to another place
 constexpr int kLargestRowHeight = 160;  // pixels, for thumbnails
 constexpr int kRowRoom = 8;
+constexpr int kSortSign = 16;              // pixels beside a label
 constexpr std::size_t kLongestLabel = 24;  // characters of a label that a column makes room for
 constexpr int kLabelAlignment = 0x0D00;    // not one of the toolkit's: it keeps its own vertical alignment
 
@@ -289,7 +290,7 @@ void OrvListCtrl::MeasureColumns() {
         GetGridColLabelWindow()->GetTextExtent(GetColLabelValue(col).Left(kLongestLabel), &labelWidth,
                                                nullptr, nullptr, nullptr, &labelFont);
         const int width =
-            ColumnWidth(best, GetDefaultColSize(), std::max(GetColMinimalWidth(col), labelWidth));
+            ColumnWidth(best, GetDefaultColSize(), std::max(GetColMinimalWidth(col), labelWidth + kSortSign));
         m_columnWidths[static_cast<std::size_t>(col)] = width;
         if (IsColShown(col)) SetColSize(col, width);
     }
