@@ -4,7 +4,9 @@
 #include <wx/textctrl.h>
 
 #include <algorithm>
+#include <map>
 #include <set>
+#include <utility>
 
 #include "zorbase/text.h"
 
@@ -14,11 +16,29 @@ constexpr int kSide = 8;
 constexpr std::size_t kEntries = kSide * kSide;
 constexpr int kBetween = 4;  // blanks between the two slots
 
-const QuantizationTable* FindTable(const QuantizationTables* tables, int id) {
-    if (tables == nullptr) return nullptr;
-    const auto found = std::find_if(tables->begin(), tables->end(),
-                                    [id](const QuantizationTable& table) { return table.id == id; });
-    return found == tables->end() ? nullptr : &*found;
+// A file may define a table several times: the number and which of its definitions, from 1.
+using TableKey = std::pair<int, int>;
+using TableMap = std::map<TableKey, const QuantizationTable*>;
+
+TableMap NumberTables(const QuantizationTables* tables) {
+    TableMap numbered;
+    if (tables == nullptr) return numbered;
+    std::map<int, int> definitions;
+    for (const QuantizationTable& table : *tables) numbered[{table.id, ++definitions[table.id]}] = &table;
+    return numbered;
+}
+
+const QuantizationTable* FindTable(const TableMap& tables, const TableKey& key) {
+    const auto found = tables.find(key);
+    return found == tables.end() ? nullptr : found->second;
+}
+
+wxString TableTitle(const TableKey& key) {
+    const auto& [id, definition] = key;
+    if (definition == 1) return wxString::Format(_("Table %d"), id);
+    if (definition == 2) return wxString::Format(_("Table %d (2nd definition)"), id);
+    if (definition == 3) return wxString::Format(_("Table %d (3rd definition)"), id);
+    return wxString::Format(_("Table %d (definition %d)"), id, definition);
 }
 
 bool HasEntry(const QuantizationTable* table, std::size_t i) {
@@ -29,24 +49,27 @@ bool HasEntry(const QuantizationTable* table, std::size_t i) {
 
 QuantizationText FormatQuantizationTables(const QuantizationTables& evidence,
                                           const QuantizationTables* reference) {
-    std::set<int> ids;
+    const TableMap numbered[] = {NumberTables(&evidence), NumberTables(reference)};
+    std::set<TableKey> keys;
     std::size_t digits = 2;
     for (const QuantizationTables* tables : {&evidence, reference}) {
         if (tables == nullptr) continue;
         for (const QuantizationTable& table : *tables) {
-            ids.insert(table.id);
             for (const std::uint16_t value : table.values)
                 digits = std::max(digits, std::to_string(value).size());
         }
     }
+
+    for (const TableMap& tables : numbered)
+        for (const auto& [key, table] : tables) keys.insert(key);
 
     QuantizationText result;
     std::vector<std::vector<std::pair<wxString, bool>>>
         lines;                                      // pieces of each line, and whether they differ
     const int cell = static_cast<int>(digits) + 2;  // a blank, the number, a blank or star
     const int slotWidth = kSide * cell;
-    for (const int id : ids) {
-        const QuantizationTable* tables[] = {FindTable(&evidence, id), FindTable(reference, id)};
+    for (const TableKey& key : keys) {
+        const QuantizationTable* tables[] = {FindTable(numbered[0], key), FindTable(numbered[1], key)};
         const int slots = reference != nullptr ? 2 : 1;
         if (!lines.empty()) lines.emplace_back();
         std::size_t differences = 0;
@@ -58,7 +81,7 @@ QuantizationText FormatQuantizationTables(const QuantizationTables& evidence,
                     ++differences;
             }
         }
-        wxString title = wxString::Format(_("Table %d"), id);
+        wxString title = TableTitle(key);
         for (const QuantizationTable* table : tables) {
             if (table == nullptr || table->precision == 8) continue;
             title += wxString::Format(_(", %d bits"), table->precision);

@@ -8,7 +8,8 @@
 class wxTextCtrl;
 
 // Quantization tables as text in columns: one 8 x 8 grid per table in row by row order, evidence on the left,
-// reference on the right, matched by table number.
+// reference on the right, matched by table number and, where a file defines a table more than once, by the order of
+// its definitions.
 struct QuantizationText {
     wxString text;
     // Parts of the text that stand out because they differ: first character and the one after the last.
