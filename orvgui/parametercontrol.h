@@ -34,7 +34,7 @@ class ORVGUI_API ParameterControl {
     virtual void DiscardEdit() {}
 
     // Shows or hides all widgets. A parameter that is hidden from the GUI stays hidden.
-    void Show(bool show);
+    virtual void Show(bool show);
 
     // The cell for the next control of a grid: the next column of row 0 when the grid is flexible in the
     // horizontal direction only, the next row of column 0 when it is flexible in both.

@@ -1,6 +1,5 @@
 #include "orvgui/parametercontroltext.h"
 
-#include <wx/button.h>
 #include <wx/intl.h>
 #include <wx/sizer.h>
 #include <wx/textctrl.h>
@@ -97,6 +96,16 @@ ParameterControlString::ParameterControlString(wxWindow* parent, wxGridBagSizer*
     ParameterControlString::SetControlValue(parameter);
 }
 
+// The button can outlive its control.
+ParameterControlString::~ParameterControlString() {
+    if (m_view) m_view->SetEvtHandlerEnabled(false);
+}
+
+void ParameterControlString::Show(bool show) {
+    ParameterControlEntry::Show(show);
+    UpdateViewButton();
+}
+
 wxString ParameterControlString::FormatText(const Parameter& parameter) const {
     const wxString evidence = GetParameterAsString(parameter, false);
     if (!m_readOnly && !parameter.IsRefSet())
@@ -138,7 +147,7 @@ void ParameterControlString::SetControlValue(const Parameter& parameter) {
 
 void ParameterControlString::UpdateViewButton() {
     const wxString text = m_readOnly ? m_fullText : m_field->GetValue();
-    const bool shown = m_view != nullptr && m_view->IsShown();
+    const bool shown = m_view && m_view->IsShown();
     bool overflows = text.length() > kMaximumFieldText || text.find('\n') != wxString::npos;
     const int width = m_field->GetClientSize().GetWidth();
     constexpr std::size_t kAlwaysFits = 12;
@@ -147,18 +156,17 @@ void ParameterControlString::UpdateViewButton() {
         const int room = width - kInset + (shown ? m_view->GetSize().GetWidth() + kGap : 0);
         overflows = m_field->GetTextExtent(text).GetWidth() > room;
     }
-    overflows = overflows && !m_parameter.IsHiddenFromGui();
+    overflows = overflows && m_field->IsShown() && !m_parameter.IsHiddenFromGui();
     if (overflows == shown) return;
-    if (m_view == nullptr) {
+    if (!m_view) {
         m_view = new wxButton(m_parent, wxID_ANY, wxString::FromUTF8("…"), wxDefaultPosition, wxDefaultSize,
                               wxBU_EXACTFIT);
         m_view->MoveAfterInTabOrder(m_field);
         m_view->Bind(wxEVT_BUTTON, &ParameterControlString::OnButtonView, this);
         m_row->Add(m_view, 0, wxALIGN_CENTER_VERTICAL | wxLEFT, kGap);
-        Adopt(m_view);
         m_view->SetToolTip(_("Show the whole text"));
     }
-    m_view->Show(overflows && m_field->IsShown());
+    m_view->Show(overflows);
     m_parent->PostSizeEvent();
 }
 

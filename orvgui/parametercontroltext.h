@@ -1,8 +1,9 @@
 #pragma once
 
-#include "orvgui/parametercontrolentry.h"
+#include <wx/button.h>
+#include <wx/weakref.h>
 
-class wxButton;
+#include "orvgui/parametercontrolentry.h"
 
 // How results are shown as text. Evidence and reference value stand in one field, " / " between them, in red
 // when they differ. A text that is longer than its field gets a button that opens it in full. GUI thread.
@@ -15,8 +16,10 @@ class ParameterControlString : public ParameterControlEntry {
   public:
     ParameterControlString(wxWindow* parent, wxGridBagSizer* sizer, const Parameter& parameter,
                            bool readOnly);
+    ~ParameterControlString() override;
 
     void SetControlValue(const Parameter& parameter) override;
+    void Show(bool show) override;
     // Opens the whole text in a dialog.
     void OnButtonView(wxCommandEvent& event);
 
@@ -31,8 +34,8 @@ class ParameterControlString : public ParameterControlEntry {
   private:
     void UpdateViewButton();
 
-    wxSizer* m_row = nullptr;  // holds the field, and the button once it is needed
-    wxButton* m_view = nullptr;
+    wxSizer* m_row = nullptr;    // holds the field, and the button once it is needed
+    wxWeakRef<wxButton> m_view;  // shown only beside a text that does not fit
     wxString m_fullText;
     bool m_readOnly;
     bool m_red = false;

@@ -1,6 +1,7 @@
 #include "orvgui/parametercontrol.h"
 
 #include <gtest/gtest.h>
+#include <wx/button.h>
 #include <wx/combobox.h>
 #include <wx/frame.h>
 #include <wx/listbox.h>
@@ -458,6 +459,29 @@ TEST_F(ControlTest, ALongTextIsOpenedInFull) {
     EXPECT_EQ(FromWx(shown), full);
 }
 
+TEST_F(ControlTest, OnlyATextThatDoesNotFitHasAButton) {
+    Parameter note = Parameter::Output(ParameterType::OutputString, "note", "Note");
+    note.SetValue(std::string("two\nlines"));
+    auto* control = Make<ParameterControlString>(note);
+    frame->Show();
+    panel->Layout();
+    const auto hasButton = [this] {
+        for (const wxWindow* child : panel->GetChildren())
+            if (dynamic_cast<const wxButton*>(child) != nullptr && child->IsShown()) return true;
+        return false;
+    };
+    EXPECT_TRUE(hasButton());
+    control->Show(false);
+    EXPECT_FALSE(hasButton());
+    control->Show(true);
+    EXPECT_TRUE(hasButton());
+    note.SetValue(std::string("short"));
+    control->SetControlValue(note);
+    EXPECT_FALSE(hasButton());
+    control->Show(true);
+    EXPECT_FALSE(hasButton());
+}
+
 TEST_F(ControlTest, AHiddenParameterShowsNothing) {
     Parameter parameter = Parameter::Bool("b", "B", true);
     parameter.SetHiddenFromGui();
@@ -495,6 +519,20 @@ TEST(QuantizationText, PutsBothSlotsSideBySideAndNamesTheDifferences) {
     // A damaged table may be short.
     const QuantizationTables damaged{{0, 8, {1, 2}}};
     EXPECT_EQ(FormatQuantizationTables(damaged, nullptr).lines, 9);
+}
+
+TEST(QuantizationText, ShowsEveryDefinitionOfATable) {
+    const std::vector<std::uint16_t> ones(64, 1), twos(64, 2);
+    const QuantizationTables evidence{{0, 8, ones}, {1, 8, ones}, {0, 8, twos}};
+    const QuantizationTables reference{{0, 8, ones}, {1, 8, ones}};
+    const QuantizationText both = FormatQuantizationTables(evidence, &reference);
+    const wxArrayString lines = wxSplit(both.text, '\n', '\0');
+    std::vector<std::string> titles;
+    for (const wxString& line : lines)
+        if (line.StartsWith("Table")) titles.push_back(FromWx(line));
+    EXPECT_EQ(titles,
+              (std::vector<std::string>{"Table 0: equal", "Table 0 (2nd definition): 64 of 64 values differ",
+                                        "Table 1: equal"}));
 }
 
 TEST(TableCells, MarksAreNoPartOfANumber) {
