@@ -2,7 +2,6 @@
 
 #include <wx/bmpbuttn.h>
 #include <wx/debug.h>
-#include <wx/filename.h>
 #include <wx/sizer.h>
 #include <wx/stattext.h>
 #include <wx/textctrl.h>
@@ -13,6 +12,7 @@
 #include "orvgui/fileselectors.h"
 #include "orvgui/mainframe.h"
 #include "orvgui/messagebox.h"
+#include "zorbase/files.h"
 #include "zorbase/gui/shell.h"
 #include "zorbase/text.h"
 
@@ -105,8 +105,8 @@ FilePanelState FilePanel::ReadState() const {
     // A reference that is switched off is still in its slot, though it has no part in any analysis.
     state.hasFile = !core->GetFilename(m_slot).empty();
     state.hasOtherFile = !core->GetFilename(m_slot == OrvEvidence ? OrvReference : OrvEvidence).empty();
-    state.hasFolder = state.hasFile && wxFileName::DirExists(wxPathOnly(core->GetFilename(m_slot)));
-    state.hasCache = state.hasFile && wxFileName::DirExists(core->GetOutputDir(m_slot));
+    state.hasFolder = state.hasFile && FolderExists(PathFolder(PathFromWx(core->GetFilename(m_slot))));
+    state.hasCache = state.hasFile && FolderExists(PathFromWx(core->GetOutputDir(m_slot)));
     state.index = core->GetFileId(m_slot);
     state.count = static_cast<int>(core->GetFileList(m_slot).size());
     return state;
@@ -179,7 +179,7 @@ void FilePanel::OnButtonCopyReferenceFromEvidence(wxCommandEvent&) {
 }
 
 void FilePanel::OnButtonDeleteCache(wxCommandEvent&) {
-    if (!wxFileName::DirExists(GetInterface()->GetOutputDir(m_slot))) return;
+    if (!FolderExists(PathFromWx(GetInterface()->GetOutputDir(m_slot)))) return;
     const int answer = OrvMessageBox(_("Do you want to delete preprocessed data for this image?"),
                                      _("Delete Cache"), wxYES_NO | wxICON_QUESTION);
     if (answer == wxYES) GetInterface()->DeleteCache(m_slot);
@@ -191,12 +191,12 @@ void FilePanel::OnButtonDeleteCacheFilter(wxCommandEvent&) {
 
 void FilePanel::OnButtonViewCache(wxCommandEvent&) {
     const wxString folder = GetInterface()->GetOutputDir(m_slot);
-    if (wxFileName::DirExists(folder)) OpenFileExplorer(folder);
+    if (FolderExists(PathFromWx(folder))) OpenFileExplorer(folder);
 }
 
 void FilePanel::OnButtonOpenPath(wxCommandEvent&) {
-    const wxString folder = wxPathOnly(GetInterface()->GetFilename(m_slot));
-    if (wxFileName::DirExists(folder)) OpenFileExplorer(folder);
+    const std::string folder = PathFolder(PathFromWx(GetInterface()->GetFilename(m_slot)));
+    if (FolderExists(folder)) OpenFileExplorer(PathToWx(folder));
 }
 
 void FilePanel::OnButtonEdit(wxCommandEvent&) {

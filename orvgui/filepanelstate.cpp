@@ -26,7 +26,7 @@ bool FilePanelState::IsCommandEnabled(int commandId) const {
         case OrvCmdGoBack:
             return index > 0;
         case OrvCmdGoForward:
-            return index + 1 < count;
+            return index >= 0 && index + 1 < count;
         case OrvCmdGoLast:
             return count > 0 && index != count - 1;
         case OrvCmdViewCache:

@@ -6,7 +6,9 @@
 #include <wx/filename.h>
 #include <wx/translation.h>
 
+#include <filesystem>
 #include <map>
+#include <system_error>
 
 #include "orvcore/interface.h"
 #include "orvgui/messagebox.h"
@@ -38,7 +40,7 @@ struct Start {
 // Where a chooser opens.
 Start FindStart(const wxString& defaultPath, const wxString& filter) {
     Start start;
-    if (!defaultPath.empty() && wxFileName::DirExists(defaultPath)) {
+    if (!defaultPath.empty() && FolderExists(PathFromWx(defaultPath))) {
         start.folder = defaultPath;
         return start;
     }
@@ -60,9 +62,12 @@ wxString AskForFile(OrvSelectorKind kind, const wxString& message, const Start& 
 
 bool IsLoadedFile(const wxString& path) {
     const OrvInterface* core = GetInterface();
-    if (!core || !wxFileName::FileExists(path)) return false;
+    if (!core) return false;
     for (OrvFileId slot : {OrvEvidence, OrvReference}) {
-        if (core->HasFile(slot) && wxFileName(core->GetFilename(slot)).SameAs(wxFileName(path))) return true;
+        // A reference that is switched off has a name as well.
+        const std::string loaded = PathFromWx(core->GetFilename(slot));
+        std::error_code error;  // there is no such file: it is not the loaded one
+        if (!loaded.empty() && std::filesystem::equivalent(PathFromWx(path), loaded, error)) return true;
     }
     return false;
 }
@@ -84,7 +89,7 @@ wxString AcceptSavePath(const wxString& chosen, const wxString& filter, int filt
     if (!name.HasExt() && !extension.empty()) {
         name.SetExt(extension);
         // The chooser asked about the name without extension only.
-        if (name.FileExists() &&
+        if (FileExists(PathFromWx(name.GetFullPath())) &&
             OrvMessageBox(
                 wxString::Format(_("A file named \"%s\" already exists. Do you want to replace it?"),
                                  name.GetFullName()),
@@ -143,5 +148,6 @@ wxString OrvDirSelector(const wxString& message, const wxString& defaultPath, co
 
 OrvSelectorAnswer SetSelectorAnswer(OrvSelectorAnswer answer) {
     std::swap(Answer(), answer);
+    LastFolders().clear();
     return answer;
 }

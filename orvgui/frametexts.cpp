@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "zorbase/files.h"
 #include "zorbase/gpsformat.h"
 #include "zorbase/progress.h"
 #include "zorbase/text.h"
@@ -21,14 +22,10 @@ wxString Line(const wxString& text, int percent) {
     return percent > 0 ? text + wxString::Format(" (%d%%)", percent) : text;
 }
 
-wxString FullName(const wxString& path) {
-    return path.AfterLast('/');
-}
-
 }  // namespace
 
 wxString MakeFrameTitle(const wxString& projectPath, bool saved, const wxString& baseTitle) {
-    wxString title = FullName(projectPath);
+    wxString title = ToWx(PathName(PathFromWx(projectPath)));
     if (title.empty()) title = _("New Project");
     if (!saved) title += "*";
     return title + " - " + baseTitle;

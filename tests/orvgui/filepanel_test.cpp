@@ -4,6 +4,8 @@
 #include <wx/stattext.h>
 #include <wx/textctrl.h>
 
+#include <filesystem>
+
 #include "orvgui/commandregistry.h"
 #include "tests/orvgui/framefixture.h"
 
@@ -30,7 +32,7 @@ TEST(FilePanelState, EnablesWhatCanBeDone) {
         {0, {6043, 6044}, "1 / 3"},
         {1, {6041, 6042, 6043, 6044}, "2 / 3"},
         {2, {6041, 6042}, "3 / 3"},
-        {-1, {6041, 6043, 6044}, ""},
+        {-1, {6041, 6044}, ""},
     };
     for (const auto& place : places) {
         state.index = place.index;
@@ -241,4 +243,31 @@ TEST_F(FilePanelTest, SaveSelectorRefusesTheEvidence) {
     });
     EXPECT_EQ("", OrvFileSaveSelector("Save", "", "PNG|*.png"));
     EXPECT_NE(std::string::npos, answers.Seen()[0].find("never written to"));
+}
+
+TEST_F(FilePanelTest, SaveSelectorRefusesAReferenceThatIsOffUnderAnyOfItsNames) {
+    Load(paths[1], OrvReference);
+    core->EnableReference(false);
+    Settle();
+    for (const std::string& name : {paths[1], folder.Path() + "/./" + PathName(paths[1])}) {
+        chosen = name;
+        DialogAnswers answers([this](wxDialog*) {
+            chosen = "";
+            return wxID_OK;
+        });
+        EXPECT_EQ("", OrvFileSaveSelector("Save", "", "PNG|*.png")) << name;
+        ASSERT_EQ(1u, answers.Seen().size()) << name;
+        EXPECT_NE(std::string::npos, answers.Seen()[0].find("never written to"));
+    }
+}
+
+TEST_F(FilePanelTest, FoldersWithForeignNamesAreFolders) {
+    const std::string name = folder / "caf\xE9";  // Latin-1
+    std::filesystem::create_directory(name);
+    folder.WritePicture("caf\xE9/a.png");
+    Load(name + "/a.png");
+    EXPECT_TRUE(Panel(OrvEvidence).FindWindow(6040)->IsEnabled());
+    Press(6040);
+    ASSERT_EQ(1u, launched.size());
+    EXPECT_NE(std::string::npos, launched[0].find("caf%E9"));
 }

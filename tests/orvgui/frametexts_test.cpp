@@ -10,6 +10,7 @@
 #include "orvgui/opencverrors.h"
 #include "orvgui/tooldialogtexts.h"
 #include "tests/support/guitest.h"
+#include "zorbase/text.h"
 #include "zorbase/zorexception.h"
 
 TEST(FrameTexts, TitleAndProposedName) {
@@ -24,6 +25,7 @@ TEST(FrameTexts, TitleAndProposedName) {
         {"/cases/case12.zop", false, "case12.zop* - Base"},
     };
     for (const auto& c : titles) EXPECT_EQ(c.title, MakeFrameTitle(c.project, c.saved, "Base"));
+    EXPECT_EQ(ToWx("caf\xE9.zop - Base"), MakeFrameTitle(PathToWx("/cases/caf\xE9.zop"), true, "Base"));
 
     EXPECT_EQ("/cases/old.zop", ProposeProjectName("/cases/old.zop", "/photos/a.jpg"));
     EXPECT_EQ("a.b.zop", ProposeProjectName("", "/photos/a.b.jpg"));
