@@ -139,8 +139,9 @@ std::optional<OrvLayout> LayoutFromText(const wxString& text, const std::vector<
     const wxArrayString lines = wxStringTokenize(text, "\n", wxTOKEN_RET_EMPTY_ALL);
     if (lines.size() < 3) return std::nullopt;
     OrvLayout layout;
-    if (!FromString(FromWx(lines[0]), layout.maximised) || !SizeFromText(lines[1], layout))
-        return std::nullopt;
+    if (!FromString(FromWx(lines[0]), layout.maximised)) return std::nullopt;
+    // Of a maximised window nobody asks for the size.
+    if (!SizeFromText(lines[1], layout) && !layout.maximised) return std::nullopt;
     layout.perspective = lines[2];
     if (!IsPerspectiveValid(layout.perspective, panes)) return std::nullopt;
     for (std::size_t i = 3; i < lines.size(); ++i) ColumnWidthsFromText(lines[i], layout.columnWidths);

@@ -52,6 +52,7 @@ TEST(LayoutFile, ReadsBackWhatItWrites) {
 TEST(LayoutFile, TakesDamagedFilesAsAbsent) {
     ASSERT_TRUE(LayoutFromText(File("false", kSize, GoodPerspective()), kPanes));
     EXPECT_TRUE(LayoutFromText(File("false", kSize, GoodPerspective(), ""), kPanes)) << "widths are optional";
+    EXPECT_TRUE(LayoutFromText(File("true", "800x600", GoodPerspective()), kPanes)) << "the screen's size";
     const struct {
         const char* what;
         wxString text;
@@ -59,6 +60,7 @@ TEST(LayoutFile, TakesDamagedFilesAsAbsent) {
         {"empty", ""},
         {"one line", "false"},
         {"two lines", "false\n" + kSize},
+        {"maximised, no panes", File("true", kSize, "")},
         {"no bool", File("yes", kSize, GoodPerspective())},
         {"no JSON", File("false", "800x600", GoodPerspective())},
         {"no size", File("false", "[800,600]", GoodPerspective())},
