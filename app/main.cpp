@@ -14,6 +14,7 @@
 
 #include "orvcore/interface.h"
 #include "orvgui/filtergui.h"
+#include "orvgui/filterspanel.h"
 #include "orvgui/mainframe.h"
 #include "orvgui/messagebox.h"
 #include "orvgui/orvviewerpanel.h"
@@ -84,8 +85,7 @@ class OrvaneApp : public wxApp {
         OrvFilter* filter = GetContext()->FindFilter("file-format");
         auto* page = filter ? dynamic_cast<OrvFilterGui*>(filter->GetAnalsyisFilterGui()) : nullptr;
         if (!page) return;
-        GetContext()->SetActiveFilter(filter);
-        frame.ChangePage(page, filter->GetActiveConfiguration());
+        frame.GetFiltersPanel()->ActivateGui(page);
     }
 
     // For bench/startup_bench: tells the moment of the first paint and ends the program.

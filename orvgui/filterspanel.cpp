@@ -30,6 +30,12 @@ constexpr const char* kWarningSvg =
     "<path d='M8 1.5 15.2 14.5H0.8z' fill='#d55e00'/>"
     "<path d='M7 5.5h2l-0.3 5H7.3z' fill='#ffffff'/><path d='M7 11.3h2v1.9H7z' fill='#ffffff'/></svg>";
 
+// Whether the filter's values now are those of this saved configuration.
+bool HoldsConfiguration(const OrvFilter& filter, int configuration) {
+    return configuration >= 0 && configuration < filter.GetConfigurationsSize() &&
+           filter.GetConfigurationParams(configuration) == filter.GetParametersInput();
+}
+
 }  // namespace
 
 OrvFiltersPanel::OrvFiltersPanel(wxWindow* parent, OrvViewerPanel* viewerPanel)
@@ -178,7 +184,9 @@ void OrvFiltersPanel::AppendFilter(OrvFilter* filter, wxTreeItemId group) {
     const wxString text = wxGetTranslation(filter->GetName());
     const wxTreeItemId item =
         m_tree->AppendItem(group, text, -1, -1, new OrvItemData(text, -1, OrvItemFilter, filter));
-    if (!filter->HasSingleConfiguration())
+    if (filter->GetConfigurationsSize() == 0)
+        FormatItem(item, false, false, false);  // nothing that could be enabled
+    else if (!filter->HasSingleConfiguration())
         AppendConfigurations(filter, item);
     else if (!filter->IsConfigurationEnabled(0))
         EnableItem(item, false, true);
@@ -228,14 +236,16 @@ void OrvFiltersPanel::ChangePage(OrvFilterGui* page, int configuration) {
                           (selected->kind == OrvItemFilter || selected->configuration == configuration);
     if (isChosen) return;
     // A run with values of the user's own belongs to the filter, not to one of its configurations.
-    const bool isSaved = filter->GetConfigurationParams(configuration) == filter->GetParametersInput();
+    const bool isSaved = HoldsConfiguration(*filter, configuration);
     SelectSilently(FindItem(m_tree->GetRootItem(), page, isSaved ? configuration : -1));
 }
 
 void OrvFiltersPanel::ActivateGui(OrvFilterGui* page) {
     if (page == nullptr) return;
     OrvFilter* filter = page->GetFilter();
-    const int configuration = filter->GetActiveConfiguration();
+    int configuration = filter->GetActiveConfiguration();
+    // Values of the user's own belong to the filter, not to one of its configurations: they stay.
+    if (!HoldsConfiguration(*filter, configuration)) configuration = -1;
     SelectSilently(FindItem(m_tree->GetRootItem(), page, configuration));
     m_activationTimer.Stop();
     Activate(filter, configuration);

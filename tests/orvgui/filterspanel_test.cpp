@@ -264,6 +264,20 @@ TEST_F(FiltersPanel, ActivatingAPageIsLikePickingIt) {
     EXPECT_EQ(alpha->CountRuns(), 2);
 }
 
+TEST_F(FiltersPanel, ActivatingAPageKeepsTheUsersOwnValues) {
+    LoadEvidence("one");
+    Select(Child(alpha, 1));
+    Settle();
+    core->Configure(alpha, 1, FakeFilter::Level(44), {}, false);
+    Settle();
+    Select(FilterItem(beta));
+    Settle();
+    panel->ActivateGui(Page(alpha));
+    Settle();
+    EXPECT_TRUE(alpha->GetParametersInput() == FakeFilter::Level(44));
+    EXPECT_EQ(tree->GetSelection(), FilterItem(alpha));
+}
+
 // --- configurations ---
 
 TEST_F(FiltersPanel, AddingAppendsTheCurrentValuesBelowTheFilter) {
