@@ -246,3 +246,9 @@ bool OrvFilterGui::HasAnyFile() {
     const OrvInterface* core = GetInterface();
     return core != nullptr && (core->HasFile(OrvEvidence) || core->HasFile(OrvReference));
 }
+
+wxString OrvFilterGui::GetNoDataMessage() {
+    const OrvContext* context = GetContext();
+    const wxString message = context != nullptr ? context->GetNoDataAvailableMessage() : wxString();
+    return message.empty() ? message : wxGetTranslation(message);
+}

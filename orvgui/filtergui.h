@@ -99,6 +99,8 @@ class ORVGUI_API OrvFilterGui : public wxPanel, public OrvFilterGuiBase, public 
     void FitContent();
     // Whether the core holds a file in one of the slots.
     static bool HasAnyFile();
+    // What a page without a file says, in the user's language.
+    static wxString GetNoDataMessage();
 
     Controls m_controlsInput;
     Controls m_controlsPostProcessing;

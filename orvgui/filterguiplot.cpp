@@ -36,6 +36,11 @@ bool HasFile(OrvFileId slot) {
     return core != nullptr && core->HasFile(slot);
 }
 
+// The core's texts are looked up here; an empty one has no translation.
+wxString Translated(const std::string& text) {
+    return text.empty() ? wxString() : wxGetTranslation(ToWx(text));
+}
+
 wxGridBagSizer* AddGrid(wxBoxSizer* row, int proportion) {
     auto* grid = new wxGridBagSizer(0, 0);
     grid->SetFlexibleDirection(wxHORIZONTAL);
@@ -108,6 +113,7 @@ void OrvFilterGuiPlot::FitStrip() {
 }
 
 void OrvFilterGuiPlot::ResetViewerPanel() {
+    if (m_evidencePlot == nullptr) return;  // not built yet
     m_evidencePlot->Hide();
     m_referencePlot->Hide();
 }
@@ -118,8 +124,8 @@ void OrvFilterGuiPlot::ConfigurePlot(PlotPanel* panel, OrvFileId slot) {
     wxImage picture;
     if (data.image.IsValid()) IplImageToWxImage(data.image.ToColor(), picture);
     wxString title = slot == OrvEvidence ? _("Evidence") : _("Reference");
-    if (!data.text.empty()) title += ": " + ToWx(data.text);
-    panel->SetTexts(ToWx(data.xLabel), ToWx(data.yLabel), title);
+    if (!data.text.empty()) title += ": " + Translated(data.text);
+    panel->SetTexts(Translated(data.xLabel), Translated(data.yLabel), title);
     panel->ConfigurePlot(data.x, data.curves, data.layerCount,
                          data.counts.empty() ? nullptr : data.counts.data(), picture, m_visibleLayer,
                          data.marks, data.helpLines);
@@ -165,8 +171,7 @@ void OrvFilterGuiPlot::ConfigurePlots() {
         if (!evidence) show(m_evidencePlot, false);
     }
     wxString reason = m_filter->GetErrorMessage();
-    if (reason.empty() && !evidence && !reference && GetContext() != nullptr)
-        reason = GetContext()->GetNoDataAvailableMessage();
+    if (reason.empty() && !evidence && !reference) reason = GetNoDataMessage();
     SetNotice(reason);
 
     if (changed) {
@@ -177,6 +182,7 @@ void OrvFilterGuiPlot::ConfigurePlots() {
 }
 
 Image& OrvFilterGuiPlot::GetDisplayedImage() {
+    if (m_evidencePlot == nullptr) return m_displayedImage;  // a page that was never seen shows nothing
     const Image evidence = HasFile(OrvEvidence) ? m_evidencePlot->Render() : Image();
     const Image reference = HasFile(OrvReference) ? m_referencePlot->Render() : Image();
     if (evidence.IsValid() != reference.IsValid()) {

@@ -15,8 +15,7 @@ void OrvFilterGuiText::CreateControlsOutput() {
 
 void OrvFilterGuiText::UpdateControlsCustom() {
     wxString reason = m_filter->GetErrorMessage();
-    if (reason.empty() && !HasAnyFile() && GetContext() != nullptr)
-        reason = GetContext()->GetNoDataAvailableMessage();
+    if (reason.empty() && !HasAnyFile()) reason = GetNoDataMessage();
     SetNotice(reason);
     for (const auto& control : m_controlsOutput) {
         if (control) control->Show(reason.empty());

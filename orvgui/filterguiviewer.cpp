@@ -13,6 +13,7 @@
 #include "orvgui/mainframe.h"
 #include "orvgui/navigatorcanvas.h"
 #include "orvgui/settingspanel.h"
+#include "orvgui/textfocus.h"
 #include "orvgui/toolpanel.h"
 #include "orvgui/viewerpanel.h"
 #include "orvgui/viewmodes.h"
@@ -32,13 +33,6 @@ Image AbsoluteDifference(const Image& a, const Image& b) {
     cv::Mat difference;
     cv::absdiff(a.ToColor().GetMat(), b.ToColor().GetMat(), difference);
     return Image(difference);
-}
-
-bool IsTextEntry(wxWindow* window) {
-    for (; window != nullptr; window = window->GetParent()) {
-        if (dynamic_cast<wxTextEntryBase*>(window) != nullptr) return true;
-    }
-    return false;
 }
 
 bool IsSameBuffer(const Image& a, const Image& b) {

@@ -102,6 +102,7 @@ void FilterSummaryPanel::CreateControlsCustom() {
 void FilterSummaryPanel::CreateResultPanel() {
     auto* label = new OrvStaticText(this, _("Global Result:"));
     label->SetBackgroundColour(*wxStockGDI::GetColour(wxStockGDI::COLOUR_LIGHTGREY));
+    label->SetForegroundColour(*wxBLACK);
     AddToSizer(m_mainSizer, label, CountCells(m_mainSizer).GetRow(), 0, kResultSpan, 1);
     m_result = new wxTextCtrl(this, wxID_ANY, wxString(), wxDefaultPosition, wxSize(-1, kResultHeight),
                               wxTE_MULTILINE | wxTE_READONLY);

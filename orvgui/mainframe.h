@@ -10,6 +10,7 @@
 #include "orvcore/commandevent.h"
 #include "orvcore/fileid.h"
 #include "orvcore/progresshandler.h"
+#include "orvgui/opendialogs.h"
 #include "orvgui/orvgui.h"
 #include "zorbase/appversion.h"
 
@@ -82,6 +83,8 @@ class ORVGUI_API OrvMainFrame : public wxFrame, public OrvProgressHandler {
     void BindEvents();
     void RefreshFilePanels();
     void RefreshPictureStatus();
+    void RefreshShownSummary(const OrvFilterGui* refreshed);
+    void TellWhereReportIs(const wxString& path);
     void OnCloseEvent(wxCloseEvent& event);
     void OnTimerProgressStart(wxTimerEvent& event);
     void OnTimerProgressUpdate(wxTimerEvent& event);
@@ -135,6 +138,7 @@ class ORVGUI_API OrvMainFrame : public wxFrame, public OrvProgressHandler {
     FilePanel* m_referencePanel = nullptr;
     wxTimer m_progressStartTimer;
     wxTimer m_progressUpdateTimer;
+    OpenDialogs m_openDialogs;
     OrvProgressDialog* m_progressDialog = nullptr;
     bool m_isUpdatingProgress = false;
     std::unique_ptr<wxAuiManager> m_auiManager;

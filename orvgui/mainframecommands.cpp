@@ -1,5 +1,6 @@
 // The part of the main window that turns menu and tool commands into requests to the core.
 
+#include <wx/arrstr.h>
 #include <wx/filename.h>
 #include <wx/translation.h>
 
@@ -24,6 +25,14 @@
 #include "zorbase/text.h"
 
 namespace {
+
+// The labels of a chooser's filter ("label|pattern|label|pattern") in the user's language.
+wxString TranslateFilterLabels(const wxString& filter) {
+    wxArrayString parts = wxSplit(filter, '|', '\0');
+    for (std::size_t i = 0; i < parts.size(); i += 2)
+        if (!parts[i].empty()) parts[i] = wxGetTranslation(parts[i]);
+    return wxJoin(parts, '|', '\0');
+}
 
 VecParameter FolderParameter(const wxString& folder) {
     return {Parameter::Path(ParameterType::Folder, "folder", "Folder", PathFromWx(folder))};
@@ -63,7 +72,7 @@ void OrvMainFrame::OnMenuFileSaveProjectAs(wxCommandEvent&) {
 void OrvMainFrame::OnMenuFileSaveResultAs(wxCommandEvent&) {
     if (!CheckLicence(kTrialRefusesCommand, this)) return;
     const wxString path = OrvFileSaveSelector(_("Select a file to save to..."), m_core->GetExportFilename(),
-                                              m_core->GetFilterFileSelectorString());
+                                              TranslateFilterLabels(m_core->GetFilterFileSelectorString()));
     if (path.empty()) return;
     OrvFilter* filter = m_core->GetActiveFilter();
     if (filter && (m_core->HasFile(OrvEvidence) || m_core->HasFile(OrvReference))) {
@@ -123,7 +132,10 @@ void OrvMainFrame::OnMenuHelpCheckForUpdates(wxCommandEvent&) {
 }
 
 void OrvMainFrame::OnMenuHelpOpenSamplesFolder(wxCommandEvent&) {
-    OpenFileExplorer(PathToWx(GetAppDocumentsPath()) + wxFileName::GetPathSeparator() + "samples");
+    const std::string folder = PathJoin(GetAppDocumentsPath(), "samples");
+    if (FolderExists(folder) && OpenFileExplorer(PathToWx(folder))) return;
+    OrvMessageBox(wxString::Format(_("The folder cannot be opened:\n%s"), ToWx(folder)), _("Error"),
+                  wxOK | wxICON_ERROR, this);
 }
 
 void OrvMainFrame::OnMenuHelpProgramReferenceManual(wxCommandEvent&) {

@@ -13,6 +13,7 @@
 #include "orvgui/gridframe.h"
 #include "orvgui/mainframe.h"
 #include "orvgui/messagebox.h"
+#include "orvgui/orvviewerpanel.h"
 #include "orvgui/projectgui.h"
 #include "zorbase/gui/mapview.h"
 #include "zorbase/gui/shell.h"
@@ -86,6 +87,7 @@ void OrvMainFrame::OnConfigureCompleted(OrvCommandEvent& event) {
             page->UpdateGui();
             page->RefreshViewerPanel();
         }
+        RefreshShownSummary(page);
         m_filtersPanel->UpdateTreebook(false);
         RefreshPictureStatus();
         RefreshFilePanels();  // a result may have made a cache folder
@@ -101,6 +103,7 @@ void OrvMainFrame::OnConfigureInterrupted(OrvCommandEvent& event) {
     const wxString message = page ? page->GetFilter()->GetErrorMessage() : event.GetString();
     if (!message.empty()) OrvMessageBox(message, _("Error"), wxOK, this);
     if (page) page->UpdateGui();
+    RefreshShownSummary(page);
     m_filtersPanel->UpdateTreebook(false);
     RefreshPictureStatus();
     m_core->PostResponse();
@@ -169,7 +172,18 @@ void OrvMainFrame::OnCommandGenerateReport(OrvCommandEvent& event) {
     DestroyProgress();
     m_core->PostResponse();
     UpdateTitle();
-    if (!event.GetString().empty()) LaunchDefaultBrowserLocalFile(event.GetString());
+    if (m_exitScheduled) return;
+    // A report runs filters of which the window was not told one by one.
+    m_filtersPanel->UpdateTreebook(true);
+    RefreshShownSummary(nullptr);
+    // A report that is not to be opened comes as a message, which stands in for the string that is missing.
+    const wxString report = event.GetString();
+    const wxString message = event.GetMessage();
+    if (!message.empty() && (report.empty() || report == message)) {
+        TellWhereReportIs(message);
+    } else if (!report.empty() && !LaunchDefaultBrowserLocalFile(report)) {
+        TellWhereReportIs(report);
+    }
 }
 
 void OrvMainFrame::OnCommandExit(OrvCommandEvent&) {
@@ -243,6 +257,18 @@ void OrvMainFrame::OnCommandExecuted(OrvCommandEvent& event) {
 
 void OrvMainFrame::OnFileList(wxThreadEvent& event) {
     GetFilePanel(event.GetInt() == OrvEvidence ? OrvEvidence : OrvReference)->SetImage();
+}
+
+// What the summary gathers changes with every filter's result, not with its own.
+void OrvMainFrame::RefreshShownSummary(const OrvFilterGui* refreshed) {
+    OrvFilterGui* shown = m_viewerPanel->GetShownPage();
+    if (shown == nullptr || shown == refreshed || !m_viewerPanel->IsPageBuilt(shown)) return;
+    if (shown->GetFilter()->GetPageKind() == OrvPageKind::Summary) shown->UpdateGui();
+}
+
+void OrvMainFrame::TellWhereReportIs(const wxString& path) {
+    OrvMessageBox(wxString::Format(_("The report was written to:\n%s"), ToWx(PathFromWx(path))), wxString(),
+                  wxOK, this);
 }
 
 // Called while the core waits for an acknowledgement only: a header is read under the lock that decoding holds.

@@ -8,7 +8,6 @@
 #include <wx/log.h>
 #include <wx/menu.h>
 #include <wx/statusbr.h>
-#include <wx/textentry.h>
 #include <wx/translation.h>
 
 #include "orvcore/interface.h"
@@ -16,6 +15,7 @@
 #include "orvgui/filepanel.h"
 #include "orvgui/icons.h"
 #include "orvgui/mainframe.h"
+#include "orvgui/textfocus.h"
 
 namespace {
 
@@ -36,10 +36,6 @@ wxMenu* CreateMenu(std::initializer_list<int> commandIds) {
 // Alt and the title's first letter open the menu.
 wxString MenuTitle(const wxString& title) {
     return "&" + wxControl::EscapeMnemonics(title);
-}
-
-bool IsTextFieldFocused() {
-    return dynamic_cast<wxTextEntry*>(wxWindow::FindFocus()) != nullptr;
 }
 
 }  // namespace
@@ -146,7 +142,7 @@ void OrvMainFrame::BindEvents() {
 void OrvMainFrame::OnPanelCommand(wxCommandEvent& event) {
     const OrvGuiCommand* command = OrvGuiCommandRegistry::m_global.Find(event.GetId());
     // A skipped shortcut goes on to the text field as an ordinary key.
-    if (command && IsTextFieldFocused() && IsKeyOfTextField(command->flags, command->key)) {
+    if (command && IsTextEntry(wxWindow::FindFocus()) && IsKeyOfTextField(command->flags, command->key)) {
         event.Skip();
         return;
     }

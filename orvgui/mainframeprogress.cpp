@@ -1,6 +1,5 @@
 // The part of the main window that shows how far the core is.
 
-#include <wx/toplevel.h>
 #include <wx/translation.h>
 
 #include "orvcore/interface.h"
@@ -14,14 +13,6 @@ namespace {
 constexpr int kProgressDelayMs = 500;  // what ends sooner shows no dialog
 constexpr int kProgressPollMs = 100;
 
-bool IsAnyDialogOpen() {
-    for (const wxWindow* window : wxTopLevelWindows) {
-        const auto* dialog = dynamic_cast<const wxDialog*>(window);
-        if (dialog && dialog->IsModal()) return true;
-    }
-    return false;
-}
-
 }  // namespace
 
 void OrvMainFrame::CreateProgress() {
@@ -31,7 +22,7 @@ void OrvMainFrame::CreateProgress() {
 void OrvMainFrame::OnTimerProgressStart(wxTimerEvent&) {
     if (m_progressDialog) return;
     // The progress dialog disables every other window; one that waits for the user's answer would wait for ever.
-    if (IsAnyDialogOpen()) {
+    if (m_openDialogs.IsAny()) {
         m_progressStartTimer.StartOnce(kProgressDelayMs);
         return;
     }

@@ -58,6 +58,15 @@ TEST_F(PlotPageTest, ShowsOnePlotPerLoadedFile) {
     EXPECT_FALSE(ShowsEvidence() || ShowsReference());
 }
 
+TEST_F(PlotPageTest, APageThatWasNeverSeenHasNoImage) {
+    auto* unseen = new OrvFilterGuiPlot(page->GetParent(), filter);
+    unseen->Hide();
+    LoadFile(OrvEvidence, 16);
+    EXPECT_FALSE(unseen->GetDisplayedImage().IsValid());
+    unseen->ResetViewerPanel();
+    unseen->Destroy();
+}
+
 TEST_F(PlotPageTest, TheDisplayedImageHoldsBothPlotsOneRowApart) {
     EXPECT_FALSE(page->GetDisplayedImage().IsValid());
     Load(OrvEvidence, 16);

@@ -18,7 +18,7 @@ void FrameTest::OpenFrame() {
     });
     SetShellLauncher([this](const wxString& address) {
         launched.push_back(address.utf8_string());
-        return true;
+        return canLaunch;
     });
     core = new OrvInterface;
     auto filter = std::make_unique<ProbeFilter>();

@@ -36,4 +36,5 @@ class FrameTest : public testing::Test {
     std::vector<std::string> asked;
     std::string chosen;
     std::vector<std::string> launched;  // addresses given to other programs
+    bool canLaunch = true;              // whether other programs start
 };

@@ -1,6 +1,7 @@
 #include "orvgui/mainframe.h"
 
 #include <wx/menu.h>
+#include <wx/msgdlg.h>
 #include <wx/statusbr.h>
 #include <wx/textctrl.h>
 #include <wx/treectrl.h>
@@ -8,10 +9,13 @@
 
 #include "orvgui/commandregistry.h"
 #include "orvgui/filterspanel.h"
+#include "orvgui/filtersummary.h"
 #include "orvgui/gridframe.h"
 #include "orvgui/logpanel.h"
+#include "orvgui/orvviewerpanel.h"
 #include "orvgui/progressdialog.h"
 #include "orvgui/projectgui.h"
+#include "tests/orvgui/fakefilters.h"
 #include "tests/orvgui/framefixture.h"
 #include "zorbase/progress.h"
 
@@ -209,6 +213,24 @@ TEST_F(FrameTest, ProgressWaitsForAnOpenDialog) {
     frame->DestroyProgress();
 }
 
+// A box of the desktop is in no list of windows.
+TEST_F(FrameTest, ProgressWaitsForAMessageBox) {
+    frame->Raise();
+    ASSERT_TRUE(PumpUntil([this] { return frame->IsActive(); }));
+    frame->CreateProgress();
+    DialogAnswers answers([](wxDialog*) { return wxID_NONE; });
+    bool sawProgress = false;
+    frame->CallAfter([&] {
+        PumpFor(1200);
+        sawProgress = FindProgressDialog() != nullptr;
+        wxUIActionSimulator().Char(WXK_ESCAPE);
+    });
+    wxMessageDialog(frame, "Question", "Caption", wxOK).ShowModal();
+    EXPECT_FALSE(sawProgress);
+    EXPECT_TRUE(PumpUntil([] { return FindProgressDialog() != nullptr; }));
+    frame->DestroyProgress();
+}
+
 TEST_F(FrameTest, ToolsNeedAnEvidence) {
     for (int id : {6004, 6023, 6024, 6026, 6027, 6031}) {
         DialogAnswers answers{wxID_OK};
@@ -320,6 +342,62 @@ TEST_F(FrameTest, ShowsWhatGenericActionsFound) {
     ASSERT_EQ(2u, launched.size());
     EXPECT_NE(std::string::npos, launched[0].find("48.8583"));
     EXPECT_EQ("https://example.org/search", launched[1]);
+}
+
+TEST_F(FrameTest, TellsWhereAReportIsThatIsNotOpened) {
+    const auto tell = [this](const std::string& opened, const std::string& message) {
+        auto* event = new OrvCommandEvent(OrvEventGenerateReport);
+        if (!message.empty()) event->SetError(0, message);
+        event->SetText(opened);
+        event->PrepareDelivery();
+        wxQueueEvent(frame, event);
+        Pump();
+    };
+    const std::string report = folder / "report.html";
+    WriteFile(report, "<html></html>");
+    tell(report, "");
+    EXPECT_EQ(1u, launched.size()) << "and no box";
+    canLaunch = false;
+    DialogAnswers answers{wxID_OK, wxID_OK, wxID_OK};
+    tell(report, "");
+    EXPECT_EQ(2u, launched.size());
+    tell("", report);
+    EXPECT_EQ(2u, launched.size());
+    Command(OrvCmdOpenSamplesFolder);
+    ASSERT_EQ(3u, answers.Seen().size());
+    for (const std::size_t i : {0u, 1u})
+        EXPECT_NE(std::string::npos, answers.Seen()[i].find("The report was written to:\n" + report))
+            << answers.Seen()[i];
+    EXPECT_NE(std::string::npos, answers.Seen()[2].find("The folder cannot be opened:\n"));
+}
+
+TEST_F(FrameTest, TheShownSummaryFollowsTheOtherFilters) {
+    FakeFilter* fake = AddFakeFilter("Fake", "Tests", {true, true, {}});
+    frame->GetFiltersPanel()->InitTreebook();
+    Load(folder.WritePicture("a.png"));
+    OrvFilter* filter = core->GetContext().FindFilter("summary");
+    ASSERT_NE(nullptr, filter);
+    auto* page = dynamic_cast<FilterSummaryPanel*>(filter->GetAnalsyisFilterGui());
+    ASSERT_NE(nullptr, page);
+    frame->GetFiltersPanel()->ActivateGui(page);
+    Settle();
+    ASSERT_EQ(page, frame->GetViewerPanel()->GetShownPage());
+    const auto status = [&] {
+        for (const auto& group : page->GetStatusGroups())
+            if (group->GetFilter() == fake) return group->GetStatus();
+        return wxString();
+    };
+    EXPECT_EQ("not run yet", status());
+    core->Configure(fake, -1, FakeFilter::Level(2), {}, false);
+    core->GetContext().SetActiveFilter(filter);
+    Settle();
+    ASSERT_EQ(page, frame->GetViewerPanel()->GetShownPage());
+    EXPECT_EQ("strong sign", status());
+    DialogAnswers answers{wxID_OK};
+    core->Configure(fake, -1, FakeFilter::Level(3), {}, false);
+    core->GetContext().SetActiveFilter(filter);
+    Settle();
+    EXPECT_EQ("failed", status());
 }
 
 TEST_F(FrameTest, ScheduledExitClosesAfterTheNextAction) {
