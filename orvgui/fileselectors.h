@@ -29,5 +29,6 @@ enum class OrvSelectorKind { Load, Save, Folder };
 using OrvSelectorAnswer =
     std::function<wxString(OrvSelectorKind kind, const wxString& message, const wxString& folder,
                            const wxString& name, const wxString& filter)>;
-// For tests: an empty function brings the windows back. Returns the answer function in use before.
+// For tests: an empty function brings the windows back. The folders remembered so far are forgotten. Returns the
+// answer function in use before.
 OrvSelectorAnswer SetSelectorAnswer(OrvSelectorAnswer answer);

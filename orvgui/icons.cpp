@@ -88,8 +88,10 @@ wxBitmapBundle LoadIconBundle(const wxString& fileName, int size) {
     static auto& known = *new std::map<std::pair<wxString, int>, wxBitmapBundle>;
     wxBitmapBundle& bundle = known[{base, size}];
     if (!bundle.IsOk()) {
-        bundle = wxBitmapBundle::FromImpl(new IconPictures(base, size));
-        if (!bundle.GetBitmap(wxSize(size, size)).IsOk()) bundle = ToolkitPicture(stem, size);
+        auto* pictures = new IconPictures(base, size);
+        bundle = wxBitmapBundle::FromImpl(pictures);
+        // The bundle itself must not be asked for a picture that is missing.
+        if (!pictures->GetBitmap(wxSize(size, size)).IsOk()) bundle = ToolkitPicture(stem, size);
     }
     return bundle;
 }
