@@ -204,7 +204,8 @@ void OrvFilterGui::ApplySelection(const Roi& region) {
 
 bool OrvFilterGui::IsTopWindow() {
     const auto* frame = wxTheApp != nullptr ? dynamic_cast<OrvMainFrame*>(wxTheApp->GetTopWindow()) : nullptr;
-    const wxWindow* active = wxGetActiveWindow();
+    // On this platform the toolkit calls the window with the focus the active one.
+    const wxWindow* active = wxGetTopLevelParent(wxGetActiveWindow());
     if (frame == nullptr || active == nullptr) return true;
     return frame->GetId() == active->GetId();
 }

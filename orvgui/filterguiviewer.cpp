@@ -1,8 +1,12 @@
 #include "orvgui/filterguiviewer.h"
 
+#include <wx/button.h>
 #include <wx/dcclient.h>
+#include <wx/gbsizer.h>
 #include <wx/intl.h>
+#include <wx/settings.h>
 #include <wx/sizer.h>
+#include <wx/slider.h>
 #include <wx/textctrl.h>
 
 #include <algorithm>
@@ -24,7 +28,10 @@ namespace {
 
 constexpr int kGap = 4;
 constexpr int kMinimumSide = 300;
-constexpr int kSidePanelWidth = 272;
+constexpr int kSidePanelWidth = 264;
+constexpr int kSidePanelMaximum = 360;
+constexpr int kSliderWidth = 76;
+constexpr int kFieldWidth = 120;
 constexpr int kScrollStep = 16;
 constexpr int kKeyScrollPixels = 48;
 constexpr double kDifferenceAtOncePixels = 2.0e6;  // cheaper to do than to be felt
@@ -33,6 +40,15 @@ Image AbsoluteDifference(const Image& a, const Image& b) {
     cv::Mat difference;
     cv::absdiff(a.ToColor().GetMat(), b.ToColor().GetMat(), difference);
     return Image(difference);
+}
+
+int CountRows(const wxGridBagSizer& grid) {
+    int rows = 0;
+    for (const wxSizerItem* item : grid.GetChildren()) {
+        const auto* cell = static_cast<const wxGBSizerItem*>(item);
+        rows = std::max(rows, cell->GetPos().GetRow() + cell->GetSpan().GetRowspan());
+    }
+    return rows;
 }
 
 bool IsSameBuffer(const Image& a, const Image& b) {
@@ -113,12 +129,27 @@ void OrvFilterGuiViewer::CreateControlsInput() {
 }
 
 void OrvFilterGuiViewer::CreateControlsPostProcessing() {
-    if (!m_parametersPostProcessing.empty()) OrvFilterGui::CreateControlsPostProcessing();
+    if (m_parametersPostProcessing.empty()) return;
+    OrvFilterGui::CreateControlsPostProcessing();
+    // "Reset" stands to the right of the first row; in a narrow column it has a row of its own.
+    for (wxWindow* child : m_inputParent->GetChildren()) {
+        if (dynamic_cast<wxButton*>(child) == nullptr) continue;
+        wxGBSizerItem* item = m_inputSizer->FindItem(child);
+        if (item == nullptr || item->GetPos().GetRow() != 0) continue;
+        item->SetPos(wxGBPosition(CountRows(*m_inputSizer), 0));
+    }
 }
 
 void OrvFilterGuiViewer::CreateControlsOutput() {
     if (!m_parametersOutput.empty()) OrvFilterGui::CreateControlsOutput();
     m_toolPanel->RefreshValues();
+    for (wxWindow* child : m_inputParent->GetChildren()) {
+        if (dynamic_cast<wxSlider*>(child) != nullptr) child->SetMinSize(wxSize(kSliderWidth, -1));
+        if (dynamic_cast<wxTextCtrl*>(child) != nullptr) child->SetMinSize(wxSize(kFieldWidth, -1));
+    }
+    // As wide as the controls ask for, within reason: the picture gets the room.
+    const int wanted = m_sideScroll->GetSizer()->CalcMin().x + wxSystemSettings::GetMetric(wxSYS_VSCROLL_X);
+    m_sidePanel->SetMinSize(wxSize(std::clamp(wanted, kSidePanelWidth, kSidePanelMaximum), -1));
     m_sideScroll->FitInside();
 }
 
@@ -323,7 +354,7 @@ void OrvFilterGuiViewer::ViewChanged(bool scrolled) {
     m_toolPanel->GetZoomPanel()->RefreshValues();
     if (m_navigator != nullptr) m_navigator->Refresh(false);
     if (OrvMainFrame* frame = GetMainFrame(); frame != nullptr && shared->zoom >= 0.0) {
-        frame->SetStatusField(OrvStatusField::Zoom, ToWx(ZoomPercentText(shared->zoom) + " %"));
+        frame->SetStatusField(OrvStatusField::Zoom, ToWx(ZoomPercentText(shared->zoom) + "%"));
     }
 }
 

@@ -16,7 +16,7 @@ namespace {
 
 constexpr int kGap = 4;
 constexpr int kSwatch = 16;
-constexpr int kTextDigits = 52;
+constexpr int kTextDigits = 38;  // of the usual read-out
 
 int Sample(const cv::Mat& mat, int x, int y, int channel) {
     const int at = x * mat.channels() + channel;
@@ -52,11 +52,11 @@ void InspectorPanel::CreateControls() {
     m_colour->SetMinSize(wxSize(kSwatch, kSwatch));
     m_text =
         new wxStaticText(this, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize, wxST_NO_AUTORESIZE);
-    m_text->SetFont(wxFont(wxFontInfo(9).Family(wxFONTFAMILY_TELETYPE)));
+    m_text->SetFont(wxFont(wxFontInfo(8).Family(wxFONTFAMILY_TELETYPE)));
     // A fixed width: the strip must not be laid out anew with every motion of the mouse.
     m_text->SetMinSize(wxSize(m_text->GetTextExtent(wxString('0', kTextDigits)).x, -1));
     sizer->Add(m_colour, 0, wxALIGN_CENTER_VERTICAL | wxTOP | wxBOTTOM, kGap);
-    sizer->Add(m_text, 0, wxALIGN_CENTER_VERTICAL | wxLEFT, kGap);
+    sizer->Add(m_text, 1, wxALIGN_CENTER_VERTICAL | wxLEFT, kGap);
     SetSizer(sizer);
     ClearValues();
 }

@@ -85,7 +85,7 @@ void OrvMainFrame::CreateStatusBar() {
 }
 
 void OrvMainFrame::ConfigureStatusBar() {
-    const int widths[] = {-4, -4, -3, 70};  // pixels where positive, shares of the rest where negative
+    const int widths[] = {-3, -4, -3, 70};  // pixels where positive, shares of the rest where negative
     const int styles[] = {wxSB_FLAT, wxSB_FLAT, wxSB_FLAT, wxSB_FLAT};
     GetStatusBar()->SetFieldsCount(4, widths);
     GetStatusBar()->SetStatusStyles(4, styles);

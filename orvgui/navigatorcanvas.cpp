@@ -66,11 +66,13 @@ void NavigatorCanvas::Paint(Canvas* canvas, wxDC* dc, wxRect) {
         return;
     }
     if (size.x <= 0 || size.y <= 0) return;
-    const DisplayPyramid& pyramid = *canvas->GetProperties()->GetPyramid();
-    if (m_thumbnailOf != &pyramid || m_thumbnailVersion != pyramid.GetVersion() || m_thumbnailSize != size) {
+    const std::shared_ptr<DisplayPyramid> shown = canvas->GetProperties()->GetPyramid();
+    const DisplayPyramid& pyramid = *shown;
+    if (m_thumbnailOf.lock() != shown || m_thumbnailVersion != pyramid.GetVersion() ||
+        m_thumbnailSize != size) {
         m_thumbnailVersion = pyramid.GetVersion();
         m_thumbnail = pyramid.Thumbnail(size);
-        m_thumbnailOf = &pyramid;
+        m_thumbnailOf = shown;
         m_thumbnailSize = size;
     }
     wxImage picture(size.x, size.y, false);

@@ -35,7 +35,7 @@ class ORVGUI_API NavigatorCanvas : public wxWindow {
     wxSize m_windowSize;
     // The thumbnail as it was last made, and of what.
     std::vector<std::uint8_t> m_thumbnail;
-    const void* m_thumbnailOf = nullptr;
+    std::weak_ptr<DisplayPyramid> m_thumbnailOf;
     int m_thumbnailVersion = -1;
     IntPair m_thumbnailSize;
 

@@ -54,10 +54,10 @@ void OrvToolPanel::CreateControls() {
     tools->Add(m_selectButton, 0, wxALIGN_CENTER_VERTICAL);
     tools->Add(m_sideButton, 0, wxALIGN_CENTER_VERTICAL | wxLEFT, kGap);
 
-    auto* sizer = new wxWrapSizer(wxHORIZONTAL, wxREMOVE_LEADING_SPACES);
+    auto* sizer = new wxWrapSizer(wxHORIZONTAL, wxREMOVE_LEADING_SPACES | wxEXTEND_LAST_ON_EACH_LINE);
     const auto add = [sizer](auto* item) {
         auto* cell = new wxBoxSizer(wxVERTICAL);
-        cell->Add(item, 0, wxRIGHT, kGroupGap - kGap);
+        cell->Add(item, 0, wxEXPAND | wxRIGHT, kGroupGap - kGap);
         sizer->Add(cell, 0, wxALL, kGap / 2);
     };
     for (OrvToolPanelBase* panel : AllPanels()) panel->CreateControls();

@@ -26,7 +26,7 @@ namespace {
 constexpr int kGap = 4;
 constexpr int kZoomTextWidth = 64;
 constexpr int kSliderWidth = 110;
-constexpr int kViewChoiceWidth = 240;
+constexpr int kViewChoiceWidth = 290;
 
 }  // namespace
 

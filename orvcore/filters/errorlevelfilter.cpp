@@ -28,16 +28,15 @@ ErrorLevelFilter::ErrorLevelFilter() : OrvFilterImage("Error Level Analysis", "e
         "that was saved fewer times than its surroundings, or at another quality, can stand out as a whole area. Compare "
         "like with like: texture, edges and saturated colours are always brighter than smooth areas. After several saves "
         "at the same quality, or after a reduction in size, nothing can be seen.");
-    SetParameters(
-        {Parameter::Slider("quality", "JPEG Quality", 90, 1, 100),
-         Parameter::Choice("subsampling", "Chroma Subsampling", 0, {"4:4:4 (none)", "4:2:2", "4:2:0"}),
-         Parameter::Choice("channels", "Channels", 0, {"Each on its own", "Mean (grey)"}),
-         Parameter::Region("region", "Region (selection)", Roi(), ParameterType::OrvRoi)},
-        {Parameter::Slider("gain", "Brightness Gain", 15, 1, 100)},
-        {Parameter::Output(ParameterType::OutputString, "mean", "Mean Error Level (0-255)"),
-         Parameter::Output(ParameterType::OutputString, "maximum", "Largest Error Level (0-255)"),
-         Parameter::Output(ParameterType::OutputString, "inside", "Mean Inside The Region"),
-         Parameter::Output(ParameterType::OutputString, "outside", "Mean Outside The Region")});
+    SetParameters({Parameter::Slider("quality", "JPEG Quality", 90, 1, 100),
+                   Parameter::Choice("subsampling", "Subsampling", 0, {"4:4:4", "4:2:2", "4:2:0"}),
+                   Parameter::Choice("channels", "Channels", 0, {"Each on its own", "Mean (grey)"}),
+                   Parameter::Region("region", "Region (selection)", Roi(), ParameterType::OrvRoi)},
+                  {Parameter::Slider("gain", "Brightness Gain", 20, 1, 100)},
+                  {Parameter::Output(ParameterType::OutputString, "mean", "Mean Error Level (0-255)"),
+                   Parameter::Output(ParameterType::OutputString, "maximum", "Largest Error Level (0-255)"),
+                   Parameter::Output(ParameterType::OutputString, "inside", "Mean Inside The Region"),
+                   Parameter::Output(ParameterType::OutputString, "outside", "Mean Outside The Region")});
 }
 
 void ErrorLevelFilter::Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,

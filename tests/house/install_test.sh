@@ -18,7 +18,7 @@ expect 'desktop file' '' "$(desktop-file-validate "$tree/share/applications/orva
 
 for program in orvane orvane-cli; do
     expect "libraries of $program that are missing or in the build tree" '' \
-        "$(ldd "$tree/bin/$program" | grep -e 'not found' -e "$build/" -e "$root/")"
+        "$(ldd "$tree/bin/$program" | grep -e "not found" -e "=> $build/" -e "=> $root/")"
     expect "our libraries of $program" yes \
         "$(ldd "$tree/bin/$program" | grep -q "$tree/bin/\.\./lib.*liborvcore" && echo yes || echo no)"
 done

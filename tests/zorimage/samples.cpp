@@ -1,6 +1,7 @@
 #include "tests/zorimage/samples.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace samples {
 
@@ -178,22 +179,23 @@ Bytes MakeDng(int width, int height) {
 }
 
 Bytes WithJpegSegment(const Bytes& jpeg, int marker, const Bytes& body) {
-    Bytes bytes = {0xff,
-                   0xd8,
-                   0xff,
-                   static_cast<std::uint8_t>(marker),
-                   static_cast<std::uint8_t>((body.size() + 2) >> 8),
-                   static_cast<std::uint8_t>(body.size() + 2)};
-    bytes.insert(bytes.end(), body.begin(), body.end());
-    bytes.insert(bytes.end(), jpeg.begin() + 2, jpeg.end());
+    Bytes bytes;
+    bytes.reserve(body.size() + jpeg.size() + 4);
+    for (const std::size_t byte : {std::size_t{0xff}, std::size_t{0xd8}, std::size_t{0xff},
+                                   static_cast<std::size_t>(marker), (body.size() + 2) >> 8, body.size() + 2})
+        bytes.push_back(static_cast<std::uint8_t>(byte));
+    std::copy(body.begin(), body.end(), std::back_inserter(bytes));
+    std::copy(jpeg.begin() + 2, jpeg.end(), std::back_inserter(bytes));
     return bytes;
 }
 
 Bytes MakeProfile(const Bytes& descriptionTag) {
-    Bytes bytes(128, 0);
-    bytes.insert(bytes.end(), {0, 0, 0, 1, 'd', 'e', 's', 'c', 0, 0, 0, 144, 0, 0, 0,
-                               static_cast<std::uint8_t>(descriptionTag.size())});
-    bytes.insert(bytes.end(), descriptionTag.begin(), descriptionTag.end());
+    Bytes bytes(144, 0);
+    bytes[131] = 1;
+    std::copy_n("desc", 4, bytes.begin() + 132);
+    bytes[139] = 144;
+    bytes[143] = static_cast<std::uint8_t>(descriptionTag.size());
+    std::copy(descriptionTag.begin(), descriptionTag.end(), std::back_inserter(bytes));
     return bytes;
 }
 
