@@ -243,7 +243,8 @@ TEST_F(FrameTest, ToolsNeedAnEvidence) {
     EXPECT_TRUE(asked.empty());
     Command(6030);
     ASSERT_EQ(1u, asked.size());
-    EXPECT_EQ("Folder|Select the directory where the images to analyze are located|||", asked[0]);
+    // The default folder is the one last used, which another test may have chosen.
+    EXPECT_TRUE(asked[0].starts_with("Folder|Select the directory where the images to analyze are located|"));
     EXPECT_FALSE(core->IsBusy()) << "cancelled";
 
     Load(folder.WritePicture("a.png"));
