@@ -27,6 +27,6 @@ void OrvCommandEvent::SetError(int error, const std::string& message) {
 void OrvCommandEvent::PrepareDelivery() {
     // The toolkit's string is made here and not by the worker: its conversions are cached and must not be
     // shared.
-    SetString(ToWx(m_text.empty() ? m_message : m_text));
+    SetString(m_isPath ? PathToWx(m_text) : ToWx(m_text.empty() ? m_message : m_text));
     if (OrvFilterGuiBase* page = GetPage()) SetEventObject(page->GetEvtHandler());
 }

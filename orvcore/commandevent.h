@@ -65,6 +65,11 @@ class OrvCommandEvent : public wxThreadEvent {
     // Sets the message, the event's string and the extra long, so that handlers of every kind find it.
     void SetError(int error, const std::string& message);
     void SetText(const std::string& utf8) { m_text = utf8; }
+    // The event's string is a path (bytes), empty included.
+    void SetPath(const std::string& path) {
+        m_text = path;
+        m_isPath = true;
+    }
     void SetParameters(const VecParameter& parameters) { m_parameters = parameters; }
     void SetFilter(OrvFilter* filter, bool pageEvent) {
         m_filter = filter;
@@ -82,6 +87,7 @@ class OrvCommandEvent : public wxThreadEvent {
     int m_error = 0;
     std::string m_message;
     std::string m_text;
+    bool m_isPath = false;
     VecParameter m_parameters;
     OrvFilter* m_filter = nullptr;
     bool m_isPageEvent = false;

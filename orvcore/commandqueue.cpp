@@ -33,6 +33,9 @@ void OrvCommandQueue::Push(OrvCommand command) {
                 return;
             }
         }
+        if (command.replacesSlot >= 0 && !m_waiting.empty() &&
+            m_waiting.back().replacesSlot == command.replacesSlot)
+            m_waiting.pop_back();
         m_waiting.push_back(std::move(command));
     }
     m_changed.notify_all();
@@ -63,8 +66,9 @@ void OrvCommandQueue::Stop(const std::function<void()>& unblock) {
         const std::lock_guard lock(m_mutex);
         m_isStopping = true;
         m_running.request_stop();
-        std::erase_if(m_waiting,
-                      [](const OrvCommand& waiting) { return waiting.kind != OrvCommand::Kind::Settings; });
+        std::erase_if(m_waiting, [](const OrvCommand& waiting) {
+            return waiting.kind != OrvCommand::Kind::Settings && !waiting.mustRun;
+        });
     }
     m_changed.notify_all();
     if (unblock) unblock();

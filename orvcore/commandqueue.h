@@ -18,6 +18,8 @@ struct OrvCommand {
     enum class Kind { Configure, Slot, Project, Settings, Other };
     Kind kind = Kind::Other;
     OrvFilter* filter = nullptr;  // of a configure request
+    int replacesSlot = -1;  // a load of this slot: overtakes a load of it that waits at the end of the queue
+    bool mustRun = false;   // also carried out when the queue is stopped: the user's work is in it
     std::function<void(const OrvJob&)> run;
     std::function<void(int error, const std::string& message)> fail;  // told when run leaves by exception
 };
@@ -36,7 +38,7 @@ class OrvCommandQueue {
     void Abort();  // asks the running command to stop; waiting ones stay
     bool WaitIdle(int timeoutMs);
     bool IsBusy() const;
-    // Drops what waits (except settings that are not on disk yet), stops what runs and joins the worker.
+    // Drops what waits (except what must run and settings that are not on disk yet), stops what runs and joins the worker.
     // unblock is called after the order to stop has been given, to release whatever the worker waits for.
     void Stop(const std::function<void()>& unblock);
 

@@ -73,7 +73,7 @@ VecParameter OrvFilter::GetParametersOutput() const {
 
 OrvFilterResultPtr OrvFilter::GetResult() const {
     const std::lock_guard lock(m_mutex);
-    return m_held.empty() ? nullptr : m_held.front();
+    return m_held.empty() || !m_isCurrent ? nullptr : m_held.front();
 }
 
 wxString OrvFilter::GetErrorMessage() const {
@@ -183,14 +183,7 @@ void OrvFilter::Publish(OrvFilterResultPtr result) {
 
     const std::lock_guard lock(m_mutex);
     m_error.clear();
-    const bool sameFiles = !m_held.empty() && std::equal(std::begin(result->file), std::end(result->file),
-                                                         std::begin(m_held.front()->file));
-    if (!sameFiles) {
-        // Results for files that are gone must not keep them in memory.
-        m_held.clear();
-        for (OrvFilterConfiguration& configuration : m_configurations)
-            configuration.SetFilterStatus(FilterStatus::NotProcessed);
-    }
+    m_isCurrent = true;
     for (OrvFilterConfiguration& configuration : m_configurations)
         if (hasFile && configuration.GetParameters() == result->input)
             configuration.SetFilterStatus(result->status);
@@ -199,11 +192,48 @@ void OrvFilter::Publish(OrvFilterResultPtr result) {
     if (m_held.size() > keep) m_held.resize(keep);
 }
 
+void OrvFilter::ResetStatuses() {
+    for (OrvFilterConfiguration& configuration : m_configurations)
+        configuration.SetFilterStatus(FilterStatus::NotProcessed);
+}
+
 void OrvFilter::ForgetResults() {
     const std::lock_guard lock(m_mutex);
     m_held.clear();
-    for (OrvFilterConfiguration& configuration : m_configurations)
-        configuration.SetFilterStatus(FilterStatus::NotProcessed);
+    m_isCurrent = false;
+    ResetStatuses();
+}
+
+void OrvFilter::ForgetFile(const OrvFilePtr& file) {
+    const std::lock_guard lock(m_mutex);
+    // Published results are immutable: each is replaced by a copy without that file's part.
+    for (OrvFilterResultPtr& held : m_held) {
+        auto rest = std::make_shared<OrvFilterResult>(*held);
+        for (int slot = 0; slot < kFileSlots; ++slot)
+            if (rest->file[slot] == file) {
+                rest->file[slot].reset();
+                rest->computed[slot].reset();
+                rest->slot[slot].reset();
+            }
+        held = std::move(rest);
+    }
+    m_isCurrent = false;
+    ResetStatuses();
+}
+
+void OrvFilter::SetFiles(const OrvFilePtr (&files)[kFileSlots]) {
+    const std::lock_guard lock(m_mutex);
+    const bool isSame =
+        !m_held.empty() && std::equal(std::begin(files), std::end(files), std::begin(m_held.front()->file));
+    if (isSame && m_isCurrent) return;
+    m_isCurrent = false;
+    m_error.clear();
+    ResetStatuses();
+    std::erase_if(m_held, [&files](const OrvFilterResultPtr& held) {
+        for (const OrvFilePtr& file : held->file)
+            if (file && (file == files[OrvEvidence] || file == files[OrvReference])) return false;
+        return true;
+    });
 }
 
 void OrvFilter::SetError(const std::string& message) {

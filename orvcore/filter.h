@@ -60,6 +60,8 @@ class OrvFilter {
     const VecParameter& GetPostProcessingPrototype() const { return m_postPrototype; }
     const VecParameter& GetOutputPrototype() const { return m_outputPrototype; }
 
+    // The newest result for the files that are loaded now; null while there is none. What was found in files that have been
+    // replaced since is never answered.
     OrvFilterResultPtr GetResult() const;
     wxString GetErrorMessage() const;  // of the last failed run, "" after a good one
 
@@ -118,6 +120,11 @@ class OrvFilter {
     std::vector<OrvFilterResultPtr> GetHeld() const;  // newest first
     void Publish(OrvFilterResultPtr result);
     void ForgetResults();
+    // Drops one file's part of what is held.
+    void ForgetFile(const OrvFilePtr& file);
+    // The slots hold other files now: results for others count no more, and those for files in no slot are dropped.
+    void SetFiles(const OrvFilePtr (&files)[kFileSlots]);
+    void ResetStatuses();  // under the lock
     void SetError(const std::string& message);
     void SetRequested(int configuration, const VecParameter& input, const VecParameter& postProcessing);
     void EditConfigurations(
@@ -137,7 +144,8 @@ class OrvFilter {
     VecParameter m_requestedPost;
     std::vector<OrvFilterConfiguration> m_configurations;
     int m_activeConfiguration = 0;
-    std::vector<OrvFilterResultPtr> m_held;  // newest first, all for the same files
+    std::vector<OrvFilterResultPtr> m_held;  // newest first
+    bool m_isCurrent = false;                // the newest one is for the loaded files
     std::string m_error;
 
     OrvFilterGuiBase* m_page = nullptr;  // GUI thread only

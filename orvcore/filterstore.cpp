@@ -1,5 +1,7 @@
 #include "orvcore/filterstore.h"
 
+#include <algorithm>
+
 #include "orvcore/context.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"
@@ -9,6 +11,50 @@ namespace {
 
 constexpr const char* kFormat = "orvane-filter-configurations";
 constexpr int kVersion = 1;
+
+// More than anybody sets up by hand; a file that claims more is not followed.
+constexpr std::size_t kMaxConfigurations = 500;
+
+bool Holds(const std::vector<OrvFilterConfiguration>& list, const VecParameter& parameters) {
+    return std::any_of(list.begin(), list.end(), [&parameters](const OrvFilterConfiguration& configuration) {
+        return configuration.GetParameters() == parameters;
+    });
+}
+
+// The readable entries of a list, each parameter set once. isWhole becomes false when one had to be left out.
+std::vector<OrvFilterConfiguration> ReadList(const OrvFilter& filter, const Json& list, bool& isWhole,
+                                             std::vector<std::string>& problems) {
+    const std::string& name = filter.GetNameUtf8();
+    std::vector<OrvFilterConfiguration> read;
+    for (const Json& item : list) {
+        const auto values = item.is_object() ? item.find("parameters") : item.end();
+        if (!item.is_object() || values == item.end() || !values->is_object()) {
+            problems.push_back(name + ": a configuration without parameters");
+            isWhole = false;
+            continue;
+        }
+        VecParameter parameters = filter.GetInputPrototype();
+        std::vector<std::string> unfit;
+        parameters.FromJson(*values, unfit);
+        for (const std::string& text : unfit) problems.push_back(name + ": " + text);
+        if (!values->empty() && unfit.size() >= values->size()) {
+            isWhole = false;  // nothing of it is known: it would be the defaults under a wrong name
+            continue;
+        }
+        if (Holds(read, parameters)) continue;
+        if (read.size() == kMaxConfigurations) {
+            problems.push_back(name + ": more than " + ToString(static_cast<int>(kMaxConfigurations)) +
+                               " configurations");
+            isWhole = false;
+            break;
+        }
+        OrvFilterConfiguration configuration(parameters);
+        const auto enabled = item.find("enabled");
+        configuration.Enable(enabled == item.end() || !enabled->is_boolean() || enabled->get<bool>());
+        read.push_back(std::move(configuration));
+    }
+    return read;
+}
 
 }  // namespace
 
@@ -39,9 +85,8 @@ void OrvFilterStore::FromJson(OrvContext& context, const Json& json, std::vector
     // Compared without narrowing: a number that does not fit into an int is newer, too.
     const Json& version = json["version"];
     if (version.is_number_unsigned() && version.get<std::uint64_t>() > kVersion)
-        ZOR_THROW(Format,
-                  "These filter configurations were written by a newer version of the program (format " +
-                      JsonToText(version, 0) + ", this one reads " + ToString(kVersion) + ").");
+        problems.push_back("written by a newer version of the program (format " + JsonToText(version, 0) +
+                           ", this one reads " + ToString(kVersion) + "): what only that version knows");
 
     for (const auto& [id, entry] : json["filters"].items()) {
         OrvFilter* filter = context.FindFilter(id);
@@ -54,22 +99,22 @@ void OrvFilterStore::FromJson(OrvContext& context, const Json& json, std::vector
             problems.push_back(name + ": no list of configurations");
             continue;
         }
-        std::vector<OrvFilterConfiguration> read;
-        for (const Json& item : entry["configurations"]) {
-            if (!item.is_object() || !item.contains("parameters")) {
-                problems.push_back(name + ": a configuration without parameters");
-                continue;
-            }
-            VecParameter parameters = filter->GetInputPrototype();
-            std::vector<std::string> unfit;
-            parameters.FromJson(item["parameters"], unfit);
-            for (const std::string& text : unfit) problems.push_back(name + ": " + text);
-            OrvFilterConfiguration configuration(parameters);
-            const auto enabled = item.find("enabled");
-            configuration.Enable(enabled == item.end() || !enabled->is_boolean() || enabled->get<bool>());
-            read.push_back(std::move(configuration));
+        bool isWhole = true;
+        std::vector<OrvFilterConfiguration> read =
+            ReadList(*filter, entry["configurations"], isWhole, problems);
+        if (filter->HasSingleConfiguration() && read.size() != 1) {
+            if (isWhole)
+                problems.push_back(name + ": has one configuration, not " +
+                                   ToString(static_cast<int>(read.size())));
+            continue;
         }
-        if (read.empty() && !entry["configurations"].empty()) continue;
+        if (!isWhole) {
+            // What could be read joins what is there instead of replacing it.
+            std::vector<OrvFilterConfiguration> joined = filter->GetConfigurations();
+            for (OrvFilterConfiguration& configuration : read)
+                if (!Holds(joined, configuration.GetParameters())) joined.push_back(std::move(configuration));
+            read = std::move(joined);
+        }
         const auto active = entry.find("active");
         const int index = active != entry.end() && active->is_number_integer() ? active->get<int>() : 0;
         filter->EditConfigurations([&](std::vector<OrvFilterConfiguration>& configurations, int& current) {
@@ -79,7 +124,7 @@ void OrvFilterStore::FromJson(OrvContext& context, const Json& json, std::vector
                     if (old.GetParameters() == configuration.GetParameters())
                         configuration.SetFilterStatus(old.GetFilterStatus());
             configurations = std::move(read);
-            current = index;
+            if (isWhole) current = index;
         });
     }
 }

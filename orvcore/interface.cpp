@@ -41,15 +41,26 @@ OrvInterface::Private::Private(OrvContext& owner)
 OrvInterface::OrvInterface()
     : m_context(std::make_unique<OrvContext>()), m(std::make_unique<Private>(*m_context)) {
     theInterface = this;
+    LoadSettings();
+}
+
+void OrvInterface::LoadSettings() {
+    const std::string path = OrvFilterStore::SettingsPath();
+    if (!FileExists(path)) return;
+    std::vector<std::string> problems;
     try {
-        if (FileExists(OrvFilterStore::SettingsPath())) {
-            std::vector<std::string> problems;
-            OrvFilterStore::FromJson(*m_context, JsonFromText(ReadFile(OrvFilterStore::SettingsPath())),
-                                     problems);
-        }
-    } catch (const std::exception&) {
-        // Damaged settings are as good as none; they are written again with the next change.
+        OrvFilterStore::FromJson(*m_context, JsonFromText(ReadFile(path)), problems);
+        for (OrvFilter* filter : GetFilters())
+            filter->SetRequested(filter->GetActiveConfiguration(),
+                                 filter->GetConfigurationParams(filter->GetActiveConfiguration()),
+                                 filter->GetPostProcessingPrototype());
+    } catch (const ZorException& exception) {
+        problems.push_back(exception.GetMessage());
     }
+    if (problems.empty()) return;
+    // The next change writes the file anew. What could not be read is kept beside it.
+    std::error_code ignored;
+    std::filesystem::copy_file(path, path + ".bak", std::filesystem::copy_options::skip_existing, ignored);
 }
 
 OrvInterface::~OrvInterface() {
@@ -105,15 +116,22 @@ OrvFilePtr OrvInterface::GetFile(OrvFileId slot) const {
 }
 
 void OrvInterface::SetFile(const wxString& path, OrvFileId slot) {
-    m->Push(OrvCommand::Kind::Slot, [this, path = PathFromWx(path), slot](const OrvJob& job) {
+    OrvCommand command;
+    command.kind = OrvCommand::Kind::Slot;
+    // Holding down a navigation key asks for the same file many times.
+    command.replacesSlot = slot;
+    command.run = [this, path = PathFromWx(path), slot](const OrvJob& job) {
         m->LoadSlot(slot, path, job);
         m->RunActive(false, job);
-    });
+    };
+    command.fail = [this](int error, const std::string& message) { m->TellFailure(error, message); };
+    m->queue.Push(std::move(command));
 }
 
 void OrvInterface::SwitchFiles() {
     m->Push(OrvCommand::Kind::Slot, [this](const OrvJob& job) {
         m->slots.Switch();
+        m->TellFilters();
         m->ChangeProject([](OrvProject& project) {
             const std::string path = project.GetFilePath(OrvEvidence);
             const std::string sha256 = project.GetFileSha256(OrvEvidence);
@@ -128,6 +146,7 @@ void OrvInterface::SwitchFiles() {
 void OrvInterface::EnableReference(bool enabled) {
     m->Push(OrvCommand::Kind::Slot, [this, enabled](const OrvJob& job) {
         m->slots.EnableReference(enabled);
+        m->TellFilters();
         m->RunActive(false, job);
     });
 }
@@ -172,13 +191,16 @@ VecVecParameter OrvInterface::GetProgramOptions() const {
 
 void OrvInterface::SetProgramOptions(const VecVecParameter& options) {
     m->options.Set(options);
-    m->Push(OrvCommand::Kind::Other, [this](const OrvJob&) { m->options.Save(); });
+    m->Push(
+        OrvCommand::Kind::Other, [this](const OrvJob&) { m->options.Save(); }, true);
 }
 
 // --- worker ---
 
-void OrvInterface::Private::Push(OrvCommand::Kind kind, std::function<void(const OrvJob&)> run) {
+void OrvInterface::Private::Push(OrvCommand::Kind kind, std::function<void(const OrvJob&)> run,
+                                 bool mustRun) {
     OrvCommand command;
+    command.mustRun = mustRun;
     command.kind = kind;
     command.run = std::move(run);
     command.fail = [this](int error, const std::string& message) { TellFailure(error, message); };
@@ -191,6 +213,12 @@ void OrvInterface::Private::Tell(OrvEventId id, const std::string& text) {
     port.Post(std::move(event), true);
 }
 
+void OrvInterface::Private::TellFolder(const std::string& folder) {
+    auto event = std::make_unique<OrvCommandEvent>(OrvEventDumpEmbeddedJpgs);
+    event->SetPath(folder);
+    port.Post(std::move(event), true);
+}
+
 void OrvInterface::Private::TellFailure(int error, const std::string& message) {
     auto event = std::make_unique<OrvCommandEvent>(OrvEventActionCompleted);
     event->SetError(error, message);
@@ -199,11 +227,16 @@ void OrvInterface::Private::TellFailure(int error, const std::string& message) {
 }
 
 void OrvInterface::Private::LoadSlot(OrvFileId slot, const std::string& path, const OrvJob& job) {
-    OrvFilePtr file;
-    if (!path.empty()) {
-        job.SetProgress(0.0, "Reading " + ToValidUtf8(PathName(path)));
-        file = OrvLoadedFile::Load(path, options.GetMaximumFileBytes(), job);
-    }
+    SetSlot(slot, ReadForSlot(path, job));
+}
+
+OrvFilePtr OrvInterface::Private::ReadForSlot(const std::string& path, const OrvJob& job) const {
+    if (path.empty()) return nullptr;
+    job.SetProgress(0.0, "Reading " + ToValidUtf8(PathName(path)));
+    return OrvLoadedFile::Load(path, options.GetMaximumFileBytes(), job);
+}
+
+void OrvInterface::Private::SetSlot(OrvFileId slot, const OrvFilePtr& file) {
     slots.Set(slot, file);
     // Choosing a reference means wanting to see it.
     if (slot == OrvReference && file) slots.EnableReference(true);
@@ -211,6 +244,12 @@ void OrvInterface::Private::LoadSlot(OrvFileId slot, const std::string& path, co
         changed.SetFile(slot, file ? file->GetPath() : std::string(),
                         file ? file->GetSha256() : std::string());
     });
+    TellFilters();
+}
+
+void OrvInterface::Private::TellFilters() {
+    const OrvFilePtr files[kFileSlots] = {slots.GetActive(OrvEvidence), slots.GetActive(OrvReference)};
+    for (OrvFilter* filter : context.GetFilters()) filter->SetFiles(files);
 }
 
 void OrvInterface::Private::RefuseLoadedFile(const std::string& path) const {

@@ -137,6 +137,8 @@ class OrvInterface {
     OrvContext& GetContext() { return *m_context; }
 
   private:
+    void LoadSettings();
+
     struct Private;
     std::unique_ptr<OrvContext> m_context;
     std::unique_ptr<Private> m;

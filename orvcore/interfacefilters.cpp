@@ -43,16 +43,23 @@ bool OrvInterface::ActivateFilter(OrvFilter* filter, int configuration) {
                                 : !request.file[OrvEvidence] && !request.file[OrvReference];
     if (isKnown) {
         filter->SetRequested(configuration, input, post);
+        filter->SetError({});  // of another configuration; this one has its result
         return false;
     }
     Configure(filter, configuration, input, post, false);
     return true;
 }
 
-void OrvInterface::ReprocessCurrent(OrvFileId) {
-    m->Push(OrvCommand::Kind::Other, [this](const OrvJob& job) {
+void OrvInterface::ReprocessCurrent(OrvFileId slot) {
+    m->Push(OrvCommand::Kind::Other, [this, slot](const OrvJob& job) {
+        const OrvFilePtr file = m->slots.GetActive(slot);
+        OrvFilter* filter = GetActiveFilter();
+        if (file && filter != nullptr) {
+            m->cache.Forget(*filter, *file, filter->GetParametersInput());
+            filter->ForgetFile(file);
+        }
         m->Tell(OrvEventReprocessCurrent);
-        m->RunActive(true, job);
+        m->RunActive(false, job);
     });
 }
 

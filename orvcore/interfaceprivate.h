@@ -28,12 +28,17 @@ struct OrvInterface::Private {
     OrvCommandQueue queue;  // last: its thread ends before anything that it touches
 
     // Queues a request whose failure is told by an action-completed event.
-    void Push(OrvCommand::Kind kind, std::function<void(const OrvJob&)> run);
+    // mustRun: also when the program ends meanwhile.
+    void Push(OrvCommand::Kind kind, std::function<void(const OrvJob&)> run, bool mustRun = false);
 
     // --- worker ---
     void Tell(OrvEventId id, const std::string& text = {});
+    void TellFolder(const std::string& folder);  // of what was extracted; "" when nothing was found
     void TellFailure(int error, const std::string& message);
     void LoadSlot(OrvFileId slot, const std::string& path, const OrvJob& job);  // "" empties it; no events
+    OrvFilePtr ReadForSlot(const std::string& path, const OrvJob& job) const;   // null for ""
+    void SetSlot(OrvFileId slot, const OrvFilePtr& file);
+    void TellFilters();  // which files count now; after every change of the slots
     // Runs the filter and tells the window; never throws, a failure is told as an interrupted configuration.
     void RunFilter(OrvFilter& filter, const VecParameter& input, const VecParameter& post, bool force,
                    const OrvJob& job);

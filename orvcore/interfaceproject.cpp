@@ -21,6 +21,7 @@ OrvProject OrvInterface::GetProject() const {
 void OrvInterface::NewProject() {
     m->Push(OrvCommand::Kind::Project, [this](const OrvJob& job) {
         for (const OrvFileId slot : {OrvEvidence, OrvReference}) m->slots.Set(slot, nullptr);
+        m->TellFilters();
         {
             const std::lock_guard lock(m->mutex);
             m->project = OrvProject();
@@ -45,8 +46,9 @@ void OrvInterface::LoadProject(const wxString& path) {
         // A file that is missing or has changed does not keep the rest of the case from being opened, but it
         // is told.
         std::string problems;
+        OrvFilePtr files[kFileSlots];
         for (const OrvFileId slot : {OrvEvidence, OrvReference}) {
-            OrvFilePtr file;
+            OrvFilePtr& file = files[slot];
             const std::string& filePath = loaded.GetFilePath(slot);
             try {
                 if (!filePath.empty())
@@ -60,9 +62,10 @@ void OrvInterface::LoadProject(const wxString& path) {
                 problems += "\"" + ToValidUtf8(filePath) +
                             "\" has changed since the project was saved: its SHA-256 was " +
                             loaded.GetFileSha256(slot) + " and is now " + file->GetSha256() + ".\n";
-            m->slots.Set(slot, file);
         }
+        for (const OrvFileId slot : {OrvEvidence, OrvReference}) m->slots.Set(slot, files[slot]);
         m->slots.EnableReference(true);
+        m->TellFilters();
         {
             const std::lock_guard lock(m->mutex);
             m->project = loaded;
@@ -75,17 +78,20 @@ void OrvInterface::LoadProject(const wxString& path) {
 }
 
 void OrvInterface::SaveProject(const wxString& path) {
-    m->Push(OrvCommand::Kind::Project, [this, path = PathFromWx(path)](const OrvJob&) {
-        m->RefuseLoadedFile(path);
-        OrvProject saved = GetProject();
-        WriteFile(path, saved.ToText());
-        {
-            const std::lock_guard lock(m->mutex);
-            m->project.SetPath(path);
-            m->project.SetSaved(true);
-        }
-        m->Tell(OrvEventSaveProject);
-    });
+    m->Push(
+        OrvCommand::Kind::Project,
+        [this, path = PathFromWx(path)](const OrvJob&) {
+            m->RefuseLoadedFile(path);
+            OrvProject saved = GetProject();
+            WriteFile(path, saved.ToText());
+            {
+                const std::lock_guard lock(m->mutex);
+                m->project.SetPath(path);
+                m->project.SetSaved(true);
+            }
+            m->Tell(OrvEventSaveProject);
+        },
+        true);
 }
 
 void OrvInterface::AddBookmark(const wxString& name, const wxString& note) {
@@ -143,11 +149,15 @@ void OrvInterface::ShowBookmark(int index) {
             ZOR_THROW(Argument, "The bookmark \"" + bookmark.name +
                                     "\" was made with a filter that is not known here (" +
                                     ToValidUtf8(bookmark.filterId) + ").");
+        // Both files are read before either slot changes: a missing one leaves everything as it was.
+        OrvFilePtr files[kFileSlots];
         for (const OrvFileId slot : {OrvEvidence, OrvReference}) {
-            const OrvFilePtr file = m->slots.Get(slot);
-            if ((file ? file->GetPath() : std::string()) != bookmark.path[slot])
-                m->LoadSlot(slot, bookmark.path[slot], job);
+            files[slot] = m->slots.Get(slot);
+            if ((files[slot] ? files[slot]->GetPath() : std::string()) != bookmark.path[slot])
+                files[slot] = m->ReadForSlot(bookmark.path[slot], job);
         }
+        for (const OrvFileId slot : {OrvEvidence, OrvReference})
+            if (files[slot] != m->slots.Get(slot)) m->SetSlot(slot, files[slot]);
         VecParameter input = filter->GetInputPrototype();
         VecParameter post = filter->GetPostProcessingPrototype();
         std::vector<std::string> problems;
@@ -156,6 +166,9 @@ void OrvInterface::ShowBookmark(int index) {
         m_context->SetActiveFilter(filter);
         filter->SetRequested(-1, input, post);
         m->RunFilter(*filter, input, post, false, job);
+        if (!problems.empty())
+            ZOR_THROW(Format, "The bookmark \"" + bookmark.name + "\" was shown, but not as it was made:\n" +
+                                  Join(problems, "\n"));
     });
 }
 
@@ -166,14 +179,13 @@ void OrvInterface::GenerateReport(const wxString& path) {
 
 void OrvInterface::DumpEmbeddedJpgs(const wxString& path) {
     m->Push(OrvCommand::Kind::Other, [this, path = PathFromWx(path)](const OrvJob& job) {
-        m->Tell(OrvEventDumpEmbeddedJpgs, ExtractEmbeddedJpegs(path, m->options.GetMaximumFileBytes(), job));
+        m->TellFolder(ExtractEmbeddedJpegs(path, m->options.GetMaximumFileBytes(), job));
     });
 }
 
 void OrvInterface::DumpImagesFromPdf(const wxString& path, const VecParameter& parameters) {
     m->Push(OrvCommand::Kind::Other, [this, path = PathFromWx(path), parameters](const OrvJob& job) {
-        m->Tell(OrvEventDumpEmbeddedJpgs,
-                ExtractPdfImages(path, parameters, m->options.GetMaximumFileBytes(), job));
+        m->TellFolder(ExtractPdfImages(path, parameters, m->options.GetMaximumFileBytes(), job));
     });
 }
 
@@ -207,6 +219,22 @@ void OrvInterface::CallGenericAction(OrvActionId action, const wxString& name,
 
 // --- worker ---
 
+namespace {
+
+// Whether the filter is in use with the values it would be run with: those of a configuration that is switched on, or values of
+// the user's own in a filter that has any configuration switched on.
+bool IsWanted(const OrvFilter& filter) {
+    const VecParameter requested = filter.GetParametersInput();
+    bool isAnyEnabled = false;
+    for (const OrvFilterConfiguration& configuration : filter.GetConfigurations()) {
+        if (configuration.GetParameters() == requested) return configuration.IsEnabled();
+        isAnyEnabled = isAnyEnabled || configuration.IsEnabled();
+    }
+    return isAnyEnabled;
+}
+
+}  // namespace
+
 void OrvInterface::Private::GenerateReport(std::string path, const OrvJob& job) {
     if (!slots.Get(OrvEvidence) && !slots.Get(OrvReference))
         ZOR_THROW(Argument, "There is nothing to report: load an evidence image first.");
@@ -231,8 +259,7 @@ void OrvInterface::Private::GenerateReport(std::string path, const OrvJob& job) 
     const std::vector<OrvFilter*> filters = context.GetFilters();
     for (std::size_t i = 0; i < filters.size(); ++i) {
         OrvFilter& filter = *filters[i];
-        if (filter.GetPageKind() == OrvPageKind::Summary || filter.GetConfigurationsSize() == 0) continue;
-        if (!filter.IsConfigurationEnabled(filter.GetActiveConfiguration())) continue;
+        if (filter.GetPageKind() == OrvPageKind::Summary || !IsWanted(filter)) continue;
         job.SetProgress(static_cast<double>(i) / static_cast<double>(filters.size()), filter.GetNameUtf8());
         OrvReportSection section;
         section.filter = &filter;
@@ -247,7 +274,11 @@ void OrvInterface::Private::GenerateReport(std::string path, const OrvJob& job) 
         report.sections.push_back(std::move(section));
     }
     WriteFile(path, BuildHtmlReport(report));
-    Tell(OrvEventGenerateReport, isDefault && !options.OpensReports() ? std::string() : path);
+    auto event = std::make_unique<OrvCommandEvent>(OrvEventGenerateReport);
+    // The message names the report; the event's string asks for it to be opened.
+    event->SetError(0, ToValidUtf8(path));
+    event->SetPath(!isDefault || options.OpensReports() ? path : std::string());
+    port.Post(std::move(event), true);
 }
 
 void OrvInterface::Private::SaveResult(OrvFilter* filter, const Image& image, const std::string& path,

@@ -27,13 +27,21 @@ OrvFilePtr OrvLoadedFile::Load(const std::string& path, std::uint64_t maximumByt
         ZOR_THROW(File, "\"" + ToValidUtf8(path) + "\" has " + FormatFileSize(facts->size) +
                             ". The largest file to open is set to " + FormatFileSize(maximumBytes) +
                             "; it can be raised in the program options.");
-    file->m_bytes = ReadFileBytes(path);
+    Sha256Stream sha256;
+    const std::size_t size =
+        ReadFileInto(path, file->m_bytes, maximumBytes, [&](std::span<const std::uint8_t> piece) {
+            job.CheckAbort();
+            sha256.Add(piece);
+        });
+    file->m_bytes.resize(size);
+    file->m_bytes.shrink_to_fit();
     // The facts are taken after reading: they describe the state that was read, as far as the system can
     // tell.
     if (const auto facts = GetFileFacts(path)) file->m_facts = *facts;
     file->m_facts.size = file->m_bytes.size();
-    job.CheckAbort();
-    file->m_sha256 = Sha256(std::span<const std::uint8_t>(file->m_bytes));
+    file->m_sha256 = sha256.Finish();
+    // Read here, on the worker: whoever paints asks for it.
+    file->GetInfo();
     return file;
 }
 
@@ -46,7 +54,8 @@ const FileHashes& OrvLoadedFile::GetHashes(const OrvJob& job) const {
 }
 
 const ImageInfo& OrvLoadedFile::GetInfo() const {
-    const std::lock_guard lock(m_lazyMutex);
+    // Not the lock that decoding holds for as long as it takes.
+    const std::lock_guard lock(m_infoMutex);
     if (!m_info) m_info = std::make_unique<ImageInfo>(ReadImageInfo(m_bytes));
     return *m_info;
 }

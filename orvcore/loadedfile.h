@@ -43,6 +43,7 @@ class OrvLoadedFile {
     FileFacts m_facts;
     std::string m_sha256;
     mutable std::mutex m_lazyMutex;
+    mutable std::mutex m_infoMutex;
     mutable std::unique_ptr<FileHashes> m_hashes;
     mutable std::unique_ptr<ImageInfo> m_info;
     mutable std::shared_ptr<const DecodedImage> m_decoded;

@@ -70,7 +70,6 @@ int OrvSlots::IndexOf(const Slot& slot) {
 }
 
 void OrvSlots::RefreshList(OrvFileId id) {
-    std::string folder;
     std::string path;
     {
         const std::lock_guard lock(m_mutex);
@@ -81,10 +80,16 @@ void OrvSlots::RefreshList(OrvFileId id) {
             return;
         }
         path = slot.file->GetPath();
-        folder = PathFolder(path);
+    }
+    // Outside the lock: a folder far away may take its time, and the window asks for names meanwhile.
+    const std::string folder = PathFolder(path);
+    const auto facts = GetFileFacts(folder);
+    const std::time_t modified = facts ? facts->modified : 0;
+    {
+        const std::lock_guard lock(m_mutex);
+        Slot& slot = m_slots[id];
+        if (!slot.file || slot.file->GetPath() != path) return;
         slot.index = IndexOf(slot);
-        const auto facts = GetFileFacts(folder);
-        const std::time_t modified = facts ? facts->modified : 0;
         if (slot.list && slot.listFolder == folder && slot.listModified == modified && slot.index >= 0)
             return;
         if (slot.listFolder != folder) slot.list.reset();

@@ -68,11 +68,13 @@ TEST_F(FilterStore, WhatIsKnownIsTakenAndTheRestIsNamedOnce) {
     for (const char* part :
          {"a.zof", "no-such-filter", "sharpness", "value", "without parameters", "File Format"})
         EXPECT_THAT(told, HasSubstr(part));
-    ASSERT_EQ(probe->GetConfigurationsSize(), 3);
-    EXPECT_EQ(ValueOf(0), 5);
-    EXPECT_EQ(ValueOf(1), 0) << "what does not fit keeps its default";
-    EXPECT_EQ(ValueOf(2), 0);
-    EXPECT_EQ(probe->GetActiveConfiguration(), 2) << "an index beyond the end is the last one";
+    ASSERT_EQ(probe->GetConfigurationsSize(), 2) << "what could be read joins what was there";
+    EXPECT_EQ(ValueOf(0), 0);
+    EXPECT_EQ(ValueOf(1), 5);
+    EXPECT_EQ(probe->GetActiveConfiguration(), 0) << "the damaged list does not choose";
+    LoadText(File(
+        R"({"probe": {"active": 7, "configurations": [{"parameters": {"value": 5}}, {"parameters": {}}]}})"));
+    EXPECT_EQ(probe->GetActiveConfiguration(), 1) << "an index beyond the end is the last one";
 }
 
 TEST_F(FilterStore, AFileThatIsNoneChangesNothing) {
@@ -88,7 +90,6 @@ TEST_F(FilterStore, AFileThatIsNoneChangesNothing) {
         {R"({"format":"orvane-project","version":1,"filters":{}})", "not a file of filter configurations"},
         {File("[]"), "not a file of filter configurations"},
         {File("{}", "\"1\""), "not a file of filter configurations"},
-        {File(R"({"probe": {"configurations": [{"parameters": {"value": 5}}]}})", "2"), "newer version"},
         {File("{}", "4294967297"), "newer version"},
         {File("{}", "18446744073709551615"), "newer version"},
         {std::string(100000, '['), "not loaded"},
@@ -102,6 +103,27 @@ TEST_F(FilterStore, AFileThatIsNoneChangesNothing) {
     // Not one of these is readable as a list: what was configured stays.
     EXPECT_THAT(LoadText(File(R"({"probe": {"configurations": [1, 2]}})")), HasSubstr("without parameters"));
     EXPECT_EQ(probe->GetConfigurationsSize(), 2);
+}
+
+TEST_F(FilterStore, WhatCanBeReadOfADamagedOrNewerFileJoinsWhatIsThere) {
+    VecParameter parameters = probe->GetInputPrototype();
+    parameters[0].SetValue(42);
+    core->AddFilterConfiguration(probe, parameters, 0);
+    // A neighbour that cannot be read, and one of which no value is known.
+    LoadText(File(
+        R"({"probe": {"configurations": [7, {"parameters": {"colour": 1}}, {"parameters": {"value": 5}}]}})"));
+    ASSERT_EQ(probe->GetConfigurationsSize(), 3);
+    EXPECT_EQ(ValueOf(0), 42);
+    EXPECT_EQ(ValueOf(2), 5);
+    const std::string newer = File(R"({"probe": {"configurations": [{"parameters": {"value": 6}}]}})", "2");
+    EXPECT_THAT(LoadText(newer), HasSubstr("newer version"));
+    ASSERT_EQ(probe->GetConfigurationsSize(), 1);
+    EXPECT_EQ(ValueOf(0), 6);
+    // The same parameters a thousand times are one configuration.
+    std::string many;
+    for (int i = 0; i < 1000; ++i) many += std::string(i > 0 ? "," : "") + R"({"parameters": {"value": 9}})";
+    LoadText(File(R"({"probe": {"configurations": [)" + many + "]}}"));
+    EXPECT_EQ(probe->GetConfigurationsSize(), 1);
 }
 
 TEST_F(FilterStore, DamagedSettingsDoNotKeepTheProgramFromStarting) {

@@ -109,6 +109,41 @@ TEST_F(Worker, FailureKeepsThePreviousResultAndIsTold) {
     EXPECT_TRUE(probe->GetErrorMessage().empty());
 }
 
+TEST_F(Worker, NothingIsAnsweredForFilesThatHaveBeenReplaced) {
+    Load(folder.WritePicture("a.png"));
+    ASSERT_NE(probe->GetResult(), nullptr);
+    probe->fails = true;
+    Load(folder.WritePicture("b.png", 20));
+    EXPECT_EQ(probe->GetResult(), nullptr) << "the result is of another file";
+    EXPECT_FALSE(probe->GetParametersOutput().Find("file")->IsSet());
+    probe->fails = false;
+    Load("");
+    EXPECT_TRUE(probe->GetErrorMessage().empty()) << "an error of a file that is gone";
+}
+
+TEST_F(Worker, ReprocessingOneSlotComputesThatFileOnly) {
+    Load(folder.WritePicture("a.png"));
+    Load(folder.WritePicture("b.png", 20), OrvReference);
+    probe->runs = 0;
+    core->ReprocessCurrent(OrvReference);
+    ASSERT_TRUE(sink.PumpUntilIdle());
+    EXPECT_EQ(probe->runs, 1);
+    EXPECT_EQ(probe->GetParametersOutput().Find("file")->GetValueAsString(true), "b.png");
+}
+
+TEST_F(Worker, SavesAreCarriedOutWhenTheProgramEnds) {
+    Load(folder.WritePicture("a.png"));
+    const std::string project = folder / "case.zop";
+    probe->sleepMs = 5000;
+    const int started = probe->started;
+    Configure(3);
+    ASSERT_TRUE(sink.PumpUntil([&] { return probe->started > started; }));
+    core->SaveProject(PathToWx(project));
+    core->SetFile("", OrvEvidence);
+    core.reset();
+    EXPECT_TRUE(FileExists(project));
+}
+
 TEST_F(Worker, ASnapshotOutlivesItsSlot) {
     Load(folder.WritePicture("a.png"));
     const OrvFilePtr held = core->GetFile(OrvEvidence);
