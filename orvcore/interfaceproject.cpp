@@ -275,9 +275,10 @@ void OrvInterface::Private::GenerateReport(std::string path, const OrvJob& job) 
     }
     WriteFile(path, BuildHtmlReport(report));
     auto event = std::make_unique<OrvCommandEvent>(OrvEventGenerateReport);
-    // The message names the report; the event's string asks for it to be opened.
-    event->SetError(0, ToValidUtf8(path));
-    event->SetPath(!isDefault || options.OpensReports() ? path : std::string());
+    // The string asks for the report to be opened; a report that is not is told as a message.
+    const bool opens = !isDefault || options.OpensReports();
+    event->SetPath(opens ? path : std::string());
+    event->SetError(0, opens ? std::string() : ToValidUtf8(path));
     port.Post(std::move(event), true);
 }
 

@@ -116,3 +116,28 @@ TEST_F(Interface, EveryRealFileIsOpenedAndLeftAsItIs) {
     }
     EXPECT_THAT(failures, testing::IsEmpty());
 }
+
+TEST_F(Interface, AReportIsOpenedOrItsPlaceIsTold) {
+    Load(folder.WritePicture("a.png"));
+    std::string opened;
+    std::string told;
+    sink.handle = [&](OrvCommandEvent& event) {
+        if (event.GetId() == OrvEventGenerateReport) {
+            opened = PathFromWx(event.GetString());
+            told = FromWx(event.GetMessage());
+        }
+        core->PostResponse();
+    };
+    core->GenerateReport();
+    ASSERT_TRUE(sink.PumpUntilIdle());
+    EXPECT_TRUE(FileExists(opened)) << opened;
+    EXPECT_EQ(told, "");
+    VecVecParameter options = core->GetProgramOptions();
+    for (VecParameter& group : options)
+        if (Parameter* option = group.Find("openReports")) option->SetValue(false);
+    core->SetProgramOptions(options);
+    core->GenerateReport();
+    ASSERT_TRUE(sink.PumpUntilIdle());
+    EXPECT_EQ(opened, "");
+    EXPECT_TRUE(FileExists(told)) << told;
+}
