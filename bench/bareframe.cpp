@@ -43,7 +43,8 @@ wxPanel* TreePane(wxWindow* parent, int buttons, int items) {
     auto* panel = new wxPanel(parent);
     auto* column = new wxBoxSizer(wxVERTICAL);
     column->Add(ButtonStrip(panel, buttons, false));
-    auto* tree = new wxTreeCtrl(panel, wxID_ANY, wxDefaultPosition, wxSize(200, 200), wxTR_DEFAULT_STYLE | wxTR_HIDE_ROOT);
+    auto* tree = new wxTreeCtrl(panel, wxID_ANY, wxDefaultPosition, wxSize(200, 200),
+                                wxTR_DEFAULT_STYLE | wxTR_HIDE_ROOT);
     const wxTreeItemId root = tree->AddRoot("");
     for (int i = 0; i < items; ++i) tree->AppendItem(root, wxString::Format("Entry %d", i));
     column->Add(tree, 1, wxEXPAND);

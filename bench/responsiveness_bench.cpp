@@ -57,7 +57,8 @@ class BenchApp : public wxApp {
 
   private:
     void Prepare() {
-        const std::vector<std::uint8_t> small = EncodeImage(Image(cv::Mat(8, 8, CV_8UC3, cv::Scalar(40, 90, 200))), "png");
+        const std::vector<std::uint8_t> small =
+            EncodeImage(Image(cv::Mat(8, 8, CV_8UC3, cv::Scalar(40, 90, 200))), "png");
         for (int i = 0; i < kFiles; ++i)
             WriteFile(m_folder / ("picture" + ToString(i) + ".png"), std::string(small.begin(), small.end()));
         cv::Mat large(8660, 11550, CV_8UC3);
@@ -77,8 +78,8 @@ class BenchApp : public wxApp {
         if (++m_quiet < 8) return;
         m_quiet = 0;
         if (m_next > 0 && m_pulse.IsRunning()) {
-            std::printf("%-20s longest stretch without the event loop: %.1f ms (goal: at most 50)\n", m_name.c_str(),
-                        m_pulse.LongestMs());
+            std::printf("%-20s longest stretch without the event loop: %.1f ms (goal: at most 50)\n",
+                        m_name.c_str(), m_pulse.LongestMs());
             std::fflush(stdout);
         }
         static const char* const kFilters[] = {"file-format", "visual-inspection"};

@@ -30,7 +30,8 @@ double Measure(const std::string& program) {
     close(pipeEnds[1]);
     std::string text;
     char buffer[256];
-    for (ssize_t count; (count = read(pipeEnds[0], buffer, sizeof buffer)) > 0;) text.append(buffer, static_cast<std::size_t>(count));
+    for (ssize_t count; (count = read(pipeEnds[0], buffer, sizeof buffer)) > 0;)
+        text.append(buffer, static_cast<std::size_t>(count));
     close(pipeEnds[0]);
     waitpid(child, nullptr, 0);
     const long long painted = std::atoll(text.c_str());
@@ -61,7 +62,8 @@ int main(int, char** argv) {
         bare.push_back(a);
         workstation.push_back(b);
     }
-    std::printf("exec to first paint, median of %zu: bare frame %.1f ms, workstation %.1f ms, ratio %.2f (goal: at most 1.50)\n",
-                bare.size(), Median(bare), Median(workstation), Median(workstation) / Median(bare));
+    std::printf(
+        "exec to first paint, median of %zu: bare frame %.1f ms, workstation %.1f ms, ratio %.2f (goal: at most 1.50)\n",
+        bare.size(), Median(bare), Median(workstation), Median(workstation) / Median(bare));
     return 0;
 }

@@ -118,6 +118,9 @@ void OrvFilter::Merge(const OrvSlotResult* evidence, const OrvSlotResult* refere
         if (evidence != nullptr) output[i].Set(evidence->output[i]);
         if (reference != nullptr && reference->output[i].IsSet())
             output[i].SetReferenceFrom(reference->output[i]);
+        // A text that only the evidence has differs from the reference's, which is empty.
+        if (reference != nullptr && output[i].IsSet() && !output[i].IsRefSet())
+            output[i].SetReference(std::string());
     }
 }
 

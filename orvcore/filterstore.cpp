@@ -65,6 +65,7 @@ std::string OrvFilterStore::SettingsPath() {
 Json OrvFilterStore::ToJson(const OrvContext& context) {
     Json filters = Json::object();
     for (OrvFilter* filter : context.GetFilters()) {
+        if (filter->GetPageKind() == OrvPageKind::Summary) continue;  // belongs to the window, runs nothing
         if (filter->HasSingleConfiguration() && filter->GetInputPrototype().empty() &&
             filter->IsConfigurationEnabled(0))
             continue;

@@ -17,9 +17,7 @@ bool Survives(const Bytes& bytes, const std::string& name) {
     struct Watch {
         const std::string& name;
         std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
-        ~Watch() {
-            EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5)) << name;
-        }
+        ~Watch() { EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5)) << name; }
     } watch{name};
     ReadImageInfo(bytes);
     try {
