@@ -137,7 +137,7 @@ void OrvMainFrame::OnCommandReprocessCurrent(OrvCommandEvent&) {
 
 void OrvMainFrame::OnCommandDumpEmbeddedJpgs(OrvCommandEvent& event) {
     DestroyProgress();
-    const wxString folder = event.GetString();
+    const wxString& folder = event.GetString();
     wxString message = _("No embedded images found in file");
     m_core->PostResponse();
     if (!folder.empty()) message = wxString::Format(_("Embedded images saved in folder %s"), folder);
@@ -177,7 +177,7 @@ void OrvMainFrame::OnCommandGenerateReport(OrvCommandEvent& event) {
     m_filtersPanel->UpdateTreebook(true);
     RefreshShownSummary(nullptr);
     // A report that is not to be opened comes as a message, which stands in for the string that is missing.
-    const wxString report = event.GetString();
+    const wxString& report = event.GetString();
     const wxString message = event.GetMessage();
     if (!message.empty() && (report.empty() || report == message)) {
         TellWhereReportIs(message);

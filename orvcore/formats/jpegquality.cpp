@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 
@@ -74,7 +75,7 @@ std::string JpegQualityText(const JpegQuality& quality) {
     if (quality.quality == 0) return {};
     if (quality.isExact) return ToString(quality.quality);
     // Through whole tenths: the decimal sign must not follow the user's language.
-    const int tenths = static_cast<int>(quality.deviation * 10.0 + 0.5);
+    const int tenths = static_cast<int>(std::lround(quality.deviation * 10.0));
     return "about " + ToString(quality.quality) + " (deviation " + ToString(tenths / 10) + "." +
            ToString(tenths % 10) + ")";
 }

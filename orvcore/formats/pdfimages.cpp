@@ -159,7 +159,7 @@ class Dumper {
         Resources(dictionary.getKey("/Resources"));
     }
 
-    void WriteImage(QPDFObjectHandle stream) {
+    void WriteImage(const QPDFObjectHandle& stream) {
         const int id = stream.getObjectID();
         const bool isInline = m_stored.count(stream.getObjGen()) == 0;
         char number[64];

@@ -241,7 +241,7 @@ class Extractor {
 
 }  // namespace
 
-PdfImageFiles ExtractPdfImage(QPDFObjectHandle stream, const PdfDumpOptions& options,
+PdfImageFiles ExtractPdfImage(const QPDFObjectHandle& stream, const PdfDumpOptions& options,
                               const std::function<void()>& alive) {
     return Extractor(stream, options, alive).Run();
 }

@@ -22,5 +22,5 @@ struct PdfImageFiles {
 
 // Takes an image out of its stream in the form that DumpPdfImages promises. alive is called at least every megabyte of data and may
 // throw to stop; its exception arrives unchanged. What the library throws for damaged objects passes through.
-PdfImageFiles ExtractPdfImage(QPDFObjectHandle stream, const PdfDumpOptions& options,
+PdfImageFiles ExtractPdfImage(const QPDFObjectHandle& stream, const PdfDumpOptions& options,
                               const std::function<void()>& alive);

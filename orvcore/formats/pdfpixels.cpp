@@ -103,7 +103,7 @@ std::vector<std::vector<int>> ShownValues(const PdfSampling& s, int maximum) {
     const int stored = (1 << s.bits) - 1;
     std::vector<std::vector<int>> tables;
     for (int c = 0; c < s.components; ++c) {
-        const auto at = static_cast<std::size_t>(2 * c);
+        const auto at = 2 * static_cast<std::size_t>(c);
         const bool given = s.decode.size() >= at + 2;
         const double low = given ? s.decode[at] : 0;
         const double high = given ? s.decode[at + 1] : 1;
