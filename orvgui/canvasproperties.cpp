@@ -52,7 +52,7 @@ void CanvasProperties::SetImage2(const IplImage* image) {
 }
 
 wxImage CanvasProperties::GetWxImage() {
-    if (!m_wxImage.IsOk() && m_image.IsValid()) IplImageToWxImage(m_image, m_wxImage);
+    if (!m_wxImage.IsOk() && m_image.IsValid()) IplImageToWxImage(m_image.GetMat(), m_wxImage);
     return m_wxImage;
 }
 

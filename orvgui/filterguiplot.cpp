@@ -122,7 +122,7 @@ void OrvFilterGuiPlot::ConfigurePlot(PlotPanel* panel, OrvFileId slot) {
     OrvPlotData data;
     if (const OrvFilterPlot* filter = GetFilterPlot()) data = filter->GetPlotDataCopy(slot);
     wxImage picture;
-    if (data.image.IsValid()) IplImageToWxImage(data.image.ToColor(), picture);
+    if (data.image.IsValid()) IplImageToWxImage(data.image.ToColor().GetMat(), picture);
     wxString title = slot == OrvEvidence ? _("Evidence") : _("Reference");
     if (!data.text.empty()) title += ": " + Translated(data.text);
     panel->SetTexts(Translated(data.xLabel), Translated(data.yLabel), title);

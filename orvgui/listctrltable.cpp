@@ -140,8 +140,8 @@ const wxBitmap& ListCtrlTable::GetBitmap(int row, int col) {
     if (m_bitmaps.size() >= kKeptBitmaps) m_bitmaps.clear();
     wxImage picture;
     wxBitmap bitmap;
-    if (IplImageToWxImage(*image, picture) && picture.IsOk() && picture.GetWidth() <= kLargestPicture &&
-        picture.GetHeight() <= kLargestPicture)
+    if (IplImageToWxImage(image->GetMat(), picture) && picture.IsOk() &&
+        picture.GetWidth() <= kLargestPicture && picture.GetHeight() <= kLargestPicture)
         bitmap = wxBitmap(picture);
     return m_bitmaps.emplace(index, bitmap).first->second;
 }

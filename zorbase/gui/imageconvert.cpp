@@ -72,6 +72,6 @@ bool IplImageToWxImage(const IplImage* image, wxImage& out) {
     return true;
 }
 
-bool IplImageToWxImage(const Image& image, wxImage& out) {
-    return MatToWxImage(image.GetMat(), out);
+bool IplImageToWxImage(const cv::Mat& image, wxImage& out) {
+    return MatToWxImage(image, out);
 }

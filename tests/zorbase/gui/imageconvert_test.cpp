@@ -1,4 +1,5 @@
 #include "zorbase/gui/imageconvert.h"
+#include "zorimage/image.h"
 
 #include <gtest/gtest.h>
 
@@ -65,7 +66,7 @@ TEST(ImageConvert, EveryKindShowsItsColours) {
             wxImage out;
             ASSERT_TRUE(IplImageToWxImage(&source.Get(), out));
             wxImage fromImage;
-            ASSERT_TRUE(IplImageToWxImage(Image(&source.Get()), fromImage));
+            ASSERT_TRUE(IplImageToWxImage(Image(&source.Get()).GetMat(), fromImage));
             ASSERT_EQ(out.GetSize(), wxSize(kWidth, kHeight));
             EXPECT_FALSE(out.HasAlpha());
             for (int y = 0; y < kHeight; ++y) {
@@ -103,7 +104,7 @@ TEST(ImageConvert, RefusesWhatIsNoImage) {
     wxImage out(3, 3);
     EXPECT_FALSE(IplImageToWxImage(nullptr, out));
     EXPECT_FALSE(out.IsOk());
-    EXPECT_FALSE(IplImageToWxImage(Image(), out));
+    EXPECT_FALSE(IplImageToWxImage(cv::Mat(), out));
 
     const auto refused = [](void (*damage)(IplImage&)) {
         PaddedImage source(5, 4, 3, 8);
