@@ -97,16 +97,19 @@ Buffer ReadAll(const std::string& path) {
     }
 }
 
+enum class Readers { AsUsual, OwnerOnly };
+
 // A new empty file beside the target that nobody else has; removed again unless it was renamed. Created with
-// the user's own file mode, which mkstemp would narrow.
+// the user's own file mode, which mkstemp would narrow, or from the start for the owner alone.
 class TemporaryFile {
   public:
-    explicit TemporaryFile(const std::string& folder) {
+    TemporaryFile(const std::string& folder, Readers readers) {
         static std::atomic<unsigned> s_counter{0};
         do {
             m_path = PathJoin(
                 folder, ".orvane-" + std::to_string(getpid()) + "-" + std::to_string(s_counter++) + ".tmp");
-            m_fd = open(m_path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+            m_fd = open(m_path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
+                        readers == Readers::OwnerOnly ? 0600 : 0666);
         } while (m_fd < 0 && errno == EEXIST);
     }
     ~TemporaryFile() {
@@ -127,18 +130,18 @@ class TemporaryFile {
     bool m_renamed = false;
 };
 
-void WriteAll(const std::string& path, std::span<const char> content) {
+void WriteAll(const std::string& path, std::span<const char> content, Readers readers = Readers::AsUsual) {
     constexpr const char* kWhat = "Cannot write the file";
     if (HasNul(path)) Fail(kWhat, path, "the name holds a zero byte");
     const std::string parent = PathFolder(path);
     if (!parent.empty()) MakeFolder(parent);
     const std::string folder = parent.empty() ? "." : parent;
 
-    TemporaryFile temporary(folder);
+    TemporaryFile temporary(folder, readers);
     Descriptor file(temporary.Descriptor());
     if (!file.IsOpen()) Fail(kWhat, path, Reason(errno));
     struct stat old {};
-    if (lstat(path.c_str(), &old) == 0 && S_ISREG(old.st_mode) &&
+    if (readers == Readers::AsUsual && lstat(path.c_str(), &old) == 0 && S_ISREG(old.st_mode) &&
         fchmod(file.Get(), old.st_mode & 0777) != 0) {
         Fail(kWhat, path, Reason(errno));
     }
@@ -200,6 +203,10 @@ void WriteFile(const std::string& path, const std::string& content) {
 
 void WriteFile(const std::string& path, const Bytes& content) {
     WriteAll(path, std::span(reinterpret_cast<const char*>(content.data()), content.size()));
+}
+
+void WritePrivateFile(const std::string& path, const std::string& content) {
+    WriteAll(path, content, Readers::OwnerOnly);
 }
 
 std::optional<FileFacts> GetFileFacts(const std::string& path) {

@@ -28,6 +28,9 @@ std::size_t ReadFileInto(const std::string& path, Bytes& buffer, std::uint64_t m
 // one is there, also after a crash or on a full disk. WriteFile creates missing parent folders.
 void WriteFile(const std::string& path, const std::string& content);
 void WriteFile(const std::string& path, const Bytes& content);
+// The same for what only the user may read (keys, passwords): at no moment can another user open it, also where a file
+// of wider permissions stood before.
+void WritePrivateFile(const std::string& path, const std::string& content);
 
 // Facts about a file, nothing when there is none or it cannot be looked at.
 struct FileFacts {

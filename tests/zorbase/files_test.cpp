@@ -152,6 +152,23 @@ TEST(Files, WritingReplacesALinkAndKeepsTheMode) {
     EXPECT_EQ(facts.st_mode & 0777, 0640u);
 }
 
+TEST(Files, PrivateFilesAreTheOwnersAlone) {
+    const TemporaryFolder folder;
+    const std::string path = folder / "keys/service.key";
+    struct stat facts {};
+    // Whatever the user's own file mode is and whatever stood there before.
+    const mode_t before = umask(0);
+    WriteFile(path, std::string("old"));
+    ASSERT_EQ(stat(path.c_str(), &facts), 0);
+    EXPECT_EQ(facts.st_mode & 0777, 0666u);
+    WritePrivateFile(path, "secret");
+    umask(before);
+    ASSERT_EQ(stat(path.c_str(), &facts), 0);
+    EXPECT_EQ(facts.st_mode & 0777, 0600u);
+    EXPECT_EQ(ReadFile(path), "secret");
+    EXPECT_EQ(CountFiles(folder / "keys"), 1u);
+}
+
 TEST(Files, FoldersAreMadeAndRemovedButNeverThroughALink) {
     const TemporaryFolder folder;
     MakeFolder(folder / "a/b/c");
