@@ -233,7 +233,10 @@ void OrvInterface::Private::LoadSlot(OrvFileId slot, const std::string& path, co
 OrvFilePtr OrvInterface::Private::ReadForSlot(const std::string& path, const OrvJob& job) const {
     if (path.empty()) return nullptr;
     job.SetProgress(0.0, "Reading " + ToValidUtf8(PathName(path)));
-    return OrvLoadedFile::Load(path, options.GetMaximumFileBytes(), job);
+    OrvFilePtr file = OrvLoadedFile::Load(path, options.GetMaximumFileBytes(), job);
+    // Here, because the tools' dialogs ask on the GUI thread.
+    file->GetEvidenceFacts();
+    return file;
 }
 
 void OrvInterface::Private::SetSlot(OrvFileId slot, const OrvFilePtr& file) {

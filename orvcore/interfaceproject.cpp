@@ -51,8 +51,7 @@ void OrvInterface::LoadProject(const wxString& path) {
             OrvFilePtr& file = files[slot];
             const std::string& filePath = loaded.GetFilePath(slot);
             try {
-                if (!filePath.empty())
-                    file = OrvLoadedFile::Load(filePath, m->options.GetMaximumFileBytes(), job);
+                file = m->ReadForSlot(filePath, job);
             } catch (const ZorException& exception) {
                 if (exception.GetKind() == ZorException::Kind::Aborted) throw;
                 problems += exception.GetMessage() + "\n";

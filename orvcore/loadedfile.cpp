@@ -60,6 +60,13 @@ const ImageInfo& OrvLoadedFile::GetInfo() const {
     return *m_info;
 }
 
+const EvidenceFacts& OrvLoadedFile::GetEvidenceFacts() const {
+    const ImageInfo& info = GetInfo();
+    const std::lock_guard lock(m_infoMutex);
+    if (!m_evidenceFacts) m_evidenceFacts = std::make_unique<EvidenceFacts>(ReadEvidenceFacts(m_bytes, info));
+    return *m_evidenceFacts;
+}
+
 std::shared_ptr<const DecodedImage> OrvLoadedFile::GetDecoded(const OrvJob& job) const {
     const std::lock_guard lock(m_lazyMutex);
     if (!m_decoded) {

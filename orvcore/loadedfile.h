@@ -6,6 +6,7 @@
 #include <string>
 
 #include "orvcore/job.h"
+#include "orvcore/tools/evidencefacts.h"
 #include "zorbase/files.h"
 #include "zorbase/hash.h"
 #include "zorimage/imageio.h"
@@ -29,6 +30,8 @@ class OrvLoadedFile {
 
     const FileHashes& GetHashes(const OrvJob& job) const;
     const ImageInfo& GetInfo() const;
+    // Already worked out for a file in a slot, so that the GUI thread may ask.
+    const EvidenceFacts& GetEvidenceFacts() const;
 
     // The decoded picture, shared by everybody who asks. Throws ZorException when it cannot be decoded; an
     // aborted decode is tried again by the next caller.
@@ -46,6 +49,7 @@ class OrvLoadedFile {
     mutable std::mutex m_infoMutex;
     mutable std::unique_ptr<FileHashes> m_hashes;
     mutable std::unique_ptr<ImageInfo> m_info;
+    mutable std::unique_ptr<EvidenceFacts> m_evidenceFacts;
     mutable std::shared_ptr<const DecodedImage> m_decoded;
 };
 
