@@ -12,6 +12,7 @@
 #include "orvcore/fileid.h"
 #include "orvcore/progresshandler.h"
 #include "orvcore/project.h"
+#include "orvcore/tools/webtransfer.h"
 
 class OrvCommandQueue;
 class OrvSlots;
@@ -122,6 +123,8 @@ class OrvInterface {
     // extraction.
     void CopyFilesTo(const std::vector<std::string>& paths, const wxString& folder);
     void CallGenericAction(OrvActionId action, const wxString& name, const VecParameter& parameters);
+    // What that action would send where, to be asked about before it is called. Answers at once, from the options.
+    std::vector<WebTransfer> GetWebTransfers(OrvActionId action, const VecParameter& parameters) const;
 
     wxString GetFilterFileSelectorString() const;  // of the active filter's kind of result
     wxString GetExportFilename() const;

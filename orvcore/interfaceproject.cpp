@@ -216,6 +216,11 @@ void OrvInterface::CallGenericAction(OrvActionId action, const wxString& name,
     m->queue.Push(std::move(command));
 }
 
+std::vector<WebTransfer> OrvInterface::GetWebTransfers(OrvActionId action,
+                                                       const VecParameter& parameters) const {
+    return DescribeWebTransfers(action, parameters, m->options.GetWebServices());
+}
+
 // --- worker ---
 
 namespace {

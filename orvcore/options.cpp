@@ -2,12 +2,41 @@
 
 #include "zorbase/files.h"
 #include "zorbase/json.h"
+#include "zorbase/text.h"
 #include "zorbase/zorexception.h"
 
 namespace {
 
 std::string OptionsPath() {
     return PathJoin(PathJoin(GetAppDocumentsPath(), "settings"), "options.json");
+}
+
+Parameter Text(const char* name, const char* label, const char* value, const char* toolTip) {
+    return Parameter::String(name, label, value).SetToolTip(toolTip);
+}
+
+// Addresses and keys of the services on the network, in one place. The manual tells what is sent to each.
+VecParameter WebServiceOptions() {
+    return {
+        Text("flickrAddress", "Flickr address", "https://api.flickr.com/services/rest/",
+             "Web Services: where camera searches ask Flickr."),
+        Text("flickrKey", "Flickr API key", "", "The key that Flickr gave you for its API."),
+        Text("googleAddress", "Google search address", "https://www.googleapis.com/customsearch/v1",
+             "Where camera searches ask Google (Custom Search JSON API)."),
+        Text("googleKey", "Google API key", "", "The key that Google gave you for the Custom Search API."),
+        Text("googleEngine", "Google search engine ID", "",
+             "The ID (cx) of your search engine, with the search for images switched on."),
+        Text("googlePictureAddress", "Google picture search address", "https://lens.google.com/v3/upload",
+             "Where the web search sends the picture, only when you allow it."),
+        Text("tinEyeAddress", "TinEye address", "https://tineye.com/search",
+             "Where the web search sends the picture, only when you allow it."),
+        Text(
+            "cameraForensicsAddress", "CameraForensics address", "",
+            "The address of the CameraForensics search that comes with your key; the manual tells its form."),
+        Parameter::Bool("allowLocalDownloads", "Allow downloads from the local network", false)
+            .SetToolTip("Otherwise only addresses on the public network are downloaded from: an address in a "
+                        "search's result could lead to a machine of your own."),
+    };
 }
 
 }  // namespace
@@ -25,6 +54,7 @@ OrvOptions::OrvOptions() {
              .SetToolTip("A report that was written is shown at once.")},
         {Parameter::Bool("batchSubfolders", "Batch analysis includes subfolders", false)
              .SetToolTip("Applies to the analysis and the comparison of a folder.")},
+        WebServiceOptions(),
     };
 }
 
@@ -46,7 +76,7 @@ void OrvOptions::Save() const {
     Json json = Json::object();
     for (const VecParameter& group : Get())
         for (const Parameter& option : group) json[option.Name()] = option.ValueToJson();
-    WriteFile(OptionsPath(), JsonToText(json, 2) + "\n");
+    WritePrivateFile(OptionsPath(), JsonToText(json, 2) + "\n");
 }
 
 VecVecParameter OrvOptions::Get() const {
@@ -88,4 +118,19 @@ bool OrvOptions::OpensReports() const {
 
 bool OrvOptions::BatchIncludesSubfolders() const {
     return Value<bool>("batchSubfolders");
+}
+
+OrvWebServices OrvOptions::GetWebServices() const {
+    const auto text = [this](const char* name) { return Trim(Value<std::string>(name)); };
+    OrvWebServices services;
+    services.flickrAddress = text("flickrAddress");
+    services.flickrKey = text("flickrKey");
+    services.googleAddress = text("googleAddress");
+    services.googleKey = text("googleKey");
+    services.googleEngine = text("googleEngine");
+    services.googlePictureAddress = text("googlePictureAddress");
+    services.tinEyeAddress = text("tinEyeAddress");
+    services.cameraForensicsAddress = text("cameraForensicsAddress");
+    services.allowsLocalDownloads = Value<bool>("allowLocalDownloads");
+    return services;
 }

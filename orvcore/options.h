@@ -1,10 +1,26 @@
 #pragma once
 
 #include <mutex>
+#include <string>
 
 #include "zorbase/parameter.h"
 
-// The program options: typed, with defaults, kept in settings/options.json. Safe on any thread.
+// Where the services on the network are asked, and with which keys. Texts as the user entered them, without blanks
+// around; "" what is missing.
+struct OrvWebServices {
+    std::string flickrAddress;
+    std::string flickrKey;
+    std::string googleAddress;
+    std::string googleKey;
+    std::string googleEngine;  // ID of the custom search engine
+    std::string googlePictureAddress;
+    std::string tinEyeAddress;
+    std::string cameraForensicsAddress;
+    bool allowsLocalDownloads = false;
+};
+
+// The program options: typed, with defaults, kept in settings/options.json, which only the user can read because it
+// holds keys. Safe on any thread.
 class OrvOptions {
   public:
     OrvOptions();
@@ -21,6 +37,7 @@ class OrvOptions {
     int GetJpegQuality() const;
     bool OpensReports() const;
     bool BatchIncludesSubfolders() const;
+    OrvWebServices GetWebServices() const;
 
   private:
     template <typename T>
