@@ -105,7 +105,8 @@ FilePanelState FilePanel::ReadState() const {
     // A reference that is switched off is still in its slot, though it has no part in any analysis.
     state.hasFile = !core->GetFilename(m_slot).empty();
     state.hasOtherFile = !core->GetFilename(m_slot == OrvEvidence ? OrvReference : OrvEvidence).empty();
-    state.hasFolder = state.hasFile && FolderExists(PathFolder(PathFromWx(core->GetFilename(m_slot))));
+    // Not looked at here: a network folder that does not answer would hold up the window at every click.
+    state.hasFolder = state.hasFile;
     state.hasCache = state.hasFile && FolderExists(PathFromWx(core->GetOutputDir(m_slot)));
     state.index = core->GetFileId(m_slot);
     state.count = static_cast<int>(core->GetFileList(m_slot).size());

@@ -19,7 +19,7 @@ struct FilePanelState {
     OrvFileId slot = OrvEvidence;
     bool hasFile = false;  // in this slot
     bool hasOtherFile = false;
-    bool hasFolder = false;  // the folder of the slot's file exists
+    bool hasFolder = false;  // there is a file, and it lies in a folder
     bool hasCache = false;   // the slot's output folder exists
     int index = -1;          // of the slot's file in its folder's list, -1 when it is not there (yet)
     int count = 0;           // files in the list
