@@ -4,7 +4,9 @@
 
 #include "orvcore/context.h"
 #include "orvcore/resultcache.h"
+#include "zorbase/files.h"
 #include "zorbase/text.h"
+#include "zorbase/zorexception.h"
 
 namespace {
 
@@ -124,6 +126,21 @@ void OrvFilter::Merge(const OrvSlotResult* evidence, const OrvSlotResult* refere
     }
 }
 
+// Carries out work on one file; what fails is told with the file's name, because two may be loaded.
+template <typename Work>
+static void NamingFile(const OrvLoadedFile& file, const Work& work) {
+    try {
+        work();
+    } catch (const ZorException& error) {
+        const std::string name = "\"" + ToValidUtf8(PathName(file.GetPath())) + "\"";
+        if (error.GetKind() == ZorException::Kind::Aborted ||
+            error.GetMessage().find(name) != std::string::npos)
+            throw;
+        throw ZorException(error.GetSourceFile(), error.GetLine(), error.GetKind(),
+                           name + ": " + error.GetMessage());
+    }
+}
+
 OrvFilterResultPtr OrvFilter::Run(const OrvFilterResult& request, const std::vector<OrvFilterResultPtr>& held,
                                   const OrvJob& job, const OrvResultCache* cache) const {
     auto result = std::make_shared<OrvFilterResult>(request);
@@ -144,7 +161,7 @@ OrvFilterResultPtr OrvFilter::Run(const OrvFilterResult& request, const std::vec
         if (!result->computed[slot]) {
             auto fresh = std::make_shared<OrvSlotResult>();
             fresh->output = m_outputPrototype;
-            Compute(file, request.input, job, *fresh);
+            NamingFile(file, [&] { Compute(file, request.input, job, *fresh); });
             if (cache != nullptr) cache->Store(*this, file, request.input, *fresh);
             result->computed[slot] = std::move(fresh);
         }
@@ -153,7 +170,7 @@ OrvFilterResultPtr OrvFilter::Run(const OrvFilterResult& request, const std::vec
                 result->slot[slot] = result->computed[slot];
             } else {
                 auto finished = std::make_shared<OrvSlotResult>(*result->computed[slot]);
-                PostProcess(request.postProcessing, job, *finished);
+                NamingFile(file, [&] { PostProcess(request.postProcessing, job, *finished); });
                 result->slot[slot] = std::move(finished);
             }
         }

@@ -71,7 +71,7 @@ TEST_F(BatchProcessing, AFolderBecomesOnePageWithItsImages) {
     ASSERT_EQ(result.table.size(), 4U) << "three pictures; the text is no image";
     EXPECT_EQ(result.table[1][0], "*IMG*0");
     EXPECT_EQ(result.table[1][4], "?Look here");
-    EXPECT_EQ(result.table[2][4], "!It failed on purpose.");
+    EXPECT_EQ(result.table[2][4], "!\"b.png\": It failed on purpose.");
     EXPECT_EQ(ParseCell(result.table[3][6]).text, folder / "case/c.jpg");
     ASSERT_EQ(result.thumbnails.size(), 2U);
     EXPECT_EQ(result.thumbnails[0].GetWidth(), 96);
@@ -79,7 +79,7 @@ TEST_F(BatchProcessing, AFolderBecomesOnePageWithItsImages) {
     const std::string page = ReadFile(folder / "out/report.html");
     EXPECT_THAT(page, HasSubstr(files[OrvEvidence]->GetSha256()));
     EXPECT_THAT(page, HasSubstr("<img src=\"report-images/1-negative-1.png\""));
-    EXPECT_THAT(page, HasSubstr("No result: It failed on purpose."));
+    EXPECT_THAT(page, HasSubstr("No result: &quot;b.png&quot;: It failed on purpose."));
     EXPECT_THAT(page, AllOf(HasSubstr("Negative &lt;b&gt;"), Not(HasSubstr("Negative <b>"))));
     EXPECT_THAT(page, testing::EndsWith("</html>\n"));
     const Image kept = DecodeImage(ReadFileBytes(folder / "out/report-images/1-negative-1.png")).image;

@@ -102,7 +102,7 @@ TEST_F(Worker, FailureKeepsThePreviousResultAndIsTold) {
     Configure(2);
     ASSERT_TRUE(sink.PumpUntilIdle());
     EXPECT_EQ(probe->GetResult(), before);
-    EXPECT_TRUE(probe->GetErrorMessage().Contains("on purpose"));
+    EXPECT_TRUE(probe->GetErrorMessage().Contains("\"a.png\": It failed on purpose."));
     probe->fails = false;
     Configure(2);
     ASSERT_TRUE(sink.PumpUntilIdle());
