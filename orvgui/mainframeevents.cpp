@@ -44,6 +44,14 @@ ListCtrlView::Source FirstTable(const OrvCommandEvent& event) {
     return table;
 }
 
+// One page per site that was searched.
+void OpenAddresses(const VecParameter& parameters) {
+    for (const Parameter& parameter : parameters) {
+        const std::string address = parameter.GetValueAsString();
+        if (!address.empty()) LaunchWebAddress(ToWx(address));
+    }
+}
+
 // The command whose label names an action's result.
 int CommandOfAction(int action) {
     switch (action) {
@@ -236,11 +244,10 @@ void OrvMainFrame::OnCommandExecuted(OrvCommandEvent& event) {
             break;
         case OrvActionWebSearch: {
             m_filtersPanel->UpdateTreebook(false);
-            const wxString address = FirstText(event);
             if (event.GetError() != 0) {
                 OrvMessageBox(event.GetMessage(), _("Error"), wxOK, this);
-            } else if (!address.empty() && !m_exitScheduled) {
-                LaunchWebAddress(address);
+            } else if (!m_exitScheduled) {
+                OpenAddresses(event.GetParameters());
             }
             break;
         }

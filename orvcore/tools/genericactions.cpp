@@ -2,7 +2,11 @@
 
 #include "orvcore/formats/metadata.h"
 #include "orvcore/tools/batchprocessing.h"
+#include "orvcore/tools/cameraforensics.h"
+#include "orvcore/tools/camerasearch.h"
+#include "orvcore/tools/download.h"
 #include "orvcore/tools/foldertable.h"
+#include "orvcore/tools/websearch.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"
 #include "zorbase/zorexception.h"
@@ -22,6 +26,12 @@ VecParameter Show(FolderTable result, OrvContext& context) {
     context.SetThumbnails(std::move(result.thumbnails));
     Parameter table = Parameter::Output(ParameterType::TableString, "files", "Files");
     table.SetValue(result.table);
+    return {table};
+}
+
+VecParameter ShowPictures(const TableString& pictures) {
+    Parameter table = Parameter::Output(ParameterType::TableString, "pictures", "Pictures");
+    table.SetValue(pictures);
     return {table};
 }
 
@@ -57,8 +67,16 @@ VecParameter RunGenericAction(OrvActionId action, const std::string& name, const
         case OrvActionBatchAnalysis:
         case OrvActionBatchComparison:
             return ExamineFolder(action, parameters, files[OrvEvidence], context, options, job);
-        default:
-            break;
+        case OrvActionSearchFlickr:
+        case OrvActionSearchGoogle:
+            return ShowPictures(SearchCamera(action, parameters, options.GetWebServices(), job));
+        case OrvActionCameraForensics:
+            return ShowPictures(SearchCameraForensics(parameters, options.GetWebServices(), job));
+        case OrvActionWebSearch:
+            return SearchWeb(parameters, files[OrvEvidence], options.GetWebServices(), job);
+        case OrvActionDownload:
+            DownloadFiles(parameters, options.GetWebServices(), options.GetMaximumFileBytes(), job);
+            return {};
     }
     ZOR_THROW(Argument, "\"" + name + "\" is not available in this version of the program.");
 }
