@@ -42,7 +42,7 @@ std::string WithoutMake(const std::string& model, const std::string& firstWord) 
 
 TableString WebPictureTable(const std::vector<WebPicture>& pictures) {
     TableString table = {
-        {"Title", "Make", "Model", "Software", "Date Taken", "Width", "Height", "format", "Link", "Page"}};
+        {"Title", "Make", "Model", "Software", "Date Taken", "Width", "Height", "Format", "Link", "Page"}};
     for (const WebPicture& picture : pictures)
         table.push_back({Cell(picture.title), Cell(picture.make), Cell(picture.model), Cell(picture.software),
                          Cell(picture.taken), Number(picture.width), Number(picture.height),

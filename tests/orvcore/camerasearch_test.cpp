@@ -129,7 +129,7 @@ TEST(FlickrSearch, GoesThroughPagesUntilEnoughAreFound) {
     const TableString table = Search(server, SearchParameters(3));
     ASSERT_EQ(table.size(), 4u);
     EXPECT_EQ(table[0], (std::vector<std::string>{"Title", "Make", "Model", "Software", "Date Taken", "Width",
-                                                  "Height", "format", "Link", "Page"}));
+                                                  "Height", "Format", "Link", "Page"}));
     EXPECT_EQ(table[3],
               (std::vector<std::string>{
                   "Photo 2", "Canon", "Canon EOS 80D", "Firmware 1.0", "2020-01-02 03:04:05", "6000", "4000",

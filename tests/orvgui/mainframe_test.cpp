@@ -339,10 +339,13 @@ TEST_F(FrameTest, ShowsWhatGenericActionsFound) {
     EXPECT_EQ("Error|It went wrong.", answers.Seen()[3]);
 
     tell(OrvActionShowLocation, 0, {Parameter::Output("position", "Position", "48.858300 2.294500")});
-    tell(OrvActionWebSearch, 0, {Parameter::Output("address", "Address", "https://example.org/search")});
-    ASSERT_EQ(2u, launched.size());
+    tell(OrvActionWebSearch, 0,
+         {Parameter::Output("one", "One", "https://example.org/search"), Parameter::Output("none", "None", ""),
+          Parameter::Output("two", "Two", "https://example.com/search")});
+    ASSERT_EQ(3u, launched.size());
     EXPECT_NE(std::string::npos, launched[0].find("48.8583"));
     EXPECT_EQ("https://example.org/search", launched[1]);
+    EXPECT_EQ("https://example.com/search", launched[2]);
 }
 
 TEST_F(FrameTest, TellsWhereAReportIsThatIsNotOpened) {
