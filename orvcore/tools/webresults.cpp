@@ -87,11 +87,13 @@ int WebNumber(const Json& object, const char* name) {
 }
 
 std::string WebReason(const std::string& text, const std::vector<std::string>& secrets) {
+    constexpr std::string_view kHidden = "…";
     std::string reason = text;
-    for (const std::string& secret : secrets)
-        for (std::size_t at = reason.find(secret); !secret.empty() && at != std::string::npos;
-             at = reason.find(secret, at))
-            reason.replace(at, secret.size(), "…");
+    for (const std::string& secret : secrets) {
+        if (secret.empty()) continue;
+        for (std::size_t at = 0; (at = reason.find(secret, at)) != std::string::npos; at += kHidden.size())
+            reason.replace(at, secret.size(), kHidden);
+    }
     return DisplayText(reason, false, kLongestReason);
 }
 
