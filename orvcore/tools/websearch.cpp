@@ -10,6 +10,7 @@ namespace {
 
 // More than any of the sites takes.
 constexpr std::size_t kMostBytes = std::size_t{32} << 20;
+constexpr int kUploadMs = 10 * 60 * 1000;
 
 struct Site {
     const char* name;
@@ -52,6 +53,7 @@ std::string SearchOn(const Site& site, const OrvLoadedFile& evidence, const OrvJ
     HttpRequest request;
     request.address = site.address;
     request.what = "The " + std::string(site.option);
+    request.limits.totalMs = kUploadMs;
     request.uploads = {MakeUpload(evidence, site.field)};
     const HttpResponse response = HttpClient(job, WebReach::Services).Send(request);
     if (response.status < 300 || response.status >= 400) CheckHttpStatus(response);
