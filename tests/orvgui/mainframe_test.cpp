@@ -339,9 +339,10 @@ TEST_F(FrameTest, ShowsWhatGenericActionsFound) {
     EXPECT_EQ("Error|It went wrong.", answers.Seen()[3]);
 
     tell(OrvActionShowLocation, 0, {Parameter::Output("position", "Position", "48.858300 2.294500")});
-    tell(OrvActionWebSearch, 0,
-         {Parameter::Output("one", "One", "https://example.org/search"), Parameter::Output("none", "None", ""),
-          Parameter::Output("two", "Two", "https://example.com/search")});
+    tell(
+        OrvActionWebSearch, 0,
+        {Parameter::Output("one", "One", "https://example.org/search"), Parameter::Output("none", "None", ""),
+         Parameter::Output("two", "Two", "https://example.com/search")});
     ASSERT_EQ(3u, launched.size());
     EXPECT_NE(std::string::npos, launched[0].find("48.8583"));
     EXPECT_EQ("https://example.org/search", launched[1]);
