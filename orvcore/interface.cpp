@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <filesystem>
+#include <utility>
 
 #include "orvcore/filterstore.h"
 #include "orvcore/interfaceprivate.h"
@@ -14,6 +15,30 @@
 namespace {
 
 std::atomic<OrvInterface*> theInterface{nullptr};
+
+bool HoldsTheSame(const std::string& path, const std::string& other) {
+    try {
+        return ReadFile(path) == ReadFile(other);
+    } catch (const ZorException&) {
+        return false;
+    }
+}
+
+// Copies a settings file that the next change would overwrite. The copy's path; "" when there is one already, or
+// none can be made.
+std::string KeepCopy(const std::string& path) {
+    constexpr int kMostCopies = 99;
+    for (int i = 1; i <= kMostCopies; ++i) {
+        const std::string copy = path + (i == 1 ? std::string() : "." + ToString(i)) + ".bak";
+        if (GetFileFacts(copy)) {
+            if (HoldsTheSame(path, copy)) return {};
+            continue;
+        }
+        std::error_code error;
+        return std::filesystem::copy_file(path, copy, error) ? copy : std::string();
+    }
+    return {};
+}
 
 }  // namespace
 
@@ -36,6 +61,7 @@ OrvInterface::Private::Private(OrvContext& owner)
       slots([this](int slot) { port.PostFileList(slot); }),
       queue([this] { port.CreateProgress(); }, [this] { port.DestroyProgress(); }) {
     options.Load();
+    toolSettings.Load();
 }
 
 OrvInterface::OrvInterface()
@@ -48,6 +74,7 @@ void OrvInterface::LoadSettings() {
     const std::string path = OrvFilterStore::SettingsPath();
     if (!FileExists(path)) return;
     std::vector<std::string> problems;
+    std::string outcome = "were read only as far as they are known here";
     try {
         OrvFilterStore::FromJson(*m_context, JsonFromText(ReadFile(path)), problems);
         for (OrvFilter* filter : GetFilters())
@@ -55,12 +82,16 @@ void OrvInterface::LoadSettings() {
                                  filter->GetConfigurationParams(filter->GetActiveConfiguration()),
                                  filter->GetPostProcessingPrototype());
     } catch (const ZorException& exception) {
-        problems.push_back(exception.GetMessage());
+        problems = {exception.GetMessage()};
+        outcome = "could not be read, so the filters have their default ones";
     }
     if (problems.empty()) return;
-    // The next change writes the file anew. What could not be read is kept beside it.
-    std::error_code ignored;
-    std::filesystem::copy_file(path, path + ".bak", std::filesystem::copy_options::skip_existing, ignored);
+    // A file that was kept before has been told of before.
+    const std::string copy = KeepCopy(path);
+    if (copy.empty()) return;
+    m->startProblem = "The filter configurations in \"" + ToValidUtf8(path) + "\" " + outcome + ":\n" +
+                      Private::ListProblems(problems) + "\nThe file is kept as \"" + ToValidUtf8(copy) +
+                      "\".";
 }
 
 OrvInterface::~OrvInterface() {
@@ -74,6 +105,9 @@ OrvInterface::~OrvInterface() {
 
 void OrvInterface::SetProgressHandler(OrvProgressHandler* handler) {
     m->port.SetSink(dynamic_cast<wxEvtHandler*>(handler), handler);
+    if (handler == nullptr || m->startProblem.empty()) return;
+    m->Push(OrvCommand::Kind::Other,
+            [problem = std::exchange(m->startProblem, {})](const OrvJob&) { ZOR_THROW(Format, problem); });
 }
 
 void OrvInterface::SetEventSink(wxEvtHandler* sink) {
@@ -193,6 +227,29 @@ void OrvInterface::SetProgramOptions(const VecVecParameter& options) {
     m->options.Set(options);
     m->Push(
         OrvCommand::Kind::Other, [this](const OrvJob&) { m->options.Save(); }, true);
+}
+
+// --- what the tools' dialogs remember ---
+
+Json OrvInterface::GetToolSettings(const std::string& name) const {
+    return m->toolSettings.Get(name);
+}
+
+void OrvInterface::SetToolSettings(const std::string& name, const Json& record) {
+    m->toolSettings.Set(name, record);
+    m->Push(
+        OrvCommand::Kind::Other, [this](const OrvJob&) { m->toolSettings.Save(); }, true);
+}
+
+std::string OrvInterface::GetServiceKey() const {
+    return m->serviceKey.Get();
+}
+
+void OrvInterface::SetServiceKey(const std::string& key) {
+    if (key == m->serviceKey.Get()) return;
+    m->serviceKey.Set(key);
+    m->Push(
+        OrvCommand::Kind::Other, [this](const OrvJob&) { m->serviceKey.Save(); }, true);
 }
 
 // --- worker ---

@@ -137,6 +137,15 @@ class OrvInterface {
         const;  // one group per vector; the first parameter's tool tip names the group
     void SetProgramOptions(const VecVecParameter& options);
 
+    // --- what the tools' dialogs remember
+    // ----------------------------------------------------------------------------------------------------
+    // One JSON object per name; an empty one when there is none. Set keeps it on disk, by the worker.
+    Json GetToolSettings(const std::string& name) const;
+    void SetToolSettings(const std::string& name, const Json& record);
+    // The key of the CameraForensics service, "" when there is none; see OrvKeyFile.
+    std::string GetServiceKey() const;
+    void SetServiceKey(const std::string& key);
+
     OrvContext& GetContext() { return *m_context; }
 
   private:

@@ -148,12 +148,8 @@ void OrvInterface::LoadConfigurations(const wxString& path) {
         StoreSettings();
         m->Tell(OrvEventDeleteCache);
         if (problems.empty()) return;
-        constexpr std::size_t kNamed = 12;
-        const std::size_t more = problems.size() > kNamed ? problems.size() - kNamed : 0;
-        problems.resize(problems.size() - more);
         ZOR_THROW(Format, "\"" + name + "\" was loaded as far as it is known here. Left out:\n" +
-                              Join(problems, "\n") +
-                              (more > 0 ? "\nand " + ToString(static_cast<int>(more)) + " more" : ""));
+                              Private::ListProblems(std::move(problems)));
     });
 }
 
@@ -212,6 +208,13 @@ void OrvInterface::SaveFilterResult(const wxString& path) {
                 event->SetFilter(filter, false);
                 m->port.Post(std::move(event), true);
             });
+}
+
+std::string OrvInterface::Private::ListProblems(std::vector<std::string> problems) {
+    constexpr std::size_t kNamed = 12;
+    const std::size_t more = problems.size() > kNamed ? problems.size() - kNamed : 0;
+    problems.resize(problems.size() - more);
+    return Join(problems, "\n") + (more > 0 ? "\nand " + ToString(static_cast<int>(more)) + " more" : "");
 }
 
 // --- worker ---

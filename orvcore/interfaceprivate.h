@@ -11,6 +11,8 @@
 #include "orvcore/options.h"
 #include "orvcore/resultcache.h"
 #include "orvcore/slots.h"
+#include "orvcore/tools/keyfile.h"
+#include "orvcore/tools/toolsettings.h"
 
 // What stands behind the facade. Operations marked "worker" run inside a command and may post events and wait
 // for them.
@@ -19,12 +21,15 @@ struct OrvInterface::Private {
 
     OrvContext& context;
     OrvOptions options;
+    OrvToolSettings toolSettings;
+    OrvKeyFile serviceKey;
     OrvResultCache cache;
     OrvEventPort port;
     OrvSlots slots;
     mutable std::mutex mutex;  // guards project and imageToSave
     OrvProject project;
     Image imageToSave;
+    std::string startProblem;  // what the first window is told of the settings; GUI thread
     OrvCommandQueue queue;  // last: its thread ends before anything that it touches
 
     // Queues a request whose failure is told by an action-completed event.
@@ -52,6 +57,8 @@ struct OrvInterface::Private {
     void GenerateReport(std::string path, const OrvJob& job);
     void SaveResult(OrvFilter* filter, const Image& image, const std::string& path, const OrvJob& job);
 
+    // The first dozen, one a line, and how many more there are.
+    static std::string ListProblems(std::vector<std::string> problems);
     OrvFilterResult RequestFor(const VecParameter& input, const VecParameter& post) const;
     // Throws when the path is the evidence or the reference: these are never written to.
     void RefuseLoadedFile(const std::string& path) const;

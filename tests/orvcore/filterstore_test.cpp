@@ -4,6 +4,7 @@
 
 #include "tests/support/testcore.h"
 
+using testing::AllOf;
 using testing::HasSubstr;
 
 namespace {
@@ -136,4 +137,37 @@ TEST_F(FilterStore, DamagedSettingsDoNotKeepTheProgramFromStarting) {
         EXPECT_EQ(core->GetFilters().front()->GetConfigurationsSize(), 1);
         core.reset();
     }
+}
+
+TEST_F(FilterStore, SettingsThatCannotBeReadAreKeptAndToldOnce) {
+    core->SetProgressHandler(nullptr);
+    core.reset();
+    const std::string path = OrvFilterStore::SettingsPath();
+    // What the next start tells.
+    const auto start = [this] {
+        sink.seen.clear();
+        core = std::make_unique<OrvInterface>();
+        core->SetProgressHandler(&sink);
+        EXPECT_TRUE(sink.PumpUntilIdle());
+        std::string told;
+        for (const TestSink::Seen& event : sink.seen) told += event.text;
+        core->SetProgressHandler(nullptr);
+        core->StoreSettings();
+        core.reset();
+        return told;
+    };
+    WriteFile(path, "{ damaged");
+    const std::string told = start();
+    for (const std::string& part : {path, path + ".bak", std::string("could not be read")})
+        EXPECT_THAT(told, HasSubstr(part));
+    EXPECT_EQ(ReadFile(path + ".bak"), "{ damaged");
+    EXPECT_EQ(start(), "") << "the file is sound again";
+
+    WriteFile(path, "{ damaged");
+    EXPECT_EQ(start(), "") << "the same file is kept and told already";
+
+    WriteFile(path, File(R"({"of-a-newer-version": {"configurations": []}})"));
+    EXPECT_THAT(start(), AllOf(HasSubstr("of-a-newer-version"), HasSubstr(path + ".2.bak")));
+    EXPECT_THAT(ReadFile(path + ".2.bak"), HasSubstr("of-a-newer-version"));
+    EXPECT_EQ(ReadFile(path + ".bak"), "{ damaged") << "an older copy is never overwritten";
 }
