@@ -3,7 +3,6 @@
 
 #include "orvgui/filterspanel.h"
 
-#include <wx/bmpbndl.h>
 #include <wx/bmpbuttn.h>
 #include <wx/imaglist.h>
 #include <wx/settings.h>
@@ -18,17 +17,12 @@
 #include "orvgui/filtergui.h"
 #include "orvgui/filterspanelpriv.h"
 #include "orvgui/filtersummary.h"
+#include "orvgui/icons.h"
 #include "orvgui/orvviewerpanel.h"
 
 namespace {
 
 constexpr int kButtonCommands[] = {6014, 6013, 6018, 6011, 6012, 6019, 6020, 6021, 6022};
-
-// The sign beside what stands out: weight and colour alone are not for every eye.
-constexpr const char* kWarningSvg =
-    "<svg xmlns='http://www.w3.org/2000/svg' width='16' height='16' viewBox='0 0 16 16'>"
-    "<path d='M8 1.5 15.2 14.5H0.8z' fill='#d55e00'/>"
-    "<path d='M7 5.5h2l-0.3 5H7.3z' fill='#ffffff'/><path d='M7 11.3h2v1.9H7z' fill='#ffffff'/></svg>";
 
 // Whether the filter's values now are those of this saved configuration.
 bool HoldsConfiguration(const OrvFilter& filter, int configuration) {
@@ -47,7 +41,8 @@ OrvFiltersPanel::OrvFiltersPanel(wxWindow* parent, OrvViewerPanel* viewerPanel)
     m_tree->SetIndent(12);
     const int sign = FromDIP(12);
     auto* signs = new wxImageList(sign, sign);
-    signs->Add(wxBitmapBundle::FromSVG(kWarningSvg, wxSize(sign, sign)).GetBitmap(wxSize(sign, sign)));
+    // Weight and colour alone are not for every eye.
+    signs->Add(MakeWarningSign(sign).GetBitmap(wxSize(sign, sign)));
     m_tree->AssignStateImageList(signs);
     BindEvents();
 }
@@ -81,6 +76,7 @@ void OrvFiltersPanel::BindEvents() {
         {6014, &OrvFiltersPanel::OnMenuAddCurrentConfiguration},
         {6015, &OrvFiltersPanel::OnMenuEnableFilter},
         {6016, &OrvFiltersPanel::OnMenuDisableFilter},
+        {6017, &OrvFiltersPanel::OnMenuLoadCurrentSettingsOnStartup},
         {6018, &OrvFiltersPanel::OnMenuResetFilterConfigurations},
         {6019, &OrvFiltersPanel::OnMenuSaveCurrentSettings},
         {6020, &OrvFiltersPanel::OnMenuLoadSettings},
@@ -141,7 +137,16 @@ void OrvFiltersPanel::InitTreebook() {
 
     const OrvItemData* selected = GetData(m_tree->GetSelection());
     OrvFilterGui* selectedPage = selected != nullptr ? FindPage(selected->filter) : nullptr;
-    const int selectedConfiguration = selected != nullptr ? selected->configuration : -1;
+    int selectedConfiguration = selected != nullptr ? selected->configuration : -1;
+    if (selectedPage == nullptr) {
+        // A group has no page: the shown one is that of the active filter.
+        if (const OrvFilter* active = GetContext()->GetActiveFilter()) selectedPage = FindPage(active);
+        if (selectedPage != nullptr) {
+            const OrvFilter& filter = *selectedPage->GetFilter();
+            selectedConfiguration = filter.GetActiveConfiguration();
+            if (!HoldsConfiguration(filter, selectedConfiguration)) selectedConfiguration = -1;
+        }
+    }
     std::set<const OrvFilter*> expanded;
     ForEachFilterItem([&](wxTreeItemId item) {
         if (m_tree->IsExpanded(item)) expanded.insert(GetData(item)->filter);

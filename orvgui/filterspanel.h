@@ -119,7 +119,8 @@ class ORVGUI_API OrvFiltersPanel : public wxPanel {
     void OnMenuSaveCurrentSettings(wxCommandEvent& event);
     void OnMenuLoadSettings(wxCommandEvent& event);
     void OnMenuResetDefaultSettings(wxCommandEvent& event);
-    // Keeps the configurations as they are now, so that the next start begins with them.
+    // Keeps the configurations as they are now, so that the next start begins with them. In no menu: every change is
+    // kept by itself. For whoever sends the panel command 6017.
     void OnMenuLoadCurrentSettingsOnStartup(wxCommandEvent& event);
     void OnMenuExpandAll(wxCommandEvent& event);
     void OnMenuCollapseAll(wxCommandEvent& event);

@@ -107,3 +107,11 @@ wxIconBundle LoadMainIcon() {
     }
     return bundle;
 }
+
+wxBitmapBundle MakeWarningSign(int size) {
+    static constexpr const char* kSign =
+        "<svg xmlns='http://www.w3.org/2000/svg' width='16' height='16' viewBox='0 0 16 16'>"
+        "<path d='M8 1.5 15.2 14.5H0.8z' fill='#d55e00'/>"
+        "<path d='M7 5.5h2l-0.3 5H7.3z' fill='#ffffff'/><path d='M7 11.3h2v1.9H7z' fill='#ffffff'/></svg>";
+    return wxBitmapBundle::FromSVG(kSign, wxSize(size, size));
+}

@@ -13,3 +13,6 @@ wxBitmapBundle LoadIconBundle(const wxString& fileName, int size = 16);
 
 // The icon of the application's windows ("MAINICON").
 wxIconBundle LoadMainIcon();
+
+// The sign beside what deserves a look, to be shown at `size` pixels.
+wxBitmapBundle MakeWarningSign(int size);

@@ -70,6 +70,15 @@ TEST_F(FiltersPanel, ARebuildKeepsSelectionAndWhatWasExpanded) {
     EXPECT_FALSE(tree->IsExpanded(FilterItem(delta)));
 }
 
+TEST_F(FiltersPanel, ARebuildWithAGroupChosenGoesToTheActiveFilter) {
+    Select(Child(alpha, 1));
+    Settle();
+    Select(tree->GetItemParent(FilterItem(gamma)));
+    panel->InitTreebook();
+    EXPECT_EQ(tree->GetSelection(), Child(alpha, 1));
+    EXPECT_EQ(GetContext()->GetActiveFilter(), alpha) << "not the first of the tree";
+}
+
 TEST_F(FiltersPanel, TheMenuAlwaysHasItsElevenEntries) {
     const auto menu = panel->CreateContextMenu();
     std::vector<int> ids;
