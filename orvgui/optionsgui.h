@@ -8,6 +8,7 @@
 #include "zorbase/parameter.h"
 
 class ParameterControl;
+class wxGridBagSizer;
 class wxSizer;
 
 // The program options: group below group, one control per option. OK hands the edited values to the core, which checks and
@@ -22,7 +23,11 @@ class OrvOptionsGui : public wxDialog {
 
   private:
     wxSizer* CreateGroup(std::size_t group);
+    void AlignGroups();
+    bool GoToTypingError();
+    void OnCharHook(wxKeyEvent& event);
 
+    std::vector<wxGridBagSizer*> m_grids;  // one per group
     VecVecParameter m_options;
     std::vector<std::vector<std::unique_ptr<ParameterControl>>> m_controls;  // by group, then option
 };
