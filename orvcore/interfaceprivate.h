@@ -30,7 +30,7 @@ struct OrvInterface::Private {
     OrvProject project;
     Image imageToSave;
     std::string startProblem;  // what the first window is told of the settings; GUI thread
-    OrvCommandQueue queue;  // last: its thread ends before anything that it touches
+    OrvCommandQueue queue;     // last: its thread ends before anything that it touches
 
     // Queues a request whose failure is told by an action-completed event.
     // mustRun: also when the program ends meanwhile.

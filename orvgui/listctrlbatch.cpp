@@ -5,6 +5,7 @@
 #include "orvcore/interface.h"
 #include "orvgui/fileselectors.h"
 #include "orvgui/listctrlresults.h"
+#include "orvgui/webconsent.h"
 #include "zorbase/text.h"
 
 namespace {
@@ -139,5 +140,6 @@ void OrvListCtrlWeb::OnDownloadImages(wxCommandEvent&) {
     if (photos.empty() || GetInterface() == nullptr) return;
     m_parameters = {Parameter::Strings("Photo-Id", "", photos),
                     Parameter::Path(ParameterType::Folder, "Folder", "", PathFromWx(folder))};
-    GetInterface()->CallGenericAction(OrvActionDownload, _("Download Images"), m_parameters);
+    if (AskBeforeSending(this, *GetInterface(), OrvActionDownload, m_parameters))
+        GetInterface()->CallGenericAction(OrvActionDownload, _("Download Images"), m_parameters);
 }

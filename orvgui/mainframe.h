@@ -27,6 +27,7 @@ class WindowProperties;
 class wxAuiManager;
 class wxAuiPaneInfo;
 class wxAuiToolBar;
+enum class ToolKind;
 
 // Fields of the status bar.
 enum class OrvStatusField : int { Activity, Picture, Pixel, Zoom };
@@ -122,7 +123,7 @@ class ORVGUI_API OrvMainFrame : public wxFrame, public OrvProgressHandler {
     void OnCommandExecuted(OrvCommandEvent& event);
     void OnCommandExit(OrvCommandEvent& event);
     void OnFileList(wxThreadEvent& event);
-    void RunToolDialog(OrvToolDialog* dialog, int commandId);
+    void RunToolDialog(OrvToolDialog* dialog, ToolKind kind, const wxString& name);
     void ShowTable(const OrvCommandEvent& event, bool withThumbnails);
 
     bool m_exitScheduled = false;

@@ -18,6 +18,7 @@
 #include "orvgui/optionsgui.h"
 #include "orvgui/projectgui.h"
 #include "orvgui/tooldialog.h"
+#include "orvgui/webconsent.h"
 #include "zorbase/files.h"
 #include "zorbase/gui/aboutdialog.h"
 #include "zorbase/gui/shell.h"
@@ -153,28 +154,13 @@ void OrvMainFrame::OnToolAddBookmark(wxCommandEvent&) {
     if (m_projectTree) m_projectTree->AddBookmark();
 }
 
-// The action that a tool dialog's answer starts.
-static OrvActionId ActionOfTool(int commandId, const VecParameter& parameters) {
-    switch (commandId) {
-        case OrvCmdBatchProcessing:
-            return OrvActionBatchProcessing;
-        case OrvCmdCameraForensics:
-            return OrvActionCameraForensics;
-        case OrvCmdWebSearch:
-            return OrvActionWebSearch;
-        default: {
-            const Parameter* site = parameters.Find(kToolParameterSite);
-            return site && site->Get<int>() == 1 ? OrvActionSearchGoogle : OrvActionSearchFlickr;
-        }
-    }
-}
-
-void OrvMainFrame::RunToolDialog(OrvToolDialog* dialog, int commandId) {
+void OrvMainFrame::RunToolDialog(OrvToolDialog* dialog, ToolKind kind, const wxString& name) {
     const std::unique_ptr<OrvToolDialog> owned(dialog);
     if (dialog->ShowModal() != wxID_OK) return;
     const VecParameter parameters = dialog->GetParameters();
-    m_core->CallGenericAction(ActionOfTool(commandId, parameters), OrvGuiCommandRegistry::GetLabel(commandId),
-                              parameters);
+    const OrvActionId action = ActionOfTool(kind, parameters);
+    if (AskBeforeSending(this, *m_core, action, parameters))
+        m_core->CallGenericAction(action, name, parameters);
 }
 
 void OrvMainFrame::OnCommandRequested(wxCommandEvent& event) {
@@ -188,18 +174,21 @@ void OrvMainFrame::OnCommandRequested(wxCommandEvent& event) {
     const wxString evidenceFolder = wxPathOnly(m_core->GetFilename(OrvEvidence));
     switch (id) {
         case OrvCmdBatchProcessing:
-            return RunToolDialog(CreateBatchProcessingDialog(this, name), id);
+            return RunToolDialog(CreateBatchProcessingDialog(this, name), ToolKind::BatchProcessing,
+                                 translated);
         case OrvCmdCameraSearch:
         case OrvCmdCameraForensics:
             if (evidenceFolder.empty()) {
                 OrvMessageBox(_("No Image Loaded"), wxString(), wxOK, this);
                 return;
             }
-            return RunToolDialog(id == OrvCmdCameraSearch ? CreateFlickrSettingsDialog(this, translated)
-                                                          : CreateCameraForensicsDialog(this, name),
-                                 id);
+            if (id == OrvCmdCameraSearch)
+                return RunToolDialog(CreateFlickrSettingsDialog(this, translated), ToolKind::CameraSearch,
+                                     translated);
+            return RunToolDialog(CreateCameraForensicsDialog(this, name), ToolKind::CameraForensics,
+                                 translated);
         case OrvCmdWebSearch:
-            return RunToolDialog(CreateWebSearchDialog(this, translated), id);
+            return RunToolDialog(CreateWebSearchDialog(this, translated), ToolKind::WebSearch, translated);
         case OrvCmdShowLocation:
             m_core->CallGenericAction(OrvActionShowLocation, translated, VecParameter());
             return;

@@ -13,3 +13,8 @@ class wxWindow;
 // long ones are shortened. Without a parent the active window is taken. GUI thread.
 ORVGUI_API int OrvMessageBox(const wxString& message, const wxString& caption = wxString(), long style = wxOK,
                              wxWindow* parent = nullptr);
+
+// A question with two answers of its own names; returns wxYES, wxNO, or wxCANCEL when it was closed without one.
+// style: an icon, wxNO_DEFAULT. Otherwise as above.
+ORVGUI_API int OrvQuestionBox(const wxString& message, const wxString& caption, const wxString& yes,
+                              const wxString& no, long style, wxWindow* parent = nullptr);

@@ -31,10 +31,9 @@ bool AskForTexts(wxWindow* parent, const wxString& title, wxString& name, wxStri
     OrvToolDialog dialog(wxGetTopLevelParent(parent), title);
     dialog.SetParameters(
         {Parameter::String("name", "Name", FromWx(name)), Parameter::String("note", "Note", FromWx(note))});
-    dialog.SetValidation([](const VecParameter& parameters, wxWindow* window) {
-        if (!Trim(parameters.Get<std::string>("name")).empty()) return true;
-        OrvMessageBox(_("The bookmark needs a name."), wxString(), wxOK, window);
-        return false;
+    dialog.SetValidation([](const VecParameter& parameters) -> std::optional<ToolProblem> {
+        if (!Trim(parameters.Get<std::string>("name")).empty()) return {};
+        return ToolProblem{"name", _("The bookmark needs a name.")};
     });
     dialog.Init();
     if (dialog.ShowModal() != wxID_OK) return false;

@@ -8,7 +8,6 @@
 
 #include "orvgui/help.h"
 #include "orvgui/opencverrors.h"
-#include "orvgui/tooldialogtexts.h"
 #include "tests/support/guitest.h"
 #include "zorbase/text.h"
 #include "zorbase/zorexception.h"
@@ -91,21 +90,4 @@ TEST(FrameTexts, HelpIsAnIndentedText) {
     const ExpectedAssertions assertions;
     EXPECT_EQ("", CreateHelp(nullptr));
     EXPECT_EQ(1u, assertions.Messages().size());
-}
-
-TEST(FrameTexts, ToolDialogsOfferWhatTheEvidenceSays) {
-    ToolEvidence evidence;
-    EXPECT_EQ("[write here make]", MakeOrHint(evidence));
-    EXPECT_EQ("[write here model]", ModelOrHint(evidence));
-    EXPECT_EQ(std::vector<std::string>{"Any QT"}, TableHashChoices(evidence));
-    EXPECT_EQ(std::vector<std::string>{"Any Size"}, SizeChoices(evidence, false));
-    evidence.make = "Make";
-    evidence.tableHashes = {"aa", "bb"};
-    evidence.width = 40;
-    evidence.height = 30;
-    EXPECT_EQ("Make", MakeOrHint(evidence));
-    EXPECT_EQ((std::vector<std::string>{"Any QT", "Luma only (aa)", "Luma and Chroma (aa,bb)"}),
-              TableHashChoices(evidence));
-    EXPECT_EQ((std::vector<std::string>{"40 x 30", "Any Size"}), SizeChoices(evidence, false));
-    EXPECT_EQ((std::vector<std::string>{"Any Size", "40 x 30"}), SizeChoices(evidence, true));
 }

@@ -553,6 +553,13 @@ TEST_F(ListCtrlTest, CommandsOfTheCoreAreAskedForWithTheRowsValues) {
 
     auto* web =
         new OrvListCtrlWeb(Frame(), Share({{"Link"}, {"http://127.0.0.1:1/a/b.jpg"}, {""}}), 0, wxHORIZONTAL);
+    {
+        DialogAnswers consent{wxID_NO};
+        Send(*web, OrvListImages);
+        ASSERT_TRUE(sink.PumpUntilIdle());
+        EXPECT_EQ(sink.Count(OrvEventCommandExecuted), 0) << "the user does not want it";
+    }
+    const DialogAnswers consent{wxID_YES};
     Send(*web, OrvListImages);
     ASSERT_TRUE(sink.PumpUntilIdle());
     EXPECT_EQ(sink.Count(OrvEventCommandExecuted), 1);
