@@ -7,7 +7,6 @@
 #include <ctime>
 
 #include "orvcore/tablemarkup.h"
-#include "zorbase/files.h"
 #include "zorbase/text.h"
 #include "zorbase/utf8.h"
 
@@ -15,13 +14,15 @@ namespace {
 
 constexpr std::size_t kLongestFormatted = 20000;  // bytes of one cell in plain text
 
-template <typename Row>
-void EachRow(const TableString& table, const TableOrder* order, const Row& row) {
-    if (order == nullptr) {
-        for (std::size_t i = 1; i < table.size(); ++i) row(table[i]);
-    } else {
-        for (const std::uint32_t i : *order) row(table[i + 1]);
-    }
+wxString TranslateCell(const wxString& cell, bool isLabel) {
+    const std::string raw = FromWx(cell);
+    const ParsedCell parsed = isLabel ? ParsedCell{ParseLabel(raw)} : ParseCell(raw);
+    // The empty text stands for the catalogue's own header.
+    if (parsed.text.empty()) return cell;
+    const std::string translated = FromWx(wxGetTranslation(ToWx(parsed.text)));
+    if (translated == parsed.text) return cell;
+    if (isLabel) return ToWx(raw.front() == '#' ? "#" + translated : TableCell(translated));
+    return ToWx(MarkCell(parsed.mark, translated));
 }
 
 bool IsDirectionMark(char32_t c) {
@@ -57,35 +58,9 @@ TableString TableFromWx(const WxTable& table) {
     return rows;
 }
 
-std::string TableToTsv(const TableString& table, const TableOrder* order) {
-    if (table.empty()) return {};
-    std::string text;
-    const std::size_t columns = table[0].size();
-    for (std::size_t i = 0; i < columns; ++i) {
-        if (i > 0) text += '\t';
-        text += EscapeTsv(ParseLabel(table[0][i]));
-    }
-    text += '\n';
-    EachRow(table, order, [&](const std::vector<std::string>& cells) {
-        for (std::size_t i = 0; i < columns; ++i) {
-            if (i > 0) text += '\t';
-            if (i < cells.size()) text += EscapeTsv(ParseCell(cells[i]).text);
-        }
-        text += '\n';
-    });
-    return text;
-}
-
-void SaveImageInfoTableAsTsv(const std::string& path, const TableString& table, const TableOrder* order) {
-    WriteFile(path, TableToTsv(table, order));
-}
-
-void SaveImageInfoTableAsTsv(const wxString& file, const WxTable& table) {
-    SaveImageInfoTableAsTsv(PathFromWx(file), TableFromWx(table));
-}
-
-void SaveImageInfoTableAsHtml(const wxString& file, const WxTable& table, bool withStyle) {
-    SaveImageInfoTableAsHtml(PathFromWx(file), TableFromWx(table), withStyle);
+std::string LabelText(std::string_view label) {
+    const std::string text = ParseLabel(label);
+    return text.empty() ? text : FromWx(wxGetTranslation(ToWx(text)));
 }
 
 std::string DisplayText(std::string_view text, bool keepLineFeeds, std::size_t maximum) {
@@ -146,13 +121,7 @@ WxTable TranslateTable(const WxTable& table, int rows) {
     const std::size_t count =
         rows < 0 ? table.size() : std::min(table.size(), static_cast<std::size_t>(rows));
     for (std::size_t row = 0; row < count; ++row) {
-        for (wxString& cell : translated[row]) {
-            const bool isMarked =
-                !cell.empty() && (row == 0 ? cell[0] == '#' : cell[0] == '!' || cell[0] == '?');
-            const wxString text = isMarked ? cell.Mid(1) : cell;
-            // The empty text stands for the catalogue's own header.
-            if (!text.empty()) cell = (isMarked ? cell.Left(1) : wxString()) + wxGetTranslation(text);
-        }
+        for (wxString& cell : translated[row]) cell = TranslateCell(cell, row == 0);
     }
     return translated;
 }

@@ -51,7 +51,7 @@ wxString RowDetailsText(const TableString& table, int dataRow) {
     TableString lines;
     for (std::size_t i = 0; i < table[0].size(); ++i) {
         const std::string value = i < cells.size() ? ParseCell(cells[i]).text : std::string();
-        lines.push_back({TableCell(ParseLabel(table[0][i])), TableCell(value)});
+        lines.push_back({TableCell(LabelText(table[0][i])), TableCell(value)});
     }
     return ToWx(FormatTable(lines));
 }

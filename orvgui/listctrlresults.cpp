@@ -3,6 +3,7 @@
 #include <wx/filedlg.h>
 
 #include <algorithm>
+#include <optional>
 
 #include "orvcore/interface.h"
 #include "orvcore/tablemarkup.h"
@@ -14,17 +15,64 @@
 #include "zorbase/gui/shell.h"
 #include "zorbase/text.h"
 #include "zorbase/utf8.h"
-#include "zorbase/zorexception.h"
 
 namespace {
 
-constexpr int kRowsAtOnce = 10000;  // larger exports are written beside the GUI thread
-constexpr int kPictureSide = 320;   // pixels, of a report's pictures
+constexpr int kPictureSide = 320;  // pixels, of a report's pictures
 const char* const kHtmlFilter = wxTRANSLATE("HTML file (*.html)|*.html|All files (*.*)|*.*");
 const char* const kTsvFilter = wxTRANSLATE("TAB separated values (*.tsv)|*.tsv|All files (*.*)|*.*");
 
 wxString DefaultName(const char* format) {
     return wxString::Format(format, ToWx(DateTimeNowAsString()));
+}
+
+// What a report takes from a row, apart from any window.
+struct ReportColumns {
+    int file = -1;                                   // holds the picture's path
+    std::vector<std::optional<std::string>> labels;  // of the shown columns
+    std::vector<wxSize> thumbnails;                  // the picture is shown in the thumbnail's shape
+};
+
+TableReportEntry MakeEntry(const ReportColumns& columns, const TableString& table, int row) {
+    TableReportEntry entry;
+    entry.id = ToString(row + 1);
+    entry.width = kPictureSide;
+    entry.height = kPictureSide * 3 / 4;
+    const auto& cells = table[static_cast<std::size_t>(row) + 1];
+    for (std::size_t col = 0; col < cells.size() && col < columns.labels.size(); ++col) {
+        const ParsedCell cell = ParseCell(cells[col]);
+        if (static_cast<int>(col) == columns.file) entry.image = PathFromUtf8(cell.text);
+        if (cell.mark == CellMark::Thumbnail) {
+            if (static_cast<std::size_t>(cell.thumbnail) >= columns.thumbnails.size()) continue;
+            const wxSize size = columns.thumbnails[static_cast<std::size_t>(cell.thumbnail)];
+            const int longest = std::max(size.x, size.y);
+            if (longest <= 0) continue;
+            entry.width = std::max(1, size.x * kPictureSide / longest);
+            entry.height = std::max(1, size.y * kPictureSide / longest);
+        } else if (columns.labels[col]) {
+            entry.facts.emplace_back(*columns.labels[col], cell.text);
+        }
+    }
+    return entry;
+}
+
+void WriteReport(const std::string& path, const ReportColumns& columns, const TableString& table,
+                 const std::vector<int>& rows, const TableProgress& progress) {
+    RefuseListedFile(path, table, columns.file);
+    SaveTableReport(
+        path, rows.size(), [&](std::size_t i) { return MakeEntry(columns, table, rows[i]); }, progress);
+}
+
+ReportColumns ColumnsOf(const OrvListCtrlResults& list, const std::vector<Image>& thumbnails) {
+    ReportColumns columns;
+    columns.file = list.GetFilenameColumn();
+    for (int col = 0; col < list.GetNumCols(); ++col) {
+        columns.labels.emplace_back();
+        if (list.IsColShown(col)) columns.labels.back() = FromWx(list.GetColLabelValue(col));
+    }
+    for (const Image& image : thumbnails)
+        columns.thumbnails.emplace_back(image.GetWidth(), image.GetHeight());
+    return columns;
 }
 
 }  // namespace
@@ -64,30 +112,29 @@ void OrvListCtrlResults::OnCopyDetails(wxCommandEvent&) {
 
 bool OrvListCtrlResults::AllowsExport() {
     if (!CheckLicence(kTrialRefusesExport, this)) return false;
-    if (!IsExporting()) return true;
+    if (!m_export.IsRunning()) return true;
     OrvMessageBox(_("The table is still being written."), wxString(), wxOK, this);
     return false;
 }
 
-void OrvListCtrlResults::WriteExport(std::function<void()> write, std::function<void()> done) {
-    if (GetNumDataRows() > kRowsAtOnce) {
-        m_exportTask.Start([write = std::move(write)](const std::stop_token&) { write(); },
-                           [this, done = std::move(done)](const std::string& error) {
-                               if (error.empty()) {
-                                   done();
-                               } else {
-                                   OrvMessageBox(ToWx(error), _("Error"), wxOK, this);
-                               }
-                           });
-        return;
-    }
-    try {
-        write();
-    } catch (const ZorException& exception) {
-        OrvMessageBox(ToWx(exception.GetMessage()), _("Error"), wxOK, this);
-        return;
-    }
-    done();
+void OrvListCtrlResults::WriteTable(const wxString& file, bool asHtml, std::function<void()> done) {
+    const auto write = [path = PathFromWx(file), asHtml, source = GetView().GetSource(),
+                        order = GetView().GetOrder(),
+                        column = GetFilenameColumn()](const TableProgress& progress) {
+        RefuseListedFile(path, *source, column);
+        if (asHtml) {
+            SaveImageInfoTableAsHtml(path, *source, true, order.get(), progress);
+        } else {
+            SaveImageInfoTableAsTsv(path, *source, order.get(), progress);
+        }
+    };
+    m_export.Start(write, std::move(done));
+}
+
+void OrvListCtrlResults::ShowPage(const wxString& file) {
+    if (!LaunchDefaultBrowserLocalFile(file))
+        OrvMessageBox(wxString::Format(_("The page was written to:\n%s"), ToWx(PathFromWx(file))), wxString(),
+                      wxOK, this);
 }
 
 void OrvListCtrlResults::OnExportDataAsHtml(wxCommandEvent&) {
@@ -95,44 +142,33 @@ void OrvListCtrlResults::OnExportDataAsHtml(wxCommandEvent&) {
     const wxString file =
         OrvFileSaveSelector(wxFileSelectorPromptStr, DefaultName("export-%s"), wxGetTranslation(kHtmlFilter));
     if (file.empty()) return;
-    WriteExport(
-        [path = PathFromWx(file), source = GetView().GetSource(), order = GetView().GetOrder()] {
-            SaveImageInfoTableAsHtml(path, *source, true, order.get());
-        },
-        [file] { LaunchDefaultBrowserLocalFile(file); });
+    WriteTable(file, true, [this, file] { ShowPage(file); });
 }
 
 void OrvListCtrlResults::OnExportDataAsTsv(wxCommandEvent&) {
     if (!AllowsExport()) return;
     const wxString file =
         OrvFileSaveSelector(wxFileSelectorPromptStr, DefaultName("export-%s"), wxGetTranslation(kTsvFilter));
-    if (file.empty()) return;
-    WriteExport([path = PathFromWx(file), source = GetView().GetSource(),
-                 order = GetView().GetOrder()] { SaveImageInfoTableAsTsv(path, *source, order.get()); },
-                [] {});
+    if (!file.empty()) WriteTable(file, false, [] {});
 }
 
 void OrvListCtrlResults::OnOpenInExcel(wxCommandEvent&) {
     if (!AllowsExport()) return;
     const wxString file = PathToWx(PathJoin(GetUserDesktopPath(), "export-" + DateTimeNowAsString()));
-    WriteExport(
-        [path = PathFromWx(file), source = GetView().GetSource(), order = GetView().GetOrder()] {
-            SaveImageInfoTableAsTsv(path, *source, order.get());
-        },
-        [this, file] {
-            switch (OpenInSpreadsheet(file)) {
-                case SpreadsheetResult::Opened:
-                    break;
-                case SpreadsheetResult::NotInstalled:
-                    OrvMessageBox(_("Failed to create Excel instance. Excel must be installed for this "
-                                    "function to work."),
-                                  wxString(), wxOK, this);
-                    break;
-                case SpreadsheetResult::NotOpened:
-                    OrvMessageBox(wxString::Format(_("Failed to open %s."), file), wxString(), wxOK, this);
-                    break;
-            }
-        });
+    WriteTable(file, false, [this, file] {
+        switch (OpenInSpreadsheet(file)) {
+            case SpreadsheetResult::Opened:
+                break;
+            case SpreadsheetResult::NotInstalled:
+                OrvMessageBox(_("Failed to create Excel instance. Excel must be installed for this "
+                                "function to work."),
+                              wxString(), wxOK, this);
+                break;
+            case SpreadsheetResult::NotOpened:
+                OrvMessageBox(wxString::Format(_("Failed to open %s."), file), wxString(), wxOK, this);
+                break;
+        }
+    });
 }
 
 void OrvListCtrlResults::OnExportReportAsHtml(wxCommandEvent&) {
@@ -145,46 +181,19 @@ void OrvListCtrlResults::OnExportReportAsHtml(wxCommandEvent&) {
     GetSelection(shown);
     std::vector<int> rows;
     for (const int row : shown) rows.push_back(GetView().DataRow(row));
-    try {
-        SaveReportToHTML(file, GetView().Table(), rows);
-    } catch (const ZorException& exception) {
-        OrvMessageBox(ToWx(exception.GetMessage()), _("Error"), wxOK, this);
-        return;
-    }
-    LaunchDefaultBrowserLocalFile(file);
+    const auto write = [path = PathFromWx(file), columns = ColumnsOf(*this, GetThumbnails()),
+                        source = GetView().GetSource(), rows](const TableProgress& progress) {
+        WriteReport(path, columns, *source, rows, progress);
+    };
+    m_export.Start(write, [this, file] { ShowPage(file); });
 }
 
 void OrvListCtrlResults::SaveReportToHTML(const wxString& file, const TableString& table,
                                           const std::vector<int>& rows) {
-    const int fileColumn = GetFilenameColumn();
-    std::vector<TableReportEntry> entries;
-    for (const int row : rows) {
-        if (row < 0 || static_cast<std::size_t>(row) + 1 >= table.size()) continue;
-        const auto& cells = table[static_cast<std::size_t>(row) + 1];
-        TableReportEntry entry;
-        entry.id = ToString(row + 1);
-        entry.width = kPictureSide;
-        entry.height = kPictureSide * 3 / 4;
-        for (std::size_t col = 0; col < cells.size() && col < table[0].size(); ++col) {
-            const ParsedCell cell = ParseCell(cells[col]);
-            if (static_cast<int>(col) == fileColumn) entry.image = PathFromUtf8(cell.text);
-            if (cell.mark == CellMark::Thumbnail) {
-                // The picture has the thumbnail's shape.
-                if (static_cast<std::size_t>(cell.thumbnail) >= GetThumbnails().size()) continue;
-                const Image& image = GetThumbnails()[static_cast<std::size_t>(cell.thumbnail)];
-                const int longest = std::max(image.GetWidth(), image.GetHeight());
-                if (longest <= 0) continue;
-                entry.width = std::max(1, image.GetWidth() * kPictureSide / longest);
-                entry.height = std::max(1, image.GetHeight() * kPictureSide / longest);
-                continue;
-            }
-            const wxString label = GetColLabelValue(static_cast<int>(col));
-            if (static_cast<int>(col) < GetNumCols() && !IsColShown(static_cast<int>(col))) continue;
-            entry.facts.emplace_back(FromWx(label), cell.text);
-        }
-        entries.push_back(std::move(entry));
-    }
-    SaveTableReport(PathFromWx(file), entries);
+    std::vector<int> known;
+    for (const int row : rows)
+        if (row >= 0 && static_cast<std::size_t>(row) + 1 < table.size()) known.push_back(row);
+    WriteReport(PathFromWx(file), ColumnsOf(*this, GetThumbnails()), table, known, {});
 }
 
 std::vector<std::string> OrvListCtrlResults::GetSelectedFiles() const {

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "orvcore/fileid.h"
+#include "orvgui/exporttask.h"
 #include "orvgui/listctrl.h"
 
 // The commands of the context menus of result lists. They overlap the main window's own ids: a window that hosts such a
@@ -21,8 +22,8 @@ enum OrvListCommand : int {
 };
 
 // What the lists of a batch run and of a web search have in common: selection by rows, a context menu, exports. Exports
-// write the whole table in its present order, whatever is selected or filtered, and are refused in the trial edition.
-// Those of large tables are written beside the GUI thread.
+// write the whole table in its present order, whatever is selected or filtered, beside the GUI thread; they are refused
+// in the trial edition, and onto a file that the table lists.
 class ORVGUI_API OrvListCtrlResults : public OrvListCtrl {
   public:
     OrvListCtrlResults(wxWindow* parent, ListCtrlView::Source table, int fillMode, int labelOrientation);
@@ -40,11 +41,12 @@ class ORVGUI_API OrvListCtrlResults : public OrvListCtrl {
     void OnExportReportAsHtml(wxCommandEvent& event);
     void OnOpenInExcel(wxCommandEvent& event);
 
-    // A page with the picture and the shown columns of these data rows of the table. Throws ZorException.
+    // A page with the picture and the shown columns of these data rows of the table. Returns when it is written. Throws
+    // ZorException.
     void SaveReportToHTML(const wxString& file, const TableString& table, const std::vector<int>& rows);
 
-    // Whether an export is being written.
-    bool IsExporting() const { return m_exportTask.IsRunning(); }
+    ExportTask& GetExport() { return m_export; }
+    bool IsExporting() const { return m_export.IsRunning(); }
 
   protected:
     bool AllowsExport();
@@ -52,9 +54,10 @@ class ORVGUI_API OrvListCtrlResults : public OrvListCtrl {
     std::vector<std::string> GetSelectedFiles() const;
 
   private:
-    void WriteExport(std::function<void()> write, std::function<void()> done);
+    void ShowPage(const wxString& file);
+    void WriteTable(const wxString& file, bool asHtml, std::function<void()> done);
 
-    BackgroundTask m_exportTask{*this};
+    ExportTask m_export{*this};
 };
 
 // The files that a batch run has produced; a double click loads one as evidence, with Shift as reference.

@@ -130,35 +130,71 @@ class TemporaryFile {
     bool m_renamed = false;
 };
 
-void WriteAll(const std::string& path, std::span<const char> content, Readers readers = Readers::AsUsual) {
-    constexpr const char* kWhat = "Cannot write the file";
-    if (HasNul(path)) Fail(kWhat, path, "the name holds a zero byte");
-    const std::string parent = PathFolder(path);
-    if (!parent.empty()) MakeFolder(parent);
-    const std::string folder = parent.empty() ? "." : parent;
+constexpr const char* kWriting = "Cannot write the file";
 
-    TemporaryFile temporary(folder, readers);
-    Descriptor file(temporary.Descriptor());
-    if (!file.IsOpen()) Fail(kWhat, path, Reason(errno));
-    struct stat old {};
-    if (readers == Readers::AsUsual && lstat(path.c_str(), &old) == 0 && S_ISREG(old.st_mode) &&
-        fchmod(file.Get(), old.st_mode & 0777) != 0) {
-        Fail(kWhat, path, Reason(errno));
+// A file that takes its name when it is whole.
+class AtomicFile {
+  public:
+    explicit AtomicFile(const std::string& path, Readers readers = Readers::AsUsual)
+        : m_path(path),
+          m_folder(MakeParent(path)),
+          m_temporary(m_folder, readers),
+          m_file(m_temporary.Descriptor()) {
+        if (!m_file.IsOpen()) Fail(kWriting, m_path, Reason(errno));
+        struct stat old {};
+        if (readers == Readers::AsUsual && lstat(m_path.c_str(), &old) == 0 && S_ISREG(old.st_mode) &&
+            fchmod(m_file.Get(), old.st_mode & 0777) != 0) {
+            Fail(kWriting, m_path, Reason(errno));
+        }
     }
-    while (!content.empty()) {
-        const ssize_t put = write(file.Get(), content.data(), content.size());
-        if (put < 0 && errno == EINTR) continue;
-        if (put < 0) Fail(kWhat, path, Reason(errno));
-        content = content.subspan(static_cast<std::size_t>(put));
-    }
-    if (fsync(file.Get()) != 0 || !file.Close()) Fail(kWhat, path, Reason(errno));
-    // A link is replaced, never followed: it could lead to a file that must not change.
-    if (!temporary.RenameTo(path)) Fail(kWhat, path, Reason(errno));
 
-    // The new name itself must be on the disk too. Some file systems cannot sync a folder and say so.
-    const Descriptor directory(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (directory.IsOpen() && fsync(directory.Get()) != 0 && errno == EIO) Fail(kWhat, path, Reason(errno));
-}
+    void Add(std::string_view piece) {
+        if (m_waiting.size() + piece.size() < kBuffer) {
+            m_waiting += piece;
+            return;
+        }
+        Write(m_waiting);
+        m_waiting.clear();
+        Write(piece);
+    }
+
+    void Finish() {
+        Write(m_waiting);
+        if (fsync(m_file.Get()) != 0 || !m_file.Close()) Fail(kWriting, m_path, Reason(errno));
+        // A link is replaced, never followed: it could lead to a file that must not change.
+        if (!m_temporary.RenameTo(m_path)) Fail(kWriting, m_path, Reason(errno));
+
+        // The new name itself must be on the disk too. Some file systems cannot sync a folder and say so.
+        const Descriptor directory(open(m_folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        if (directory.IsOpen() && fsync(directory.Get()) != 0 && errno == EIO)
+            Fail(kWriting, m_path, Reason(errno));
+    }
+
+  private:
+    static constexpr std::size_t kBuffer = 65536;
+
+    static std::string MakeParent(const std::string& path) {
+        if (HasNul(path)) Fail(kWriting, path, "the name holds a zero byte");
+        const std::string parent = PathFolder(path);
+        if (!parent.empty()) MakeFolder(parent);
+        return parent.empty() ? "." : parent;
+    }
+
+    void Write(std::string_view content) {
+        while (!content.empty()) {
+            const ssize_t put = write(m_file.Get(), content.data(), content.size());
+            if (put < 0 && errno == EINTR) continue;
+            if (put < 0) Fail(kWriting, m_path, Reason(errno));
+            content.remove_prefix(static_cast<std::size_t>(put));
+        }
+    }
+
+    std::string m_path;
+    std::string m_folder;
+    TemporaryFile m_temporary;
+    Descriptor m_file;
+    std::string m_waiting;
+};
 
 }  // namespace
 
@@ -197,16 +233,38 @@ std::size_t ReadFileInto(const std::string& path, Bytes& buffer, std::uint64_t m
     }
 }
 
+class FileWriter::Implementation : public AtomicFile {
+  public:
+    using AtomicFile::AtomicFile;
+};
+
+FileWriter::FileWriter(const std::string& path) : m(std::make_unique<Implementation>(path)) {}
+FileWriter::~FileWriter() = default;
+
+void FileWriter::Add(std::string_view piece) {
+    m->Add(piece);
+}
+
+void FileWriter::Finish() {
+    m->Finish();
+}
+
 void WriteFile(const std::string& path, const std::string& content) {
-    WriteAll(path, content);
+    FileWriter file(path);
+    file.Add(content);
+    file.Finish();
 }
 
 void WriteFile(const std::string& path, const Bytes& content) {
-    WriteAll(path, std::span(reinterpret_cast<const char*>(content.data()), content.size()));
+    FileWriter file(path);
+    file.Add(std::string_view(reinterpret_cast<const char*>(content.data()), content.size()));
+    file.Finish();
 }
 
 void WritePrivateFile(const std::string& path, const std::string& content) {
-    WriteAll(path, content, Readers::OwnerOnly);
+    AtomicFile file(path, Readers::OwnerOnly);
+    file.Add(content);
+    file.Finish();
 }
 
 std::optional<FileFacts> GetFileFacts(const std::string& path) {

@@ -3,9 +3,11 @@
 #include <cstdint>
 #include <ctime>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 // Files and folders. Paths are bytes. Functions that cannot do their work throw ZorException (kind File) with a text that
@@ -31,6 +33,20 @@ void WriteFile(const std::string& path, const Bytes& content);
 // The same for what only the user may read (keys, passwords): at no moment can another user open it, also where a file
 // of wider permissions stood before.
 void WritePrivateFile(const std::string& path, const std::string& content);
+
+// The same for what is too long to be held at once: written piece by piece, and under its name only after Finish. Destroyed
+// without that, nothing is left of it. One thread at a time.
+class FileWriter {
+  public:
+    explicit FileWriter(const std::string& path);
+    ~FileWriter();
+    void Add(std::string_view piece);
+    void Finish();  // once, at the end
+
+  private:
+    class Implementation;
+    std::unique_ptr<Implementation> m;
+};
 
 // Facts about a file, nothing when there is none or it cannot be looked at.
 struct FileFacts {

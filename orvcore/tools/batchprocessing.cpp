@@ -7,12 +7,14 @@
 #include "orvcore/tablemarkup.h"
 #include "orvcore/tools/thumbnail.h"
 #include "zorbase/appversion.h"
+#include "zorbase/files.h"
 #include "zorbase/text.h"
 #include "zorbase/zorexception.h"
 
 namespace {
 
-constexpr int kThumbnailSide = 96;
+constexpr int kThumbnailSide = 96;             // pixels
+constexpr std::size_t kMaxThumbnails = 10000;  // of the results behind, the table says that they have none
 
 struct BatchTool {
     OrvFilter* filter = nullptr;
@@ -73,7 +75,7 @@ std::string Link(const std::string& path) {
 // The report while it grows. What it has put on the disk is taken back unless it is finished.
 class BatchReport {
   public:
-    explicit BatchReport(const std::string& path) : m_path(path) {
+    explicit BatchReport(const std::string& path) : m_page(path) {
         const std::string extension = PathExtension(path);
         m_isTable = extension == "tsv" || extension == "txt";
         const std::string stem = PathJoin(PathFolder(path), PathStem(path)) + "-images";
@@ -83,7 +85,7 @@ class BatchReport {
             Line({"Full Path", "SHA-256", "Filter", "Filter Version", "Parameters", "Result", "Evidence",
                   "Reference", "Program"});
         else
-            m_text = HtmlReportHead("Batch report", {});
+            m_page.Add(HtmlReportHead("Batch report", {}));
     }
     ~BatchReport() {
         if (m_isFinished || !m_hasFolder) return;
@@ -102,15 +104,15 @@ class BatchReport {
         if (m_isTable) return;
         OrvReport report;
         for (int slot = 0; slot < kFileSlots; ++slot) report.files[slot] = files[slot];
-        m_text += "<h1>" + EscapeHtml(PathName(m_file->GetPath())) + "</h1>\n" + HtmlReportFiles(report);
+        m_page.Add("<h1>" + EscapeHtml(PathName(m_file->GetPath())) + "</h1>\n" + HtmlReportFiles(report));
     }
     void AddProblem(const std::string& path, const std::string& problem) {
         if (m_isTable)
             Line({FromWx(PathToWx(path)), "", "", "", "", "Not read", problem, "",
                   AppVersion().GetFullName()});
         else
-            m_text += "<h1>" + EscapeHtml(PathName(path)) + "</h1>\n<p class=\"odd\">" + EscapeHtml(problem) +
-                      "</p>\n";
+            m_page.Add("<h1>" + EscapeHtml(PathName(path)) + "</h1>\n<p class=\"odd\">" +
+                       EscapeHtml(problem) + "</p>\n");
     }
     void Add(const BatchTool& tool, const OrvReportSection& section) {
         std::string images[kFileSlots];
@@ -121,16 +123,16 @@ class BatchReport {
             AddLines(tool, section, images);
             return;
         }
-        m_text += HtmlReportSection(section);
+        m_page.Add(HtmlReportSection(section));
         for (const std::string& image : images)
             if (!image.empty())
-                m_text += "<p><img src=\"" + Link(image) + "\" alt=\"" +
-                          EscapeHtml("Result of " + tool.filter->GetNameUtf8()) +
-                          "\" style=\"max-width:100%\"></p>\n";
+                m_page.Add("<p><img src=\"" + Link(image) + "\" alt=\"" +
+                           EscapeHtml("Result of " + tool.filter->GetNameUtf8()) +
+                           "\" style=\"max-width:100%\"></p>\n");
     }
     void Finish() {
-        if (!m_isTable) m_text += HtmlReportFoot();
-        WriteFile(m_path, m_text);
+        if (!m_isTable) m_page.Add(HtmlReportFoot());
+        m_page.Finish();
         m_isFinished = true;
     }
 
@@ -146,8 +148,8 @@ class BatchReport {
         return PathJoin(PathName(m_imageFolder), name);
     }
     void Line(const std::vector<std::string>& cells) {
-        for (std::size_t i = 0; i < cells.size(); ++i) m_text += (i > 0 ? "\t" : "") + EscapeTsv(cells[i]);
-        m_text += "\n";
+        for (std::size_t i = 0; i < cells.size(); ++i) m_page.Add((i > 0 ? "\t" : "") + EscapeTsv(cells[i]));
+        m_page.Add("\n");
     }
     void AddLines(const BatchTool& tool, const OrvReportSection& section,
                   const std::string (&images)[kFileSlots]) {
@@ -177,12 +179,11 @@ class BatchReport {
             line("Result image", images[OrvEvidence], images[OrvReference]);
     }
 
-    std::string m_path;
+    FileWriter m_page;
     bool m_isTable = false;
     std::string m_imageFolder;
     bool m_hasFolder = false;
     bool m_isFinished = false;
-    std::string m_text;
     OrvFilePtr m_file;
     int m_fileNumber = 0;
 };
@@ -249,7 +250,9 @@ class Batch {
                                                                              : CellMark::None;
             result = MarkCell(mark, found->verdictText.empty() ? "Processed" : found->verdictText);
             findings = Join(found->findings, "\n");
-            if (found->outputImage.IsValid() && m_table.thumbnails.size() < kMaxFolderThumbnails) {
+            if (found->outputImage.IsValid() && m_table.thumbnails.size() >= kMaxThumbnails) {
+                thumbnail = "Not made";
+            } else if (found->outputImage.IsValid()) {
                 thumbnail = ThumbnailCell(static_cast<int>(m_table.thumbnails.size()));
                 m_table.thumbnails.push_back(ShrinkImage(found->outputImage, kThumbnailSide));
             }

@@ -21,7 +21,7 @@ VecParameter BatchProcessingParameters(const std::string& report);
 
 // A name that ends in .tsv or .txt gives tab separated values (one line per result), any other an HTML page. Result
 // images are PNG files in a new folder "<name>-images" beside the report (numbered when there is one already).
-// The images are written first, the report last and whole or not at all; when anything fails the new folder is
+// The report gets its name last, whole or not at all; when anything fails the new folder is
 // removed again. A report that would take the name of one of the files worked on is refused before anything is
 // done. Files of the folder that are no readable images are passed over; a file or a filter that fails is told
 // in its place and keeps nothing else from being reported. "From the cache" computes only what is never kept

@@ -8,6 +8,7 @@
 
 #include "orvcore/tablemarkup.h"
 #include "tests/orvcore/formatsupport.h"
+#include "tests/support/fulldisk.h"
 #include "tests/support/testcore.h"
 
 using namespace formatsupport;
@@ -137,6 +138,14 @@ TEST_F(BatchProcessing, AFailureLeavesNothingBehind) {
     MakeFolder(folder / "out/report.html/full");
     EXPECT_THROW(Run(), ZorException);
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder / "out"), {}), 1);
+
+    // No room for the images, then for the page.
+    for (const rlim_t room : {50, 1000}) {
+        const FullDisk full(room);
+        parameters[3].SetValue(folder / "full/report.html");
+        EXPECT_THROW(Run(), ZorException);
+        EXPECT_TRUE(std::filesystem::is_empty(folder / "full")) << room;
+    }
 
     Choose(BatchFiles::EvidenceAndReference);
     EXPECT_THROW(Run(), ZorException) << "there is no reference";

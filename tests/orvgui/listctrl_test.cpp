@@ -15,6 +15,7 @@
 #include "orvgui/listctrltable.h"
 #include "orvgui/listctrlview.h"
 #include "orvgui/listctrlwidths.h"
+#include "orvgui/progressdialog.h"
 #include "orvgui/spreadsheet.h"
 #include "tests/support/guitest.h"
 #include "tests/support/temporaryfolder.h"
@@ -107,6 +108,12 @@ void Send(wxWindow& window, int id) {
     wxCommandEvent event(wxEVT_MENU, id);
     event.SetEventObject(&window);
     window.ProcessWindowEvent(event);
+}
+
+// Sends an export command and waits for the end of the export.
+void Export(OrvListCtrlResults& list, int id) {
+    Send(list, id);
+    ASSERT_TRUE(PumpUntil([&list] { return !list.IsExporting(); }));
 }
 
 }  // namespace
@@ -308,7 +315,7 @@ TEST_F(ListCtrlTest, KeysCopyAndFind) {
     EXPECT_EQ(list->GetGridCursorRow(), 2);
     EXPECT_FALSE(list->Find("absent"));
     keys.Char('F', wxMOD_CONTROL);
-    const auto findDialog = [list]() -> wxWindow* {
+    const auto findDialog = []() -> wxWindow* {
         for (wxWindow* window : wxTopLevelWindows)
             if (dynamic_cast<wxFindReplaceDialog*>(window)) return window;
         return nullptr;
@@ -409,7 +416,7 @@ TEST_F(ListCtrlTest, ExportsWriteTheWholeTableInItsOrder) {
     list->SetRowFilter("a");
     {
         const SelectorAnswer answer(folder / "t.tsv");
-        Send(*list, OrvListDataAsTsv);
+        Export(*list, OrvListDataAsTsv);
         ASSERT_EQ(answer.asked.size(), 1u);
         EXPECT_TRUE(answer.asked[0].find("|export-20") != std::string::npos) << answer.asked[0];
     }
@@ -417,15 +424,15 @@ TEST_F(ListCtrlTest, ExportsWriteTheWholeTableInItsOrder) {
     EXPECT_TRUE(launches.seen.empty());
     {
         const SelectorAnswer answer(folder / "t.html");
-        Send(*list, OrvListDataAsHtml);
+        Export(*list, OrvListDataAsHtml);
     }
     EXPECT_TRUE(FileExists(folder / "t.html"));
     EXPECT_TRUE(FileExists(folder / "style.css"));
     EXPECT_EQ(launches.seen.size(), 1u);
     {
         const SelectorAnswer cancelled("");
-        Send(*list, OrvListDataAsHtml);
-        Send(*list, OrvListDataAsTsv);
+        Export(*list, OrvListDataAsHtml);
+        Export(*list, OrvListDataAsTsv);
     }
     EXPECT_EQ(launches.seen.size(), 1u);
     {
@@ -433,25 +440,66 @@ TEST_F(ListCtrlTest, ExportsWriteTheWholeTableInItsOrder) {
         std::filesystem::create_directory(folder / "taken.tsv");
         const SelectorAnswer answer(folder / "taken.tsv");
         DialogAnswers answers{wxID_OK};
-        Send(*list, OrvListDataAsTsv);
+        Export(*list, OrvListDataAsTsv);
         ASSERT_EQ(answers.Seen().size(), 1u);
         EXPECT_TRUE(answers.Seen()[0].starts_with("Error|")) << answers.Seen()[0];
     }
 }
 
-TEST_F(ListCtrlTest, LargeExportsAreWrittenWithoutTheWindow) {
+// Rows so long that writing them takes a while.
+ListCtrlView::Source LongRows(int rows) {
+    TableString table = {{"Number", "Text"}};
+    for (int i = 0; i < rows; ++i) table.push_back({ToString(i), std::string(1 << 16, '<')});
+    return Share(std::move(table));
+}
+
+TEST_F(ListCtrlTest, ExportShowsHowFarItIsAndCanBeStopped) {
     const TemporaryFolder folder;
-    auto* list = new OrvListCtrlBatch(Frame(), NumberedRows(20000), 0, wxHORIZONTAL);
-    const SelectorAnswer answer(folder / "t.tsv");
-    Send(*list, OrvListDataAsTsv);
+    const Launches launches;
+    auto* list = new OrvListCtrlBatch(Frame(), LongRows(12000), 0, wxHORIZONTAL);
+    ShowFrame();
+    const SelectorAnswer answer(folder / "t.html");
+    Send(*list, OrvListDataAsHtml);
     EXPECT_TRUE(list->IsExporting());
     {
         DialogAnswers answers{wxID_OK};
         Send(*list, OrvListDataAsTsv);
         EXPECT_EQ(answers.Seen()[0], "|The table is still being written.");
     }
-    ASSERT_TRUE(PumpUntil([&] { return !list->IsExporting(); }));
-    EXPECT_EQ(StringToVecString(ReadFile(folder / "t.tsv"), "\n").size(), 20002u);
+    ASSERT_TRUE(PumpUntil([&] { return list->GetExport().GetDialog() != nullptr; }));
+    EXPECT_EQ(list->GetExport().GetDialog()->GetTitle(), "Export");
+    list->GetExport().Abort();
+    ASSERT_TRUE(PumpUntil([&] { return !list->IsExporting(); }, 2000));
+    EXPECT_EQ(list->GetExport().GetDialog(), nullptr);
+    EXPECT_TRUE(std::filesystem::is_empty(folder.Path())) << "nothing is left of a stopped export";
+    EXPECT_TRUE(launches.seen.empty());
+
+    Send(*list, OrvListDataAsHtml);
+    PumpFor(50);
+    list->Destroy();  // while it writes
+    Pump();
+    EXPECT_TRUE(std::filesystem::is_empty(folder.Path()));
+}
+
+TEST_F(ListCtrlTest, ExportNeverWritesToAFileOfTheTable) {
+    const TemporaryFolder folder;
+    const std::string photo = folder / "photo \xFF.html";
+    WriteFile(photo, std::string("evidence"));
+    std::filesystem::create_hard_link(photo, folder / "other name.html");
+    auto* list = MakeBatch({{"Full Path"}, {"/somewhere/else"}, {FromWx(PathToWx(photo))}});
+    for (const char* name : {"photo \xFF.html", "other name.html"}) {
+        const SelectorAnswer answer(folder / name);
+        DialogAnswers answers{wxID_OK, wxID_OK, wxID_OK};
+        Export(*list, OrvListDataAsTsv);
+        Export(*list, OrvListDataAsHtml);
+        wxCommandEvent event;
+        list->OnExportReportAsHtml(event);
+        ASSERT_TRUE(PumpUntil([list] { return !list->IsExporting(); }));
+        ASSERT_EQ(answers.Seen().size(), 3u);
+        for (const std::string& seen : answers.Seen())
+            EXPECT_NE(seen.find("which are never written to"), std::string::npos) << seen;
+    }
+    EXPECT_EQ(ReadFile(photo), "evidence");
 }
 
 TEST_F(ListCtrlTest, ReportHoldsTheSelectedRowsAndShownColumns) {
@@ -466,6 +514,7 @@ TEST_F(ListCtrlTest, ReportHoldsTheSelectedRowsAndShownColumns) {
     const SelectorAnswer answer(folder / "r.html");
     wxCommandEvent event;
     list->OnExportReportAsHtml(event);
+    ASSERT_TRUE(PumpUntil([list] { return !list->IsExporting(); }));
     const std::string page = ReadFile(folder / "r.html");
     EXPECT_NE(
         page.find("<h2>Exported Images</h2>\n<h3>Id 1</h3>\n"
@@ -483,7 +532,7 @@ TEST_F(ListCtrlTest, SpreadsheetGetsTheTableOrAMessageSaysWhy) {
     auto* list = MakeBatch({{"n"}, {"=1+1"}});
     {
         DialogAnswers answers{wxID_OK};
-        Send(*list, OrvListOpenInExcel);
+        Export(*list, OrvListOpenInExcel);
         EXPECT_EQ(answers.Seen()[0],
                   "|Failed to create Excel instance. Excel must be installed for this function to work.");
     }
@@ -494,7 +543,7 @@ TEST_F(ListCtrlTest, SpreadsheetGetsTheTableOrAMessageSaysWhy) {
     });
     {
         DialogAnswers answers{wxID_OK};
-        Send(*list, OrvListOpenInExcel);
+        Export(*list, OrvListOpenInExcel);
         EXPECT_EQ(answers.Seen()[0], "|Failed to open " + FromWx(opened) + ".");
     }
     SetSpreadsheetOpener({});
