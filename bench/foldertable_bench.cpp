@@ -95,6 +95,16 @@ void BM_FolderScan(benchmark::State& state) {
 }
 BENCHMARK(BM_FolderScan)->Iterations(9)->Unit(benchmark::kMillisecond)->UseRealTime();
 
+// MD5 and SHA-1 as well.
+void BM_FolderScanWithAllHashes(benchmark::State& state) {
+    FolderScanOptions options;
+    options.threads = static_cast<int>(state.range(0));
+    options.makesThumbnails = false;
+    options.allHashes = true;
+    for (auto _ : state) benchmark::DoNotOptimize(ScanFolder(Folder(), options, OrvJob()));
+}
+BENCHMARK(BM_FolderScanWithAllHashes)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->UseRealTime();
+
 void BM_FolderScanWithThumbnails(benchmark::State& state) {
     for (auto _ : state) Scan(static_cast<int>(state.range(0)), true);
 }

@@ -37,6 +37,7 @@ class OrvOptions {
     int GetJpegQuality() const;
     bool OpensReports() const;
     bool BatchIncludesSubfolders() const;
+    bool BatchComputesAllHashes() const;
     OrvWebServices GetWebServices() const;
 
   private:

@@ -254,9 +254,13 @@ std::vector<MetadataFinding> CheckMetadata(const MetadataSet& set, const Metadat
 }
 
 bool HasContentCredentials(std::span<const std::uint8_t> jpeg) {
+    return HasContentCredentials(jpeg, ParseJpegStructure(jpeg));
+}
+
+bool HasContentCredentials(std::span<const std::uint8_t> jpeg, const JpegStructure& structure) {
     constexpr std::uint8_t kApp11 = 0xEB;
     static constexpr std::string_view kLabel = "c2pa";
-    for (const JpegSegment& segment : ParseJpegStructure(jpeg).segments) {
+    for (const JpegSegment& segment : structure.segments) {
         if (segment.marker != kApp11) continue;
         const auto payload = jpeg.subspan(segment.PayloadOffset(), segment.PayloadSize());
         if (std::search(payload.begin(), payload.end(), kLabel.begin(), kLabel.end()) != payload.end())

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "orvcore/formats/jpegstructure.h"
 #include "orvcore/formats/metadata.h"
 #include "zorimage/imageformat.h"
 
@@ -29,3 +30,4 @@ std::vector<MetadataFinding> CheckMetadata(const MetadataSet& set, const Metadat
 // Whether a JPEG holds a block of content credentials (C2PA): APP11 with JUMBF that names it. The signature is
 // not looked at.
 bool HasContentCredentials(std::span<const std::uint8_t> jpeg);
+bool HasContentCredentials(std::span<const std::uint8_t> jpeg, const JpegStructure& structure);

@@ -6,6 +6,7 @@
 #include "orvcore/formats/exifscan.h"
 #include "orvcore/formats/jpegstructure.h"
 #include "orvcore/formats/jpegwalk.h"
+#include "orvcore/formats/metadatacheck.h"
 #include "zorbase/hash.h"
 #include "zorbase/text.h"
 #include "zorimage/imageio.h"
@@ -13,6 +14,7 @@
 namespace {
 
 constexpr std::uint8_t kApp1 = 0xE1;
+constexpr std::uint8_t kApp2 = 0xE2;
 
 // The table of that number; of several definitions the last one before the first scan ends up in use.
 const QuantizationTable* TableOf(const JpegStructure& structure, std::size_t component) {
@@ -28,6 +30,12 @@ JpegQuality LuminanceQuality(const JpegStructure& structure) {
     return table == nullptr ? JpegQuality() : EstimateJpegQuality(*table);
 }
 
+std::string NameOfProfile(std::span<const std::uint8_t> profile) {
+    if (profile.empty()) return {};
+    const std::string name = IccProfileName(profile);
+    return name.empty() ? "Embedded" : name;
+}
+
 void TakeThumbnail(ByteSpan thumbnail, FileExamination& file) {
     if (thumbnail.empty()) return;
     file.thumbnailBytes = thumbnail.size();
@@ -36,6 +44,21 @@ void TakeThumbnail(ByteSpan thumbnail, FileExamination& file) {
     file.thumbnailWidth = structure.frame.width;
     file.thumbnailHeight = structure.frame.height;
     file.thumbnailQuality = LuminanceQuality(structure);
+}
+
+// The profile may lie in several numbered pieces; they are taken in file order, as every writer leaves them.
+std::string ProfileName(ByteSpan bytes, const JpegStructure& structure) {
+    static constexpr char kIcc[] = "ICC_PROFILE";  // with its zero byte; number and count follow
+    constexpr std::size_t kHead = sizeof kIcc + 2;
+    std::vector<std::uint8_t> profile;
+    for (const JpegSegment& segment : structure.segments) {
+        if (segment.marker == jpegmarker::kSos) break;
+        if (segment.marker != kApp2) continue;
+        const ByteSpan payload = Slice(bytes, segment.PayloadOffset(), segment.PayloadSize());
+        if (payload.size() <= kHead || !StartsWith(payload, 0, kIcc, sizeof kIcc)) continue;
+        profile.insert(profile.end(), payload.begin() + kHead, payload.end());
+    }
+    return NameOfProfile(profile);
 }
 
 void TakeJpegMetadata(ByteSpan bytes, const JpegStructure& structure, FileExamination& file) {
@@ -81,6 +104,11 @@ void TakeJpeg(ByteSpan bytes, FileExamination& file) {
     file.isComplete = structure.complete;
     // Pictures that the file's own index names belong to it.
     if (structure.pictures.size() < 2) file.bytesAfterEnd = structure.trailingBytes;
+    file.pictures = static_cast<int>(std::max<std::size_t>(1, structure.pictures.size()));
+    file.bitsPerSample = structure.frame.precision;
+    file.channels = static_cast<int>(structure.frame.components.size());
+    file.profile = ProfileName(bytes, structure);
+    file.hasCredentials = HasContentCredentials(bytes, structure);
     file.warnings = structure.warnings;
     TakeJpegMetadata(bytes, structure, file);
 }
@@ -101,6 +129,10 @@ FileExamination ExamineFile(const std::string& path, std::span<const std::uint8_
         file.width = info.width;
         file.height = info.height;
         file.coding = info.compression;
+        file.pictures = info.frames;
+        file.bitsPerSample = info.bitsPerSample;
+        file.channels = info.channels;
+        file.profile = NameOfProfile(info.iccProfile);
         file.warnings = info.warnings;
         const MetadataSummary metadata = ReadMetadataSummary(bytes);
         file.facts = metadata.facts;

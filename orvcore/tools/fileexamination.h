@@ -16,6 +16,7 @@ struct FileExamination {
     std::string problem;  // why the file could not be read; everything below is empty then
     std::uint64_t size = 0;
     std::optional<std::time_t> modified;
+    std::optional<std::time_t> created;  // where the file system keeps it
     FileFormat format = FileFormat::Unknown;
     bool nameAgrees = true;
     int width = 0;  // as stored; 0 when not known
@@ -24,6 +25,11 @@ struct FileExamination {
     std::string subsampling;  // of a JPEG
     std::string segments;     // of a JPEG: its markers up to the first scan, "SOI APP1 DQT SOF0 DHT SOS"
     std::string tablesHash;
+    int pictures = 0;  // in the file, those that a JPEG's index names among them; 0 when not known
+    int bitsPerSample = 0;
+    int channels = 0;
+    std::string profile;                // name of the embedded colour profile
+    bool hasCredentials = false;        // content credentials (C2PA) in a JPEG
     JpegQuality quality;                // by the luminance table
     bool chrominanceAgrees = true;      // false: luminance standard, chrominance not of the same quality
     bool isComplete = true;             // false: cut, or with holes
@@ -37,9 +43,11 @@ struct FileExamination {
     JpegQuality thumbnailQuality;
     std::string thumbnailSha256;
     std::string sha256;
+    std::string sha1;  // like md5 only where it was asked for
+    std::string md5;
 };
 
-// Pure, safe on any thread; never throws on what the bytes say. size, modified and sha256 are the caller's.
+// Pure, safe on any thread; never throws on what the bytes say. size, times and hashes of the file are the caller's.
 FileExamination ExamineFile(const std::string& path, std::span<const std::uint8_t> bytes);
 
 // Whether the software's name is that of a program for changing pictures, by a list of common ones.

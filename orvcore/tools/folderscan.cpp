@@ -57,6 +57,12 @@ void ListFolder(const std::string& folder, std::vector<std::string>& files, std:
     }
 }
 
+void TakeHashes(const FileHashes& hashes, FileExamination& file) {
+    file.sha256 = hashes.sha256;
+    file.sha1 = hashes.sha1;
+    file.md5 = hashes.md5;
+}
+
 class Scan {
   public:
     Scan(std::vector<std::string> files, const FolderScanOptions& options, const OrvJob& job)
@@ -64,7 +70,8 @@ class Scan {
           m_options(options),
           m_job(job),
           m_rows(m_files.size()),
-          m_thumbnails(options.makesThumbnails ? std::min(m_files.size(), kMaxFolderThumbnails) : 0) {}
+          m_thumbnails(options.makesThumbnails ? std::min(m_files.size(), options.maximumThumbnails) : 0),
+          m_thumbnailSide(FolderThumbnailSide(m_thumbnails.size(), options.thumbnailSide)) {}
 
     FolderTable Run() {
         const auto start = std::chrono::steady_clock::now();
@@ -117,14 +124,17 @@ class Scan {
             Sha256Stream sha256;
             const std::size_t size = ReadFileInto(path, buffer, m_options.maximumBytes, [&](auto piece) {
                 m_job.CheckAbort();
-                sha256.Add(piece);
+                if (!m_options.allHashes) sha256.Add(piece);
             });
             const auto bytes = std::span<const std::uint8_t>(buffer).first(size);
             file = ExamineFile(path, bytes);
             file.size = size;
-            file.sha256 = sha256.Finish();
-            if (i < m_thumbnails.size())
-                m_thumbnails[i] = MakeThumbnail(bytes, m_options.thumbnailSide, m_job);
+            if (m_options.allHashes) {
+                TakeHashes(ComputeHashes(bytes, [this](double) { m_job.CheckAbort(); }), file);
+            } else {
+                file.sha256 = sha256.Finish();
+            }
+            if (i < m_thumbnails.size()) m_thumbnails[i] = MakeThumbnail(bytes, m_thumbnailSide, m_job);
         } catch (const ZorException& exception) {
             if (exception.GetKind() == ZorException::Kind::Aborted) throw;
             file = Unread(path, exception.GetMessage());
@@ -133,9 +143,13 @@ class Scan {
         }
         if (const auto facts = GetFileFacts(path)) {
             file.modified = facts->modified;
+            file.created = facts->created;
             if (!file.problem.empty()) file.size = facts->size;
         }
-        return FolderTableRow(file);
+        std::vector<std::string> row = FolderTableRow(file);
+        if (m_options.makesThumbnails && i >= m_thumbnails.size() && IsReadableFormat(file.format))
+            NoteMissingThumbnail(row);
+        return row;
     }
 
     static FileExamination Unread(const std::string& path, const std::string& problem) {
@@ -179,6 +193,7 @@ class Scan {
     const OrvJob& m_job;
     TableString m_rows;
     std::vector<Image> m_thumbnails;
+    const int m_thumbnailSide;
     std::atomic<std::size_t> m_next{0};
     std::atomic<std::size_t> m_done{0};
     std::mutex m_mutex;
@@ -212,7 +227,10 @@ std::vector<std::string> ListFolderFiles(const std::string& folder, bool include
     return files;
 }
 
-FolderTable ScanFolder(const std::string& folder, const FolderScanOptions& options, const OrvJob& job) {
+namespace {
+
+FolderTable ScanWithAllColumns(const std::string& folder, const FolderScanOptions& options,
+                               const OrvJob& job) {
     job.SetProgress(0.0, "Listing " + ToValidUtf8(folder));
     std::vector<std::string> problems;
     std::vector<std::string> files = ListFolderFiles(folder, options.includesSubfolders, problems, job);
@@ -228,13 +246,23 @@ FolderTable ScanFolder(const std::string& folder, const FolderScanOptions& optio
     return result;
 }
 
+}  // namespace
+
+FolderTable ScanFolder(const std::string& folder, const FolderScanOptions& options, const OrvJob& job) {
+    FolderTable result = ScanWithAllColumns(folder, options, job);
+    if (!options.allHashes) DropExtraHashes(result.table);
+    return result;
+}
+
 FolderTable CompareFolder(const std::string& folder, const OrvLoadedFile& evidence,
                           const FolderScanOptions& options, const OrvJob& job) {
-    FolderTable result = ScanFolder(folder, options, job);
+    FolderTable result = ScanWithAllColumns(folder, options, job);
     FileExamination file = ExamineFile(evidence.GetPath(), evidence.GetBytes());
     file.size = evidence.GetBytes().size();
     file.sha256 = evidence.GetSha256();
     file.modified = evidence.GetFacts().modified;
+    file.created = evidence.GetFacts().created;
+    if (options.allHashes) TakeHashes(evidence.GetHashes(job), file);
     std::vector<std::string> row = FolderTableRow(file);
     if (options.makesThumbnails) {
         Image thumbnail = MakeThumbnail(evidence.GetBytes(), options.thumbnailSide, job);
@@ -244,5 +272,6 @@ FolderTable CompareFolder(const std::string& folder, const OrvLoadedFile& eviden
         }
     }
     result.table = CompareWithEvidence(result.table, row);
+    if (!options.allHashes) DropExtraHashes(result.table);
     return result;
 }

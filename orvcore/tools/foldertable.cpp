@@ -1,6 +1,7 @@
 #include "orvcore/tools/foldertable.h"
 
 #include <algorithm>
+#include <cmath>
 #include <map>
 
 #include "orvcore/tablemarkup.h"
@@ -22,6 +23,7 @@ enum Column : std::size_t {
     kDateTaken,
     kDateChanged,
     kModified,
+    kCreated,
     kSize,
     kQuality,
     kSubsampling,
@@ -29,6 +31,11 @@ enum Column : std::size_t {
     kTablesHash,
     kSegments,
     kStructure,
+    kPictures,
+    kDepth,
+    kChannels,
+    kProfile,
+    kCredentials,
     kGps,
     kThumbnailDimensions,
     kThumbnailQuality,
@@ -36,6 +43,8 @@ enum Column : std::size_t {
     kThumbnailSha256,
     kSameContent,
     kSha256,
+    kSha1,
+    kMd5,
     kFullPath,
     kColumns
 };
@@ -60,6 +69,7 @@ constexpr ColumnInfo kInfo[kColumns] = {
     {"Date Taken", Weight::NotCompared},
     {"Date Changed", Weight::NotCompared},
     {"Modified", Weight::NotCompared},
+    {"Created", Weight::NotCompared},
     {"Size (bytes)", Weight::NotCompared},
     {"Quality", Weight::Different},
     {"Subsampling", Weight::OneCamera},
@@ -67,6 +77,11 @@ constexpr ColumnInfo kInfo[kColumns] = {
     {"Tables Hash", Weight::Different},
     {"Segments", Weight::OneCamera},
     {"Structure", Weight::Different},
+    {"Pictures", Weight::Different},
+    {"Depth", Weight::OneCamera},
+    {"Channels", Weight::OneCamera},
+    {"Colour Profile", Weight::Different},
+    {"Content Credentials", Weight::Different},
     {"GPS", Weight::Different},
     {"Thumbnail Dimensions", Weight::OneCamera},
     {"Thumbnail Quality", Weight::Different},
@@ -74,6 +89,8 @@ constexpr ColumnInfo kInfo[kColumns] = {
     {"Thumbnail SHA-256", Weight::NotCompared},
     {"Same Content As", Weight::NotCompared},
     {"SHA-256", Weight::NotCompared},
+    {"SHA-1", Weight::NotCompared},
+    {"MD5", Weight::NotCompared},
     {"Full Path", Weight::NotCompared},
 };
 
@@ -131,6 +148,11 @@ void AddPicture(const FileExamination& file, RowMaker& row) {
     row.Set(kSubsampling, file.subsampling);
     row.Set(kTablesHash, file.tablesHash);
     row.Set(kSegments, file.segments);
+    row.Set(kPictures, file.pictures > 0 ? ToString(file.pictures) : "");
+    row.Set(kDepth, file.bitsPerSample > 0 ? ToString(file.bitsPerSample) : "");
+    row.Set(kChannels, file.channels > 0 ? ToString(file.channels) : "");
+    row.Set(kProfile, ToValidUtf8(file.profile));
+    if (IsReadableFormat(file.format)) row.Set(kCredentials, file.hasCredentials ? "Yes" : "No");
     const int statedWidth = file.facts.pixelXDimension;
     const int statedHeight = file.facts.pixelYDimension;
     if (statedWidth > 0 && statedHeight > 0 && file.width > 0 &&
@@ -211,6 +233,11 @@ std::string Sentence(const char* words, const std::vector<std::string>& names) {
     return names.empty() ? std::string() : words + Join(names, ", ") + ".";
 }
 
+void AddNote(std::vector<std::string>& row, const std::string& note) {
+    const ParsedCell notes = ParseCell(row[kNotes]);
+    row[kNotes] = MarkCell(notes.mark, notes.text + (notes.text.empty() ? "" : " ") + note);
+}
+
 struct ComparedRow {
     std::vector<std::string> cells;
     int differences = 0;
@@ -259,6 +286,7 @@ std::vector<std::string> FolderTableRow(const FileExamination& file) {
     row.Set(kFullPath, PathCell(file.path));
     row.Set(kSize, ToString(static_cast<std::int64_t>(file.size)));
     if (file.modified) row.Set(kModified, FormatTime(*file.modified));
+    if (file.created) row.Set(kCreated, FormatTime(*file.created));
     if (!file.problem.empty()) {
         row.Set(kNotes, file.problem);
         row.Mark(kNotes, CellMark::StandsOut, {});
@@ -266,6 +294,8 @@ std::vector<std::string> FolderTableRow(const FileExamination& file) {
     }
     row.Set(kFormat, FormatName(file.format));
     row.Set(kSha256, file.sha256);
+    row.Set(kSha1, file.sha1);
+    row.Set(kMd5, file.md5);
     if (file.format == FileFormat::Empty) {
         row.Mark(kFormat, CellMark::StandsOut, "The file is empty.");
         return row.Finish();
@@ -279,6 +309,29 @@ std::vector<std::string> FolderTableRow(const FileExamination& file) {
     return row.Finish();
 }
 
+int FolderThumbnailSide(std::size_t thumbnails, int wanted) {
+    constexpr double kBytes = 280e6;
+    constexpr int kSmallest = 30;
+    if (thumbnails == 0) return wanted;
+    const double side = std::sqrt(kBytes / 3 / static_cast<double>(thumbnails));
+    return std::min(wanted, std::max(kSmallest, static_cast<int>(std::min(side, 1e6))));
+}
+
+void DropExtraHashes(TableString& table) {
+    if (table.empty()) return;
+    for (const char* label : {"SHA-1", "MD5"}) {
+        const auto found = std::find(table[0].begin(), table[0].end(), label);
+        if (found == table[0].end()) continue;
+        const std::ptrdiff_t column = found - table[0].begin();
+        for (std::vector<std::string>& row : table) row.erase(row.begin() + column);
+    }
+}
+
+void NoteMissingThumbnail(std::vector<std::string>& row) {
+    row[kThumbnail] = "Not made";
+    AddNote(row, "No thumbnail: the folder has too many pictures.");
+}
+
 void MarkSameContent(TableString& table) {
     std::map<std::string, std::string> firstNames;
     for (std::size_t i = 1; i < table.size(); ++i) {
@@ -288,9 +341,7 @@ void MarkSameContent(TableString& table) {
         const auto [first, isNew] = firstNames.emplace(sha256, Text(row, kName));
         if (isNew) continue;
         row[kSameContent] = MarkCell(CellMark::Doubtful, first->second);
-        const std::string notes = Text(row, kNotes);
-        row[kNotes] =
-            TableCell(notes + (notes.empty() ? "" : " ") + "Same content as \"" + first->second + "\".");
+        AddNote(row, "Same content as \"" + first->second + "\".");
     }
 }
 

@@ -31,15 +31,18 @@
 // | Same Content As      | ?    | an earlier row has the same SHA-256                                         |
 
 struct FolderScanOptions {
-    bool includesSubfolders = false;  // links to folders are not followed
-    bool makesThumbnails = true;      // decoding the pictures costs several times all the rest
-    int thumbnailSide = 96;           // pixels, of the longer side
+    bool includesSubfolders = false;         // links to folders are not followed
+    bool makesThumbnails = true;             // decoding the pictures costs several times all the rest
+    int thumbnailSide = 96;                  // pixels, of the longer side; smaller in large folders
+    std::size_t maximumThumbnails = 100000;  // of the files behind, the table says that they have none
+    bool allHashes = false;                  // MD5 and SHA-1 as well: takes three to four times as long
     int threads = 2;
     std::uint64_t maximumBytes = std::uint64_t{2} << 30;  // larger files are rows that say so
 };
 
-// Thumbnails are made for so many files at most, so that memory stays bounded (270 MB at 96 pixels).
-constexpr std::size_t kMaxFolderThumbnails = 10000;
+// How long the side of each of so many thumbnails may be, so that they take 280 MB at most together: the wanted one up to
+// 10,000 (of 96 pixels), never less than 30.
+int FolderThumbnailSide(std::size_t thumbnails, int wanted);
 
 struct FolderTable {
     TableString table;
@@ -54,10 +57,10 @@ FolderTable ScanFolder(const std::string& folder, const FolderScanOptions& optio
 
 // The same table against the evidence. The evidence's row comes first, then the files by growing number of
 // differences, which is the first column. Only columns that tell of the origin are compared: Format, Width,
-// Height, Make, Model, Software, Coding, Quality, Subsampling, Tables Hash, Segments, Structure, GPS and the
-// thumbnail's Dimensions and Quality. There, a cell equal to the evidence's is plain, a different one "?", and
+// Height, Make, Model, Software, Coding, Quality, Subsampling, Tables Hash, Segments, Structure, Pictures, Depth,
+// Channels, Colour Profile, Content Credentials, GPS and the thumbnail's Dimensions and Quality. There, a cell equal to the evidence's is plain, a different one "?", and
 // a contradictory one "!": different although the file names the same camera (make and model), in a column
-// where one camera writes all its pictures alike (Format, Coding, Subsampling, Segments, Thumbnail
+// where one camera writes all its pictures alike (Format, Coding, Subsampling, Segments, Depth, Channels, Thumbnail
 // Dimensions). The other columns carry no marks. Files that could not be read come last.
 FolderTable CompareFolder(const std::string& folder, const OrvLoadedFile& evidence,
                           const FolderScanOptions& options, const OrvJob& job);
@@ -69,10 +72,14 @@ std::vector<std::string> ListFolderFiles(const std::string& folder, bool include
 
 // --- the pieces, without files ---
 
-// The column labels.
+// The labels of all columns, those of every hash among them.
 std::vector<std::string> FolderTableLabels();
+// Takes the columns MD5 and SHA-1 out of a table.
+void DropExtraHashes(TableString& table);
 // One row; its first cell, the thumbnail's, is empty.
 std::vector<std::string> FolderTableRow(const FileExamination& file);
+// Says in a picture's row that it would have a thumbnail if there were not too many.
+void NoteMissingThumbnail(std::vector<std::string>& row);
 // Marks rows whose content an earlier one has.
 void MarkSameContent(TableString& table);
 // Turns a table into one against the row `evidence`, as told above.

@@ -35,7 +35,8 @@ VecParameter ShowPictures(const TableString& pictures) {
     return {table};
 }
 
-// The first parameter is the folder; a second one may say whether subfolders are looked into.
+// The first parameter is the folder; a second one may say whether subfolders are looked into, a third one whether
+// every hash is computed, a fourth one whether thumbnails are made.
 VecParameter ExamineFolder(OrvActionId action, const VecParameter& parameters, const OrvFilePtr& evidence,
                            OrvContext& context, const OrvOptions& options, const OrvJob& job) {
     if (parameters.empty()) ZOR_THROW(Argument, "No folder was given.");
@@ -43,6 +44,8 @@ VecParameter ExamineFolder(OrvActionId action, const VecParameter& parameters, c
     FolderScanOptions scan;
     scan.includesSubfolders =
         parameters.size() > 1 ? parameters[1].Get<bool>() : options.BatchIncludesSubfolders();
+    scan.allHashes = parameters.size() > 2 ? parameters[2].Get<bool>() : options.BatchComputesAllHashes();
+    if (parameters.size() > 3) scan.makesThumbnails = parameters[3].Get<bool>();
     scan.maximumBytes = options.GetMaximumFileBytes();
     FolderTable result;
     if (action == OrvActionBatchComparison) {

@@ -256,6 +256,48 @@ TEST(FolderTable, ThumbnailsShowThePictureItself) {
     EXPECT_FALSE(MakeThumbnail({}, 96, OrvJob()).IsValid());
 }
 
+TEST(FolderTable, SaysWhichPicturesAreTooManyForThumbnails) {
+    const TemporaryFolder folder;
+    for (const char* name : {"a.jpg", "b.txt", "c.jpg", "d.jpg", "e.txt"})
+        WriteFile(folder / name, PathExtension(name) == "jpg" ? MakeJpeg() : ToBytes("text"));
+    FolderScanOptions options;
+    options.maximumThumbnails = 3;
+    const FolderTable result = ScanFolder(folder.Path(), options, OrvJob());
+    EXPECT_EQ(result.thumbnails.size(), 2U);
+    const std::vector<std::string> cells = {"*IMG*0", "", "*IMG*1", "Not made", ""};
+    for (std::size_t row = 1; row <= cells.size(); ++row)
+        EXPECT_EQ(Raw(result.table, row, "Thumbnail"), cells[row - 1]);
+    EXPECT_THAT(Text(result.table, 4, "Notes"), HasSubstr("No thumbnail: the folder has too many pictures."));
+    EXPECT_EQ(Text(result.table, 5, "Notes"), "Same content as \"b.txt\".");
+
+    const std::pair<std::size_t, int> sides[] = {{1, 96},      {10000, 96},    {20000, 68},
+                                                 {100000, 30}, {10000000, 30}, {0, 96}};
+    for (const auto& [files, side] : sides) EXPECT_EQ(FolderThumbnailSide(files, 96), side) << files;
+    EXPECT_EQ(FolderThumbnailSide(20000, 40), 40);
+}
+
+TEST(FolderTable, HoldsEveryHashWhereAskedFor) {
+    const TemporaryFolder folder;
+    WriteFile(folder / "abc", std::string("abc"));
+    WriteFile(folder / "empty", std::string());
+    TableString table = ScanFolder(folder.Path(), WithoutThumbnails(), OrvJob()).table;
+    EXPECT_THAT(table[0], testing::Not(testing::Contains("MD5")));
+    EXPECT_EQ(table[1].size(), table[0].size());
+    EXPECT_EQ(Text(table, 1, "Full Path"), folder / "abc");
+
+    FolderScanOptions options = WithoutThumbnails();
+    options.allHashes = true;
+    table = ScanFolder(folder.Path(), options, OrvJob()).table;
+    EXPECT_EQ(Text(table, 1, "MD5"), "900150983cd24fb0d6963f7d28e17f72");
+    EXPECT_EQ(Text(table, 1, "SHA-1"), "a9993e364706816aba3e25717850c26c9cd0d89d");
+    EXPECT_EQ(Text(table, 2, "MD5"), "d41d8cd98f00b204e9800998ecf8427e");
+    const OrvFilePtr evidence = OrvLoadedFile::Load(folder / "abc", 1 << 20, OrvJob());
+    table = CompareFolder(folder.Path(), *evidence, options, OrvJob()).table;
+    EXPECT_EQ(Text(table, 1, "MD5"), "900150983cd24fb0d6963f7d28e17f72");
+    EXPECT_EQ(Text(table, 1, "Notes"), "The evidence.");
+    EXPECT_EQ(Text(table, 3, "Full Path"), folder / "empty");
+}
+
 TEST(FolderTable, ComparisonTellsDifferentFromContradictory) {
     const TemporaryFolder folder;
     WriteFile(folder / "evidence.jpg", Photograph("Ver.1.0", kTaken, kTaken));
@@ -378,6 +420,16 @@ TEST(ExifScan, AgreesWithTheWholeReadingOnRealFiles) {
         EXPECT_EQ(quick.facts.pixelYDimension, whole.facts.pixelYDimension) << path;
         EXPECT_EQ(quick.facts.orientation, whole.facts.orientation) << path;
         EXPECT_EQ(quick.hasPosition, whole.hasPosition) << path;
+        const ImageInfo info = ReadImageInfo(bytes);
+        if (quick.isComplete) {
+            EXPECT_EQ(quick.channels, info.channels) << path;
+            EXPECT_EQ(quick.bitsPerSample, info.bitsPerSample) << path;
+            // A profile whose pieces do not fit together is there, yet has no name.
+            const std::string name = info.iccProfile.empty() ? "" : IccProfileName(info.iccProfile);
+            if (!name.empty() || quick.profile.empty()) {
+                EXPECT_EQ(quick.profile, name) << path;
+            }
+        }
         if (quick.thumbnailBytes > 0) {
             EXPECT_EQ(quick.thumbnailSha256, Sha256(std::span<const std::uint8_t>(whole.thumbnail))) << path;
         }
