@@ -1,10 +1,11 @@
 // orvane-cli: the same core without a display.
 
 #include <CLI/CLI.hpp>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <filesystem>
 #include <string>
+#include <system_error>
 
 #include "orvcore/interface.h"
 #include "orvcore/report.h"
@@ -57,6 +58,13 @@ int Fail(const std::string& message) {
     return 1;
 }
 
+// Prints a result. Standard output may be a file on a full disk, or a pipe whose reader is gone.
+int Print(const std::string& text) {
+    if (std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0) return 0;
+    return Fail(std::string("Cannot write to standard output: ") + std::generic_category().message(errno) +
+                ".");
+}
+
 bool Load(OrvInterface& core, const Outcome& outcome, const std::string& evidence,
           const std::string& reference) {
     core.SetFile(PathToWx(evidence), OrvEvidence);
@@ -72,8 +80,7 @@ int Report(OrvInterface& core, const std::string& evidence, const std::string& r
     core.GenerateReport(PathToWx(output));
     Wait(core);
     if (!outcome.IsGood()) return Fail(outcome.GetError());
-    std::printf("%s\n", output.c_str());
-    return 0;
+    return Print(output + "\n");
 }
 
 int Analyse(OrvInterface& core, const std::string& evidence, const std::string& reference,
@@ -100,38 +107,33 @@ int Analyse(OrvInterface& core, const std::string& evidence, const std::string& 
     OrvReportSection section;
     section.filter = filter;
     section.result = filter->GetResult();
-    std::fputs(BuildTsv(section).c_str(), stdout);
-    return 0;
+    return Print(BuildTsv(section));
 }
 
 // One table of all files of a folder, alone or against the evidence.
 int Batch(OrvInterface& core, const std::string& folder, const std::string& evidence, bool subfolders,
-          const std::string& output) {
+          bool hashes, const std::string& output) {
     Outcome outcome(core);
     if (!evidence.empty() && !Load(core, outcome, evidence, {})) return Fail(outcome.GetError());
     VecParameter parameters = {Parameter::Path(ParameterType::Folder, "folder", "Folder", folder),
-                               Parameter::Bool("subfolders", "Subfolders", subfolders)};
+                               Parameter::Bool("subfolders", "Subfolders", subfolders),
+                               Parameter::Bool("hashes", "Hashes", hashes),
+                               Parameter::Bool("thumbnails", "Thumbnails", false)};
     core.CallGenericAction(evidence.empty() ? OrvActionBatchAnalysis : OrvActionBatchComparison, "Batch",
                            parameters);
     Wait(core);
     if (!outcome.IsGood()) return Fail(outcome.GetError());
     if (outcome.GetResults().empty()) return Fail("There is no result.");
     TableString table = outcome.GetResults()[0].Get<TableString>();
-    for (const std::vector<std::string>& row : table) {
-        std::error_code error;
-        if (!output.empty() &&
-            std::filesystem::equivalent(PathFromWx(ToWx(ParseCell(row.back()).text)), output, error))
-            return Fail("\"" + output + "\" is one of the files of the folder, which are never written to.");
-    }
+    if (!output.empty()) RefuseListedFile(output, table, static_cast<int>(table[0].size()) - 1);
     // Pictures are for windows: their column stays out.
     for (std::size_t i = table[0].size(); i-- > 0;)
         if (table[0][i] == "Thumbnail")
             for (std::vector<std::string>& row : table)
                 row.erase(row.begin() + static_cast<std::ptrdiff_t>(i));
     const std::string extension = PathExtension(output);
-    if (output.empty()) {
-        std::fputs(TableToTsv(table).c_str(), stdout);
-    } else if (extension == "html" || extension == "htm") {
+    if (output.empty()) return Print(TableToTsv(table));
+    if (extension == "html" || extension == "htm") {
         SaveImageInfoTableAsHtml(output, table, true);
     } else {
         SaveImageInfoTableAsTsv(output, table);
@@ -140,15 +142,15 @@ int Batch(OrvInterface& core, const std::string& folder, const std::string& evid
 }
 
 int ListFilters(const OrvInterface& core) {
+    std::string text;
     for (const OrvFilter* filter : core.GetFilters()) {
-        std::printf("%s\t%s\t%s\n", filter->GetId().c_str(), filter->GetAnalysisTypeUtf8().c_str(),
-                    filter->GetNameUtf8().c_str());
+        text += filter->GetId() + "\t" + filter->GetAnalysisTypeUtf8() + "\t" + filter->GetNameUtf8() + "\n";
         for (const VecParameter& group : {filter->GetInputPrototype(), filter->GetPostProcessingPrototype()})
             for (const Parameter& parameter : group)
-                std::printf("\t%s=%s\t%s\n", parameter.Name().c_str(), parameter.GetValueAsString().c_str(),
-                            parameter.GetDescription().c_str());
+                text += "\t" + parameter.Name() + "=" + parameter.GetValueAsString() + "\t" +
+                        parameter.GetDescription() + "\n";
     }
-    return 0;
+    return Print(text);
 }
 
 }  // namespace
@@ -186,6 +188,8 @@ int main(int argc, char** argv) {
     batch->add_option("folder", folder, "The folder")->required();
     batch->add_option("-c,--compare", evidence, "A photograph to compare every file with");
     batch->add_flag("-r,--subfolders", subfolders, "Look into subfolders too");
+    bool hashes = false;
+    batch->add_flag("--hashes", hashes, "Compute MD5 and SHA-1 besides SHA-256");
     batch->add_option("-o,--output", output, "The .tsv or .html file to write; without it, TSV is printed");
 
     CLI::App* filters = app.add_subcommand("filters", "List the filters with their parameters and defaults");
@@ -196,7 +200,7 @@ int main(int argc, char** argv) {
         std::signal(SIGINT, [](int) { wasInterrupted = 1; });
         if (report->parsed()) return Report(core, evidence, reference, output);
         if (analyse->parsed()) return Analyse(core, evidence, reference, filterId, settings);
-        if (batch->parsed()) return Batch(core, folder, evidence, subfolders, output);
+        if (batch->parsed()) return Batch(core, folder, evidence, subfolders, hashes, output);
         if (filters->parsed()) return ListFilters(core);
     } catch (const std::exception& exception) {
         return Fail(exception.what());
