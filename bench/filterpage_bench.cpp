@@ -18,7 +18,16 @@ namespace {
 
 constexpr int kParameters = 40;
 
-// Half of the parameters are edited, half are results, of the types that filters mostly have.
+// As long as the metadata of a camera's photograph.
+TableString MetadataTable(int run) {
+    TableString table = {{"Group", "Name", "Evidence", "Reference"}};
+    for (int i = 0; i < 200; ++i)
+        table.push_back({"Exif.Photo", "Tag number " + std::to_string(i), "value " + std::to_string(run + i),
+                         i % 10 == 0 ? "!other" : "same"});
+    return table;
+}
+
+// Half of the parameters are edited, half are results, of the types that filters mostly have, a table among them.
 class FortyParameters : public OrvFilter {
   public:
     FortyParameters() : OrvFilter("Forty parameters", "forty-parameters") {
@@ -36,6 +45,7 @@ class FortyParameters : public OrvFilter {
                 Parameter::Output(ParameterType::OutputImageResolution, "resolution" + n, "Pixels"));
             output.push_back(Parameter::Output(ParameterType::OutputDateTime, "date" + n, "Taken"));
         }
+        output[output.size() - 1] = Parameter::Output(ParameterType::TableString, "table", "Metadata");
         SetParameters(input, {}, output);
     }
     // Values that differ from one update to the next.
@@ -46,6 +56,8 @@ class FortyParameters : public OrvFilter {
                 value.SetValue(std::int64_t{run});
             else if (value.Type() == ParameterType::OutputImageResolution)
                 value.SetValue(ImageResolution{run, run});
+            else if (value.Type() == ParameterType::TableString)
+                value.SetValue(MetadataTable(run));
             else
                 value.SetValue("value " + std::to_string(run));
         }

@@ -186,6 +186,11 @@ OrvMainFrame* OrvListCtrl::FindMainFrame() const {
     return nullptr;
 }
 
+void OrvListCtrl::FitLongestCells(int maximum) {
+    m_longestCells = maximum;
+    MeasureColumns();
+}
+
 // --- order and filter ---
 
 void OrvListCtrl::OnColLabelLeftClick(wxGridEvent& event) {
@@ -289,6 +294,8 @@ void OrvListCtrl::MeasureColumns() {
         int labelWidth = 0;
         GetGridColLabelWindow()->GetTextExtent(GetColLabelValue(col).Left(kLongestLabel), &labelWidth,
                                                nullptr, nullptr, nullptr, &labelFont);
+        if (m_longestCells > 0 && !best.empty())
+            best = {std::min(*std::max_element(best.begin(), best.end()), m_longestCells)};
         const int width =
             ColumnWidth(best, GetDefaultColSize(), std::max(GetColMinimalWidth(col), labelWidth + kSortSign));
         m_columnWidths[static_cast<std::size_t>(col)] = width;

@@ -55,6 +55,11 @@ class ORVGUI_API OrvListCtrl : public wxGrid {
     void SaveCurrentSelection();
     const std::vector<wxString>& GetShownLabels() const { return m_shownLabels; }
 
+    // Columns become as wide as their longest measured cell, of `maximum` pixels at most, instead of the average one.
+    void FitLongestCells(int maximum);
+
+    // The column of the last sort; -1 when the table is in its own order.
+    int GetSortColumn() const { return m_sortColumn; }
     // Sorts by a column: ascending, or descending when it is sorted ascending by that column now.
     void SortCol(int col);
     // Shows only rows that hold every word of the filter; "" shows all.
@@ -108,6 +113,7 @@ class ORVGUI_API OrvListCtrl : public wxGrid {
     int m_pendingSort = -1;  // column that is being sorted by
     std::string m_filter;
     bool m_hasTallRows = false;
+    int m_longestCells = 0;  // pixels; 0: columns have their average width
     std::vector<int> m_columnWidths;
     std::vector<bool> m_isUserSized;  // columns that are not measured any more
     std::vector<wxString> m_shownLabels;

@@ -5,6 +5,7 @@
 #include <wx/translation.h>
 
 #include <algorithm>
+#include <cmath>
 
 #include "orvcore/tables.h"
 #include "orvgui/listctrlwidths.h"
@@ -68,7 +69,7 @@ void ListCtrlTable::FindNumberColumns() {
         bool isNumber = true;
         bool isEmpty = true;
         for (std::size_t row = 1; row < rows && isNumber; ++row) {
-            if (col >= table[row].size() || table[row][col].empty()) continue;
+            if (col >= table[row].size() || table[row][col].empty() || table[row][col] == "-") continue;
             isEmpty = false;
             isNumber = IsNumberCell(table[row][col]);
         }
@@ -171,9 +172,7 @@ void ListCtrlTable::SetValue(int row, int col, const wxString& value) {
 wxString ListCtrlTable::GetColLabelValue(int col) {
     if (col < 0 || col >= GetNumberCols()) return wxString();
     if (static_cast<std::size_t>(col) < m_labels.size()) return m_labels[static_cast<std::size_t>(col)];
-    const wxString label = ToWx(ParseLabel(m_rows.Table()[0][static_cast<std::size_t>(col)]));
-    // The empty text stands for the catalogue's own header.
-    return label.empty() ? label : wxGetTranslation(label);
+    return ToWx(LabelText(m_rows.Table()[0][static_cast<std::size_t>(col)]));
 }
 
 void ListCtrlTable::SetColLabelValue(int col, const wxString& value) {
@@ -206,6 +205,8 @@ ListCtrlTable* TableOf(wxGrid& grid) {
 
 void ListCtrlTextRenderer::Draw(wxGrid& grid, wxGridCellAttr& attr, wxDC& dc, const wxRect& rect, int row,
                                 int col, bool isSelected) {
+    // The background alone: the string renderer in between would draw its own text.
+    // NOLINTNEXTLINE(bugprone-parent-virtual-call)
     wxGridCellRenderer::Draw(grid, attr, dc, rect, row, col, isSelected);
     const ListCtrlTable* table = TableOf(grid);
     if (table == nullptr) return;
@@ -222,11 +223,30 @@ wxSize ListCtrlTextRenderer::GetBestSize(wxGrid& grid, wxGridCellAttr& attr, wxD
     const ListCtrlTable* table = TableOf(grid);
     if (table == nullptr) return wxSize();
     const wxString text = table->GetDisplayText(row, col);
-    return text.empty() ? wxSize() : DoGetBestSize(attr, dc, text);
+    if (text.empty()) return wxSize();
+    // Asking the toolkit for the width of every cell costs most of the time that a table takes to be shown.
+    const bool isPlain =
+        std::all_of(text.begin(), text.end(), [](wxUniChar c) { return c >= ' ' && c < 127; });
+    if (isPlain) MeasureFont(dc, attr.GetFont());
+    if (!isPlain || m_advance <= 0) return DoGetBestSize(attr, dc, text);
+    return wxSize(static_cast<int>(std::ceil(m_advance * static_cast<double>(text.length()))), m_height);
+}
+
+void ListCtrlTextRenderer::MeasureFont(wxDC& dc, const wxFont& font) {
+    if (m_font.IsOk() && font == m_font) return;
+    constexpr int kSample = 64;
+    m_font = font;
+    dc.SetFont(font);
+    const wxSize narrow = dc.GetTextExtent(wxString('i', kSample));
+    const wxSize wide = dc.GetTextExtent(wxString('W', kSample));
+    m_advance = narrow.x == wide.x ? static_cast<double>(wide.x) / kSample : 0;
+    m_height = wide.y;
 }
 
 void wxBmpCellRenderer::Draw(wxGrid& grid, wxGridCellAttr& attr, wxDC& dc, const wxRect& rect, int row,
                              int col, bool isSelected) {
+    // The background alone: the string renderer in between would draw its own text.
+    // NOLINTNEXTLINE(bugprone-parent-virtual-call)
     wxGridCellRenderer::Draw(grid, attr, dc, rect, row, col, isSelected);
     ListCtrlTable* table = TableOf(grid);
     if (table == nullptr) return;

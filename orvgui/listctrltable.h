@@ -73,6 +73,13 @@ class ListCtrlTextRenderer : public wxGridCellStringRenderer {
               bool isSelected) override;
     wxSize GetBestSize(wxGrid& grid, wxGridCellAttr& attr, wxDC& dc, int row, int col) override;
     ListCtrlTextRenderer* Clone() const override { return new ListCtrlTextRenderer(*this); }
+
+  private:
+    void MeasureFont(wxDC& dc, const wxFont& font);
+
+    wxFont m_font;
+    double m_advance = 0;  // pixels of every plain character of m_font; 0 when it is not of fixed pitch
+    int m_height = 0;
 };
 
 // Draws a thumbnail.

@@ -1,17 +1,11 @@
 #pragma once
 
-#include <wx/string.h>
-
 #include "orvgui/parametercontrol.h"
 
-class wxGrid;
+class OrvListCtrl;
 
-// Whether every filled cell below the label is a number, so that the column reads best aligned right. False
-// for a column without any.
-bool IsNumericColumn(const TableString& table, std::size_t column);
-
-// A table of strings whose first row holds the labels, shown read-only in a grid that asks for cells on
-// demand. Marked cells are red or orange. GUI thread.
+// A table of strings whose first row holds the labels, shown in a table control with its marks, sorting, search and
+// copying. A new value with the same labels stays sorted as the user has sorted it. GUI thread.
 class ParameterControlTableString : public ParameterControl {
   public:
     ParameterControlTableString(wxWindow* parent, wxGridBagSizer* sizer, const Parameter& parameter);
@@ -21,8 +15,8 @@ class ParameterControlTableString : public ParameterControl {
     Parameter GetControlValue() const override { return m_parameter; }
 
   private:
-    void FitColumns(const TableString& table);
+    void FitSize();
 
-    wxGrid* m_grid;
-    bool m_filled = false;
+    OrvListCtrl* m_list;
+    bool m_isFilled = false;
 };

@@ -16,6 +16,7 @@
 #include <set>
 
 #include "orvgui/fileselectors.h"
+#include "orvgui/listctrl.h"
 #include "orvgui/parametercontrolchoice.h"
 #include "orvgui/parametercontrolfile.h"
 #include "orvgui/parametercontrolnumber.h"
@@ -535,11 +536,35 @@ TEST(QuantizationText, ShowsEveryDefinitionOfATable) {
                                         "Table 1: equal"}));
 }
 
-TEST(TableCells, MarksAreNoPartOfANumber) {
-    const TableString table = {{"n", "t", "e"}, {"1", "1", ""}, {"!2.5", "x", ""}, {"-", "", ""}, {}};
-    EXPECT_TRUE(IsNumericColumn(table, 0));
-    EXPECT_FALSE(IsNumericColumn(table, 1));
-    EXPECT_FALSE(IsNumericColumn(table, 2));
+TEST_F(ControlTest, TableIsATableControlThatStaysAsTheUserSortedIt) {
+    Parameter table = Parameter::Output(ParameterType::TableString, "table", "Metadata");
+    auto* control = Make(table);
+    auto* list = dynamic_cast<OrvListCtrl*>(control->GetControl());
+    ASSERT_NE(list, nullptr);
+    EXPECT_EQ(list->GetNumberCols(), 0);
+    table.SetValue(TableString{{"#Tag", "Value"}, {"b", "!10"}, {"a", "?9"}, {"c", "\\!x"}});
+    control->SetControlValue(table);
+    EXPECT_EQ(control->GetControlValue(), table);
+    EXPECT_EQ(list->GetColLabelValue(0), "Tag");
+    EXPECT_EQ(list->GetCellTextColour(0, 1), *wxRED);
+    EXPECT_EQ(list->GetCellTextColour(1, 1), wxColour(255, 165, 0));
+    EXPECT_EQ(list->GetCellValue(2, 1), "!x");
+
+    list->SortCol(0);
+    list->SortCol(0);
+    EXPECT_EQ(list->GetCellValue(0, 0), "c");
+    table.SetValue(TableString{{"#Tag", "Value"}, {"x", "1"}, {"z", "2"}, {"y", "3"}});
+    control->SetControlValue(table);
+    EXPECT_EQ(list->GetCellValue(0, 0), "z");
+    EXPECT_EQ(list->GetCellValue(2, 0), "x");
+    // Other columns are another table.
+    table.SetValue(TableString{{"Tag", "Other"}, {"x", "1"}, {"z", std::string(3000, 'W')}});
+    control->SetControlValue(table);
+    EXPECT_EQ(list->GetCellValue(0, 0), "x");
+    EXPECT_EQ(list->GetSortColumn(), -1);
+    EXPECT_GT(list->GetColSize(1), 300) << "as wide as the longest cell";
+    EXPECT_LT(list->GetColSize(1), 500) << "but not wider than can be read";
+    EXPECT_EQ(reports, 0);
 }
 
 TEST(FixedPitch, IsForDigestsAndColumns) {
