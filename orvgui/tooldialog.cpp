@@ -20,6 +20,7 @@ constexpr int kMargin = 12;
 constexpr int kGap = 8;
 constexpr int kWidth = 480;
 constexpr int kTextWidth = 240;
+constexpr int kPathWidth = 340;
 constexpr int kWidestChoice = 360;
 constexpr int kArrowWidth = 60;  // of a choice: its arrow and borders
 constexpr int kProblemWidth = 420;
@@ -48,6 +49,8 @@ void OrvToolDialog::Init() {
         m_controls.back()->SetControlValue(parameter);
         if (parameter.Type() == ParameterType::String)
             m_controls.back()->GetControl()->SetMinSize(wxSize(kTextWidth, -1));
+        if (parameter.Type() == ParameterType::FileSave)
+            m_controls.back()->GetControl()->SetMinSize(wxSize(kPathWidth, -1));
     }
     AlignChoices();
     if (grid->GetCols() > 1) grid->AddGrowableCol(static_cast<std::size_t>(1));

@@ -91,12 +91,13 @@ Problem ValidateBatch(const VecParameter& parameters, const ToolSurroundings& su
 }
 
 Problem CheckCamera(const VecParameter& parameters) {
-    const std::pair<const char*, wxString> fields[] = {
-        {kWebParameterMake, _("Write the camera's maker. The evidence does not name it.")},
-        {kWebParameterModel, _("Write the camera's model. The evidence does not name it.")}};
+    const std::pair<const char*, wxString> fields[] = {{kWebParameterMake, _("Write the camera's maker.")},
+                                                       {kWebParameterModel, _("Write the camera's model.")}};
     for (const auto& [name, missing] : fields) {
         const std::string text = Trim(parameters.Get<std::string>(name));
-        if (text.empty() || text == kToolMakeHint || text == kToolModelHint) return Wrong(name, missing);
+        if (text.empty()) return Wrong(name, missing);
+        if (text == kToolMakeHint || text == kToolModelHint)
+            return Wrong(name, missing + " " + _("The evidence does not name it."));
         try {
             ReadWebText(parameters, name);
         } catch (const ZorException& error) {
