@@ -26,9 +26,9 @@ void FrameTest::OpenFrame() {
     frame = new OrvMainFrame(core, version, "Orvane");
     core->GetContext().SetActiveFilter(probe);
     frame->Show();
+    Settle();
     // Until the window manager has told its borders, the toolkit holds the frame at no size at all.
     EXPECT_TRUE(PumpUntil([this] { return frame->GetClientSize().y > 100; }));
-    Settle();
 }
 
 void FrameTest::CloseFrame() {
