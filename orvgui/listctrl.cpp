@@ -2,6 +2,7 @@
 
 #include <wx/dcclient.h>
 #include <wx/headerctrl.h>
+#include <wx/settings.h>
 
 #include <algorithm>
 
@@ -52,8 +53,6 @@ void OrvListCtrl::CreateListCtrl(wxWindow* parent, ListCtrlView::Source table,
     Bind(wxEVT_GRID_COL_SIZE, &OrvListCtrl::OnColSize, this);
     Bind(wxEVT_SIZE, &OrvListCtrl::OnSize, this);
     Bind(wxEVT_CHAR_HOOK, &OrvListCtrl::OnCharHook, this);
-    for (const auto type : {wxEVT_FIND, wxEVT_FIND_NEXT, wxEVT_FIND_CLOSE})
-        Bind(type, &OrvListCtrl::OnFind, this);
 
     const wxGridUpdateLocker quiet(this);
     const wxFont font(wxFontInfo(std::max(1, GetFont().GetPointSize() - 1)).Family(wxFONTFAMILY_MODERN));
@@ -71,12 +70,29 @@ void OrvListCtrl::CreateListCtrl(wxWindow* parent, ListCtrlView::Source table,
     SetDefaultCellFont(font);
     // The texts' colours are fixed ones: they are read on white in a dark desktop, too.
     SetDefaultCellBackgroundColour(*wxWHITE);
+    KeepSelectionReadable();
     SetDefaultRowSize(GetCharHeight() + kRowRoom, true);
     SetCustomColHeader();
     SetColLabelSize(wxGRID_AUTOSIZE);
     FitRowHeights();
     RestoreColumnWidths();
     MeasureColumns();
+}
+
+// Without the focus the toolkit paints selected cells on the shadow colour, but leaves their texts in the colour
+// that is meant for the selection's own background: hardly to be read in most themes.
+void OrvListCtrl::KeepSelectionReadable() {
+    const wxColour selectedText = GetSelectionForeground();
+    const auto follow = [this, selectedText](bool hasFocus) {
+        const bool isLight = wxSystemSettings::GetColour(wxSYS_COLOUR_BTNSHADOW).GetLuminance() > 0.5;
+        SetSelectionForeground(hasFocus ? selectedText : isLight ? *wxBLACK : *wxWHITE);
+    };
+    for (const auto type : {wxEVT_SET_FOCUS, wxEVT_KILL_FOCUS})
+        GetGridWindow()->Bind(type, [follow](wxFocusEvent& event) {
+            follow(event.GetEventType() == wxEVT_SET_FOCUS);
+            event.Skip();
+        });
+    follow(false);
 }
 
 const ListCtrlView& OrvListCtrl::GetView() const {

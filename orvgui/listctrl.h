@@ -104,6 +104,7 @@ class ORVGUI_API OrvListCtrl : public wxGrid {
     void ShowSource(ListCtrlView::Source source, bool skipWidths);
     void MeasureColumns();
     void RestoreColumnWidths();
+    void KeepSelectionReadable();
     void FitRowHeights();
 
     int m_fillMode;

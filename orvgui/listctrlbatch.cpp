@@ -67,6 +67,9 @@ void OrvListCtrlBatch::Load(OrvFileId slot) {
 }
 
 void OrvListCtrlBatch::OnCellLeftDoubleClick(wxGridEvent& event) {
+    // The click before, with Shift held, has stretched the selection to this row and left the cursor where it was.
+    SetGridCursor(event.GetRow(), event.GetCol());
+    SelectRow(event.GetRow());
     Load(event.ShiftDown() ? OrvReference : OrvEvidence);
 }
 

@@ -1,5 +1,6 @@
 // The part of the table control that finds, copies and shows details.
 
+#include <wx/button.h>
 #include <wx/clipbrd.h>
 
 #include <algorithm>
@@ -86,6 +87,10 @@ void OrvListCtrl::ShowFindDialog() {
         return;
     }
     m_findDialog = new wxFindReplaceDialog(this, &m_findData, _("Find"), wxFR_NOWHOLEWORD | wxFR_NOMATCHCASE);
+    // The dialog belongs to the top-level window, whatever parent it is given, and reports to that one only.
+    for (const auto type : {wxEVT_FIND, wxEVT_FIND_NEXT, wxEVT_FIND_CLOSE})
+        m_findDialog->Bind(type, &OrvListCtrl::OnFind, this);
+    if (auto* button = dynamic_cast<wxButton*>(m_findDialog->FindWindow(wxID_FIND))) button->SetDefault();
     m_findDialog->Show();
 }
 

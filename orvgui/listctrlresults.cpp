@@ -81,6 +81,7 @@ OrvListCtrlResults::OrvListCtrlResults(wxWindow* parent, ListCtrlView::Source ta
                                        int labelOrientation)
     : OrvListCtrl(parent, std::move(table), fillMode, wxGridSelectRows, labelOrientation) {
     Bind(wxEVT_GRID_CELL_RIGHT_CLICK, &OrvListCtrlResults::OnCellRightClick, this);
+    Bind(wxEVT_CHAR_HOOK, &OrvListCtrlResults::OnMenuKey, this);
     Bind(wxEVT_MENU, &OrvListCtrlResults::OnSelectAllImages, this, OrvListSelectAll);
     Bind(wxEVT_MENU, &OrvListCtrlResults::OnCopyDetails, this, OrvListDetails);
     Bind(wxEVT_MENU, &OrvListCtrlResults::OnExportDataAsHtml, this, OrvListDataAsHtml);
@@ -100,6 +101,24 @@ void OrvListCtrlResults::OnCellRightClick(wxGridEvent& event) {
     }
     const std::unique_ptr<wxMenu> menu = CreateContextMenu();
     PopupMenu(menu.get());
+}
+
+void OrvListCtrlResults::OnMenuKey(wxKeyEvent& event) {
+    const int code = event.GetKeyCode();
+    const bool isMenu = code == WXK_MENU || code == WXK_WINDOWS_MENU;
+    if (!isMenu && !(code == WXK_F10 && event.GetModifiers() == wxMOD_SHIFT)) {
+        event.Skip();
+        return;
+    }
+    wxPoint place;
+    if (GetGridCursorRow() >= 0) {
+        MakeCellVisible(GetGridCursorCoords());
+        if (!IsInSelection(GetGridCursorCoords())) SelectRow(GetGridCursorRow());
+        const wxRect cell = CellToRect(GetGridCursorCoords());
+        place = ScreenToClient(GetGridWindow()->ClientToScreen(CalcScrolledPosition(cell.GetBottomLeft())));
+    }
+    const std::unique_ptr<wxMenu> menu = CreateContextMenu();
+    PopupMenu(menu.get(), place);
 }
 
 void OrvListCtrlResults::OnSelectAllImages(wxCommandEvent&) {

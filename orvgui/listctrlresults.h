@@ -29,6 +29,8 @@ class ORVGUI_API OrvListCtrlResults : public OrvListCtrl {
     OrvListCtrlResults(wxWindow* parent, ListCtrlView::Source table, int fillMode, int labelOrientation);
 
     void OnCellRightClick(wxGridEvent& event) override;
+    // The menu at the cursor's cell, for its row or the selection that the row is part of.
+    void OnMenuKey(wxKeyEvent& event);
     virtual std::unique_ptr<wxMenu> CreateContextMenu() const = 0;
     virtual int GetFilenameColumn() const = 0;
 

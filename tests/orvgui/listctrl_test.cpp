@@ -320,7 +320,19 @@ TEST_F(ListCtrlTest, KeysCopyAndFind) {
             if (dynamic_cast<wxFindReplaceDialog*>(window)) return window;
         return nullptr;
     };
-    EXPECT_TRUE(PumpUntil([&] { return findDialog() != nullptr; }));
+    ASSERT_TRUE(PumpUntil([&] { return findDialog() && findDialog()->IsShown(); }));
+    list->SetGridCursor(0, 0);
+    keys.Text("four");
+    ASSERT_TRUE(PumpUntil([&] { return findDialog()->FindWindow(wxID_FIND)->IsEnabled(); }));
+    keys.Char(WXK_RETURN);
+    EXPECT_TRUE(PumpUntil([&] { return list->GetGridCursorRow() == 1; }))
+        << "the dialog reports to the table";
+    EXPECT_EQ(list->GetSelectionForeground(), *wxBLACK) << "on a grey ground while the dialog has the focus";
+    wxTopLevelWindow* dialog = static_cast<wxTopLevelWindow*>(findDialog());
+    dialog->Close();
+    EXPECT_TRUE(PumpUntil([&] { return findDialog() == nullptr; }));
+    list->ShowFindDialog();
+    EXPECT_TRUE(findDialog() && findDialog()->IsShown()) << "opens again";
 }
 
 TEST_F(ListCtrlTest, DetailsShowTheCursorsRow) {
@@ -405,6 +417,29 @@ TEST_F(ListCtrlTest, MenusHaveTheirCommandsInOrder) {
     EXPECT_EQ(web->GetExtensionColumn(), 1);
     EXPECT_EQ(web->GetFilenameColumn(), -1);
     EXPECT_EQ(batch->GetFilenameColumn(), -1);
+}
+
+TEST_F(ListCtrlTest, KeysOpenTheMenuForTheCursorsRow) {
+    auto* list = MakeBatch({{"n"}, {"1"}, {"2"}, {"3"}});
+    ShowFrame();
+    list->SetFocus();
+    list->SetGridCursor(1, 0);
+    Pump();
+    std::vector<int> selected;
+    wxUIActionSimulator keys;
+    const auto onOpen = [&](wxMenuEvent& event) {
+        const wxArrayInt rows = list->GetSelectedRows();
+        selected.assign(rows.begin(), rows.end());
+        list->CallAfter([&keys] { keys.Char(WXK_ESCAPE); });
+        event.Skip();
+    };
+    list->Bind(wxEVT_MENU_OPEN, onOpen);
+    keys.Char(WXK_F10, wxMOD_SHIFT);
+    EXPECT_TRUE(PumpUntil([&] { return selected == std::vector<int>{1}; }));
+    list->SelectRow(2, true);
+    keys.Char(WXK_MENU);
+    EXPECT_TRUE(PumpUntil([&] { return selected == std::vector<int>{1, 2}; })) << "the selection stays";
+    Pump();
 }
 
 TEST_F(ListCtrlTest, ExportsWriteTheWholeTableInItsOrder) {
@@ -579,15 +614,13 @@ TEST_F(ListCtrlTest, CommandsOfTheCoreAreAskedForWithTheRowsValues) {
     auto* list = MakeBatch({{"n", "FULL PATH"}, {"1", first}, {"2", FromWx(PathToWx(second))}});
 
     wxGridEvent plain(list->GetId(), wxEVT_GRID_CELL_LEFT_DCLICK, list, 0, 0);
-    list->SetGridCursor(0, 0);
     list->ProcessWindowEvent(plain);
     ASSERT_TRUE(sink.PumpUntilIdle());
     ASSERT_TRUE(core.HasFile(OrvEvidence));
     EXPECT_EQ(core.GetFile(OrvEvidence)->GetPath(), first);
     wxGridEvent shifted(list->GetId(), wxEVT_GRID_CELL_LEFT_DCLICK, list, 1, 0, -1, -1, true,
                         wxKeyboardState(false, true));
-    list->SetGridCursor(1, 0);
-    list->ProcessWindowEvent(shifted);
+    list->ProcessWindowEvent(shifted);  // the row that was clicked, not the one that has the cursor
     ASSERT_TRUE(sink.PumpUntilIdle());
     ASSERT_TRUE(core.HasFile(OrvReference));
     EXPECT_EQ(core.GetFile(OrvReference)->GetPath(), second) << "a name that is not UTF-8 comes through";
