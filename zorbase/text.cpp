@@ -228,6 +228,15 @@ std::string ToValidUtf8(std::string_view bytes) {
     return text;
 }
 
+std::string ShortenText(const std::string& text, std::size_t maximumBytes) {
+    if (text.size() <= maximumBytes) return text;
+    // Continuation bytes are taken back, three at most: what is longer is no UTF-8.
+    std::size_t end = maximumBytes;
+    while (end > 0 && maximumBytes - end < 3 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;
+    const bool isCharacter = (static_cast<unsigned char>(text[end]) & 0xC0) != 0x80;
+    return text.substr(0, isCharacter ? end : maximumBytes);
+}
+
 std::string EscapeHtml(std::string_view text) {
     std::string html;
     html.reserve(text.size());

@@ -44,6 +44,9 @@ std::string PathFromWx(const wxString& path);
 // Valid UTF-8 made of arbitrary bytes: what is not UTF-8 becomes U+FFFD, control characters other than tab and line feed too.
 std::string ToValidUtf8(std::string_view bytes);
 
+// The beginning of a text of at most so many bytes; UTF-8 is cut between two characters.
+std::string ShortenText(const std::string& text, std::size_t maximumBytes);
+
 // Text that came from a file, made harmless inside HTML text and double-quoted attributes.
 std::string EscapeHtml(std::string_view text);
 

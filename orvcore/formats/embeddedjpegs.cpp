@@ -61,7 +61,10 @@ class Search {
 
     void Look(const Level& level) {
         std::optional<ZipDirectory> zip;
-        if (level.depth < kMaxContainerDepth) zip = ReadZipDirectory(level.bytes);
+        if (level.depth < kMaxContainerDepth)
+            zip = ReadZipDirectory(level.bytes);
+        else if (ReadZipDirectory(level.bytes))
+            Warn("The container " + level.container + " lies too deep in others and was not searched.");
         if (zip)
             for (const std::string& warning : zip->warnings) Warn(warning);
         if (level.carve) {

@@ -45,7 +45,8 @@ class Dumper {
                   [&] { LookAtPage(pages[static_cast<std::size_t>(page - 1)]); });
             ++m_result.pages;
         }
-        if (m_progress) m_progress(1.0);
+        m_done = 1.0;
+        Alive();
         return std::move(m_result);
     }
 
@@ -191,7 +192,7 @@ class Dumper {
 };
 
 // Opens with each form of each password; throws when none fits.
-std::shared_ptr<QPDF> Open(const Bytes& bytes, const PdfDumpOptions& options) {
+std::shared_ptr<QPDF> Open(std::span<const std::uint8_t> bytes, const PdfDumpOptions& options) {
     std::vector<std::string> passwords = {""};
     for (const std::string* password : {&options.userPassword, &options.ownerPassword}) {
         if (password->empty()) continue;
@@ -278,11 +279,11 @@ std::vector<std::string> PdfPasswordForms(const std::string& password) {
     return forms;
 }
 
-PdfDumpResult DumpPdfImages(const std::string& path, const std::string& folder, const PdfDumpOptions& options,
+PdfDumpResult DumpPdfImages(std::span<const std::uint8_t> bytes, const std::string& folder,
+                            const std::string& baseName, const PdfDumpOptions& options,
                             const std::function<void(double)>& progress) {
-    const Bytes bytes = ReadFileBytes(path);
     const std::shared_ptr<QPDF> pdf = Open(bytes, options);
-    Dumper dumper(*pdf, folder, PathStem(path), options, progress);
+    Dumper dumper(*pdf, folder, PathName(baseName), options, progress);
     PdfDumpResult result;
     try {
         result = dumper.Run();
@@ -290,9 +291,13 @@ PdfDumpResult DumpPdfImages(const std::string& path, const std::string& folder, 
         std::rethrow_exception(stop.cause);
     } catch (const ZorException&) {
         throw;
+    } catch (const std::bad_alloc&) {
+        ZOR_THROW(Memory, "There is not enough memory to read the document.");
     } catch (const QPDFExc& e) {
         ZOR_THROW(Format,
                   "The document is too damaged to be read: " + ToValidUtf8(e.getMessageDetail()) + ".");
+    } catch (const std::exception& e) {
+        ZOR_THROW(Format, "The document is too damaged to be read: " + ToValidUtf8(e.what()) + ".");
     }
     for (const QPDFExc& warning : pdf->getWarnings())
         if (result.warnings.size() < kMaxWarnings) result.warnings.push_back(ToValidUtf8(warning.what()));

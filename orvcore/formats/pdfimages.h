@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -26,12 +28,13 @@ struct PdfDumpResult {
 // 2000 streams are written unchanged (.jpg, .jp2, .j2k). Sampled images become PNG, by the plain formulas of the device colour
 // spaces, without colour management. CCITT and JBIG2 become PNG when asked; otherwise, or when that fails, their raw data are written
 // (.ccitt; .jb2 with its shared part as .jb2g). Samples in a colour space that is not converted are written unpacked as .bin.
-// Names: "<document>_p<page>_o<object number>.<extension>", "i" and a running number for inline ones. The folder is created only when
-// something is found. The document is opened read-only.
+// Names: "<baseName>_p<page>_o<object number>.<extension>", "i" and a running number for inline ones; only the last part of baseName is
+// used. The folder is created only when something is found.
 // Throws ZorException: kind Argument for a wrong or missing password and for a page range outside the document, kind Format when it is
-// no PDF or too damaged, kind File when files cannot be read or written. progress gets the part done, 0..1, and may throw to stop;
+// no PDF or too damaged, kind File when a file cannot be written. progress gets the part done, 0..1, and may throw to stop;
 // what was written before stays.
-PdfDumpResult DumpPdfImages(const std::string& path, const std::string& folder, const PdfDumpOptions& options,
+PdfDumpResult DumpPdfImages(std::span<const std::uint8_t> bytes, const std::string& folder,
+                            const std::string& baseName, const PdfDumpOptions& options,
                             const std::function<void(double)>& progress = {});
 
 // Ways to write the password that documents of different ages expect, the text itself first: prepared as AES-256 encryption asks

@@ -5,6 +5,7 @@
 
 #include "orvcore/formats/pdfbilevel.h"
 #include "orvcore/formats/pdfpixels.h"
+#include "zorbase/text.h"
 #include "zorbase/zorexception.h"
 #include "zorimage/imageio.h"
 
@@ -116,6 +117,10 @@ class Extractor {
             Problem("it is packed in a way that is not read");
         else if (!good)
             Problem("its data are damaged");
+        // Samples may have more data than the picture needs; what its own coder wrote must be whole.
+        if (collector.IsCut() && limit == kMaxStreamBytes)
+            Problem("its data unpack to more than " + FormatFileSize(kMaxStreamBytes) +
+                    " and were cut there");
         return collector.Take();
     }
 

@@ -209,7 +209,10 @@ class Batch {
             } catch (const ZorException& exception) {
                 if (exception.GetKind() == ZorException::Kind::Aborted) throw;
                 section.error = exception.GetMessage();
-            } catch (const cv::Exception& exception) {
+            } catch (const std::bad_alloc&) {
+                // One enormous picture must not cost the results of all others.
+                section.error = "There is not enough memory for the picture.";
+            } catch (const std::exception& exception) {
                 section.error = std::string("The picture could not be processed: ") + exception.what();
             }
             m_job.CheckAbort();
@@ -346,6 +349,11 @@ FolderTable RunBatchProcessing(const VecParameter& parameters, const OrvFilePtr 
             continue;
         }
         const OrvFilePtr one[kFileSlots] = {file, nullptr};
+        if (file->GetBytes().empty()) {
+            constexpr const char* kEmpty = "The file is empty.";
+            batch.AddProblem(sources[i], kEmpty);
+            if (report) report->AddProblem(sources[i], kEmpty);
+        }
         if (IsReadableFormat(file->GetInfo().format)) batch.Process(one, position, done, report.get());
     }
     for (const std::string& problem : problems) {

@@ -1,6 +1,7 @@
 #include "orvcore/tools/copyfiles.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -37,14 +38,13 @@ class Descriptor {
 
 void CopyOne(const std::string& path, const std::string& folder, std::vector<std::uint8_t>& buffer,
              const OrvJob& job) {
-    const auto facts = GetFileFacts(path);
-    if (facts && facts->isFolder) {
-        errno = EISDIR;
-        Fail(path);
-    }
     // Not waiting for a writer, should the name be a pipe.
     const Descriptor source(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-    if (source.Get() < 0) Fail(path);
+    struct stat facts {};
+    if (source.Get() < 0 || fstat(source.Get(), &facts) != 0) Fail(path);
+    // The name may have changed hands since it was listed, and a device has no end.
+    if (!S_ISREG(facts.st_mode))
+        ZOR_THROW(File, "\"" + ToValidUtf8(PathName(path)) + "\": it is not a regular file");
     NewFile copy(folder, PathName(path));
     for (;;) {
         job.CheckAbort();

@@ -63,14 +63,6 @@ std::string WithoutInvisible(std::string text) {
     return text;
 }
 
-// The longest part of at most so many bytes that ends with a whole character.
-std::string Shorten(const std::string& text, std::size_t maximum) {
-    if (text.size() <= maximum) return text;
-    std::size_t end = maximum;
-    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;
-    return text.substr(0, end);
-}
-
 std::string NowUtc() {
     const std::time_t now = std::time(nullptr);
     std::tm time{};
@@ -201,7 +193,7 @@ std::string SafeDownloadName(const std::string& name, const std::string& content
             safe.erase(dot);
         }
     }
-    return Shorten(safe, kLongestName - end.size()) + end;
+    return ShortenText(safe, kLongestName - end.size()) + end;
 }
 
 void DownloadFiles(const VecParameter& parameters, const OrvWebServices& services, std::uint64_t maximumBytes,

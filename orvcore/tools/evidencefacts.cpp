@@ -41,20 +41,11 @@ std::vector<std::string> HashTables(const JpegStructure& structure) {
     return hashes;
 }
 
-// Cut between two characters.
-std::string Shorten(std::string text) {
-    if (text.size() <= kMaxEvidenceText) return text;
-    std::size_t end = kMaxEvidenceText;
-    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;
-    text.resize(end);
-    return text;
-}
-
 std::string OneLine(const std::string& text) {
     std::string line = ToValidUtf8(text);
     std::replace(line.begin(), line.end(), '\n', ' ');
     std::replace(line.begin(), line.end(), '\t', ' ');
-    return Trim(Shorten(Trim(line)));
+    return Trim(ShortenText(Trim(line), kMaxEvidenceText));
 }
 
 }  // namespace

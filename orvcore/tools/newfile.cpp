@@ -14,10 +14,16 @@
 
 namespace {
 
-std::string DraftPath(const std::string& folder) {
+// A draft that an earlier run left behind may have the name: then the next one is taken.
+int OpenDraft(const std::string& folder, std::string& path) {
     static std::atomic<int> s_counter{0};
-    return PathJoin(
-        folder, ".orvane-new-" + ToString(static_cast<int>(getpid())) + "-" + ToString(s_counter++) + ".tmp");
+    const std::string stem = ".orvane-new-" + ToString(static_cast<int>(getpid())) + "-";
+    int fd = -1;
+    do {
+        path = PathJoin(folder, stem + ToString(s_counter++) + ".tmp");
+        fd = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    } while (fd < 0 && errno == EEXIST);
+    return fd;
 }
 
 std::string NumberedName(const std::string& name, int number) {
@@ -30,10 +36,7 @@ std::string NumberedName(const std::string& name, int number) {
 }  // namespace
 
 NewFile::NewFile(const std::string& folder, const std::string& name)
-    : m_folder(folder),
-      m_name(name),
-      m_draft(DraftPath(folder)),
-      m_fd(open(m_draft.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666)) {
+    : m_folder(folder), m_name(name), m_fd(OpenDraft(folder, m_draft)) {
     if (m_fd < 0) Fail();
 }
 

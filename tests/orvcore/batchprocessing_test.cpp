@@ -68,8 +68,10 @@ class BatchProcessing : public CoreTest {
 
 TEST_F(BatchProcessing, AFolderBecomesOnePageWithItsImages) {
     Choose(BatchFiles::EvidenceFolder);
+    WriteFile(folder / "case/d.jpg", std::string());
     const FolderTable result = Run();
-    ASSERT_EQ(result.table.size(), 4U) << "three pictures; the text is no image";
+    ASSERT_EQ(result.table.size(), 5U) << "three pictures and an empty file; the text is no image";
+    EXPECT_EQ(result.table[4][4], "!The file is empty.");
     EXPECT_EQ(result.table[1][0], "*IMG*0");
     EXPECT_EQ(result.table[1][4], "?Look here");
     EXPECT_EQ(result.table[2][4], "!\"b.png\": It failed on purpose.");

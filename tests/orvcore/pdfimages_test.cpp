@@ -63,13 +63,18 @@ class Document {
     QPDF m_pdf;
 };
 
+PdfDumpResult DumpFile(const std::string& path, const std::string& folder, const PdfDumpOptions& options,
+                       const std::function<void(double)>& progress = {}) {
+    return DumpPdfImages(ReadFileBytes(path), folder, PathStem(path), options, progress);
+}
+
 // Dumps a document and keeps what came out.
 struct Dump {
     TemporaryFolder folder;
     PdfDumpResult result;
     explicit Dump(const Bytes& document, const PdfDumpOptions& options = {}) {
         WriteFile(folder / "doc.pdf", document);
-        result = DumpPdfImages(folder / "doc.pdf", folder / "out", options);
+        result = DumpFile(folder / "doc.pdf", folder / "out", options);
     }
     std::vector<std::string> Extensions() const {
         std::vector<std::string> extensions;
@@ -279,16 +284,16 @@ TEST(PdfImages, StopsWhenAsked) {
     TemporaryFolder folder;
     WriteFile(folder / "doc.pdf", document.Write());
     double last = 0;
-    DumpPdfImages(folder / "doc.pdf", folder / "out", {}, [&](double done) {
+    DumpFile(folder / "doc.pdf", folder / "out", {}, [&](double done) {
         EXPECT_GE(done, last);
         last = done;
     });
     EXPECT_EQ(last, 1.0);
     int calls = 0;
-    EXPECT_THROW(DumpPdfImages(folder / "doc.pdf", folder / "none", {},
-                               [&](double) {
-                                   if (++calls == 2) throw std::runtime_error("stop");
-                               }),
+    EXPECT_THROW(DumpFile(folder / "doc.pdf", folder / "none", {},
+                          [&](double) {
+                              if (++calls == 2) throw std::runtime_error("stop");
+                          }),
                  std::runtime_error);
     EXPECT_FALSE(FolderExists(folder / "none"));
 }
@@ -303,7 +308,7 @@ TEST(PdfImagesFixtures, GivesTheKnownStreams) {
         PdfDumpOptions options;
         if (entry.contains("user_password")) options.userPassword = entry["user_password"];
         TemporaryFolder folder;
-        const PdfDumpResult result = DumpPdfImages(Fixtures() + "/synth/" + file, folder.Path(), options);
+        const PdfDumpResult result = DumpFile(Fixtures() + "/synth/" + file, folder.Path(), options);
         std::set<std::string> hashes;
         for (const std::string& path : result.files) hashes.insert(Sha256(ReadFile(path)));
         std::set<std::string> sources;
@@ -318,10 +323,10 @@ TEST(PdfImagesFixtures, GivesTheKnownStreams) {
         if (entry.contains("owner_password")) {
             options = {};
             options.ownerPassword = entry["owner_password"];
-            EXPECT_EQ(DumpPdfImages(Fixtures() + "/synth/" + file, folder.Path(), options).files.size(),
+            EXPECT_EQ(DumpFile(Fixtures() + "/synth/" + file, folder.Path(), options).files.size(),
                       sources.size());
             options.ownerPassword = "wrong";
-            EXPECT_THROW(DumpPdfImages(Fixtures() + "/synth/" + file, folder.Path(), options), ZorException);
+            EXPECT_THROW(DumpFile(Fixtures() + "/synth/" + file, folder.Path(), options), ZorException);
         }
         ++documents;
     }

@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <random>
 #include <thread>
 
@@ -443,11 +444,17 @@ TEST(CopyFiles, CopiesEachUnderItsNameAndOverwritesNothing) {
 TEST(CopyFiles, TellsWhatItCouldNotCopyAfterTheOthers) {
     const TemporaryFolder folder;
     WriteFile(folder / "good", std::string(3 << 20, 'g'));
+    std::filesystem::create_symlink("/dev/zero", folder / "endless");
+    // What an interrupted program of the same number left behind is in nobody's way.
+    std::filesystem::create_directory(folder / "out");
+    for (int i = 0; i < 1000; ++i)
+        std::ofstream(folder / "out/.orvane-new-" + ToString(getpid()) + "-" + ToString(i) + ".tmp");
     try {
-        CopyFiles({folder / "gone", folder.Path(), folder / "good"}, folder / "out", OrvJob());
+        CopyFiles({folder / "gone", folder.Path(), folder / "endless", folder / "good"}, folder / "out",
+                  OrvJob());
         FAIL() << "nothing was told";
     } catch (const ZorException& exception) {
-        EXPECT_NE(std::string(exception.GetMessage()).find("2 of 3 files were not copied:\n\"gone\""),
+        EXPECT_NE(std::string(exception.GetMessage()).find("3 of 4 files were not copied:\n\"gone\""),
                   std::string::npos)
             << exception.GetMessage();
     }

@@ -65,6 +65,17 @@ TEST(Text, SplitsAndJoins) {
     EXPECT_EQ(Trim("  "), "");
 }
 
+TEST(Text, IsShortenedBetweenCharacters) {
+    const std::string euro = "\xE2\x82\xAC";
+    EXPECT_EQ(ShortenText("abc", 3), "abc");
+    EXPECT_EQ(ShortenText("abcd", 3), "abc");
+    EXPECT_EQ(ShortenText("a" + euro + "b", 4), "a" + euro);
+    EXPECT_EQ(ShortenText("a" + euro + "b", 3), "a");
+    EXPECT_EQ(ShortenText(euro, 0), "");
+    // Names of files may be any bytes: what is no UTF-8 is cut where it must be.
+    EXPECT_EQ(ShortenText(std::string(9, '\x80'), 6), std::string(6, '\x80'));
+}
+
 TEST(Text, NaturalOrderIsThePersonsOrderAndTotal) {
     const std::vector<std::string> ordered = {"",
                                               "007",
