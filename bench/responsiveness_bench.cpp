@@ -1,5 +1,5 @@
 // How long the window's thread is ever busy at a stretch while a 100-megapixel JPEG is loaded, and decoded where a filter
-// shows pixels, beside 10,000 other files. Run under a display:
+// shows pixels, beside 10,000 other files, and while those are examined and shown in a table. Run under a display:
 // tests/support/with-display build/release/bin/responsiveness_bench
 
 #include <wx/app.h>
@@ -83,6 +83,15 @@ class BenchApp : public wxApp {
             std::fflush(stdout);
         }
         static const char* const kFilters[] = {"file-format", "visual-inspection"};
+        if (m_next == 2) {
+            m_name = "folder analysis";
+            ++m_next;
+            m_pulse.Restart();
+            core.CallGenericAction(
+                OrvActionBatchAnalysis, "Batch",
+                {Parameter::Path(ParameterType::Folder, "folder", "Folder", m_folder.Path())});
+            return;
+        }
         while (m_next < 2 && core.GetContext().FindFilter(kFilters[m_next]) == nullptr) ++m_next;
         if (m_next >= 2) {
             m_step.Stop();

@@ -3,6 +3,7 @@
 #include <wx/event.h>
 
 #include <memory>
+#include <utility>
 
 #include "orvcore/filterguibase.h"
 #include "zorbase/parameter.h"
@@ -71,6 +72,8 @@ class OrvCommandEvent : public wxThreadEvent {
         m_isPath = true;
     }
     void SetParameters(const VecParameter& parameters) { m_parameters = parameters; }
+    // Hands the parameters over, so that a large table is not copied. There are none afterwards.
+    VecParameter TakeParameters() { return std::exchange(m_parameters, VecParameter()); }
     void SetFilter(OrvFilter* filter, bool pageEvent) {
         m_filter = filter;
         m_isPageEvent = pageEvent;

@@ -124,7 +124,7 @@ class ORVGUI_API OrvMainFrame : public wxFrame, public OrvProgressHandler {
     void OnCommandExit(OrvCommandEvent& event);
     void OnFileList(wxThreadEvent& event);
     void RunToolDialog(OrvToolDialog* dialog, ToolKind kind, const wxString& name);
-    void ShowTable(const OrvCommandEvent& event, bool withThumbnails);
+    void ShowTable(OrvCommandEvent& event, bool withThumbnails);
 
     bool m_exitScheduled = false;
     bool m_restartScheduled = false;

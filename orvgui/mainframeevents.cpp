@@ -26,22 +26,20 @@ OrvFilterGui* PageOf(const OrvCommandEvent& event) {
     return dynamic_cast<OrvFilterGui*>(event.GetPage());
 }
 
-template <typename T>
-const T* FirstParameter(const OrvCommandEvent& event, T& storage) {
-    if (event.GetParameters().empty() || !event.GetParameters()[0].IsSet()) return nullptr;
-    storage = event.GetParameters()[0].Get<T>();
-    return &storage;
+bool HasFirst(const VecParameter& parameters) {
+    return !parameters.empty() && parameters[0].IsSet();
 }
 
 wxString FirstText(const OrvCommandEvent& event) {
-    std::string text;
-    return FirstParameter(event, text) ? ToWx(text) : wxString();
+    const VecParameter& parameters = event.GetParameters();
+    return HasFirst(parameters) ? ToWx(parameters[0].Get<std::string>()) : wxString();
 }
 
-ListCtrlView::Source FirstTable(const OrvCommandEvent& event) {
-    auto table = std::make_shared<TableString>();
-    FirstParameter(event, *table);
-    return table;
+// The table itself, taken from the event: copying a large one would be felt.
+ListCtrlView::Source TakeFirstTable(OrvCommandEvent& event) {
+    const auto parameters = std::make_shared<const VecParameter>(event.TakeParameters());
+    if (!HasFirst(*parameters)) return std::make_shared<const TableString>();
+    return {parameters, &(*parameters)[0].Get<TableString>()};
 }
 
 // One page per site that was searched.
@@ -198,8 +196,8 @@ void OrvMainFrame::OnCommandExit(OrvCommandEvent&) {
     Close(false);
 }
 
-void OrvMainFrame::ShowTable(const OrvCommandEvent& event, bool withThumbnails) {
-    const ListCtrlView::Source table = FirstTable(event);
+void OrvMainFrame::ShowTable(OrvCommandEvent& event, bool withThumbnails) {
+    const ListCtrlView::Source table = TakeFirstTable(event);
     std::vector<Image> thumbnails;
     if (withThumbnails) {
         thumbnails = GetContext()->GetThumbnails();
