@@ -39,6 +39,11 @@ GridFrame::GridFrame(wxWindow* parent, const wxString& title, ListCtrlView::Sour
     }
     m_list->SetThumbnails(thumbnails);
     m_list->SetViewListener([this] { UpdateCount(); });
+    // The selection has another colour in a window that is not active.
+    Bind(wxEVT_ACTIVATE, [this](wxActivateEvent& event) {
+        event.Skip();
+        m_list->Refresh();
+    });
     m_filter->Bind(wxEVT_TEXT, [this](wxCommandEvent&) { m_list->SetRowFilter(m_filter->GetValue()); });
     m_filter->Bind(wxEVT_SEARCH_CANCEL, [this](wxCommandEvent&) { m_filter->Clear(); });
     m_filter->Bind(wxEVT_CHAR_HOOK, [this](wxKeyEvent& event) {

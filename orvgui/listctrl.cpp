@@ -47,7 +47,7 @@ OrvListCtrl::~OrvListCtrl() {
 
 void OrvListCtrl::CreateListCtrl(wxWindow* parent, ListCtrlView::Source table,
                                  wxGrid::wxGridSelectionModes selectionMode) {
-    Create(parent, wxID_ANY);
+    Create(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxWANTS_CHARS | wxBORDER_THEME);
     Bind(wxEVT_GRID_COL_SORT, &OrvListCtrl::OnColLabelLeftClick, this);
     Bind(wxEVT_GRID_CELL_LEFT_DCLICK, &OrvListCtrl::OnCellLeftDoubleClick, this);
     Bind(wxEVT_GRID_COL_SIZE, &OrvListCtrl::OnColSize, this);

@@ -98,6 +98,7 @@ void OrvListCtrlResults::OnCellRightClick(wxGridEvent& event) {
         if (wasSelected) GetSelection(selected);
         SetGridCursor(row, event.GetCol());
         if (!wasSelected) SelectRow(row);
+        SetFocus();
     }
     const std::unique_ptr<wxMenu> menu = CreateContextMenu();
     PopupMenu(menu.get());

@@ -174,9 +174,12 @@ void AddStructure(const FileExamination& file, RowMaker& row) {
         row.Mark(kStructure, CellMark::StandsOut,
                  file.warnings.empty() ? "The file is not complete." : ToValidUtf8(file.warnings.front()));
     } else if (file.bytesAfterEnd > 0) {
-        const std::string bytes = ToString(static_cast<std::int64_t>(file.bytesAfterEnd));
-        row.Set(kStructure, bytes + " bytes after the end");
-        row.Mark(kStructure, CellMark::Doubtful, bytes + " bytes follow the end of the picture.");
+        const bool isOne = file.bytesAfterEnd == 1;
+        const std::string bytes =
+            ToString(static_cast<std::int64_t>(file.bytesAfterEnd)) + (isOne ? " byte" : " bytes");
+        row.Set(kStructure, bytes + " after the end");
+        row.Mark(kStructure, CellMark::Doubtful,
+                 bytes + (isOne ? " follows" : " follow") + " the end of the picture.");
     } else if (file.format != FileFormat::Jpeg && !file.warnings.empty()) {
         row.Set(kStructure, "With warnings");
         row.Mark(kStructure, CellMark::Doubtful, ToValidUtf8(file.warnings.front()));
