@@ -264,12 +264,15 @@ void OrvInterface::Private::GenerateReport(std::string path, const OrvJob& job) 
     for (std::size_t i = 0; i < filters.size(); ++i) {
         OrvFilter& filter = *filters[i];
         if (filter.GetPageKind() == OrvPageKind::Summary || !IsWanted(filter)) continue;
-        job.SetProgress(static_cast<double>(i) / static_cast<double>(filters.size()), filter.GetNameUtf8());
+        const double step = 1.0 / static_cast<double>(filters.size());
+        const double done = static_cast<double>(i) * step;
+        const OrvJob piece = job.Piece(done, done + step, filter.GetNameUtf8());
+        piece.SetProgress(0.0, {});
         OrvReportSection section;
         section.filter = &filter;
         try {
             section.result =
-                Compute(filter, filter.GetParametersInput(), filter.GetParametersPostProcessing(), job);
+                Compute(filter, filter.GetParametersInput(), filter.GetParametersPostProcessing(), piece);
         } catch (const ZorException& exception) {
             // One filter that cannot say anything about a file does not keep the others from being reported.
             if (exception.GetKind() == ZorException::Kind::Aborted) throw;

@@ -25,6 +25,16 @@ class OrvJob {
     // of jobs.
     std::function<void(double)> Part(double from = 0.0, double to = 1.0) const;
 
+    // A job for one piece of this one's work: what it reports moves this one's from..to, and its texts stand behind the
+    // piece's name.
+    OrvJob Piece(double from, double to, const std::string& name) const;
+
   private:
+    double OfTheWhole(double done) const;
+    std::string WithName(const std::string& text) const;
+
     std::stop_token m_stop;
+    double m_from = 0.0;
+    double m_to = 1.0;
+    std::string m_name;
 };

@@ -191,21 +191,25 @@ class BatchReport {
 class Batch {
   public:
     Batch(const std::vector<BatchTool>& tools, BatchWork work, const OrvOptions& options,
-          const OrvResultCache& cache, const OrvJob& job)
-        : m_tools(tools), m_work(work), m_options(options), m_cache(cache), m_job(job) {
+          const OrvResultCache& cache)
+        : m_tools(tools), m_work(work), m_options(options), m_cache(cache) {
         m_table.table.push_back(
             {"Thumbnail", "Name", "Filter", "Parameters", "Result", "Findings", "Full Path"});
     }
 
-    void Process(const OrvFilePtr (&files)[kFileSlots], const std::string& position, double done,
-                 BatchReport* report) {
+    // The job is the files' piece of the batch's.
+    void Process(const OrvFilePtr (&files)[kFileSlots], const OrvJob& job, BatchReport* report) {
         if (report != nullptr) report->BeginFile(files);
+        const double step = 1.0 / static_cast<double>(m_tools.size());
+        double done = 0.0;
         for (const BatchTool& tool : m_tools) {
-            m_job.SetProgress(done, position + ", " + tool.filter->GetNameUtf8());
+            const OrvJob piece = job.Piece(done, done + step, tool.filter->GetNameUtf8());
+            piece.SetProgress(0.0, {});
+            done += step;
             OrvReportSection section;
             section.filter = tool.filter;
             try {
-                section.result = Compute(tool, files);
+                section.result = Compute(tool, files, piece);
             } catch (const ZorException& exception) {
                 if (exception.GetKind() == ZorException::Kind::Aborted) throw;
                 section.error = exception.GetMessage();
@@ -215,7 +219,7 @@ class Batch {
             } catch (const std::exception& exception) {
                 section.error = std::string("The picture could not be processed: ") + exception.what();
             }
-            m_job.CheckAbort();
+            job.CheckAbort();
             if (report != nullptr) report->Add(tool, section);
             AddRow(tool, section, files);
         }
@@ -228,7 +232,8 @@ class Batch {
     FolderTable Take() { return std::move(m_table); }
 
   private:
-    OrvFilterResultPtr Compute(const BatchTool& tool, const OrvFilePtr (&files)[kFileSlots]) const {
+    OrvFilterResultPtr Compute(const BatchTool& tool, const OrvFilePtr (&files)[kFileSlots],
+                               const OrvJob& job) const {
         OrvFilterResult request;
         request.input = tool.input;
         request.postProcessing = tool.post;
@@ -238,7 +243,7 @@ class Batch {
             for (const OrvFilePtr& file : files)
                 if (file && !m_cache.Load(*tool.filter, *file, tool.input))
                     ZOR_THROW(Argument, "Not processed yet: the cache holds no result.");
-        return tool.filter->Run(request, {}, m_job, usesCache ? &m_cache : nullptr);
+        return tool.filter->Run(request, {}, job, usesCache ? &m_cache : nullptr);
     }
 
     void AddRow(const BatchTool& tool, const OrvReportSection& section,
@@ -270,7 +275,6 @@ class Batch {
     const BatchWork m_work;
     const OrvOptions& m_options;
     const OrvResultCache& m_cache;
-    const OrvJob& m_job;
     FolderTable m_table;
 };
 
@@ -327,21 +331,24 @@ FolderTable RunBatchProcessing(const VecParameter& parameters, const OrvFilePtr 
 
     std::unique_ptr<BatchReport> report;
     if (work != BatchWork::FillCache) report = std::make_unique<BatchReport>(output);
-    Batch batch(tools, work, options, cache, job);
+    Batch batch(tools, work, options, cache);
     if (!isFolder) {
         const OrvFilePtr one[kFileSlots] = {
             files[OrvEvidence], chosen == BatchFiles::EvidenceAndReference ? files[OrvReference] : nullptr};
-        batch.Process(one, ToValidUtf8(PathName(files[OrvEvidence]->GetPath())), 0.0, report.get());
+        const std::string name = ToValidUtf8(PathName(files[OrvEvidence]->GetPath()));
+        batch.Process(one, job.Piece(0.0, 1.0, name), report.get());
     }
     for (std::size_t i = 0; i < sources.size(); ++i) {
         const std::string position = "File " + std::to_string(i + 1) + " of " +
                                      std::to_string(sources.size()) + ": " +
                                      ToValidUtf8(PathName(sources[i]));
-        const double done = static_cast<double>(i) / static_cast<double>(sources.size());
-        job.SetProgress(done, position);
+        const double step = 1.0 / static_cast<double>(sources.size());
+        const double done = static_cast<double>(i) * step;
+        const OrvJob piece = job.Piece(done, done + step, position);
+        piece.SetProgress(0.0, {});
         OrvFilePtr file;
         try {
-            file = OrvLoadedFile::Load(sources[i], options.GetMaximumFileBytes(), job);
+            file = OrvLoadedFile::Load(sources[i], options.GetMaximumFileBytes(), piece);
         } catch (const ZorException& exception) {
             if (exception.GetKind() == ZorException::Kind::Aborted) throw;
             batch.AddProblem(sources[i], exception.GetMessage());
@@ -354,7 +361,7 @@ FolderTable RunBatchProcessing(const VecParameter& parameters, const OrvFilePtr 
             batch.AddProblem(sources[i], kEmpty);
             if (report) report->AddProblem(sources[i], kEmpty);
         }
-        if (IsReadableFormat(file->GetInfo().format)) batch.Process(one, position, done, report.get());
+        if (IsReadableFormat(file->GetInfo().format)) batch.Process(one, piece, report.get());
     }
     for (const std::string& problem : problems) {
         batch.AddProblem({}, problem);

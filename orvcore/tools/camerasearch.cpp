@@ -247,9 +247,11 @@ TableString SearchCamera(OrvActionId action, const VecParameter& parameters, con
         RequireOption(services.googleAddress, "Google search address");
         RequireOption(services.googleKey, "Google API key");
         RequireOption(services.googleEngine, "Google search engine ID");
+        job.SetProgress(0.0, "Asking Google");
         return WebPictureTable(GoogleSearch(settings, services, job).Run());
     }
     RequireOption(services.flickrAddress, "Flickr address");
     RequireOption(services.flickrKey, "Flickr API key");
+    job.SetProgress(0.0, "Asking Flickr");
     return WebPictureTable(FlickrSearch(settings, services, job).Run());
 }

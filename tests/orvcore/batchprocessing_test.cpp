@@ -10,6 +10,7 @@
 #include "tests/orvcore/formatsupport.h"
 #include "tests/support/fulldisk.h"
 #include "tests/support/testcore.h"
+#include "zorbase/progress.h"
 
 using namespace formatsupport;
 using testing::HasSubstr;
@@ -27,9 +28,14 @@ class PictureFilter : public OrvFilterImage {
     }
     bool IsCacheable() const override { return true; }
 
+    mutable std::vector<std::pair<double, std::string>>
+        progress;  // as the user sees it at the end of each file
+
   protected:
-    void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob&,
+    void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,
                  OrvSlotResult& result) const override {
+        job.SetProgress(1.0, "Turning");
+        progress.emplace_back(acvGetProgress(), acvGetProgressString());
         if (file.GetInfo().width % 2 == 1) ZOR_THROW(Format, "It failed on purpose.");
         result.output.Find("name")->SetValue("=" + PathName(file.GetPath()));
         result.outputImage = Image(cv::Mat(20, 200, CV_8UC3, cv::Scalar::all(input.Get<int>("value"))));
@@ -41,7 +47,8 @@ class PictureFilter : public OrvFilterImage {
 class BatchProcessing : public CoreTest {
   protected:
     BatchProcessing() : cache(folder / "documents/cache") {
-        auto* filter = core->GetContext().RegisterFilter(std::make_unique<PictureFilter>());
+        filter =
+            static_cast<PictureFilter*>(core->GetContext().RegisterFilter(std::make_unique<PictureFilter>()));
         core->GetContext().SetActiveFilter(filter);
         files[OrvEvidence] = Read(folder.WritePicture("case/a b.png", 10));
         folder.WritePicture("case/b.png", 20, 15);
@@ -62,6 +69,7 @@ class BatchProcessing : public CoreTest {
     OrvOptions options;
     OrvResultCache cache;
     VecParameter parameters;
+    PictureFilter* filter = nullptr;
 };
 
 }  // namespace
@@ -92,6 +100,18 @@ TEST_F(BatchProcessing, AFolderBecomesOnePageWithItsImages) {
     Run();
     EXPECT_THAT(ReadFile(folder / "out/report.html"), HasSubstr("src=\"report-images-2/1-"));
     EXPECT_TRUE(FileExists(folder / "out/report-images/1-negative-1.png"));
+}
+
+TEST_F(BatchProcessing, AFiltersProgressIsAPieceOfTheBatchs) {
+    Choose(BatchFiles::EvidenceFolder);
+    Run();
+    ASSERT_EQ(filter->progress.size(), 3u);
+    const std::string names[] = {"a b.png", "b.png", "c.jpg"};
+    for (int i = 0; i < 3; ++i) {
+        const auto& [done, text] = filter->progress[static_cast<std::size_t>(i)];
+        EXPECT_NEAR(done, (i + 1) / 4.0, 1e-9) << "the notes are the fourth file";
+        EXPECT_EQ(text, "File " + std::to_string(i + 1) + " of 4: " + names[i] + ", Negative <b>, Turning");
+    }
 }
 
 TEST_F(BatchProcessing, ATableIsInertInASpreadsheet) {
