@@ -24,20 +24,25 @@ bool HoldsTheSame(const std::string& path, const std::string& other) {
     }
 }
 
-// Copies a settings file that the next change would overwrite. The copy's path; "" when there is one already, or
-// none can be made.
-std::string KeepCopy(const std::string& path) {
+enum class Kept { Now, Before, Not };
+
+// Copies a settings file that the next change would overwrite, for the user alone: it may hold keys.
+Kept KeepCopy(const std::string& path, std::string& copy) {
     constexpr int kMostCopies = 99;
     for (int i = 1; i <= kMostCopies; ++i) {
-        const std::string copy = path + (i == 1 ? std::string() : "." + ToString(i)) + ".bak";
+        copy = path + (i == 1 ? std::string() : "." + ToString(i)) + ".bak";
         if (GetFileFacts(copy)) {
-            if (HoldsTheSame(path, copy)) return {};
+            if (HoldsTheSame(path, copy)) return Kept::Before;
             continue;
         }
-        std::error_code error;
-        return std::filesystem::copy_file(path, copy, error) ? copy : std::string();
+        try {
+            WritePrivateFile(copy, ReadFile(path));
+            return Kept::Now;
+        } catch (const ZorException&) {
+            return Kept::Not;
+        }
     }
-    return {};
+    return Kept::Not;
 }
 
 }  // namespace
@@ -60,13 +65,14 @@ OrvInterface::Private::Private(OrvContext& owner)
       cache(PathJoin(GetAppDocumentsPath(), "cache")),
       slots([this](int slot) { port.PostFileList(slot); }),
       queue([this] { port.CreateProgress(); }, [this] { port.DestroyProgress(); }) {
-    options.Load();
     toolSettings.Load();
 }
 
 OrvInterface::OrvInterface()
     : m_context(std::make_unique<OrvContext>()), m(std::make_unique<Private>(*m_context)) {
     theInterface = this;
+    m->NoteSettings("The program options", OrvOptions::Path(), "were read only as far as they could be",
+                    m->options.Load());
     LoadSettings();
 }
 
@@ -85,13 +91,20 @@ void OrvInterface::LoadSettings() {
         problems = {exception.GetMessage()};
         outcome = "could not be read, so the filters have their default ones";
     }
-    if (problems.empty()) return;
+    m->NoteSettings("The filter configurations", path, outcome, problems);
+}
+
+void OrvInterface::Private::NoteSettings(const std::string& what, const std::string& path,
+                                         const std::string& outcome,
+                                         const std::vector<std::string>& problems) {
+    std::string copy;
+    const Kept kept = problems.empty() ? Kept::Before : KeepCopy(path, copy);
     // A file that was kept before has been told of before.
-    const std::string copy = KeepCopy(path);
-    if (copy.empty()) return;
-    m->startProblem = "The filter configurations in \"" + ToValidUtf8(path) + "\" " + outcome + ":\n" +
-                      Private::ListProblems(problems) + "\nThe file is kept as \"" + ToValidUtf8(copy) +
-                      "\".";
+    if (kept == Kept::Before) return;
+    if (!startProblem.empty()) startProblem += "\n\n";
+    startProblem += what + " in \"" + ToValidUtf8(path) + "\" " + outcome + ":\n" + ListProblems(problems) +
+                    (kept == Kept::Now ? "\nThe file is kept as \"" + ToValidUtf8(copy) + "\"."
+                                       : "\nNo copy of the file could be made.");
 }
 
 OrvInterface::~OrvInterface() {

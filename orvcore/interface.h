@@ -133,8 +133,8 @@ class OrvInterface {
 
     // --- options
     // -----------------------------------------------------------------------------------------------------------
-    VecVecParameter GetProgramOptions()
-        const;  // one group per vector; the first parameter's tool tip names the group
+    // One group per vector; OrvOptions::GroupTitles names them.
+    VecVecParameter GetProgramOptions() const;
     void SetProgramOptions(const VecVecParameter& options);
 
     // --- what the tools' dialogs remember

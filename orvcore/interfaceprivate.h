@@ -32,6 +32,11 @@ struct OrvInterface::Private {
     std::string startProblem;  // what the first window is told of the settings; GUI thread
     OrvCommandQueue queue;     // last: its thread ends before anything that it touches
 
+    // Keeps a copy of a settings file of which something could not be read, and has the first window told of it, once
+    // per content. GUI thread, before there is a window.
+    void NoteSettings(const std::string& what, const std::string& path, const std::string& outcome,
+                      const std::vector<std::string>& problems);
+
     // Queues a request whose failure is told by an action-completed event.
     // mustRun: also when the program ends meanwhile.
     void Push(OrvCommand::Kind kind, std::function<void(const OrvJob&)> run, bool mustRun = false);

@@ -7,10 +7,6 @@
 
 namespace {
 
-std::string OptionsPath() {
-    return PathJoin(PathJoin(GetAppDocumentsPath(), "settings"), "options.json");
-}
-
 Parameter Text(const char* name, const char* label, const char* value, const char* toolTip) {
     return Parameter::String(name, label, value).SetToolTip(toolTip);
 }
@@ -19,7 +15,7 @@ Parameter Text(const char* name, const char* label, const char* value, const cha
 VecParameter WebServiceOptions() {
     return {
         Text("flickrAddress", "Flickr address", "https://api.flickr.com/services/rest/",
-             "Web Services: where camera searches ask Flickr."),
+             "Where camera searches ask Flickr."),
         Text("flickrKey", "Flickr API key", "", "The key that Flickr gave you for its API."),
         Text("googleAddress", "Google search address", "https://www.googleapis.com/customsearch/v1",
              "Where camera searches ask Google (Custom Search JSON API)."),
@@ -60,25 +56,43 @@ OrvOptions::OrvOptions() {
     };
 }
 
-void OrvOptions::Load() {
+std::string OrvOptions::Path() {
+    return PathJoin(PathJoin(GetAppDocumentsPath(), "settings"), "options.json");
+}
+
+std::vector<std::string> OrvOptions::GroupTitles() {
+    return {"Files", "Results and Reports", "Folders", "Web Services"};
+}
+
+std::vector<std::string> OrvOptions::Load() {
     Json json;
     try {
-        if (!FileExists(OptionsPath())) return;
-        json = JsonFromText(ReadFile(OptionsPath()));
-    } catch (const ZorException&) {
-        return;  // damaged settings are as good as none
+        if (!FileExists(Path())) return {};
+        json = JsonFromText(ReadFile(Path()));
+    } catch (const ZorException& error) {
+        // What a parser says of the text could repeat a key.
+        return {error.GetKind() == ZorException::Kind::File ? error.GetMessage() : "The file is damaged."};
     }
+    if (!json.is_object()) return {"The file is damaged."};
     const std::lock_guard lock(m_mutex);
-    for (VecParameter& group : m_groups)
-        for (Parameter& option : group)
-            if (json.is_object() && json.contains(option.Name())) option.ValueFromJson(json[option.Name()]);
+    std::vector<std::string> problems;
+    for (const auto& [name, value] : json.items()) {
+        Parameter* option = nullptr;
+        for (VecParameter& group : m_groups)
+            if (option == nullptr) option = group.Find(name);
+        if (option == nullptr)
+            problems.push_back("unknown option \"" + ToValidUtf8(name) + "\"");
+        else if (!option->ValueFromJson(value))
+            problems.push_back(option->GetDescription() + ": a value that does not fit");
+    }
+    return problems;
 }
 
 void OrvOptions::Save() const {
     Json json = Json::object();
     for (const VecParameter& group : Get())
         for (const Parameter& option : group) json[option.Name()] = option.ValueToJson();
-    WritePrivateFile(OptionsPath(), JsonToText(json, 2) + "\n");
+    WritePrivateFile(Path(), JsonToText(json, 2) + "\n");
 }
 
 VecVecParameter OrvOptions::Get() const {

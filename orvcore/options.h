@@ -2,6 +2,7 @@
 
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include "zorbase/parameter.h"
 
@@ -25,8 +26,14 @@ class OrvOptions {
   public:
     OrvOptions();
 
-    // Reads the settings file; what does not fit keeps its default.
-    void Load();
+    static std::string Path();  // of the settings file
+
+    // What the groups are about, in the order of Get; untranslated.
+    static std::vector<std::string> GroupTitles();
+
+    // Reads the settings file; what does not fit keeps its default and is told, without its value: one text each, none
+    // when all was read or there is no file.
+    std::vector<std::string> Load();
     void Save() const;  // throws ZorException (kind File)
 
     VecVecParameter Get() const;

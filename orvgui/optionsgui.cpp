@@ -3,13 +3,15 @@
 #include <wx/button.h>
 #include <wx/gbsizer.h>
 #include <wx/sizer.h>
-#include <wx/statline.h>
+#include <wx/stattext.h>
 #include <wx/textctrl.h>
 #include <wx/translation.h>
 
 #include "orvcore/interface.h"
+#include "orvcore/options.h"
 #include "orvgui/parametercontrol.h"
 #include "orvgui/validator.h"
+#include "zorbase/text.h"
 
 namespace {
 
@@ -24,12 +26,18 @@ OrvOptionsGui::OrvOptionsGui(wxWindow* parent, const VecVecParameter& options)
                wxDEFAULT_DIALOG_STYLE | wxRESIZE_BORDER),
       m_options(options),
       m_controls(options.size()) {
+    const std::vector<std::string> titles = OrvOptions::GroupTitles();
     auto* sizer = new wxBoxSizer(wxVERTICAL);
     for (std::size_t group = 0; group < m_options.size(); ++group) {
-        if (group > 0) sizer->Add(new wxStaticLine(this), 0, wxEXPAND | wxLEFT | wxRIGHT, kMargin);
-        sizer->Add(CreateGroup(group), 0, wxEXPAND | wxALL, kMargin);
+        if (group < titles.size()) {
+            auto* title = new wxStaticText(this, wxID_ANY, wxGetTranslation(ToWx(titles[group])));
+            title->SetFont(title->GetFont().Bold());
+            sizer->Add(title, 0, wxLEFT | wxRIGHT | wxTOP, kMargin);
+        }
+        sizer->Add(CreateGroup(group), 0, wxEXPAND | wxLEFT | wxRIGHT, kMargin);
     }
     AlignGroups();
+    sizer->AddSpacer(kMargin);
     sizer->AddStretchSpacer();
     sizer->Add(CreateButtonSizer(wxOK | wxCANCEL), 0, wxEXPAND | wxLEFT | wxRIGHT | wxBOTTOM, kMargin);
     SetSizerAndFit(sizer);

@@ -11,7 +11,7 @@ class ParameterControl;
 class wxGridBagSizer;
 class wxSizer;
 
-// The program options: group below group, one control per option. OK hands the edited values to the core, which checks and
+// The program options: group below group under its title, one control per option. OK hands the edited values to the core, which checks and
 // keeps them. Modal. GUI thread.
 class OrvOptionsGui : public wxDialog {
   public:

@@ -1,11 +1,14 @@
 #include "orvcore/filterstore.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
+#include "orvcore/options.h"
 #include "tests/support/testcore.h"
 
 using testing::AllOf;
 using testing::HasSubstr;
+using testing::Not;
 
 namespace {
 
@@ -28,6 +31,21 @@ class FilterStore : public CoreTest {
                 ++failures;
             }
         EXPECT_LE(failures, 1) << "one message for everything";
+        return told;
+    }
+    // Starts the program again; what it tells. `change` then writes settings anew, and the program ends.
+    std::string Restart(const std::function<void()>& change) {
+        if (core) core->SetProgressHandler(nullptr);
+        core.reset();
+        sink.seen.clear();
+        core = std::make_unique<OrvInterface>();
+        core->SetProgressHandler(&sink);
+        EXPECT_TRUE(sink.PumpUntilIdle());
+        std::string told;
+        for (const TestSink::Seen& event : sink.seen) told += event.text;
+        core->SetProgressHandler(nullptr);
+        change();
+        core.reset();
         return told;
     }
     int ValueOf(int index) const { return probe->GetConfigurationParams(index).Get<int>("value"); }
@@ -139,23 +157,39 @@ TEST_F(FilterStore, DamagedSettingsDoNotKeepTheProgramFromStarting) {
     }
 }
 
-TEST_F(FilterStore, SettingsThatCannotBeReadAreKeptAndToldOnce) {
-    core->SetProgressHandler(nullptr);
-    core.reset();
-    const std::string path = OrvFilterStore::SettingsPath();
-    // What the next start tells.
+TEST_F(FilterStore, OptionsThatCannotBeReadAreKeptForTheUserAloneAndToldOnce) {
+    const std::string path = OrvOptions::Path();
+    const std::string key = "my-secret-key";
     const auto start = [this] {
-        sink.seen.clear();
-        core = std::make_unique<OrvInterface>();
-        core->SetProgressHandler(&sink);
-        EXPECT_TRUE(sink.PumpUntilIdle());
-        std::string told;
-        for (const TestSink::Seen& event : sink.seen) told += event.text;
-        core->SetProgressHandler(nullptr);
-        core->StoreSettings();
-        core.reset();
-        return told;
+        return Restart([this] { core->SetProgramOptions(core->GetProgramOptions()); });
     };
+    WriteFile(path, R"({"flickrKey": ")" + key + R"(", "jpegQuality": 50)");
+    std::string told = start();
+    EXPECT_THAT(told, AllOf(HasSubstr("program options"), HasSubstr("damaged"), HasSubstr(path + ".bak")));
+    EXPECT_THAT(told, Not(HasSubstr(key)));
+    EXPECT_THAT(ReadFile(path + ".bak"), HasSubstr(key));
+    struct stat facts {};
+    ASSERT_EQ(stat((path + ".bak").c_str(), &facts), 0);
+    EXPECT_EQ(facts.st_mode & 0777, 0600u);
+    EXPECT_EQ(start(), "") << "the file is sound again";
+
+    WriteFile(path, R"({"jpegQuality": "much", "useCache": false, "strange": 1})");
+    told = start();
+    EXPECT_THAT(told, AllOf(HasSubstr("JPEG quality"), HasSubstr("\"strange\""), HasSubstr(path + ".2.bak")));
+    OrvOptions options;
+    options.Load();
+    EXPECT_FALSE(options.IsCacheEnabled()) << "what fits is taken";
+    EXPECT_EQ(options.GetJpegQuality(), 95);
+
+    // Both files at once: one message tells of both.
+    WriteFile(path, "[]");
+    WriteFile(OrvFilterStore::SettingsPath(), "{ damaged");
+    EXPECT_THAT(start(), AllOf(HasSubstr("program options"), HasSubstr("filter configurations")));
+}
+
+TEST_F(FilterStore, SettingsThatCannotBeReadAreKeptAndToldOnce) {
+    const std::string path = OrvFilterStore::SettingsPath();
+    const auto start = [this] { return Restart([this] { core->StoreSettings(); }); };
     WriteFile(path, "{ damaged");
     const std::string told = start();
     for (const std::string& part : {path, path + ".bak", std::string("could not be read")})
