@@ -5,6 +5,7 @@
 #include <wx/utils.h>
 
 #include "orvcore/interface.h"
+#include "orvcore/tools/webparameters.h"
 #include "orvgui/commandregistry.h"
 #include "orvgui/filepanel.h"
 #include "orvgui/filtergui.h"
@@ -15,6 +16,7 @@
 #include "orvgui/messagebox.h"
 #include "orvgui/orvviewerpanel.h"
 #include "orvgui/projectgui.h"
+#include "orvgui/webconsent.h"
 #include "zorbase/gui/mapview.h"
 #include "zorbase/gui/shell.h"
 #include "zorbase/progress.h"
@@ -46,8 +48,30 @@ ListCtrlView::Source TakeFirstTable(OrvCommandEvent& event) {
 void OpenAddresses(const VecParameter& parameters) {
     for (const Parameter& parameter : parameters) {
         const std::string address = parameter.GetValueAsString();
-        if (!address.empty()) LaunchWebAddress(ToWx(address));
+        if (!address.empty() && parameter.Name() != kWebResultIncomplete) LaunchWebAddress(ToWx(address));
     }
+}
+
+// Asked only now that there is a place to be sent.
+void ShowLocation(const OrvCommandEvent& event, OrvInterface& core, wxWindow* parent) {
+    const MapPosition position = ParseMapPosition(FirstText(event));
+    const MapView map(position.latitude, position.longitude);
+    if (event.GetError() != 0 || !map.IsValid()) {
+        const wxString message = event.GetMessage();
+        OrvMessageBox(message.empty() ? wxString(_("The image names no location.")) : message, _("Error"),
+                      wxOK, parent);
+    } else if (AskBeforeSending(parent, core, OrvActionShowLocation, event.GetParameters()) &&
+               !map.ShowOnMap()) {
+        OrvMessageBox(
+            wxString::Format(_("The browser cannot be opened. The address is:\n%s"), map.GetAddress()),
+            _("Error"), wxOK | wxICON_ERROR, parent);
+    }
+}
+
+// What a search could not do although it found something.
+void TellIncomplete(const OrvCommandEvent& event, wxWindow* parent) {
+    const Parameter* problem = event.GetParameters().Find(kWebResultIncomplete);
+    if (problem != nullptr) OrvMessageBox(ToWx(problem->GetValueAsString()), wxString(), wxOK, parent);
 }
 
 // The command whose label names an action's result.
@@ -212,6 +236,7 @@ void OrvMainFrame::ShowTable(OrvCommandEvent& event, bool withThumbnails) {
     const auto type = withThumbnails ? GridFrame::Batch : GridFrame::Web;
     const wxString title = OrvGuiCommandRegistry::GetLabel(CommandOfAction(event.GetActionId()));
     (new GridFrame(this, title, table, type, 0, thumbnails))->Show();
+    TellIncomplete(event, this);
 }
 
 void OrvMainFrame::OnCommandExecuted(OrvCommandEvent& event) {
@@ -227,15 +252,9 @@ void OrvMainFrame::OnCommandExecuted(OrvCommandEvent& event) {
         case OrvActionBatchComparison:
             ShowTable(event, true);
             break;
-        case OrvActionShowLocation: {
-            const MapPosition position = ParseMapPosition(FirstText(event));
-            if (event.GetError() != 0 || !MapView(position.latitude, position.longitude).ShowOnMap()) {
-                OrvMessageBox(event.GetMessage().empty() ? wxString(_("The image names no location."))
-                                                         : event.GetMessage(),
-                              _("Error"), wxOK, this);
-            }
+        case OrvActionShowLocation:
+            if (!m_exitScheduled) ShowLocation(event, *m_core, this);
             break;
-        }
         case OrvActionDownload:
             OrvMessageBox(event.GetError() == 0 ? wxString(_("Download Completed")) : event.GetMessage(),
                           event.GetError() == 0 ? wxString() : wxString(_("Error")), wxOK, this);
@@ -246,6 +265,7 @@ void OrvMainFrame::OnCommandExecuted(OrvCommandEvent& event) {
                 OrvMessageBox(event.GetMessage(), _("Error"), wxOK, this);
             } else if (!m_exitScheduled) {
                 OpenAddresses(event.GetParameters());
+                TellIncomplete(event, this);
             }
             break;
         }

@@ -48,7 +48,7 @@ std::vector<std::string> TableHashChoices(const EvidenceFacts& evidence) {
 enum class Order { AnyFirst, EvidenceFirst };
 
 std::vector<std::string> SizeChoices(const EvidenceFacts& evidence, Order order) {
-    std::vector<std::string> choices = {wxTRANSLATE("Any Size")};
+    std::vector<std::string> choices = {kWebEntryAnySize};
     if (evidence.width <= 0 || evidence.height <= 0) return choices;
     const std::string size = ToString(evidence.width) + " x " + ToString(evidence.height);
     choices.insert(order == Order::AnyFirst ? choices.end() : choices.begin(), size);
@@ -76,39 +76,36 @@ VecParameter BatchParameters() {
 
 VecParameter ForensicsParameters(const EvidenceFacts& evidence, const std::string& key) {
     return {
-        Text(wxTRANSLATE("CameraForensics API Key"), key,
+        Text(kWebParameterKey, key,
              wxTRANSLATE("The key of your subscription. It is kept in a file that only you can read.")),
-        Text(wxTRANSLATE("Camera Make"), OrHint(evidence.make, kToolMakeHint), kMakeTip),
-        Text(wxTRANSLATE("Camera Model"), OrHint(evidence.model, kToolModelHint), kModelTip),
-        Choice(wxTRANSLATE("Exif Software"), SoftwareChoices(evidence),
+        Text(kWebParameterMake, OrHint(evidence.make, kToolMakeHint), kMakeTip),
+        Text(kWebParameterModel, OrHint(evidence.model, kToolModelHint), kModelTip),
+        Choice(kWebParameterSoftware, SoftwareChoices(evidence),
                wxTRANSLATE("Only pictures that the evidence's software wrote, or of every software.")),
         Choice(
-            wxTRANSLATE("JPEG QT Hash"), TableHashChoices(evidence),
+            kWebParameterTables, TableHashChoices(evidence),
             wxTRANSLATE("Only pictures with the evidence's JPEG quantization tables (MD5 of each), or with "
                         "any tables.")),
-        Number(wxTRANSLATE("Number of Pictures"), 10, 1, 1000,
+        Number(kWebParameterNumber, 10, 1, 1000,
                wxTRANSLATE("The search ends when so many pictures have been found (1 to 1000).")),
-        Choice(wxTRANSLATE("Look For Pictures Of Size"), SizeChoices(evidence, Order::AnyFirst), kSizeTip),
+        Choice(kWebParameterSize, SizeChoices(evidence, Order::AnyFirst), kSizeTip),
     };
 }
 
 VecParameter SearchParameters(const EvidenceFacts& evidence) {
     return {
-        Text(wxTRANSLATE("Camera Make"), OrHint(evidence.make, kToolMakeHint), kMakeTip),
-        Text(wxTRANSLATE("Camera Model"), OrHint(evidence.model, kToolModelHint), kModelTip),
-        Number(wxTRANSLATE("Start From Pictures Taken N Days Ago. N Is"), 3000, 0, 36500,
+        Text(kWebParameterMake, OrHint(evidence.make, kToolMakeHint), kMakeTip),
+        Text(kWebParameterModel, OrHint(evidence.model, kToolModelHint), kModelTip),
+        Number(kWebParameterDays, 3000, 0, 36500,
                wxTRANSLATE("In days (0 to 36500): older pictures are not looked at.")),
-        Number(wxTRANSLATE("Stop After Finding At Least N Pictures. N Is"), 10, 1, 1000,
+        Number(kWebParameterCount, 10, 1, 1000,
                wxTRANSLATE("The search ends when so many pictures have been found (1 to 1000).")),
         Choice(kToolParameterSite, {"Flickr", "Google"},
                wxTRANSLATE("The site that is searched. Its API key is set in the program options.")),
-        Choice(wxTRANSLATE("Look For Pictures Of Size"), SizeChoices(evidence, Order::EvidenceFirst),
-               kSizeTip),
-        Choice(wxTRANSLATE("Exclude Picture With Known Software Tags"),
-               {wxTRANSLATE("Yes (Available Only For Flickr)"), wxTRANSLATE("No")},
+        Choice(kWebParameterSize, SizeChoices(evidence, Order::EvidenceFirst), kSizeTip),
+        Choice(kWebParameterNoSoftware, {wxTRANSLATE("Yes (Available Only For Flickr)"), wxTRANSLATE("No")},
                wxTRANSLATE("Leaves out pictures that a program for changing pictures has written.")),
-        Choice(wxTRANSLATE("Exclude Pictures With Different Make or Model"),
-               {wxTRANSLATE("Yes"), wxTRANSLATE("No")},
+        Choice(kWebParameterSameCamera, {wxTRANSLATE("Yes"), wxTRANSLATE("No")},
                wxTRANSLATE("Leaves out pictures whose own metadata names another camera.")),
     };
 }
@@ -132,8 +129,8 @@ VecParameter PdfParameters() {
 
 VecParameter WebSearchParameters() {
     return {
-        Flag(wxTRANSLATE("Search On TinEye"), false, wxTRANSLATE("The result is shown in the browser.")),
-        Flag(wxTRANSLATE("Search On Google"), true, wxTRANSLATE("The result is shown in the browser.")),
+        Flag(kWebParameterTinEye, false, wxTRANSLATE("The result is shown in the browser.")),
+        Flag(kWebParameterGoogle, true, wxTRANSLATE("The result is shown in the browser.")),
         Text(kWebParameterDomain, {},
              wxTRANSLATE("Only pictures of this site, \"example.com\" for instance; empty for all sites.")),
         Flag(kWebParameterAllow, false,
@@ -162,7 +159,7 @@ VecParameter ToolParameters(ToolKind kind, const EvidenceFacts& evidence, const 
 
 std::string RoleOfEntry(const std::string& parameter, const std::string& entry) {
     if (parameter == kWebParameterSoftware) return entry == "Any Software" ? "any" : "evidence";
-    if (parameter == kWebParameterSize) return entry == "Any Size" ? "any" : "evidence";
+    if (parameter == kWebParameterSize) return entry == kWebEntryAnySize ? "any" : "evidence";
     if (parameter == kWebParameterTables)
         return entry == "Any QT" ? "any" : entry.starts_with("Luma only") ? "luma" : "lumaChroma";
     return entry;

@@ -62,7 +62,7 @@ class FlickrSearch {
     FlickrSearch(const SearchSettings& settings, const OrvWebServices& services, const OrvJob& job)
         : m_settings(settings), m_services(services), m_job(job), m_client(job, WebReach::Services) {}
 
-    std::vector<WebPicture> Run() {
+    void Run() {
         for (int page = 1; !IsDone(); ++page) {
             // Never copied: what is nested a million times cannot be.
             const Json answer = Ask(SearchFields(page));
@@ -76,8 +76,8 @@ class FlickrSearch {
             }
             if (page >= WebNumber(photos, "pages")) break;
         }
-        return m_found;
     }
+    const std::vector<WebPicture>& GetFound() const { return m_found; }
 
   private:
     bool IsDone() const {
@@ -149,8 +149,10 @@ class FlickrSearch {
         picture.height = std::max(WebNumber(photo, "height_o"), WebNumber(photo, "o_height"));
         picture.format = WebText(photo, "originalformat");
         if (picture.format.empty()) picture.format = PathExtension(picture.link);
-        picture.page = "https://www.flickr.com/photos/" + PercentEncode(WebText(photo, "owner")) + "/" +
-                       PercentEncode(WebText(photo, "id"));
+        const std::string owner = WebText(photo, "owner");
+        if (!owner.empty())
+            picture.page = "https://www.flickr.com/photos/" + PercentEncode(owner) + "/" +
+                           PercentEncode(WebText(photo, "id"));
         return picture;
     }
 
@@ -179,7 +181,7 @@ class GoogleSearch {
     GoogleSearch(const SearchSettings& settings, const OrvWebServices& services, const OrvJob& job)
         : m_settings(settings), m_services(services), m_job(job), m_client(job, WebReach::Services) {}
 
-    std::vector<WebPicture> Run() {
+    void Run() {
         for (int start = 1; start + kGooglePage - 1 <= kGoogleMost && !IsDone(); start += kGooglePage) {
             const Json answer = Ask(start);
             const Json& items = WebMember(answer, "items");
@@ -188,8 +190,8 @@ class GoogleSearch {
                 if (!IsDone()) Take(item);
             if (WebMember(WebMember(answer, "queries"), "nextPage").is_null()) break;
         }
-        return m_found;
     }
+    const std::vector<WebPicture>& GetFound() const { return m_found; }
 
   private:
     bool IsDone() const { return static_cast<int>(m_found.size()) >= m_settings.wanted; }
@@ -238,20 +240,32 @@ class GoogleSearch {
     std::vector<WebPicture> m_found;
 };
 
+template <typename Search>
+TableString RunAsFarAsItGoes(Search search, std::string& incomplete) {
+    try {
+        search.Run();
+    } catch (const ZorException& error) {
+        if (error.GetKind() != ZorException::Kind::Network || search.GetFound().empty()) throw;
+        incomplete = "The search is not complete: it ended after the pictures shown.\n" + error.GetMessage();
+    }
+    return WebPictureTable(search.GetFound());
+}
+
 }  // namespace
 
 TableString SearchCamera(OrvActionId action, const VecParameter& parameters, const OrvWebServices& services,
-                         const OrvJob& job) {
+                         const OrvJob& job, std::string& incomplete) {
+    incomplete.clear();
     const SearchSettings settings = ReadSettings(parameters);
     if (action == OrvActionSearchGoogle) {
         RequireOption(services.googleAddress, "Google search address");
         RequireOption(services.googleKey, "Google API key");
         RequireOption(services.googleEngine, "Google search engine ID");
         job.SetProgress(0.0, "Asking Google");
-        return WebPictureTable(GoogleSearch(settings, services, job).Run());
+        return RunAsFarAsItGoes(GoogleSearch(settings, services, job), incomplete);
     }
     RequireOption(services.flickrAddress, "Flickr address");
     RequireOption(services.flickrKey, "Flickr API key");
     job.SetProgress(0.0, "Asking Flickr");
-    return WebPictureTable(FlickrSearch(settings, services, job).Run());
+    return RunAsFarAsItGoes(FlickrSearch(settings, services, job), incomplete);
 }

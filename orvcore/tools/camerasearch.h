@@ -15,5 +15,7 @@
 // The search ends when enough pictures are found, or a thousand were looked at.
 //
 // Throws ZorException: kind Argument for what is missing (key, address, make …), kind Network for what the service says.
+// When the network or the service fails after something was found, that is answered, and `incomplete` says what
+// happened; otherwise it becomes "".
 TableString SearchCamera(OrvActionId action, const VecParameter& parameters, const OrvWebServices& services,
-                         const OrvJob& job);
+                         const OrvJob& job, std::string& incomplete);

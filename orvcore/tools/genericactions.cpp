@@ -6,6 +6,7 @@
 #include "orvcore/tools/camerasearch.h"
 #include "orvcore/tools/download.h"
 #include "orvcore/tools/foldertable.h"
+#include "orvcore/tools/webparameters.h"
 #include "orvcore/tools/websearch.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"
@@ -29,10 +30,11 @@ VecParameter Show(FolderTable result, OrvContext& context) {
     return {table};
 }
 
-VecParameter ShowPictures(const TableString& pictures) {
+VecParameter ShowPictures(const TableString& pictures, const std::string& incomplete = {}) {
     Parameter table = Parameter::Output(ParameterType::TableString, "pictures", "Pictures");
     table.SetValue(pictures);
-    return {table};
+    if (incomplete.empty()) return {table};
+    return {table, Parameter::Output(kWebResultIncomplete, "Incomplete", incomplete)};
 }
 
 // The first parameter is the folder; a second one may say whether subfolders are looked into, a third one whether
@@ -71,8 +73,12 @@ VecParameter RunGenericAction(OrvActionId action, const std::string& name, const
         case OrvActionBatchComparison:
             return ExamineFolder(action, parameters, files[OrvEvidence], context, options, job);
         case OrvActionSearchFlickr:
-        case OrvActionSearchGoogle:
-            return ShowPictures(SearchCamera(action, parameters, options.GetWebServices(), job));
+        case OrvActionSearchGoogle: {
+            std::string incomplete;
+            const TableString pictures =
+                SearchCamera(action, parameters, options.GetWebServices(), job, incomplete);
+            return ShowPictures(pictures, incomplete);
+        }
         case OrvActionCameraForensics:
             return ShowPictures(SearchCameraForensics(parameters, options.GetWebServices(), job));
         case OrvActionWebSearch:

@@ -70,6 +70,6 @@ WebPictureSize ReadWebSize(const VecParameter& parameters) {
     if (std::sscanf(entry.c_str(), "%6d x %6d%n", &size.width, &size.height, &used) == 2 &&
         static_cast<std::size_t>(used) == entry.size() && !size.IsAny())
         return size;
-    if (entry != "Any Size") Refuse(kWebParameterSize, "has an entry that is no size");
+    if (entry != kWebEntryAnySize) Refuse(kWebParameterSize, "has an entry that is no size");
     return {};
 }

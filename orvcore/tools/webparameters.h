@@ -25,6 +25,10 @@ inline constexpr const char* kWebParameterAllow = "Allow To Send Images On The W
 inline constexpr const char* kWebParameterPhotos = "Photo-Id";  // name, address, name, address, …
 inline constexpr const char* kWebParameterFolder = "Folder";
 
+// Of a search's results: beside what was found, why there may be more. Not there when the search was finished.
+inline constexpr const char* kWebResultIncomplete = "incomplete";
+inline constexpr const char* kWebEntryAnySize = "Any Size";
+
 // A picture's size in pixels; 0 x 0 stands for any size.
 struct WebPictureSize {
     int width = 0;

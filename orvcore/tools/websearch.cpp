@@ -49,7 +49,6 @@ std::string ReadDomain(const VecParameter& parameters) {
 }
 
 std::string SearchOn(const Site& site, const OrvLoadedFile& evidence, const OrvJob& job) {
-    RequireOption(site.address, site.option);
     HttpRequest request;
     request.address = site.address;
     request.what = "The " + std::string(site.option);
@@ -87,14 +86,27 @@ VecParameter SearchWeb(const VecParameter& parameters, const OrvFilePtr& evidenc
         ZOR_THROW(Argument, "The evidence is too large to be sent: the search sites take less than " +
                                 FormatFileSize(kMostBytes) + ".");
     const std::string domain = isGoogle ? ReadDomain(parameters) : std::string();
+    // Everything that is missing is told before the first byte goes out.
+    for (const Site& site : sites) {
+        RequireOption(site.address, site.option);
+        ParseWebAddress(site.address, "The " + std::string(site.option));
+    }
     VecParameter results;
+    std::string problems;
     for (std::size_t i = 0; i < sites.size(); ++i) {
         job.SetProgress(static_cast<double>(i) / static_cast<double>(sites.size()),
                         std::string("Sending to ") + sites[i].name);
-        std::string address = SearchOn(sites[i], *evidence, job);
-        if (sites[i].name == std::string("Google") && !domain.empty())
-            address = AddWebQuery(address, {{"q", "site:" + domain}});
-        results.push_back(Parameter::Output(sites[i].name, sites[i].name, address));
+        try {
+            std::string address = SearchOn(sites[i], *evidence, job);
+            if (sites[i].name == std::string("Google") && !domain.empty())
+                address = AddWebQuery(address, {{"q", "site:" + domain}});
+            results.push_back(Parameter::Output(sites[i].name, sites[i].name, address));
+        } catch (const ZorException& error) {
+            if (error.GetKind() != ZorException::Kind::Network) throw;
+            problems += (problems.empty() ? "" : "\n") + error.GetMessage();
+        }
     }
+    if (results.empty()) ZOR_THROW(Network, problems);
+    if (!problems.empty()) results.push_back(Parameter::Output(kWebResultIncomplete, "Incomplete", problems));
     return results;
 }

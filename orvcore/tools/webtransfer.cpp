@@ -4,6 +4,7 @@
 
 #include "orvcore/tools/webaddress.h"
 #include "orvcore/tools/webparameters.h"
+#include "zorbase/mapsite.h"
 #include "zorbase/text.h"
 #include "zorbase/zorexception.h"
 
@@ -82,6 +83,8 @@ std::vector<WebTransfer> DescribeWebTransfers(OrvActionId action, const VecParam
                 Ask("CameraForensics", services.cameraForensicsAddress,
                     "your API key, the camera's make and model and, where you chose them, software, size and "
                     "the hashes of the quantization tables")};
+        case OrvActionShowLocation:
+            return {Ask(kMapSite, kMapAddress, "the place that the evidence names, by your browser")};
         case OrvActionWebSearch:
             return DescribeWebSearch(parameters, services);
         case OrvActionDownload:

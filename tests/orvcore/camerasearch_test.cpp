@@ -108,6 +108,7 @@ class Flickr {
         if (camera[0] == "hidden")
             return JsonAnswer({{"stat", "fail"}, {"code", 2}, {"message", "Permission denied"}});
         if (camera[0] == "broken") return JsonAnswer({}, 500);
+        if (camera[0] == "too many") return JsonAnswer({}, 429);
         const auto tag = [](const char* name, const std::string& raw) {
             return Json{{"tagspace", "IFD0"}, {"tag", name}, {"label", name}, {"raw", {{"_content", raw}}}};
         };
@@ -121,7 +122,10 @@ class Flickr {
 
 TableString Search(const LoopbackServer& server, const VecParameter& parameters,
                    OrvActionId action = OrvActionSearchFlickr) {
-    return SearchCamera(action, parameters, ServicesAt(server), OrvJob());
+    std::string incomplete;
+    const TableString table = SearchCamera(action, parameters, ServicesAt(server), OrvJob(), incomplete);
+    EXPECT_EQ(incomplete, "");
+    return table;
 }
 
 TEST(FlickrSearch, GoesThroughPagesUntilEnoughAreFound) {
@@ -140,6 +144,23 @@ TEST(FlickrSearch, GoesThroughPagesUntilEnoughAreFound) {
     EXPECT_EQ(requests[0].query.at("sort"), "date-taken-asc");
     EXPECT_THAT(requests[0].query.at("min_taken_date"), testing::MatchesRegex("20[0-9-]* 00:00:00"));
     EXPECT_EQ(Search(server, SearchParameters(100)).size(), 8u) << "all there are";
+}
+
+TEST(FlickrSearch, AFailureHalfWayKeepsWhatWasFound) {
+    Flickr flickr(5);
+    flickr.cameras[2][0] = "too many";
+    LoopbackServer server{flickr};
+    std::string incomplete;
+    const TableString table =
+        SearchCamera(OrvActionSearchFlickr, SearchParameters(5), ServicesAt(server), OrvJob(), incomplete);
+    ASSERT_EQ(table.size(), 3u);
+    EXPECT_EQ(table[2][0], "Photo 1");
+    EXPECT_THAT(incomplete, AllOf(HasSubstr("not complete"), HasSubstr("429 (too many requests)")));
+
+    flickr.cameras[0][0] = "too many";
+    LoopbackServer strict{flickr};
+    EXPECT_THAT(FailureOf([&] { Search(strict, SearchParameters(5)); }), HasSubstr("429"))
+        << "nothing was found before";
 }
 
 TEST(FlickrSearch, FiltersByCameraSoftwareAndSize) {
@@ -181,7 +202,8 @@ TEST(FlickrSearch, SaysWhatIsMissingOrRefused) {
         "Program Options.");
     OrvWebServices services = ServicesAt(server);
     const auto search = [&services](OrvActionId action) {
-        return FailureOf([&] { SearchCamera(action, SearchParameters(), services, OrvJob()); });
+        std::string incomplete;
+        return FailureOf([&] { SearchCamera(action, SearchParameters(), services, OrvJob(), incomplete); });
     };
     services.flickrKey = services.googleEngine = "";
     EXPECT_EQ(search(OrvActionSearchFlickr),
@@ -426,8 +448,9 @@ TEST_F(WebActions, StopWhenTheUserAsks) {
         source.request_stop();
     });
     const auto start = std::chrono::steady_clock::now();
+    std::string incomplete;
     EXPECT_THROW(SearchCamera(OrvActionSearchFlickr, SearchParameters(), ServicesAt(server),
-                              OrvJob(source.get_token())),
+                              OrvJob(source.get_token()), incomplete),
                  ZorException);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
     aborter.join();

@@ -215,9 +215,9 @@ class WebSearch : public testing::Test {
     OrvFilePtr evidence;
     std::string location = "https://results.example/search?id=7";
     int status = 302;
-    LoopbackServer server{[this](const LoopbackRequest&) {
+    LoopbackServer server{[this](const LoopbackRequest& request) {
         LoopbackAnswer answer;
-        answer.status = status;
+        answer.status = request.path == "/refuse" ? 404 : status;
         if (!location.empty()) answer.headers.emplace_back("Location", location);
         return answer;
     }};
@@ -238,6 +238,25 @@ TEST_F(WebSearch, SendsTheBytesAndAnswersWhereTheResultsAre) {
     EXPECT_EQ(SearchWeb(Parameters(true, false, true, "not a domain"), evidence, Services(), OrvJob()).size(),
               1u)
         << "the domain is Google's alone";
+}
+
+TEST_F(WebSearch, OneSiteThatFailsDoesNotStopTheOther) {
+    OrvWebServices services = Services();
+    services.tinEyeAddress = server.Address("/refuse");
+    VecParameter results = SearchWeb(Parameters(true, true, true), evidence, services, OrvJob());
+    ASSERT_EQ(results.size(), 2u);
+    EXPECT_EQ(results[0].GetValueAsString(), location);
+    EXPECT_EQ(results[1].Name(), kWebResultIncomplete);
+    EXPECT_THAT(results[1].GetValueAsString(), HasSubstr("404 (not found)"));
+
+    services.googlePictureAddress = server.Address("/refuse");
+    EXPECT_THAT(FailureOf([&] { SearchWeb(Parameters(true, true, true), evidence, services, OrvJob()); }),
+                HasSubstr("404"));
+    const auto sent = server.Requests().size();
+    services.googlePictureAddress.clear();
+    EXPECT_THAT(FailureOf([&] { SearchWeb(Parameters(true, true, true), evidence, services, OrvJob()); }),
+                HasSubstr("Google picture search address is missing"));
+    EXPECT_EQ(server.Requests().size(), sent) << "what is missing is told before anything is sent";
 }
 
 TEST_F(WebSearch, SendsNothingUnlessEverythingIsInOrder) {

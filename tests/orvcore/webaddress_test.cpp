@@ -187,6 +187,9 @@ TEST_F(WebTransfers, TellWhatGoesWhereBeforeItGoes) {
     EXPECT_EQ(transfers[0].host + ": " + transfers[0].what, "one.example: the addresses of 2 files");
     EXPECT_EQ(transfers[1].host + ": " + transfers[1].what, "two.example: the address of 1 file");
 
+    transfers = core->GetWebTransfers(OrvActionShowLocation, {});
+    ASSERT_EQ(transfers.size(), 1u);
+    EXPECT_EQ(transfers[0].host, "www.openstreetmap.org");
     EXPECT_TRUE(core->GetWebTransfers(OrvActionBatchAnalysis, {}).empty());
     EXPECT_TRUE(core->GetWebTransfers(OrvActionWebSearch, {}).empty());
     EXPECT_TRUE(
@@ -201,7 +204,8 @@ TEST_F(WebTransfers, KeysAreKeptWhereOnlyTheUserCanRead) {
     EXPECT_EQ(facts.st_mode & 0777, 0600u);
     EXPECT_THAT(ReadFile(path), HasSubstr("a-key"));
     OrvOptions options;
-    options.Load();
+    EXPECT_TRUE(options.Load().empty());
+    EXPECT_EQ(OrvOptions::GroupTitles().size(), options.Get().size());
     EXPECT_EQ(options.GetWebServices().flickrKey, "a-key");
     EXPECT_EQ(options.GetWebServices().flickrAddress, "https://api.flickr.com/services/rest/");
     EXPECT_FALSE(options.GetWebServices().allowsLocalDownloads);

@@ -1,4 +1,5 @@
 #include "orvgui/mainframe.h"
+#include "orvcore/tools/webparameters.h"
 
 #include <wx/menu.h>
 #include <wx/msgdlg.h>
@@ -338,11 +339,29 @@ TEST_F(FrameTest, ShowsWhatGenericActionsFound) {
     EXPECT_NE(std::string::npos, answers.Seen()[2].find("Download Completed"));
     EXPECT_EQ("Error|It went wrong.", answers.Seen()[3]);
 
-    tell(OrvActionShowLocation, 0, {Parameter::Output("position", "Position", "48.858300 2.294500")});
+    const VecParameter position = {Parameter::Output("position", "Position", "48.858300 2.294500")};
+    DialogAnswers consent{wxID_NO, wxID_YES};
+    tell(OrvActionShowLocation, 0, position);
+    EXPECT_TRUE(launched.empty()) << "the user did not agree";
+    tell(OrvActionShowLocation, 0, position);
+    tell(OrvActionShowLocation, 0, position);
+    ASSERT_EQ(2u, consent.Seen().size()) << "asked until the user agrees";
+    EXPECT_NE(std::string::npos, consent.Seen()[1].find("www.openstreetmap.org"));
+    ASSERT_EQ(2u, launched.size());
+    launched.pop_back();
+
+    canLaunch = false;
+    DialogAnswers noted{wxID_OK, wxID_OK};
+    tell(OrvActionShowLocation, 0, position);
+    EXPECT_NE(std::string::npos, noted.Seen()[0].find("mlat=48.858300")) << "the address to copy";
+    canLaunch = true;
+    launched.pop_back();
     tell(
         OrvActionWebSearch, 0,
         {Parameter::Output("one", "One", "https://example.org/search"), Parameter::Output("none", "None", ""),
-         Parameter::Output("two", "Two", "https://example.com/search")});
+         Parameter::Output("two", "Two", "https://example.com/search"),
+         Parameter::Output(kWebResultIncomplete, "Incomplete", "https://example.net/ did not answer.")});
+    EXPECT_NE(std::string::npos, noted.Seen()[1].find("did not answer"));
     ASSERT_EQ(3u, launched.size());
     EXPECT_NE(std::string::npos, launched[0].find("48.8583"));
     EXPECT_EQ("https://example.org/search", launched[1]);

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "zorbase/gui/shell.h"
+#include "zorbase/mapsite.h"
 
 namespace {
 
@@ -25,9 +26,9 @@ wxString MapView::GetAddress() const {
     if (!IsValid()) return {};
     const std::string latitude = Degrees(m_latitude);
     const std::string longitude = Degrees(m_longitude);
-    return wxString::FromAscii(("https://www.openstreetmap.org/?mlat=" + latitude + "&mlon=" + longitude +
-                                "#map=15/" + latitude + "/" + longitude)
-                                   .c_str());
+    return wxString::FromAscii(
+        (kMapAddress + ("?mlat=" + latitude) + "&mlon=" + longitude + "#map=15/" + latitude + "/" + longitude)
+            .c_str());
 }
 
 bool MapView::ShowOnMap() const {
