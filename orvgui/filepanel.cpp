@@ -12,6 +12,7 @@
 #include "orvgui/fileselectors.h"
 #include "orvgui/mainframe.h"
 #include "orvgui/messagebox.h"
+#include "orvgui/textfocus.h"
 #include "zorbase/files.h"
 #include "zorbase/gui/shell.h"
 #include "zorbase/text.h"
@@ -46,6 +47,7 @@ void FilePanel::CreateControls() {
     m_title->SetFont(m_title->GetFont().Bold());
     m_filename =
         new wxTextCtrl(this, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize, wxTE_PROCESS_ENTER);
+    m_filename->SetMinSize(FieldSize(*m_filename, -1));
     m_filename->SetHint(_("Drop a photograph here, or type its name"));
     m_filename->Bind(wxEVT_TEXT_ENTER, &FilePanel::OnTextFilename, this);
     // A name that was typed and not loaded must not be taken for that of the loaded file.

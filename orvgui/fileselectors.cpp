@@ -134,7 +134,9 @@ wxString OrvFileSaveSelector(const wxString& message, const wxString& defaultPat
 
 wxString OrvDirSelector(const wxString& message, const wxString& defaultPath, const wxString& title) {
     const wxString caption = title.empty() ? message : title + ": " + message;
-    const Start start = FindStart(defaultPath, title);
+    Start start = FindStart(defaultPath, title);
+    // Without a folder the chooser opens on a list of recent ones, where a typed path cannot be confirmed.
+    if (start.folder.empty()) start.folder = PathToWx(GetAppDocumentsPath());
     wxString path;
     if (Answer()) {
         path = Answer()(OrvSelectorKind::Folder, message, start.folder, wxString(), title);

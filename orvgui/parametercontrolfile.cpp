@@ -6,6 +6,7 @@
 #include <wx/textctrl.h>
 
 #include "orvgui/fileselectors.h"
+#include "orvgui/textfocus.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"
 
@@ -25,7 +26,7 @@ ParameterControlInputFilename::ParameterControlInputFilename(wxWindow* parent, w
                                                              Shown shown)
     : ParameterControlEntry(parent, parameter), m_fileType(ToWx(fileType)), m_save(save), m_shown(shown) {
     CreateField(shown == Shown::Name ? wxTE_READONLY : 0, nullptr);
-    m_field->SetMinSize(wxSize(kPathWidth, -1));
+    m_field->SetMinSize(FieldSize(*m_field, kPathWidth));
     m_field->SetHint(GetPlaceholder());
     m_buttonBrowse = new wxButton(parent, wxID_ANY, _("Browse"));
     m_buttonBrowse->Bind(wxEVT_BUTTON, &ParameterControlInputFilename::OnButtonBrowse, this);

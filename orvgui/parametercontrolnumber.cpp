@@ -7,6 +7,7 @@
 
 #include <cmath>
 
+#include "orvgui/textfocus.h"
 #include "orvgui/validator.h"
 #include "zorbase/text.h"
 
@@ -44,7 +45,7 @@ ParameterControlInt::ParameterControlInt(wxWindow* parent, wxGridBagSizer* sizer
     : ParameterControlEntry(parent, parameter) {
     const auto validator = MakeValidator<int>(parameter);
     CreateField(wxTE_RIGHT | (readOnly ? wxTE_READONLY : 0L), readOnly ? nullptr : &validator);
-    m_field->SetMinSize(wxSize(kNumberWidth, -1));
+    m_field->SetMinSize(FieldSize(*m_field, kNumberWidth));
     PlaceCompact(sizer, m_field);
     ParameterControlEntry::SetControlValue(parameter);
 }
@@ -53,7 +54,7 @@ ParameterControlInt::ParameterControlInt(wxWindow* parent, wxGridBagSizer* sizer
                                          const Validator& validator)
     : ParameterControlEntry(parent, parameter) {
     CreateField(wxTE_RIGHT, &validator);
-    m_field->SetMinSize(wxSize(kNumberWidth, -1));
+    m_field->SetMinSize(FieldSize(*m_field, kNumberWidth));
     PlaceCompact(sizer, m_field);
     ParameterControlEntry::SetControlValue(parameter);
 }

@@ -6,6 +6,7 @@
 #include <wx/sizer.h>
 #include <wx/textctrl.h>
 
+#include "orvgui/textfocus.h"
 #include "orvgui/validator.h"
 #include "zorbase/text.h"
 
@@ -25,7 +26,7 @@ ParameterControlRoi::ParameterControlRoi(wxWindow* parent, wxGridBagSizer* sizer
     : ParameterControlEntry(parent, parameter) {
     const auto validator = MakeValidator();
     CreateField(0, &validator);
-    m_field->SetMinSize(wxSize(kRegionWidth, -1));
+    m_field->SetMinSize(FieldSize(*m_field, kRegionWidth));
     m_field->SetToolTip(_("x, y, width, height in pixels"));
     PlaceCompact(sizer, m_field);
     ParameterControlEntry::SetControlValue(parameter);

@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "orvgui/textdialog.h"
+#include "orvgui/textfocus.h"
 #include "zorbase/text.h"
 
 namespace {
@@ -80,7 +81,7 @@ ParameterControlString::ParameterControlString(wxWindow* parent, wxGridBagSizer*
     const bool numbers = content == Content::Numbers;
     CreateField((readOnly ? wxTE_READONLY : 0) | (numbers ? int{wxTE_RIGHT} : 0), nullptr);
     // The height stays the same whatever the font of the text.
-    m_field->SetMinSize(wxSize(numbers ? kNumberWidth : kFieldWidth, m_field->GetBestSize().GetHeight()));
+    m_field->SetMinSize(FieldSize(*m_field, numbers ? kNumberWidth : kFieldWidth));
     if (readOnly)
         MakeResultField(m_field);
     else

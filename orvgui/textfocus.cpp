@@ -4,6 +4,14 @@
 #include <wx/textentry.h>
 #include <wx/window.h>
 
+#include <algorithm>
+
+namespace {
+
+constexpr int kFieldInset = 10;  // pixels of border and padding above and below
+
+}  // namespace
+
 bool IsTextEntry(const wxWindow* window) {
     for (; window != nullptr; window = window->GetParent()) {
         if (dynamic_cast<const wxTextEntryBase*>(window) != nullptr ||
@@ -12,4 +20,8 @@ bool IsTextEntry(const wxWindow* window) {
         if (window->IsTopLevel()) return false;
     }
     return false;
+}
+
+wxSize FieldSize(const wxWindow& field, int width) {
+    return {width, std::max(field.GetBestSize().GetHeight(), field.GetCharHeight() + kFieldInset)};
 }

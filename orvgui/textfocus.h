@@ -1,5 +1,7 @@
 #pragma once
 
+#include <wx/gdicmn.h>
+
 #include "orvgui/orvgui.h"
 
 class wxWindow;
@@ -7,3 +9,7 @@ class wxWindow;
 // Whether a window takes typed text: a text field, the field of a combo box or of a number with arrows, or a
 // window inside one of these. False for null.
 ORVGUI_API bool IsTextEntry(const wxWindow* window);
+
+// The least size, in pixels, of a one-line text field of this width. The toolkit's best size of a field that was never
+// shown is too low where texts are enlarged: it cuts off what hangs below the line, and an underscore reads as a blank.
+ORVGUI_API wxSize FieldSize(const wxWindow& field, int width);

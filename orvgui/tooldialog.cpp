@@ -11,6 +11,7 @@
 #include "orvgui/icons.h"
 #include "orvgui/parametercontrol.h"
 #include "orvgui/statictext.h"
+#include "orvgui/textfocus.h"
 #include "orvgui/validator.h"
 #include "zorbase/text.h"
 
@@ -21,8 +22,8 @@ constexpr int kGap = 8;
 constexpr int kWidth = 480;
 constexpr int kTextWidth = 240;
 constexpr int kPathWidth = 340;
-constexpr int kWidestChoice = 360;
-constexpr int kArrowWidth = 60;  // of a choice: its arrow and borders
+constexpr int kWidestChoice = 48;  // characters
+constexpr int kArrowWidth = 60;    // of a choice: its arrow and borders
 constexpr int kProblemWidth = 420;
 constexpr int kSignSize = 16;
 
@@ -48,9 +49,11 @@ void OrvToolDialog::Init() {
         if (!m_controls.back()) continue;
         m_controls.back()->SetControlValue(parameter);
         if (parameter.Type() == ParameterType::String)
-            m_controls.back()->GetControl()->SetMinSize(wxSize(kTextWidth, -1));
+            m_controls.back()->GetControl()->SetMinSize(
+                FieldSize(*m_controls.back()->GetControl(), kTextWidth));
         if (parameter.Type() == ParameterType::FileSave)
-            m_controls.back()->GetControl()->SetMinSize(wxSize(kPathWidth, -1));
+            m_controls.back()->GetControl()->SetMinSize(
+                FieldSize(*m_controls.back()->GetControl(), kPathWidth));
     }
     AlignChoices();
     if (grid->GetCols() > 1) grid->AddGrowableCol(static_cast<std::size_t>(1));
@@ -98,7 +101,7 @@ void OrvToolDialog::AlignChoices() {
             width = wxMax(width, box->GetMinSize().x);
     for (const auto& control : m_controls)
         if (auto* box = control ? dynamic_cast<wxComboBox*>(control->GetControl()) : nullptr)
-            box->SetMinSize(wxSize(wxMin(width, kWidestChoice), -1));
+            box->SetMinSize(wxSize(wxMin(width, kWidestChoice * GetCharWidth()), -1));
     UpdateToolTips();
 }
 
