@@ -118,7 +118,7 @@ void ParameterControlInputVectorRoi::OnButtonRemove(wxCommandEvent&) {
     Enter(regions, std::min(index, static_cast<int>(regions.size()) - 1));
 }
 
-void ParameterControlInputVectorRoi::Enter(std::vector<Roi> regions, int selection) {
+void ParameterControlInputVectorRoi::Enter(const std::vector<Roi>& regions, int selection) {
     Parameter value = m_parameter;
     if (!value.SetValue(regions)) return;
     const bool changed = !(value == m_parameter);

@@ -37,7 +37,7 @@ class ParameterControlInputVectorRoi : public ParameterControl {
   private:
     bool ReadField(Roi& region) const;
     // Takes the list, shows it with this entry chosen, reports it when it is another one.
-    void Enter(std::vector<Roi> regions, int selection);
+    void Enter(const std::vector<Roi>& regions, int selection);
     void ShowList(int selection);
     void UpdateButtons();
 

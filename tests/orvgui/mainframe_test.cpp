@@ -251,9 +251,9 @@ TEST_F(FrameTest, ToolsNeedAnEvidence) {
     Load(folder.WritePicture("a.png"));
     Command(6031);
     ASSERT_EQ(2u, asked.size());
-    EXPECT_EQ(
-        "Folder|Select the directory where the images to compare with the evidence are located|||Batch Comparison",
-        asked[1]);
+    EXPECT_EQ("Folder|Select the directory where the images to compare with the evidence are located|" +
+                  folder.Path() + "/documents||Batch Comparison",
+              asked[1]);
 }
 
 TEST_F(FrameTest, ProjectIsSavedUnderAProposedName) {
