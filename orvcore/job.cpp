@@ -6,7 +6,7 @@
 #include "zorbase/zorexception.h"
 
 void OrvJob::CheckAbort() const {
-    if (m_stop.stop_requested()) ZOR_THROW(Aborted, "Processing was stopped. The previous result is kept.");
+    if (m_stop.stop_requested()) ZOR_THROW(Aborted, "Processing was stopped. What was there before is unchanged.");
 }
 
 void OrvJob::SetProgress(double done) const {
