@@ -3,6 +3,7 @@
 #include <wx/translation.h>
 
 #include "orvcore/interface.h"
+#include "orvcore/tools/webparameters.h"
 #include "orvgui/fileselectors.h"
 #include "orvgui/listctrlresults.h"
 #include "orvgui/webconsent.h"
@@ -101,7 +102,7 @@ OrvListCtrlWeb::OrvListCtrlWeb(wxWindow* parent, WxTable& table, int fillMode, i
 OrvListCtrlWeb::OrvListCtrlWeb(wxWindow* parent, ListCtrlView::Source table, int fillMode,
                                int labelOrientation)
     : OrvListCtrlResults(parent, std::move(table), fillMode, labelOrientation) {
-    m_parameters = {Parameter::Strings("Photo-Id", "", {})};
+    m_parameters = {Parameter::Strings(kWebParameterPhotos, "", {})};
     Bind(wxEVT_MENU, &OrvListCtrlWeb::OnDownloadImages, this, OrvListImages);
 }
 
@@ -141,8 +142,8 @@ void OrvListCtrlWeb::OnDownloadImages(wxCommandEvent&) {
         photos.push_back(address);
     }
     if (photos.empty() || GetInterface() == nullptr) return;
-    m_parameters = {Parameter::Strings("Photo-Id", "", photos),
-                    Parameter::Path(ParameterType::Folder, "Folder", "", PathFromWx(folder))};
+    m_parameters = {Parameter::Strings(kWebParameterPhotos, "", photos),
+                    Parameter::Path(ParameterType::Folder, kWebParameterFolder, "", PathFromWx(folder))};
     if (AskBeforeSending(this, *GetInterface(), OrvActionDownload, m_parameters))
         GetInterface()->CallGenericAction(OrvActionDownload, _("Download Images"), m_parameters);
 }

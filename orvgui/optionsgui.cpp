@@ -10,6 +10,7 @@
 #include "orvcore/interface.h"
 #include "orvcore/options.h"
 #include "orvgui/parametercontrol.h"
+#include "orvgui/textfocus.h"
 #include "orvgui/validator.h"
 #include "zorbase/text.h"
 
@@ -74,14 +75,8 @@ void OrvOptionsGui::AlignGroups() {
     for (wxGridBagSizer* grid : m_grids) grid->Add(width, 0, wxGBPosition(CountCells(grid).GetRow(), 0));
 }
 
-// The text fields keep Enter for themselves.
 void OrvOptionsGui::OnCharHook(wxKeyEvent& event) {
-    const int key = event.GetKeyCode();
-    const bool isEnter = (key == WXK_RETURN || key == WXK_NUMPAD_ENTER) && !event.HasAnyModifiers();
-    if (!isEnter || dynamic_cast<wxButton*>(FindFocus()) != nullptr) {
-        event.Skip();
-        return;
-    }
+    if (!ConfirmsDialog(event)) return event.Skip();
     wxCommandEvent ok(wxEVT_BUTTON, wxID_OK);
     OnButtonOk(ok);
 }

@@ -1,5 +1,6 @@
 #include "orvgui/textfocus.h"
 
+#include <wx/button.h>
 #include <wx/spinctrl.h>
 #include <wx/textentry.h>
 #include <wx/window.h>
@@ -24,4 +25,10 @@ bool IsTextEntry(const wxWindow* window) {
 
 wxSize FieldSize(const wxWindow& field, int width) {
     return {width, std::max(field.GetBestSize().GetHeight(), field.GetCharHeight() + kFieldInset)};
+}
+
+bool ConfirmsDialog(const wxKeyEvent& event) {
+    const int key = event.GetKeyCode();
+    return (key == WXK_RETURN || key == WXK_NUMPAD_ENTER) && !event.HasAnyModifiers() &&
+           dynamic_cast<wxButton*>(wxWindow::FindFocus()) == nullptr;
 }

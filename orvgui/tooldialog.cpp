@@ -230,14 +230,8 @@ void OrvToolDialog::OnEdited(wxCommandEvent& event) {
     UpdateToolTips();
 }
 
-// The text fields keep Enter for themselves.
 void OrvToolDialog::OnCharHook(wxKeyEvent& event) {
-    const int key = event.GetKeyCode();
-    const bool isEnter = (key == WXK_RETURN || key == WXK_NUMPAD_ENTER) && !event.HasAnyModifiers();
-    if (!isEnter || dynamic_cast<wxButton*>(FindFocus()) != nullptr) {
-        event.Skip();
-        return;
-    }
+    if (!ConfirmsDialog(event)) return event.Skip();
     wxCommandEvent ok(wxEVT_BUTTON, wxID_OK);
     OnButtonOk(ok);
 }
