@@ -19,13 +19,12 @@ if(ORVANE_SANITIZE)
     target_link_options(orvane_options INTERFACE -fsanitize=${ORVANE_SANITIZE})
 endif()
 
-# A library of ours: every .cpp of its folder and of the named sub-folders.
+# A library of ours: every .cpp of its folder and of all folders below it but those named.
 function(orvane_library name kind)
-    set(patterns ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+    file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
     foreach(folder IN LISTS ARGN)
-        list(APPEND patterns ${CMAKE_CURRENT_SOURCE_DIR}/${folder}/*.cpp)
+        list(FILTER sources EXCLUDE REGEX "^${CMAKE_CURRENT_SOURCE_DIR}/${folder}/")
     endforeach()
-    file(GLOB sources CONFIGURE_DEPENDS ${patterns})
     if(NOT sources)
         set(sources ${CMAKE_BINARY_DIR}/empty.cpp)
         file(WRITE ${sources} "")
