@@ -7,10 +7,10 @@
 #include <string>
 #include <system_error>
 
-#include "orvcore/interface.h"
-#include "orvcore/report.h"
-#include "orvcore/tablemarkup.h"
-#include "orvcore/tables.h"
+#include "orvcore/facade/interface.h"
+#include "orvcore/report/report.h"
+#include "orvcore/tables/tablemarkup.h"
+#include "orvcore/tables/tables.h"
 #include "zorbase/appversion.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"

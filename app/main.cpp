@@ -12,12 +12,12 @@
 #include <string_view>
 #include <vector>
 
-#include "orvcore/interface.h"
-#include "orvgui/filtergui.h"
-#include "orvgui/filterspanel.h"
-#include "orvgui/mainframe.h"
-#include "orvgui/messagebox.h"
-#include "orvgui/orvviewerpanel.h"
+#include "orvcore/facade/interface.h"
+#include "orvgui/common/messagebox.h"
+#include "orvgui/pages/filtergui.h"
+#include "orvgui/pages/orvviewerpanel.h"
+#include "orvgui/shell/filterspanel.h"
+#include "orvgui/shell/mainframe.h"
 #include "zorbase/appversion.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"

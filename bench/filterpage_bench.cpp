@@ -9,8 +9,8 @@
 
 #include <string>
 
-#include "orvcore/interface.h"
-#include "orvgui/filterguitext.h"
+#include "orvcore/facade/interface.h"
+#include "orvgui/pages/filterguitext.h"
 #include "tests/support/everytypefilter.h"
 #include "tests/support/temporaryfolder.h"
 

@@ -8,11 +8,11 @@
 
 #include <memory>
 
-#include "orvcore/interface.h"
-#include "orvgui/commandregistry.h"
-#include "orvgui/filterspanel.h"
-#include "orvgui/orvviewerpanel.h"
-#include "orvgui/pagefactory.h"
+#include "orvcore/facade/interface.h"
+#include "orvgui/pages/orvviewerpanel.h"
+#include "orvgui/pages/pagefactory.h"
+#include "orvgui/shell/commandregistry.h"
+#include "orvgui/shell/filterspanel.h"
 
 namespace {
 

@@ -13,7 +13,7 @@
 #include <opencv2/core.hpp>
 #include <thread>
 
-#include "orvcore/tools/foldertable.h"
+#include "orvcore/tools/folder/foldertable.h"
 #include "zorbase/files.h"
 #include "zorbase/hash.h"
 #include "zorimage/imageio.h"

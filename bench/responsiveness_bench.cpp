@@ -11,8 +11,8 @@
 #include <opencv2/core.hpp>
 
 #include "bench/startclock.h"
-#include "orvcore/interface.h"
-#include "orvgui/mainframe.h"
+#include "orvcore/facade/interface.h"
+#include "orvgui/shell/mainframe.h"
 #include "tests/support/temporaryfolder.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"

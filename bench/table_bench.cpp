@@ -11,8 +11,8 @@
 #include <random>
 
 #include "bench/startclock.h"
-#include "orvcore/tables.h"
-#include "orvgui/listctrl.h"
+#include "orvcore/tables/tables.h"
+#include "orvgui/tables/listctrl.h"
 #include "zorbase/text.h"
 
 namespace {

@@ -16,7 +16,7 @@
 #include <vector>
 
 #include "orvcore/analysis/errorlevel.h"
-#include "orvgui/canvas.h"
+#include "orvgui/viewer/canvas.h"
 #include "zorimage/imageio.h"
 
 namespace {

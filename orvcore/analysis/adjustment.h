@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <opencv2/core.hpp>
 
-#include "orvcore/job.h"
+#include "orvcore/model/job.h"
 
 // How a picture is shown: brightness, contrast, gamma and a choice of channel. Nothing is measured here.
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "orvcore/filter.h"
+#include "orvcore/filter/filter.h"
 
 // How much each pixel changes when the picture is saved as JPEG once more.
 class ErrorLevelFilter : public OrvFilterImage {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "orvcore/filter.h"
+#include "orvcore/filter/filter.h"
 
 // What the file itself says before any pixel is looked at: where it lies, how large and how old it is, of
 // what format it is by its content and whether its name agrees, what its headers say about the picture, and

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "orvcore/filter.h"
+#include "orvcore/filter/filter.h"
 
 // A stretch of the file's bytes as offset, hexadecimal digits and ASCII. It judges nothing.
 class HexViewFilter : public OrvFilter {

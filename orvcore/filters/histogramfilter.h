@@ -1,6 +1,6 @@
 #pragma once
 
-#include "orvcore/filter.h"
+#include "orvcore/filter/filter.h"
 
 // How often each level occurs, as bars per channel, with its numbers and a measure of contrast enhancement.
 // A file without a picture that can be decoded gets no plot and says why.

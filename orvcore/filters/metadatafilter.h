@@ -1,6 +1,6 @@
 #pragma once
 
-#include "orvcore/filter.h"
+#include "orvcore/filter/filter.h"
 
 // Everything that EXIF, GPS, maker notes, IPTC, XMP and comments say, both files side by side, and what in it
 // does not fit together.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "orvcore/filter.h"
+#include "orvcore/filter/filter.h"
 
 // The picture itself, to be looked at: nothing is computed but how it is shown.
 class VisualInspectionFilter : public OrvFilterImage {

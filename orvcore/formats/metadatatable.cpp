@@ -4,7 +4,7 @@
 #include <map>
 #include <tuple>
 
-#include "orvcore/tablemarkup.h"
+#include "orvcore/tables/tablemarkup.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "orvcore/context.h"
-#include "orvcore/filter.h"
-#include "orvcore/job.h"
+#include "orvcore/facade/context.h"
+#include "orvcore/filter/filter.h"
+#include "orvcore/model/job.h"
 #include "zorbase/zorexception.h"
 
 // A filter whose result follows from its one parameter: level 0 finds nothing, 1 is worth a look, 2 a strong

@@ -5,10 +5,10 @@
 
 #include <fstream>
 
-#include "orvgui/commandregistry.h"
-#include "orvgui/filtergui.h"
-#include "orvgui/orvviewerpanel.h"
-#include "orvgui/pagefactory.h"
+#include "orvgui/pages/filtergui.h"
+#include "orvgui/pages/orvviewerpanel.h"
+#include "orvgui/pages/pagefactory.h"
+#include "orvgui/shell/commandregistry.h"
 #include "tests/support/guitest.h"
 
 namespace {

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "orvcore/interface.h"
-#include "orvgui/filterspanel.h"
+#include "orvcore/facade/interface.h"
+#include "orvgui/shell/filterspanel.h"
 #include "tests/orvgui/fakefilters.h"
 #include "tests/support/temporaryfolder.h"
 

@@ -3,9 +3,9 @@
 #include <wx/aui/framemanager.h>
 #include <wx/uiaction.h>
 
-#include "orvgui/filepanel.h"
-#include "orvgui/fileselectors.h"
-#include "orvgui/mainframe.h"
+#include "orvgui/common/fileselectors.h"
+#include "orvgui/shell/filepanel.h"
+#include "orvgui/shell/mainframe.h"
 #include "tests/support/guitest.h"
 #include "tests/support/testcore.h"
 #include "zorbase/gui/shell.h"

@@ -7,9 +7,9 @@
 #include <memory>
 #include <string>
 
-#include "orvcore/interface.h"
-#include "orvgui/filtergui.h"
-#include "orvgui/pagefactory.h"
+#include "orvcore/facade/interface.h"
+#include "orvgui/pages/filtergui.h"
+#include "orvgui/pages/pagefactory.h"
 #include "tests/support/everytypefilter.h"
 #include "tests/support/guitest.h"
 #include "tests/support/temporaryfolder.h"

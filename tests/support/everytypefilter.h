@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "orvcore/filter.h"
-#include "orvcore/job.h"
+#include "orvcore/filter/filter.h"
+#include "orvcore/model/job.h"
 #include "zorbase/text.h"
 
 // A filter that carries one parameter of every type code that has a control, and counts its runs. The outputs follow from the

@@ -14,7 +14,7 @@
 #include <chrono>
 #include <stdexcept>
 
-#include "orvcore/tools/webaddress.h"
+#include "orvcore/tools/web/webaddress.h"
 #include "zorbase/text.h"
 
 namespace {

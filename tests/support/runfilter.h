@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "orvcore/filter.h"
+#include "orvcore/filter/filter.h"
 
 inline OrvFilePtr LoadForTest(const std::string& path) {
     return OrvLoadedFile::Load(path, std::uint64_t{1} << 32, OrvJob());

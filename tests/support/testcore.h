@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "orvcore/interface.h"
+#include "orvcore/facade/interface.h"
 #include "tests/support/temporaryfolder.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"

@@ -5,7 +5,7 @@
 #include <stop_token>
 #include <thread>
 
-#include "orvcore/tools/foldertable.h"
+#include "orvcore/tools/folder/foldertable.h"
 #include "tests/support/testcore.h"
 #include "zorbase/progress.h"
 

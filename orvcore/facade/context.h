@@ -1,0 +1,56 @@
+#pragma once
+
+#include <wx/string.h>
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "orvcore/filter/filter.h"
+
+using OrvPageFactory = std::function<OrvFilterGuiBase*(wxWindow* parent, OrvFilter* filter)>;
+
+// The core's process-wide state that is not a request: the filters, which of them is active, folders,
+// thumbnails.
+class OrvContext {
+  public:
+    OrvContext();
+    ~OrvContext();
+
+    // The filters in the order of the tree. The pointers stay valid as long as the context. Filters are
+    // registered before the first request that names them; position -1 appends.
+    std::vector<OrvFilter*> GetFilters() const;
+    OrvFilter* RegisterFilter(std::unique_ptr<OrvFilter> filter, int position = -1);
+    OrvFilter* FindFilter(const std::string& id) const;
+
+    OrvFilter* GetActiveFilter() const;
+    void SetActiveFilter(OrvFilter* filter);
+
+    // The installed data folder with a trailing separator; icons are in "img" below it.
+    wxString GetConfigDir() const;
+    wxString GetNoDataAvailableMessage() const;
+
+    // Pictures that go with the rows of the newest batch table.
+    std::vector<Image> GetThumbnails() const;
+    void SetThumbnails(std::vector<Image> thumbnails);
+    void ClearThumbnails();
+
+    // Keeps all configurations on disk and brings each one's status in line with the results held.
+    void RefreshConfigurations();
+
+    // The window library's maker of pages; set once when it starts. GUI thread.
+    void SetPageFactory(OrvPageFactory factory) { m_pageFactory = std::move(factory); }
+    const OrvPageFactory& GetPageFactory() const { return m_pageFactory; }
+
+  private:
+    mutable std::mutex m_mutex;
+    std::vector<std::unique_ptr<OrvFilter>> m_filters;
+    OrvFilter* m_activeFilter = nullptr;
+    std::vector<Image> m_thumbnails;
+    OrvPageFactory m_pageFactory;
+};
+
+// The context of the living OrvInterface; never null while one lives, null otherwise.
+OrvContext* GetContext();

@@ -1,0 +1,274 @@
+// The part of the facade that deals with filters and their configurations.
+
+#include <filesystem>
+
+#include "orvcore/facade/interface.h"
+#include "orvcore/facade/interfaceprivate.h"
+#include "orvcore/filter/filterstore.h"
+#include "zorbase/files.h"
+#include "zorbase/progress.h"
+#include "zorbase/text.h"
+#include "zorbase/zorexception.h"
+
+std::vector<OrvFilter*> OrvInterface::GetFilters() const {
+    return m_context->GetFilters();
+}
+
+OrvFilter* OrvInterface::GetActiveFilter() const {
+    return m_context->GetActiveFilter();
+}
+
+void OrvInterface::Configure(OrvFilter* filter, int configuration, const VecParameter& input,
+                             const VecParameter& post, bool force) {
+    if (filter == nullptr) return;
+    filter->SetRequested(configuration, input, post);
+    OrvCommand command;
+    command.kind = OrvCommand::Kind::Configure;
+    command.filter = filter;
+    command.run = [this, filter, input, post, force](const OrvJob& job) {
+        m->RunFilter(*filter, input, post, force, job);
+    };
+    m->queue.Push(std::move(command));
+}
+
+bool OrvInterface::ActivateFilter(OrvFilter* filter, int configuration) {
+    m_context->SetActiveFilter(filter);
+    if (filter == nullptr) return false;
+    const VecParameter input =
+        configuration < 0 ? filter->GetParametersInput() : filter->GetConfigurationParams(configuration);
+    const VecParameter post = filter->GetParametersPostProcessing();
+    const OrvFilterResultPtr newest = filter->GetResult();
+    const OrvFilterResult request = m->RequestFor(input, post);
+    const bool isKnown = newest ? filter->FindHeld(request) == newest
+                                : !request.file[OrvEvidence] && !request.file[OrvReference];
+    if (isKnown) {
+        filter->SetRequested(configuration, input, post);
+        filter->SetError({});  // of another configuration; this one has its result
+        return false;
+    }
+    Configure(filter, configuration, input, post, false);
+    return true;
+}
+
+void OrvInterface::ReprocessCurrent(OrvFileId slot) {
+    m->Push(OrvCommand::Kind::Other, [this, slot](const OrvJob& job) {
+        const OrvFilePtr file = m->slots.GetActive(slot);
+        OrvFilter* filter = GetActiveFilter();
+        if (file && filter != nullptr) {
+            m->cache.Forget(*filter, *file, filter->GetParametersInput());
+            filter->ForgetFile(file);
+        }
+        m->Tell(OrvEventReprocessCurrent);
+        m->RunActive(false, job);
+    });
+}
+
+// --- configurations: small changes of the model, made at once; writing them down is the worker's ---
+
+void OrvInterface::StoreSettings() {
+    OrvCommand command;
+    command.kind = OrvCommand::Kind::Settings;
+    command.run = [this](const OrvJob&) {
+        WriteFile(OrvFilterStore::SettingsPath(), JsonToText(OrvFilterStore::ToJson(*m_context), 2) + "\n");
+    };
+    command.fail = [this](int error, const std::string& message) { m->TellFailure(error, message); };
+    m->queue.Push(std::move(command));
+}
+
+void OrvInterface::AddFilterConfiguration(OrvFilter* filter, const VecParameter& parameters, int index) {
+    const OrvFilterResultPtr result = filter->GetResult();
+    filter->EditConfigurations([&](std::vector<OrvFilterConfiguration>& list, int& active) {
+        OrvFilterConfiguration added(parameters);
+        if (result && result->input == parameters) added.SetFilterStatus(result->status);
+        const int place = std::clamp(index, 0, static_cast<int>(list.size()));
+        list.insert(list.begin() + place, std::move(added));
+        active = place;
+    });
+    StoreSettings();
+}
+
+void OrvInterface::DeleteFilterConfiguration(OrvFilter* filter, int index) {
+    filter->EditConfigurations([index](std::vector<OrvFilterConfiguration>& list, int& active) {
+        if (index < 0 || index >= static_cast<int>(list.size())) return;
+        list.erase(list.begin() + index);
+        if (active > index) --active;
+    });
+    StoreSettings();
+}
+
+void OrvInterface::DeleteAllFilterConfigurations(OrvFilter* filter) {
+    filter->EditConfigurations([](std::vector<OrvFilterConfiguration>& list, int&) { list.clear(); });
+    StoreSettings();
+}
+
+void OrvInterface::ResetDefaultFilterConfigurations(OrvFilter* filter) {
+    OrvFilterStore::ResetToDefaults(*filter);
+    StoreSettings();
+}
+
+void OrvInterface::MoveFilterConfiguration(OrvFilter* filter, int from, int to) {
+    filter->EditConfigurations([from, to](std::vector<OrvFilterConfiguration>& list, int& active) {
+        const int size = static_cast<int>(list.size());
+        if (from < 0 || from >= size || to < 0 || to >= size || from == to) return;
+        const OrvFilterConfiguration moved = list[static_cast<std::size_t>(from)];
+        list.erase(list.begin() + from);
+        list.insert(list.begin() + to, moved);
+        if (active == from)
+            active = to;
+        else if (from < active && active <= to)
+            --active;
+        else if (to <= active && active < from)
+            ++active;
+    });
+    StoreSettings();
+}
+
+void OrvInterface::EnableFilterConfiguration(OrvFilter* filter, int index, bool enabled) {
+    filter->EnableConfiguration(index, enabled);
+    StoreSettings();
+}
+
+void OrvInterface::SaveConfigurations(const wxString& path) {
+    m->Push(OrvCommand::Kind::Other, [this, path = PathFromWx(path)](const OrvJob&) {
+        m->RefuseLoadedFile(path);
+        WriteFile(path, JsonToText(OrvFilterStore::ToJson(*m_context), 2) + "\n");
+    });
+}
+
+void OrvInterface::LoadConfigurations(const wxString& path) {
+    m->Push(OrvCommand::Kind::Project, [this, path = PathFromWx(path)](const OrvJob&) {
+        const std::string name = ToValidUtf8(PathName(path));
+        std::vector<std::string> problems;
+        try {
+            OrvFilterStore::FromJson(*m_context, JsonFromText(ReadFile(path)), problems);
+        } catch (const ZorException& exception) {
+            if (exception.GetKind() == ZorException::Kind::File) throw;
+            ZOR_THROW(Format, "\"" + name + "\" was not loaded: " + exception.GetMessage());
+        }
+        StoreSettings();
+        m->Tell(OrvEventDeleteCache);
+        if (problems.empty()) return;
+        ZOR_THROW(Format, "\"" + name + "\" was loaded as far as it is known here. Left out:\n" +
+                              Private::ListProblems(std::move(problems)));
+    });
+}
+
+void OrvInterface::ResetAllConfigurations() {
+    for (OrvFilter* filter : GetFilters()) OrvFilterStore::ResetToDefaults(*filter);
+    StoreSettings();
+    m->Push(OrvCommand::Kind::Other, [this](const OrvJob&) { m->Tell(OrvEventDeleteCache); });
+}
+
+// --- saving a result ---
+
+wxString OrvInterface::GetFilterFileSelectorString() const {
+    static const std::string kImages =
+        "PNG image (*.png)|*.png|TIFF image (*.tif)|*.tif|JPEG image (*.jpg)|*.jpg|WebP image (*.webp)|*.webp";
+    static const std::string kTexts = "HTML page (*.html)|*.html|Tab separated values (*.tsv)|*.tsv";
+    const OrvFilter* filter = GetActiveFilter();
+    if (filter == nullptr) return ToWx(kTexts);
+    switch (filter->GetPageKind()) {
+        case OrvPageKind::ImageSingle:
+        case OrvPageKind::ImageDouble:
+            return ToWx(kImages + "|" + kTexts);
+        case OrvPageKind::Plot:
+            return ToWx(kImages + "|" + kTexts);
+        default:
+            return ToWx(kTexts);
+    }
+}
+
+wxString OrvInterface::GetExportFilename() const {
+    const OrvFilter* filter = GetActiveFilter();
+    OrvFilePtr file = m->slots.Get(OrvEvidence);
+    if (!file) file = m->slots.Get(OrvReference);
+    const bool hasImage = filter != nullptr && filter->GetPageKind() != OrvPageKind::Text &&
+                          filter->GetPageKind() != OrvPageKind::Summary;
+    return PathToWx((file ? PathStem(file->GetPath()) : std::string("result")) +
+                    (filter != nullptr ? "-" + filter->GetId() : std::string()) +
+                    (hasImage ? ".png" : ".html"));
+}
+
+void OrvInterface::SetImageToSave(const Image& image) {
+    const std::lock_guard lock(m->mutex);
+    m->imageToSave = image;
+}
+
+void OrvInterface::SaveFilterResult(const wxString& path) {
+    Image image;
+    {
+        const std::lock_guard lock(m->mutex);
+        image = std::move(m->imageToSave);
+        m->imageToSave = Image();
+    }
+    m->Push(OrvCommand::Kind::Other,
+            [this, path = PathFromWx(path), image, filter = GetActiveFilter()](const OrvJob& job) {
+                m->SaveResult(filter, image, path, job);
+                auto event = std::make_unique<OrvCommandEvent>(OrvEventActionCompleted);
+                event->SetFilter(filter, false);
+                m->port.Post(std::move(event), true);
+            });
+}
+
+std::string OrvInterface::Private::ListProblems(std::vector<std::string> problems) {
+    constexpr std::size_t kNamed = 12;
+    const std::size_t more = problems.size() > kNamed ? problems.size() - kNamed : 0;
+    problems.resize(problems.size() - more);
+    return Join(problems, "\n") + (more > 0 ? "\nand " + ToString(static_cast<int>(more)) + " more" : "");
+}
+
+// --- worker ---
+
+OrvFilterResult OrvInterface::Private::RequestFor(const VecParameter& input, const VecParameter& post) const {
+    OrvFilterResult request;
+    request.input = input;
+    request.postProcessing = post;
+    for (const OrvFileId slot : {OrvEvidence, OrvReference}) request.file[slot] = slots.GetActive(slot);
+    return request;
+}
+
+OrvFilterResultPtr OrvInterface::Private::Compute(OrvFilter& filter, const VecParameter& input,
+                                                  const VecParameter& post, const OrvJob& job) {
+    const OrvFilterResult request = RequestFor(input, post);
+    OrvFilterResultPtr result = filter.FindHeld(request);
+    if (!result) {
+        const bool useCache = filter.IsCacheable() && options.IsCacheEnabled();
+        result = filter.Run(request, filter.GetHeld(), job, useCache ? &cache : nullptr);
+    }
+    filter.Publish(result);
+    return result;
+}
+
+void OrvInterface::Private::RunFilter(OrvFilter& filter, const VecParameter& input, const VecParameter& post,
+                                      bool force, const OrvJob& job) {
+    const auto tell = [this, &filter](OrvEventId id, bool wait) {
+        auto event = std::make_unique<OrvCommandEvent>(id);
+        event->SetFilter(&filter, true);
+        port.Post(std::move(event), wait);
+    };
+    OrvCommand work;
+    work.run = [&](const OrvJob& running) {
+        if (force) {
+            for (const OrvFilePtr& file : RequestFor(input, post).file)
+                if (file) cache.Forget(filter, *file, input);
+            filter.ForgetResults();
+        }
+        filter.Apply();
+        running.SetProgress(0.0, filter.GetNameUtf8());
+        Compute(filter, input, post, running);
+    };
+    bool isGood = true;
+    work.fail = [&](int, const std::string& message) {
+        isGood = false;
+        filter.SetError(filter.GetNameUtf8() + ": " + message);
+    };
+    tell(OrvEventConfigureStarted, false);
+    OrvCommandQueue::Run(work, job);
+    tell(isGood ? OrvEventConfigureCompleted : OrvEventConfigureInterrupted, true);
+}
+
+void OrvInterface::Private::RunActive(bool force, const OrvJob& job) {
+    OrvFilter* filter = context.GetActiveFilter();
+    if (filter == nullptr) return Tell(OrvEventActionCompleted);
+    RunFilter(*filter, filter->GetParametersInput(), filter->GetParametersPostProcessing(), force, job);
+}

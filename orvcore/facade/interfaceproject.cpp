@@ -1,0 +1,318 @@
+// The part of the facade that deals with projects, bookmarks, reports, extraction and generic actions.
+
+#include <filesystem>
+
+#include "orvcore/facade/genericactions.h"
+#include "orvcore/facade/interface.h"
+#include "orvcore/facade/interfaceprivate.h"
+#include "orvcore/report/report.h"
+#include "orvcore/tools/batch/extract.h"
+#include "orvcore/tools/folder/copyfiles.h"
+#include "zorbase/files.h"
+#include "zorbase/progress.h"
+#include "zorbase/text.h"
+#include "zorbase/zorexception.h"
+
+OrvProject OrvInterface::GetProject() const {
+    const std::lock_guard lock(m->mutex);
+    return m->project;
+}
+
+void OrvInterface::NewProject() {
+    m->Push(OrvCommand::Kind::Project, [this](const OrvJob& job) {
+        for (const OrvFileId slot : {OrvEvidence, OrvReference}) m->slots.Set(slot, nullptr);
+        m->TellFilters();
+        {
+            const std::lock_guard lock(m->mutex);
+            m->project = OrvProject();
+        }
+        m->Tell(OrvEventNewProject);
+        m->RunActive(false, job);
+    });
+}
+
+void OrvInterface::LoadProject(const wxString& path) {
+    m->Push(OrvCommand::Kind::Project, [this, path = PathFromWx(path)](const OrvJob& job) {
+        const std::string name = "\"" + ToValidUtf8(PathName(path)) + "\"";
+        OrvProject loaded;
+        try {
+            loaded = OrvProject::FromText(ReadFile(path));
+        } catch (const ZorException& exception) {
+            if (exception.GetKind() == ZorException::Kind::File) throw;
+            ZOR_THROW(Format, "The project " + name + " was not loaded: " + exception.GetMessage() + ".");
+        }
+        loaded.SetPath(path);
+
+        // A file that is missing or has changed does not keep the rest of the case from being opened, but it
+        // is told.
+        std::string problems;
+        OrvFilePtr files[kFileSlots];
+        for (const OrvFileId slot : {OrvEvidence, OrvReference}) {
+            OrvFilePtr& file = files[slot];
+            const std::string& filePath = loaded.GetFilePath(slot);
+            try {
+                file = m->ReadForSlot(filePath, job);
+            } catch (const ZorException& exception) {
+                if (exception.GetKind() == ZorException::Kind::Aborted) throw;
+                problems += exception.GetMessage() + "\n";
+            }
+            if (file && !loaded.GetFileSha256(slot).empty() &&
+                file->GetSha256() != loaded.GetFileSha256(slot))
+                problems += "\"" + ToValidUtf8(filePath) +
+                            "\" has changed since the project was saved: its SHA-256 was " +
+                            loaded.GetFileSha256(slot) + " and is now " + file->GetSha256() + ".\n";
+        }
+        for (const OrvFileId slot : {OrvEvidence, OrvReference}) m->slots.Set(slot, files[slot]);
+        m->slots.EnableReference(true);
+        m->TellFilters();
+        {
+            const std::lock_guard lock(m->mutex);
+            m->project = loaded;
+        }
+        m->Tell(OrvEventLoadProject);
+        m->RunActive(false, job);
+        if (!problems.empty())
+            ZOR_THROW(File, "The project " + name + " was loaded, but:\n" + Trim(problems));
+    });
+}
+
+void OrvInterface::SaveProject(const wxString& path) {
+    m->Push(
+        OrvCommand::Kind::Project,
+        [this, path = PathFromWx(path)](const OrvJob&) {
+            m->RefuseLoadedFile(path);
+            OrvProject saved = GetProject();
+            WriteFile(path, saved.ToText());
+            {
+                const std::lock_guard lock(m->mutex);
+                m->project.SetPath(path);
+                m->project.SetSaved(true);
+            }
+            m->Tell(OrvEventSaveProject);
+        },
+        true);
+}
+
+void OrvInterface::AddBookmark(const wxString& name, const wxString& note) {
+    OrvBookmark bookmark;
+    bookmark.name = FromWx(name);
+    bookmark.note = FromWx(note);
+    if (const OrvFilter* filter = GetActiveFilter()) {
+        bookmark.filterId = filter->GetId();
+        bookmark.input = filter->GetParametersInput().ToJson();
+        bookmark.postProcessing = filter->GetParametersPostProcessing().ToJson();
+    }
+    m->Push(OrvCommand::Kind::Project, [this, bookmark](const OrvJob&) {
+        OrvBookmark added = bookmark;
+        for (const OrvFileId slot : {OrvEvidence, OrvReference})
+            if (const OrvFilePtr file = m->slots.Get(slot)) added.path[slot] = file->GetPath();
+        m->ChangeProject([&added](OrvProject& project) { project.EditBookmarks().push_back(added); });
+        m->Tell(OrvEventAddBookmark);
+    });
+}
+
+void OrvInterface::EditBookmark(int index, const wxString& name, const wxString& note) {
+    m->Push(OrvCommand::Kind::Project,
+            [this, index, name = FromWx(name), note = FromWx(note)](const OrvJob&) {
+                m->ChangeProject([&](OrvProject& project) {
+                    auto& bookmarks = project.EditBookmarks();
+                    if (index < 0 || index >= static_cast<int>(bookmarks.size()))
+                        ZOR_THROW(Argument, "There is no such bookmark.");
+                    bookmarks[static_cast<std::size_t>(index)].name = name;
+                    bookmarks[static_cast<std::size_t>(index)].note = note;
+                });
+                m->Tell(OrvEventEditBookmark);
+            });
+}
+
+void OrvInterface::DeleteBookmark(int index) {
+    m->Push(OrvCommand::Kind::Project, [this, index](const OrvJob&) {
+        m->ChangeProject([&](OrvProject& project) {
+            auto& bookmarks = project.EditBookmarks();
+            if (index < 0 || index >= static_cast<int>(bookmarks.size()))
+                ZOR_THROW(Argument, "There is no such bookmark.");
+            bookmarks.erase(bookmarks.begin() + index);
+        });
+        m->Tell(OrvEventEditBookmark);
+    });
+}
+
+void OrvInterface::ShowBookmark(int index) {
+    m->Push(OrvCommand::Kind::Slot, [this, index](const OrvJob& job) {
+        const OrvProject project = GetProject();
+        if (index < 0 || index >= static_cast<int>(project.GetBookmarks().size()))
+            ZOR_THROW(Argument, "There is no such bookmark.");
+        const OrvBookmark& bookmark = project.GetBookmarks()[static_cast<std::size_t>(index)];
+        OrvFilter* filter = m_context->FindFilter(bookmark.filterId);
+        if (filter == nullptr)
+            ZOR_THROW(Argument, "The bookmark \"" + bookmark.name +
+                                    "\" was made with a filter that is not known here (" +
+                                    ToValidUtf8(bookmark.filterId) + ").");
+        // Both files are read before either slot changes: a missing one leaves everything as it was.
+        OrvFilePtr files[kFileSlots];
+        for (const OrvFileId slot : {OrvEvidence, OrvReference}) {
+            files[slot] = m->slots.Get(slot);
+            if ((files[slot] ? files[slot]->GetPath() : std::string()) != bookmark.path[slot])
+                files[slot] = m->ReadForSlot(bookmark.path[slot], job);
+        }
+        for (const OrvFileId slot : {OrvEvidence, OrvReference})
+            if (files[slot] != m->slots.Get(slot)) m->SetSlot(slot, files[slot]);
+        VecParameter input = filter->GetInputPrototype();
+        VecParameter post = filter->GetPostProcessingPrototype();
+        std::vector<std::string> problems;
+        input.FromJson(bookmark.input, problems);
+        post.FromJson(bookmark.postProcessing, problems);
+        m_context->SetActiveFilter(filter);
+        filter->SetRequested(-1, input, post);
+        m->RunFilter(*filter, input, post, false, job);
+        if (!problems.empty())
+            ZOR_THROW(Format, "The bookmark \"" + bookmark.name + "\" was shown, but not as it was made:\n" +
+                                  Join(problems, "\n"));
+    });
+}
+
+void OrvInterface::GenerateReport(const wxString& path) {
+    m->Push(OrvCommand::Kind::Project,
+            [this, path = PathFromWx(path)](const OrvJob& job) { m->GenerateReport(path, job); });
+}
+
+void OrvInterface::DumpEmbeddedJpgs(const wxString& path) {
+    m->Push(OrvCommand::Kind::Other, [this, path = PathFromWx(path)](const OrvJob& job) {
+        m->TellFolder(ExtractEmbeddedJpegs(path, m->options.GetMaximumFileBytes(), job));
+    });
+}
+
+void OrvInterface::DumpImagesFromPdf(const wxString& path, const VecParameter& parameters) {
+    m->Push(OrvCommand::Kind::Other, [this, path = PathFromWx(path), parameters](const OrvJob& job) {
+        m->TellFolder(ExtractPdfImages(path, parameters, m->options.GetMaximumFileBytes(), job));
+    });
+}
+
+void OrvInterface::CopyFilesTo(const std::vector<std::string>& paths, const wxString& folder) {
+    m->Push(OrvCommand::Kind::Other, [this, paths, folder = PathFromWx(folder)](const OrvJob& job) {
+        const int count = CopyFiles(paths, folder, job);
+        auto event = std::make_unique<OrvCommandEvent>(OrvEventDumpEmbeddedJpgs);
+        event->SetError(0, ToString(count) + (count == 1 ? " file" : " files") + " copied to the folder " +
+                               ToValidUtf8(folder) + ".");
+        m->port.Post(std::move(event), true);
+    });
+}
+
+void OrvInterface::CallGenericAction(OrvActionId action, const wxString& name,
+                                     const VecParameter& parameters) {
+    OrvCommand command;
+    const auto tell = [this, action](int error, const std::string& message, const VecParameter& results) {
+        auto event = std::make_unique<OrvCommandEvent>(OrvEventCommandExecuted);
+        event->SetActionId(action);
+        event->SetError(error, message);
+        event->SetParameters(results);
+        m->port.Post(std::move(event), true);
+    };
+    command.run = [this, action, name = FromWx(name), parameters, tell](const OrvJob& job) {
+        const OrvFilePtr files[kFileSlots] = {m->slots.Get(OrvEvidence), m->slots.Get(OrvReference)};
+        tell(0, {}, RunGenericAction(action, name, parameters, files, *m_context, m->options, m->cache, job));
+    };
+    command.fail = [tell](int error, const std::string& message) { tell(error, message, {}); };
+    m->queue.Push(std::move(command));
+}
+
+std::vector<WebTransfer> OrvInterface::GetWebTransfers(OrvActionId action,
+                                                       const VecParameter& parameters) const {
+    return DescribeWebTransfers(action, parameters, m->options.GetWebServices());
+}
+
+// --- worker ---
+
+namespace {
+
+// Whether the filter is in use with the values it would be run with: those of a configuration that is switched on, or values of
+// the user's own in a filter that has any configuration switched on.
+bool IsWanted(const OrvFilter& filter) {
+    const VecParameter requested = filter.GetParametersInput();
+    bool isAnyEnabled = false;
+    for (const OrvFilterConfiguration& configuration : filter.GetConfigurations()) {
+        if (configuration.GetParameters() == requested) return configuration.IsEnabled();
+        isAnyEnabled = isAnyEnabled || configuration.IsEnabled();
+    }
+    return isAnyEnabled;
+}
+
+}  // namespace
+
+void OrvInterface::Private::GenerateReport(std::string path, const OrvJob& job) {
+    if (!slots.Get(OrvEvidence) && !slots.Get(OrvReference))
+        ZOR_THROW(Argument, "There is nothing to report: load an evidence image first.");
+    const bool isDefault = path.empty();
+    if (isDefault) {
+        OrvFilePtr file = slots.Get(OrvEvidence);
+        if (!file) file = slots.Get(OrvReference);
+        const std::string folder = PathJoin(GetAppDocumentsPath(), "reports");
+        const std::string stem = PathJoin(folder, PathStem(file->GetPath()) + "-report");
+        path = stem + ".html";
+        for (int i = 2; GetFileFacts(path); ++i) path = stem + "-" + ToString(i) + ".html";
+    }
+    RefuseLoadedFile(path);
+
+    OrvReport report;
+    report.files[OrvEvidence] = slots.GetActive(OrvEvidence);
+    report.files[OrvReference] = slots.GetActive(OrvReference);
+    {
+        const std::lock_guard lock(mutex);
+        report.project = project;
+    }
+    const std::vector<OrvFilter*> filters = context.GetFilters();
+    for (std::size_t i = 0; i < filters.size(); ++i) {
+        OrvFilter& filter = *filters[i];
+        if (filter.GetPageKind() == OrvPageKind::Summary || !IsWanted(filter)) continue;
+        const double step = 1.0 / static_cast<double>(filters.size());
+        const double done = static_cast<double>(i) * step;
+        const OrvJob piece = job.Piece(done, done + step, filter.GetNameUtf8());
+        piece.SetProgress(0.0, {});
+        OrvReportSection section;
+        section.filter = &filter;
+        try {
+            section.result =
+                Compute(filter, filter.GetParametersInput(), filter.GetParametersPostProcessing(), piece);
+        } catch (const ZorException& exception) {
+            // One filter that cannot say anything about a file does not keep the others from being reported.
+            if (exception.GetKind() == ZorException::Kind::Aborted) throw;
+            section.error = exception.GetMessage();
+        }
+        report.sections.push_back(std::move(section));
+    }
+    WriteFile(path, BuildHtmlReport(report));
+    auto event = std::make_unique<OrvCommandEvent>(OrvEventGenerateReport);
+    // The string asks for the report to be opened; a report that is not is told as a message.
+    const bool opens = !isDefault || options.OpensReports();
+    event->SetPath(opens ? path : std::string());
+    event->SetError(0, opens ? std::string() : ToValidUtf8(path));
+    port.Post(std::move(event), true);
+}
+
+void OrvInterface::Private::SaveResult(OrvFilter* filter, const Image& image, const std::string& path,
+                                       const OrvJob& job) {
+    RefuseLoadedFile(path);
+    const std::string extension = PathExtension(path);
+    if (extension == "html" || extension == "htm" || extension == "tsv" || extension == "txt") {
+        if (filter == nullptr) ZOR_THROW(Argument, "There is no result to save: choose a filter first.");
+        OrvReportSection section;
+        section.filter = filter;
+        section.result =
+            Compute(*filter, filter->GetParametersInput(), filter->GetParametersPostProcessing(), job);
+        if (extension == "tsv" || extension == "txt") {
+            WriteFile(path, BuildTsv(section));
+        } else {
+            OrvReport report;
+            for (int slot = 0; slot < kFileSlots; ++slot) report.files[slot] = section.result->file[slot];
+            report.sections.push_back(section);
+            WriteFile(path, BuildHtmlReport(report));
+        }
+        return;
+    }
+    Image shown = image;
+    if (!shown.IsValid() && filter != nullptr) shown = filter->GetOutputImage(OrvEvidence);
+    if (!shown.IsValid() && filter != nullptr) shown = filter->GetOutputImage(OrvReference);
+    if (!shown.IsValid())
+        ZOR_THROW(Argument, "This filter shows no image. Save its result as an HTML page or a table.");
+    WriteImage(shown, path, options.GetJpegQuality());
+}

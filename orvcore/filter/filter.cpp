@@ -1,0 +1,319 @@
+#include "orvcore/filter/filter.h"
+
+#include <algorithm>
+
+#include "orvcore/facade/context.h"
+#include "orvcore/filter/resultcache.h"
+#include "zorbase/files.h"
+#include "zorbase/text.h"
+#include "zorbase/zorexception.h"
+
+namespace {
+
+std::string IdFromName(const std::string& name) {
+    std::string id = ToLower(name);
+    std::replace(id.begin(), id.end(), ' ', '-');
+    return id;
+}
+
+}  // namespace
+
+OrvFilter::OrvFilter(const wxString& name, const std::string& id) : m_name(FromWx(name)), m_id(id) {
+    m_configurations.emplace_back(VecParameter());
+}
+
+OrvFilter::OrvFilter(const wxString& name) : OrvFilter(name, IdFromName(FromWx(name))) {}
+
+OrvFilter::~OrvFilter() = default;
+
+wxString OrvFilter::GetName() const {
+    return ToWx(m_name);
+}
+
+wxString OrvFilter::GetDescription() const {
+    return ToWx(m_description);
+}
+
+wxString OrvFilter::GetAnalysisTypeString() const {
+    return ToWx(m_analysisType);
+}
+
+void OrvFilter::Describe(const std::string& analysisType, const std::string& description) {
+    m_analysisType = analysisType;
+    m_description = description;
+}
+
+void OrvFilter::SetParameters(VecParameter input, VecParameter postProcessing, VecParameter output) {
+    m_inputPrototype = std::move(input);
+    m_postPrototype = std::move(postProcessing);
+    m_outputPrototype = std::move(output);
+    m_requestedInput = m_inputPrototype;
+    m_requestedPost = m_postPrototype;
+    m_defaultConfigurations.assign(1, OrvFilterConfiguration(m_inputPrototype));
+    m_configurations = m_defaultConfigurations;
+}
+
+void OrvFilter::AddDefaultConfiguration(const VecParameter& parameters) {
+    m_defaultConfigurations.emplace_back(parameters);
+    m_configurations = m_defaultConfigurations;
+}
+
+VecParameter OrvFilter::GetParametersInput() const {
+    const std::lock_guard lock(m_mutex);
+    return m_requestedInput;
+}
+
+VecParameter OrvFilter::GetParametersPostProcessing() const {
+    const std::lock_guard lock(m_mutex);
+    return m_requestedPost;
+}
+
+VecParameter OrvFilter::GetParametersOutput() const {
+    const OrvFilterResultPtr result = GetResult();
+    return result ? result->output : m_outputPrototype;
+}
+
+OrvFilterResultPtr OrvFilter::GetResult() const {
+    const std::lock_guard lock(m_mutex);
+    return m_held.empty() || !m_isCurrent ? nullptr : m_held.front();
+}
+
+wxString OrvFilter::GetErrorMessage() const {
+    const std::lock_guard lock(m_mutex);
+    return ToWx(m_error);
+}
+
+Image OrvFilter::GetInputImage(OrvFileId slot) const {
+    const OrvFilterResultPtr result = GetResult();
+    return result && result->slot[slot] ? result->slot[slot]->inputImage : Image();
+}
+
+Image OrvFilter::GetOutputImage(OrvFileId slot) const {
+    const OrvFilterResultPtr result = GetResult();
+    return result && result->slot[slot] ? result->slot[slot]->outputImage : Image();
+}
+
+OrvPlotData OrvFilterPlot::GetPlotDataCopy(OrvFileId slot) const {
+    const OrvFilterResultPtr result = GetResult();
+    return result && result->slot[slot] ? result->slot[slot]->plot : OrvPlotData();
+}
+
+OrvFilterGuiBase* OrvFilter::CreateAnalysisPanel(wxWindow* parent, OrvFilter* filter) {
+    m_page = CreatePanel(parent, filter);
+    return m_page;
+}
+
+OrvFilterGuiBase* OrvFilter::CreatePanel(wxWindow* parent, OrvFilter* filter) {
+    const OrvContext* context = ::GetContext();
+    if (context == nullptr || !context->GetPageFactory()) return nullptr;
+    return context->GetPageFactory()(parent, filter);
+}
+
+void OrvFilter::Compute(const OrvLoadedFile&, const VecParameter&, const OrvJob&, OrvSlotResult&) const {}
+
+void OrvFilter::PostProcess(const VecParameter&, const OrvJob&, OrvSlotResult&) const {}
+
+void OrvFilter::Merge(const OrvSlotResult* evidence, const OrvSlotResult* reference,
+                      VecParameter& output) const {
+    output = m_outputPrototype;
+    for (std::size_t i = 0; i < output.size(); ++i) {
+        if (evidence != nullptr) output[i].Set(evidence->output[i]);
+        if (reference != nullptr && reference->output[i].IsSet())
+            output[i].SetReferenceFrom(reference->output[i]);
+        // A text that only the evidence has differs from the reference's, which is empty.
+        if (reference != nullptr && output[i].IsSet() && !output[i].IsRefSet())
+            output[i].SetReference(std::string());
+    }
+}
+
+// Carries out work on one file; what fails is told with the file's name, because two may be loaded.
+template <typename Work>
+static void NamingFile(const OrvLoadedFile& file, const Work& work) {
+    try {
+        work();
+    } catch (const ZorException& error) {
+        const std::string name = "\"" + ToValidUtf8(PathName(file.GetPath())) + "\"";
+        if (error.GetKind() == ZorException::Kind::Aborted ||
+            error.GetMessage().find(name) != std::string::npos)
+            throw;
+        throw ZorException(error.GetSourceFile(), error.GetLine(), error.GetKind(),
+                           name + ": " + error.GetMessage());
+    }
+}
+
+OrvFilterResultPtr OrvFilter::Run(const OrvFilterResult& request, const std::vector<OrvFilterResultPtr>& held,
+                                  const OrvJob& job, const OrvResultCache* cache) const {
+    auto result = std::make_shared<OrvFilterResult>(request);
+    for (int slot = 0; slot < kFileSlots; ++slot) {
+        if (!request.file[slot]) continue;
+        const OrvLoadedFile& file = *request.file[slot];
+        // What an earlier result holds for this very snapshot and these parameters is taken over, whichever
+        // slot it was in then.
+        for (const OrvFilterResultPtr& old : held)
+            for (int oldSlot = 0; oldSlot < kFileSlots && !result->computed[slot]; ++oldSlot)
+                if (old->file[oldSlot] == request.file[slot] && old->input == request.input) {
+                    result->computed[slot] = old->computed[oldSlot];
+                    if (old->postProcessing == request.postProcessing)
+                        result->slot[slot] = old->slot[oldSlot];
+                }
+        if (!result->computed[slot] && cache != nullptr)
+            result->computed[slot] = cache->Load(*this, file, request.input);
+        if (!result->computed[slot]) {
+            auto fresh = std::make_shared<OrvSlotResult>();
+            fresh->output = m_outputPrototype;
+            NamingFile(file, [&] { Compute(file, request.input, job, *fresh); });
+            if (cache != nullptr) cache->Store(*this, file, request.input, *fresh);
+            result->computed[slot] = std::move(fresh);
+        }
+        if (!result->slot[slot]) {
+            if (m_postPrototype.empty()) {
+                result->slot[slot] = result->computed[slot];
+            } else {
+                auto finished = std::make_shared<OrvSlotResult>(*result->computed[slot]);
+                NamingFile(file, [&] { PostProcess(request.postProcessing, job, *finished); });
+                result->slot[slot] = std::move(finished);
+            }
+        }
+        result->status = std::max(result->status, result->slot[slot]->status);
+    }
+    Merge(result->slot[OrvEvidence].get(), result->slot[OrvReference].get(), result->output);
+    return result;
+}
+
+OrvFilterResultPtr OrvFilter::FindHeld(const OrvFilterResult& request) const {
+    const std::lock_guard lock(m_mutex);
+    for (const OrvFilterResultPtr& held : m_held)
+        if (held->input == request.input && held->postProcessing == request.postProcessing &&
+            std::equal(std::begin(held->file), std::end(held->file), std::begin(request.file)))
+            return held;
+    return nullptr;
+}
+
+std::vector<OrvFilterResultPtr> OrvFilter::GetHeld() const {
+    const std::lock_guard lock(m_mutex);
+    return m_held;
+}
+
+void OrvFilter::Publish(OrvFilterResultPtr result) {
+    bool hasImages = false;
+    for (const OrvSlotResultPtr& slot : result->slot)
+        hasImages = hasImages || (slot && slot->outputImage.IsValid());
+    const std::size_t keep = hasImages ? 2 : 8;
+    const bool hasFile = result->file[OrvEvidence] || result->file[OrvReference];
+
+    const std::lock_guard lock(m_mutex);
+    m_error.clear();
+    m_isCurrent = true;
+    for (OrvFilterConfiguration& configuration : m_configurations)
+        if (hasFile && configuration.GetParameters() == result->input)
+            configuration.SetFilterStatus(result->status);
+    std::erase(m_held, result);
+    m_held.insert(m_held.begin(), std::move(result));
+    if (m_held.size() > keep) m_held.resize(keep);
+}
+
+void OrvFilter::ResetStatuses() {
+    for (OrvFilterConfiguration& configuration : m_configurations)
+        configuration.SetFilterStatus(FilterStatus::NotProcessed);
+}
+
+void OrvFilter::ForgetResults() {
+    const std::lock_guard lock(m_mutex);
+    m_held.clear();
+    m_isCurrent = false;
+    ResetStatuses();
+}
+
+void OrvFilter::ForgetFile(const OrvFilePtr& file) {
+    const std::lock_guard lock(m_mutex);
+    // Published results are immutable: each is replaced by a copy without that file's part.
+    for (OrvFilterResultPtr& held : m_held) {
+        auto rest = std::make_shared<OrvFilterResult>(*held);
+        for (int slot = 0; slot < kFileSlots; ++slot)
+            if (rest->file[slot] == file) {
+                rest->file[slot].reset();
+                rest->computed[slot].reset();
+                rest->slot[slot].reset();
+            }
+        held = std::move(rest);
+    }
+    m_isCurrent = false;
+    ResetStatuses();
+}
+
+void OrvFilter::SetFiles(const OrvFilePtr (&files)[kFileSlots]) {
+    const std::lock_guard lock(m_mutex);
+    const bool isSame =
+        !m_held.empty() && std::equal(std::begin(files), std::end(files), std::begin(m_held.front()->file));
+    if (isSame && m_isCurrent) return;
+    m_isCurrent = false;
+    m_error.clear();
+    ResetStatuses();
+    std::erase_if(m_held, [&files](const OrvFilterResultPtr& held) {
+        for (const OrvFilePtr& file : held->file)
+            if (file && (file == files[OrvEvidence] || file == files[OrvReference])) return false;
+        return true;
+    });
+}
+
+void OrvFilter::SetError(const std::string& message) {
+    const std::lock_guard lock(m_mutex);
+    m_error = message;
+}
+
+void OrvFilter::SetRequested(int configuration, const VecParameter& input,
+                             const VecParameter& postProcessing) {
+    const std::lock_guard lock(m_mutex);
+    m_requestedInput = input;
+    m_requestedPost = postProcessing;
+    if (configuration >= 0 && configuration < static_cast<int>(m_configurations.size())) {
+        m_activeConfiguration = configuration;
+        return;
+    }
+    for (std::size_t i = 0; i < m_configurations.size(); ++i)
+        if (m_configurations[i].GetParameters() == input) {
+            m_activeConfiguration = static_cast<int>(i);
+            return;
+        }
+}
+
+std::vector<OrvFilterConfiguration> OrvFilter::GetConfigurations() const {
+    const std::lock_guard lock(m_mutex);
+    return m_configurations;
+}
+
+int OrvFilter::GetConfigurationsSize() const {
+    const std::lock_guard lock(m_mutex);
+    return static_cast<int>(m_configurations.size());
+}
+
+VecParameter OrvFilter::GetConfigurationParams(int index) const {
+    const std::lock_guard lock(m_mutex);
+    if (index < 0 || index >= static_cast<int>(m_configurations.size())) return m_inputPrototype;
+    return m_configurations[static_cast<std::size_t>(index)].GetParameters();
+}
+
+int OrvFilter::GetActiveConfiguration() const {
+    const std::lock_guard lock(m_mutex);
+    return m_activeConfiguration;
+}
+
+bool OrvFilter::IsConfigurationEnabled(int index) const {
+    const std::lock_guard lock(m_mutex);
+    return index >= 0 && index < static_cast<int>(m_configurations.size()) &&
+           m_configurations[static_cast<std::size_t>(index)].IsEnabled();
+}
+
+void OrvFilter::EnableConfiguration(int index, bool enabled) {
+    const std::lock_guard lock(m_mutex);
+    if (index >= 0 && index < static_cast<int>(m_configurations.size()))
+        m_configurations[static_cast<std::size_t>(index)].Enable(enabled);
+}
+
+void OrvFilter::EditConfigurations(
+    const std::function<void(std::vector<OrvFilterConfiguration>&, int& active)>& edit) {
+    const std::lock_guard lock(m_mutex);
+    edit(m_configurations, m_activeConfiguration);
+    m_activeConfiguration =
+        std::clamp(m_activeConfiguration, 0, std::max(0, static_cast<int>(m_configurations.size()) - 1));
+}

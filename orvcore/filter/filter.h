@@ -1,0 +1,167 @@
+#pragma once
+
+#include <wx/string.h>
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "orvcore/filter/filterconfiguration.h"
+#include "orvcore/filter/filterguibase.h"
+#include "orvcore/filter/filterresult.h"
+
+class wxWindow;
+class OrvResultCache;
+
+// Which kind of page a filter gets.
+enum class OrvPageKind { Text, Plot, ImageSingle, ImageDouble, Summary };
+
+// One analysis filter. A concrete filter says who it is, lists its parameters, and computes a result for one
+// file as a pure function of (file, parameters); everything else (requested values, configurations, published
+// results) is kept here.
+//
+// Threads: everything is safe on any thread except the page operations (GUI thread only). Compute and
+// PostProcess run on the core's worker and must not touch state of the filter.
+class OrvFilter {
+  public:
+    // name: the English name, translated when shown. id: the key under which everything of this filter is
+    // stored.
+    OrvFilter(const wxString& name, const std::string& id);
+    explicit OrvFilter(const wxString& name);  // id made from the name: lower case, blanks as '-'
+    virtual ~OrvFilter();
+    OrvFilter(const OrvFilter&) = delete;
+    OrvFilter& operator=(const OrvFilter&) = delete;
+
+    wxString GetName() const;
+    const std::string& GetNameUtf8() const { return m_name; }
+    const std::string& GetId() const { return m_id; }
+    wxString GetDescription() const;
+    wxString GetAnalysisTypeString() const;
+    const std::string& GetDescriptionUtf8() const { return m_description; }
+    const std::string& GetAnalysisTypeUtf8() const { return m_analysisType; }
+    virtual OrvPageKind GetPageKind() const { return OrvPageKind::Text; }
+    // Raised whenever the same input can give another result: part of the cache's key and of every report.
+    virtual int GetVersion() const { return 1; }
+    virtual bool GivesVerdict() const { return false; }
+    // Whether results are worth keeping on disk (they cost more than loading them).
+    virtual bool IsCacheable() const { return false; }
+    // A filter with one configuration shows no configurations in the tree.
+    virtual bool HasSingleConfiguration() const { return m_inputPrototype.empty(); }
+
+    // The newest requested values, so that a page refreshed by an older result never throws back what the
+    // user has set since.
+    VecParameter GetParametersInput() const;
+    VecParameter GetParametersPostProcessing() const;
+    // Outputs of the newest published result; the empty prototype when there is none.
+    VecParameter GetParametersOutput() const;
+    const VecParameter& GetInputPrototype() const { return m_inputPrototype; }
+    const VecParameter& GetPostProcessingPrototype() const { return m_postPrototype; }
+    const VecParameter& GetOutputPrototype() const { return m_outputPrototype; }
+
+    // The newest result for the files that are loaded now; null while there is none. What was found in files that have been
+    // replaced since is never answered.
+    OrvFilterResultPtr GetResult() const;
+    wxString GetErrorMessage() const;  // of the last failed run, "" after a good one
+
+    // Images of the newest result; empty when there is none for the slot.
+    Image GetInputImage(OrvFileId slot) const;
+    Image GetOutputImage(OrvFileId slot) const;
+
+    // Configurations, in index order.
+    std::vector<OrvFilterConfiguration> GetConfigurations() const;
+    int GetConfigurationsSize() const;
+    VecParameter GetConfigurationParams(int index) const;  // defaults when the index is out of range
+    int GetActiveConfiguration() const;
+    bool IsConfigurationEnabled(int index) const;
+    void EnableConfiguration(int index, bool enabled);
+
+    // Pages. CreateAnalysisPanel makes the page (through the factory that the window library registered),
+    // remembers it weakly and returns it, not yet initialised; null where there is no window library.
+    OrvFilterGuiBase* CreateAnalysisPanel(wxWindow* parent, OrvFilter* filter);
+    OrvFilterGuiBase* GetAnalsyisFilterGui() const { return m_page; }
+    void SetAnalysisFilterGui(OrvFilterGuiBase* page) { m_page = page; }  // null from the page's destructor
+
+    // Called on the worker before each run; a filter that runs no analysis has nothing to do here.
+    virtual void Apply() {}
+    // Computes what is missing for the request's files and returns the complete result, taking over what held
+    // results know. cache may be null. Throws ZorException.
+    OrvFilterResultPtr Run(const OrvFilterResult& request, const std::vector<OrvFilterResultPtr>& held,
+                           const OrvJob& job, const OrvResultCache* cache) const;
+
+  protected:
+    virtual OrvFilterGuiBase* CreatePanel(wxWindow* parent, OrvFilter* filter);
+
+    // One file, one parameter set. Outputs start as a copy of the prototype. Throws ZorException.
+    virtual void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,
+                         OrvSlotResult& result) const;
+    // Cheap second stage, run again when only post-processing values change. `result` starts as a copy of the
+    // computed one.
+    virtual void PostProcess(const VecParameter& postProcessing, const OrvJob& job,
+                             OrvSlotResult& result) const;
+    // Brings both slots together; the base sets evidence and reference values parameter by parameter.
+    virtual void Merge(const OrvSlotResult* evidence, const OrvSlotResult* reference,
+                       VecParameter& output) const;
+
+    // For constructors of concrete filters.
+    void Describe(const std::string& analysisType, const std::string& description);
+    void SetParameters(VecParameter input, VecParameter postProcessing, VecParameter output);
+    // Default configurations beside the standard one.
+    void AddDefaultConfiguration(const VecParameter& parameters);
+
+  private:
+    friend class OrvInterface;
+    friend class OrvFilterStore;
+    friend class OrvFilterRunner;
+
+    // The held result that answers this request completely, or null.
+    OrvFilterResultPtr FindHeld(const OrvFilterResult& request) const;
+    std::vector<OrvFilterResultPtr> GetHeld() const;  // newest first
+    void Publish(OrvFilterResultPtr result);
+    void ForgetResults();
+    // Drops one file's part of what is held.
+    void ForgetFile(const OrvFilePtr& file);
+    // The slots hold other files now: results for others count no more, and those for files in no slot are dropped.
+    void SetFiles(const OrvFilePtr (&files)[kFileSlots]);
+    void ResetStatuses();  // under the lock
+    void SetError(const std::string& message);
+    void SetRequested(int configuration, const VecParameter& input, const VecParameter& postProcessing);
+    void EditConfigurations(
+        const std::function<void(std::vector<OrvFilterConfiguration>&, int& active)>& edit);
+
+    std::string m_name;
+    std::string m_id;
+    std::string m_description;
+    std::string m_analysisType;
+    VecParameter m_inputPrototype;
+    VecParameter m_postPrototype;
+    VecParameter m_outputPrototype;
+    std::vector<OrvFilterConfiguration> m_defaultConfigurations;
+
+    mutable std::mutex m_mutex;  // guards everything below; never held while computing
+    VecParameter m_requestedInput;
+    VecParameter m_requestedPost;
+    std::vector<OrvFilterConfiguration> m_configurations;
+    int m_activeConfiguration = 0;
+    std::vector<OrvFilterResultPtr> m_held;  // newest first
+    bool m_isCurrent = false;                // the newest one is for the loaded files
+    std::string m_error;
+
+    OrvFilterGuiBase* m_page = nullptr;  // GUI thread only
+};
+
+// The two kinds of filters that pages treat specially; they add names, not state.
+class OrvFilterImage : public OrvFilter {
+  public:
+    using OrvFilter::OrvFilter;
+    OrvPageKind GetPageKind() const override { return OrvPageKind::ImageDouble; }
+};
+
+class OrvFilterPlot : public OrvFilter {
+  public:
+    using OrvFilter::OrvFilter;
+    OrvPageKind GetPageKind() const override { return OrvPageKind::Plot; }
+    // Plot data of the newest result; empty when there is none for the slot.
+    OrvPlotData GetPlotDataCopy(OrvFileId slot) const;
+};

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "orvcore/formats/evidencefacts.h"
+#include "orvcore/model/job.h"
+#include "zorbase/files.h"
+#include "zorbase/hash.h"
+#include "zorimage/imageio.h"
+
+// One loaded file as an immutable snapshot: its bytes as they were when it was read, and what follows from
+// them, worked out once on first need. Held by std::shared_ptr<const …>: loading another file into a slot
+// swaps the pointer, and whoever still holds the old one finishes with it in peace. Safe on any thread.
+class OrvLoadedFile {
+  public:
+    // Reads the whole file, read-only. Throws ZorException that names the file and the reason; files above
+    // maximumBytes are refused.
+    static std::shared_ptr<const OrvLoadedFile> Load(const std::string& path, std::uint64_t maximumBytes,
+                                                     const OrvJob& job);
+
+    // Different for every load, also of the same file.
+    std::uint64_t GetSerial() const { return m_serial; }
+    const std::string& GetPath() const { return m_path; }  // absolute, bytes
+    const Bytes& GetBytes() const { return m_bytes; }
+    const FileFacts& GetFacts() const { return m_facts; }
+    const std::string& GetSha256() const { return m_sha256; }
+
+    const FileHashes& GetHashes(const OrvJob& job) const;
+    const ImageInfo& GetInfo() const;
+    // Already worked out for a file in a slot, so that the GUI thread may ask.
+    const EvidenceFacts& GetEvidenceFacts() const;
+
+    // The decoded picture, shared by everybody who asks. Throws ZorException when it cannot be decoded; an
+    // aborted decode is tried again by the next caller.
+    std::shared_ptr<const DecodedImage> GetDecoded(const OrvJob& job) const;
+
+  private:
+    OrvLoadedFile() = default;
+
+    std::uint64_t m_serial = 0;
+    std::string m_path;
+    Bytes m_bytes;
+    FileFacts m_facts;
+    std::string m_sha256;
+    mutable std::mutex m_lazyMutex;
+    mutable std::mutex m_infoMutex;
+    mutable std::unique_ptr<FileHashes> m_hashes;
+    mutable std::unique_ptr<ImageInfo> m_info;
+    mutable std::unique_ptr<EvidenceFacts> m_evidenceFacts;
+    mutable std::shared_ptr<const DecodedImage> m_decoded;
+};
+
+using OrvFilePtr = std::shared_ptr<const OrvLoadedFile>;

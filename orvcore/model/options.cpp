@@ -1,0 +1,156 @@
+#include "orvcore/model/options.h"
+
+#include "zorbase/files.h"
+#include "zorbase/json.h"
+#include "zorbase/text.h"
+#include "zorbase/zorexception.h"
+
+namespace {
+
+Parameter Text(const char* name, const char* label, const char* value, const char* toolTip) {
+    return Parameter::String(name, label, value).SetToolTip(toolTip);
+}
+
+// Addresses and keys of the services on the network, in one place. The manual tells what is sent to each.
+VecParameter WebServiceOptions() {
+    return {
+        Text("flickrAddress", "Flickr address", "https://api.flickr.com/services/rest/",
+             "Where camera searches ask Flickr."),
+        Text("flickrKey", "Flickr API key", "", "The key that Flickr gave you for its API."),
+        Text("googleAddress", "Google search address", "https://www.googleapis.com/customsearch/v1",
+             "Where camera searches ask Google (Custom Search JSON API)."),
+        Text("googleKey", "Google API key", "", "The key that Google gave you for the Custom Search API."),
+        Text("googleEngine", "Google search engine ID", "",
+             "The ID (cx) of your search engine, with the search for images switched on."),
+        Text("googlePictureAddress", "Google picture search address", "https://lens.google.com/v3/upload",
+             "Where the web search sends the picture, only when you allow it."),
+        Text("tinEyeAddress", "TinEye address", "https://tineye.com/search",
+             "Where the web search sends the picture, only when you allow it."),
+        Text(
+            "cameraForensicsAddress", "CameraForensics address", "",
+            "The address of the CameraForensics search that comes with your key; the manual tells its form."),
+        Parameter::Bool("allowLocalDownloads", "Allow downloads from the local network", false)
+            .SetToolTip("Otherwise only addresses on the public network are downloaded from: an address in a "
+                        "search's result could lead to a machine of your own."),
+    };
+}
+
+}  // namespace
+
+OrvOptions::OrvOptions() {
+    m_groups = {
+        {Parameter::Bool("useCache", "Keep slow results on disk", true)
+             .SetToolTip(
+                 "Results that take long are kept in the cache folder and shown at once the next time."),
+         Parameter::Int("maximumFileMiB", "Largest file to open (MiB)", 2048, 1, 16384)
+             .SetToolTip("A file is read into memory as a whole; larger ones are refused.")},
+        {Parameter::Slider("jpegQuality", "JPEG quality of saved results", 95, 1, 100)
+             .SetToolTip("PNG and TIFF keep every pixel; JPEG does not."),
+         Parameter::Bool("openReports", "Open reports in the browser", true)
+             .SetToolTip("A report that was written is shown at once.")},
+        {Parameter::Bool("batchSubfolders", "Batch analysis includes subfolders", false)
+             .SetToolTip("Applies to the analysis and the comparison of a folder."),
+         Parameter::Bool("batchHashes", "Batch analysis computes MD5 and SHA-1", false)
+             .SetToolTip("Besides SHA-256. Takes three to four times as long.")},
+        WebServiceOptions(),
+    };
+}
+
+std::string OrvOptions::Path() {
+    return PathJoin(PathJoin(GetAppDocumentsPath(), "settings"), "options.json");
+}
+
+std::vector<std::string> OrvOptions::GroupTitles() {
+    return {"Files", "Results and Reports", "Folders", "Web Services"};
+}
+
+std::vector<std::string> OrvOptions::Load() {
+    Json json;
+    try {
+        if (!FileExists(Path())) return {};
+        json = JsonFromText(ReadFile(Path()));
+    } catch (const ZorException& error) {
+        // What a parser says of the text could repeat a key.
+        return {error.GetKind() == ZorException::Kind::File ? error.GetMessage() : "The file is damaged."};
+    }
+    if (!json.is_object()) return {"The file is damaged."};
+    const std::lock_guard lock(m_mutex);
+    std::vector<std::string> problems;
+    for (const auto& [name, value] : json.items()) {
+        Parameter* option = nullptr;
+        for (VecParameter& group : m_groups)
+            if (option == nullptr) option = group.Find(name);
+        if (option == nullptr)
+            problems.push_back("unknown option \"" + ToValidUtf8(name) + "\"");
+        else if (!option->ValueFromJson(value))
+            problems.push_back(option->GetDescription() + ": a value that does not fit");
+    }
+    return problems;
+}
+
+void OrvOptions::Save() const {
+    Json json = Json::object();
+    for (const VecParameter& group : Get())
+        for (const Parameter& option : group) json[option.Name()] = option.ValueToJson();
+    WritePrivateFile(Path(), JsonToText(json, 2) + "\n");
+}
+
+VecVecParameter OrvOptions::Get() const {
+    const std::lock_guard lock(m_mutex);
+    return m_groups;
+}
+
+void OrvOptions::Set(const VecVecParameter& options) {
+    const std::lock_guard lock(m_mutex);
+    for (VecParameter& group : m_groups)
+        for (Parameter& option : group)
+            for (const VecParameter& given : options)
+                if (const Parameter* value = given.Find(option.Name())) option.Set(*value);
+}
+
+template <typename T>
+T OrvOptions::Value(const char* name) const {
+    const std::lock_guard lock(m_mutex);
+    for (const VecParameter& group : m_groups)
+        if (const Parameter* option = group.Find(name)) return option->Get<T>();
+    ThrowParameterType(name);
+}
+
+bool OrvOptions::IsCacheEnabled() const {
+    return Value<bool>("useCache");
+}
+
+std::uint64_t OrvOptions::GetMaximumFileBytes() const {
+    return static_cast<std::uint64_t>(Value<int>("maximumFileMiB")) * 1024 * 1024;
+}
+
+int OrvOptions::GetJpegQuality() const {
+    return Value<int>("jpegQuality");
+}
+
+bool OrvOptions::OpensReports() const {
+    return Value<bool>("openReports");
+}
+
+bool OrvOptions::BatchIncludesSubfolders() const {
+    return Value<bool>("batchSubfolders");
+}
+
+OrvWebServices OrvOptions::GetWebServices() const {
+    const auto text = [this](const char* name) { return Trim(Value<std::string>(name)); };
+    OrvWebServices services;
+    services.flickrAddress = text("flickrAddress");
+    services.flickrKey = text("flickrKey");
+    services.googleAddress = text("googleAddress");
+    services.googleKey = text("googleKey");
+    services.googleEngine = text("googleEngine");
+    services.googlePictureAddress = text("googlePictureAddress");
+    services.tinEyeAddress = text("tinEyeAddress");
+    services.cameraForensicsAddress = text("cameraForensicsAddress");
+    services.allowsLocalDownloads = Value<bool>("allowLocalDownloads");
+    return services;
+}
+
+bool OrvOptions::BatchComputesAllHashes() const {
+    return Value<bool>("batchHashes");
+}

@@ -1,0 +1,78 @@
+#include "orvcore/tools/batch/extract.h"
+
+#include "orvcore/formats/embeddedjpegs.h"
+#include "orvcore/formats/pdfimages.h"
+#include "orvcore/model/loadedfile.h"
+#include "zorbase/files.h"
+#include "zorbase/text.h"
+#include "zorbase/zorexception.h"
+
+namespace {
+
+// Of a file's name, so that offsets, hashes and endings still fit into the 255 bytes that file systems take.
+constexpr std::size_t kLongestName = 120;
+
+// One folder per content: the same file gives the same folder again, two files of one name never share one.
+std::string FolderFor(const OrvLoadedFile& file) {
+    return PathJoin(
+        PathJoin(GetAppDocumentsPath(), "extracted"),
+        ShortenText(PathName(file.GetPath()), kLongestName) + "-" + file.GetSha256().substr(0, 8));
+}
+
+std::string Finish(const std::string& folder, bool isAnyFound, const std::vector<std::string>& warnings) {
+    if (isAnyFound && !warnings.empty())
+        WriteFile(PathJoin(folder, "warnings.txt"), Join(warnings, "\n") + "\n");
+    if (!isAnyFound && !warnings.empty())
+        ZOR_THROW(Format, "No picture was found, and there were problems:\n" + warnings.front() +
+                              (warnings.size() > 1 ? "\n\u2026" : ""));
+    return isAnyFound ? folder : std::string();
+}
+
+// What the work says of the bytes does not name the file that they came from.
+template <typename Work>
+auto NamingFile(const std::string& path, const Work& work) {
+    try {
+        return work();
+    } catch (const ZorException& error) {
+        if (error.GetKind() == ZorException::Kind::Aborted || error.GetKind() == ZorException::Kind::File)
+            throw;
+        throw ZorException(error.GetSourceFile(), error.GetLine(), error.GetKind(),
+                           "\"" + ToValidUtf8(PathName(path)) + "\": " + error.GetMessage());
+    }
+}
+
+}  // namespace
+
+std::string ExtractEmbeddedJpegs(const std::string& path, std::uint64_t maximumBytes, const OrvJob& job) {
+    job.SetProgress(0.0, "Searching " + ToValidUtf8(PathName(path)));
+    const OrvFilePtr file = OrvLoadedFile::Load(path, maximumBytes, job);
+    return NamingFile(path, [&] {
+        const std::string folder = FolderFor(*file);
+        std::vector<std::string> warnings;
+        const int count = DumpEmbeddedJpegs(file->GetBytes(), folder,
+                                            ShortenText(PathName(path), kLongestName), job.Part(), &warnings);
+        return Finish(folder, count > 0, warnings);
+    });
+}
+
+std::string ExtractPdfImages(const std::string& path, const VecParameter& parameters,
+                             std::uint64_t maximumBytes, const OrvJob& job) {
+    if (parameters.size() < 7) ZOR_THROW(Argument, "The settings of the extraction are incomplete.");
+    PdfDumpOptions options;
+    options.firstPage = parameters[0].Get<int>();
+    options.lastPage = parameters[1].Get<int>();
+    options.convertJpeg2000 = parameters[2].Get<bool>();
+    options.convertJbig2 = parameters[3].Get<bool>();
+    options.convertCcitt = parameters[4].Get<bool>();
+    options.ownerPassword = parameters[5].Get<std::string>();
+    options.userPassword = parameters[6].Get<std::string>();
+
+    job.SetProgress(0.0, "Reading " + ToValidUtf8(PathName(path)));
+    const OrvFilePtr file = OrvLoadedFile::Load(path, maximumBytes, job);
+    return NamingFile(path, [&] {
+        const std::string folder = FolderFor(*file);
+        const PdfDumpResult result = DumpPdfImages(
+            file->GetBytes(), folder, ShortenText(PathStem(path), kLongestName), options, job.Part());
+        return Finish(folder, !result.files.empty(), result.warnings);
+    });
+}

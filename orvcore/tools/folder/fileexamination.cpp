@@ -1,0 +1,169 @@
+#include "orvcore/tools/folder/fileexamination.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "orvcore/formats/exifscan.h"
+#include "orvcore/formats/jpegstructure.h"
+#include "orvcore/formats/jpegwalk.h"
+#include "orvcore/formats/metadatacheck.h"
+#include "zorbase/hash.h"
+#include "zorbase/text.h"
+#include "zorimage/imageio.h"
+
+namespace {
+
+constexpr std::uint8_t kApp1 = 0xE1;
+constexpr std::uint8_t kApp2 = 0xE2;
+
+// The table of that number; of several definitions the last one before the first scan ends up in use.
+const QuantizationTable* TableOf(const JpegStructure& structure, std::size_t component) {
+    if (component >= structure.frame.components.size()) return nullptr;
+    const QuantizationTable* found = nullptr;
+    for (const QuantizationTable& table : structure.quantizationTables)
+        if (table.id == structure.frame.components[component].table) found = &table;
+    return found;
+}
+
+JpegQuality LuminanceQuality(const JpegStructure& structure) {
+    const QuantizationTable* table = TableOf(structure, 0);
+    return table == nullptr ? JpegQuality() : EstimateJpegQuality(*table);
+}
+
+std::string NameOfProfile(std::span<const std::uint8_t> profile) {
+    if (profile.empty()) return {};
+    const std::string name = IccProfileName(profile);
+    return name.empty() ? "Embedded" : name;
+}
+
+void TakeThumbnail(ByteSpan thumbnail, FileExamination& file) {
+    if (thumbnail.empty()) return;
+    file.thumbnailBytes = thumbnail.size();
+    file.thumbnailSha256 = Sha256(thumbnail);
+    const JpegStructure structure = ParseJpegStructure(thumbnail);
+    file.thumbnailWidth = structure.frame.width;
+    file.thumbnailHeight = structure.frame.height;
+    file.thumbnailQuality = LuminanceQuality(structure);
+}
+
+// The profile may lie in several numbered pieces; they are taken in file order, as every writer leaves them.
+std::string ProfileName(ByteSpan bytes, const JpegStructure& structure) {
+    static constexpr char kIcc[] = "ICC_PROFILE";  // with its zero byte; number and count follow
+    constexpr std::size_t kHead = sizeof kIcc + 2;
+    std::vector<std::uint8_t> profile;
+    for (const JpegSegment& segment : structure.segments) {
+        if (segment.marker == jpegmarker::kSos) break;
+        if (segment.marker != kApp2) continue;
+        const ByteSpan payload = Slice(bytes, segment.PayloadOffset(), segment.PayloadSize());
+        if (payload.size() <= kHead || !StartsWith(payload, 0, kIcc, sizeof kIcc)) continue;
+        profile.insert(profile.end(), payload.begin() + kHead, payload.end());
+    }
+    return NameOfProfile(profile);
+}
+
+void TakeJpegMetadata(ByteSpan bytes, const JpegStructure& structure, FileExamination& file) {
+    static constexpr char kExif[] = "Exif\0";
+    static constexpr char kXmp[] = "http://ns.adobe.com/xap/1.0/";
+    bool wasRead = false;
+    bool mayHavePosition = false;
+    for (const JpegSegment& segment : structure.segments) {
+        if (segment.marker != kApp1) continue;
+        const ByteSpan payload = Slice(bytes, segment.PayloadOffset(), segment.PayloadSize());
+        if (!wasRead && StartsWith(payload, 0, kExif, sizeof kExif)) {
+            const ExifScan scan = ScanExif(Slice(payload, 6, payload.size()));
+            wasRead = true;
+            file.facts = scan.facts;
+            file.hasPosition = scan.hasPosition;
+            TakeThumbnail(scan.thumbnail, file);
+        } else if (StartsWith(payload, 0, kXmp, sizeof kXmp - 1)) {
+            static constexpr std::string_view kTag = "GPSLatitude";
+            mayHavePosition =
+                std::search(payload.begin(), payload.end(), kTag.begin(), kTag.end()) != payload.end();
+        }
+    }
+    if (!file.hasPosition && mayHavePosition) file.hasPosition = ReadGps(bytes).has_value();
+}
+
+void TakeJpeg(ByteSpan bytes, FileExamination& file) {
+    const JpegStructure structure = ParseJpegStructure(bytes);
+    file.width = structure.frame.width;
+    file.height = structure.frame.height;
+    file.coding = structure.frame.process;
+    file.subsampling = JpegSubsampling(structure.frame);
+    for (const JpegSegment& segment : structure.segments) {
+        file.segments += (file.segments.empty() ? "" : " ") + segment.name;
+        if (segment.marker == jpegmarker::kSos || file.segments.size() > 500) break;
+    }
+    file.tablesHash = QuantizationTablesHash(structure.quantizationTables);
+    file.quality = LuminanceQuality(structure);
+    const QuantizationTable* chrominance = TableOf(structure, 1);
+    if (file.quality.isExact && chrominance != nullptr && chrominance != TableOf(structure, 0))
+        file.chrominanceAgrees =
+            chrominance->values ==
+            StandardQuantizationTable(file.quality.quality, true, chrominance->precision == 8).values;
+    file.isComplete = structure.complete;
+    // Pictures that the file's own index names belong to it.
+    if (structure.pictures.size() < 2) file.bytesAfterEnd = structure.trailingBytes;
+    file.pictures = static_cast<int>(std::max<std::size_t>(1, structure.pictures.size()));
+    file.bitsPerSample = structure.frame.precision;
+    file.channels = static_cast<int>(structure.frame.components.size());
+    file.profile = ProfileName(bytes, structure);
+    file.hasCredentials = HasContentCredentials(bytes, structure);
+    file.warnings = structure.warnings;
+    TakeJpegMetadata(bytes, structure, file);
+}
+
+}  // namespace
+
+FileExamination ExamineFile(const std::string& path, std::span<const std::uint8_t> bytes) {
+    FileExamination file;
+    file.path = path;
+    file.format = DetectFormat(Slice(bytes, 0, kFormatSniffBytes));
+    if (file.format == FileFormat::Empty) return file;
+    file.nameAgrees = file.format == FileFormat::Unknown || file.format == FileFormat::Text ||
+                      ExtensionAgrees(file.format, path);
+    if (file.format == FileFormat::Jpeg) {
+        TakeJpeg(bytes, file);
+    } else if (IsReadableFormat(file.format)) {
+        const ImageInfo info = ReadImageInfo(bytes);
+        file.width = info.width;
+        file.height = info.height;
+        file.coding = info.compression;
+        file.pictures = info.frames;
+        file.bitsPerSample = info.bitsPerSample;
+        file.channels = info.channels;
+        file.profile = NameOfProfile(info.iccProfile);
+        file.warnings = info.warnings;
+        const MetadataSummary metadata = ReadMetadataSummary(bytes);
+        file.facts = metadata.facts;
+        file.hasPosition = metadata.hasPosition;
+        TakeThumbnail(metadata.thumbnail, file);
+    }
+    return file;
+}
+
+bool IsEditingSoftware(const std::string& software) {
+    static constexpr const char* kPrograms[] = {
+        "photoshop",   "lightroom",    "adobe",       "gimp",     "paint",    "affinity",  "pixelmator",
+        "capture one", "darktable",    "rawtherapee", "snapseed", "picasa",   "acdsee",    "irfanview",
+        "imagemagick", "faststone",    "photoscape",  "corel",    "facetune", "meitu",     "picsart",
+        "canva",       "luminar",      "photofiltre", "digikam",  "xnview",   "photoline", "ulead",
+        "photoimpact", "photo editor", "vsco"};
+    const std::string name = ToLower(software);
+    return std::any_of(std::begin(kPrograms), std::end(kPrograms),
+                       [&name](const char* program) { return name.find(program) != std::string::npos; });
+}
+
+std::optional<std::time_t> ExifTime(const std::string& text) {
+    std::tm time{};
+    int used = 0;
+    if (std::sscanf(text.c_str(), "%4d:%2d:%2d %2d:%2d:%2d%n", &time.tm_year, &time.tm_mon, &time.tm_mday,
+                    &time.tm_hour, &time.tm_min, &time.tm_sec, &used) != 6 ||
+        used != 19)
+        return std::nullopt;
+    if (time.tm_year < 1900 || time.tm_mon < 1 || time.tm_mon > 12 || time.tm_mday < 1 || time.tm_mday > 31)
+        return std::nullopt;
+    time.tm_year -= 1900;
+    time.tm_mon -= 1;
+    return timegm(&time);
+}

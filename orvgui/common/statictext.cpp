@@ -1,0 +1,104 @@
+#include "orvgui/common/statictext.h"
+
+#include <wx/dcclient.h>
+#include <wx/tokenzr.h>
+
+std::vector<wxString> WrapLines(const wxString& text, int width,
+                                const std::function<std::vector<int>(const wxString&)>& extents) {
+    std::vector<wxString> lines;
+    wxStringTokenizer paragraphs(text, "\n", wxTOKEN_RET_EMPTY_ALL);
+    while (paragraphs.HasMoreTokens()) {
+        const wxString paragraph = paragraphs.GetNextToken();
+        const std::vector<int> ends = extents(paragraph);
+        const std::size_t length = std::min(paragraph.length(), ends.size());
+        std::size_t start = 0;
+        do {
+            const int offset = start == 0 ? 0 : ends[start - 1];
+            std::size_t end = start;
+            while (end < length && ends[end] - offset <= width) ++end;
+            if (end == length) {
+                lines.push_back(paragraph.Mid(start));
+                break;
+            }
+            // A blank that no longer fits may end the line; otherwise go back to the last blank in it.
+            std::size_t breakAt = end;
+            while (breakAt > start && paragraph[breakAt] != ' ') --breakAt;
+            if (breakAt == start) breakAt = std::max(end, start + 1);
+            lines.push_back(paragraph.Mid(start, breakAt - start));
+            start = breakAt;
+            while (start < length && paragraph[start] == ' ') ++start;
+        } while (start < length);
+    }
+    if (lines.empty()) lines.emplace_back();
+    return lines;
+}
+
+OrvStaticText::OrvStaticText(wxWindow* parent, const wxString& text, int id)
+    : wxStaticText(parent, id, wxString(), wxDefaultPosition, wxDefaultSize, wxST_NO_AUTORESIZE),
+      m_text(text) {
+    Rewrap();
+    Bind(wxEVT_SIZE, &OrvStaticText::OnSize, this);
+}
+
+void OrvStaticText::SetText(const wxString& text) {
+    if (text == m_text) return;
+    m_text = text;
+    Rewrap();
+}
+
+void OrvStaticText::SetMaximumTextWidth(int pixels) {
+    m_maximumWidth = pixels;
+    Rewrap();
+}
+
+bool OrvStaticText::SetFont(const wxFont& font) {
+    const bool changed = wxStaticText::SetFont(font);
+    if (changed) Rewrap();
+    return changed;
+}
+
+void OrvStaticText::OnSize(wxSizeEvent& event) {
+    event.Skip();
+    const int width = event.GetSize().GetWidth();
+    if (width == m_wrapWidth || width <= 1) return;
+    const bool sameLines = width >= m_naturalWidth && m_wrapWidth >= m_naturalWidth;
+    m_wrapWidth = width;
+    if (sameLines) return;
+    const int height = GetMinHeight();
+    Rewrap();
+    // The sizer is at work right now: it learns of the new height afterwards.
+    if (GetMinHeight() != height) GetParent()->PostSizeEvent();
+}
+
+void OrvStaticText::Rewrap() {
+    int lineHeight = 0;
+    m_naturalWidth = 0;
+    if (m_text.find('\n') == wxString::npos) {
+        GetTextExtent(m_text, &m_naturalWidth, &lineHeight);
+    } else {
+        wxStringTokenizer lines(m_text, "\n");
+        while (lines.HasMoreTokens())
+            m_naturalWidth = std::max(m_naturalWidth, GetTextExtent(lines.GetNextToken()).GetWidth());
+    }
+    if (lineHeight == 0) lineHeight = GetCharHeight();
+
+    const int minimumWidth = std::min(m_naturalWidth, m_maximumWidth);
+    const int width = m_wrapWidth > 0 ? std::max(m_wrapWidth, minimumWidth) : minimumWidth;
+    wxString label = m_text;
+    int lineCount = 1 + static_cast<int>(m_text.Freq('\n'));
+    if (m_naturalWidth > width) {
+        wxClientDC dc(this);
+        dc.SetFont(GetFont());
+        const std::vector<wxString> lines = WrapLines(m_text, width, [&dc](const wxString& paragraph) {
+            wxArrayInt widths;
+            dc.GetPartialTextExtents(paragraph, widths);
+            return std::vector<int>(widths.begin(), widths.end());
+        });
+        label.clear();
+        for (const wxString& line : lines)
+            label += (label.empty() && &line == &lines.front() ? "" : "\n") + line;
+        lineCount = static_cast<int>(lines.size());
+    }
+    SetLabelText(label);
+    SetMinSize(wxSize(minimumWidth, lineCount * lineHeight));
+}

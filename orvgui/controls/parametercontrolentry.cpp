@@ -1,0 +1,79 @@
+#include "orvgui/controls/parametercontrolentry.h"
+
+#include <wx/textctrl.h>
+
+#include "orvgui/common/validator.h"
+#include "zorbase/text.h"
+
+wxWindow* ParameterControlEntry::GetControl() {
+    return m_field;
+}
+
+wxTextCtrl* ParameterControlEntry::CreateField(long style, const Validator* validator) {
+    m_field = new wxTextCtrl(m_parent, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize,
+                             style | wxTE_PROCESS_ENTER);
+    if (validator != nullptr) m_field->SetValidator(*validator);
+    if ((style & wxTE_READONLY) == 0) {
+        m_field->Bind(wxEVT_TEXT_ENTER, [this](wxCommandEvent&) { Commit(); });
+        m_field->Bind(wxEVT_KILL_FOCUS, [this](wxFocusEvent& event) {
+            event.Skip();
+            // While the window goes down the page may already have let this control go; see the page's
+            // destructor.
+            if (!m_field->IsBeingDeleted()) Commit();
+        });
+    }
+    return m_field;
+}
+
+wxString ParameterControlEntry::FormatText(const Parameter& parameter) const {
+    return ToWx(parameter.GetValueAsString());
+}
+
+bool ParameterControlEntry::ParseText(const wxString& text, Parameter& parameter) const {
+    const auto* validator = dynamic_cast<const Validator*>(m_field->GetValidator());
+    if (validator != nullptr && !validator->Accepts(text)) return false;
+    return parameter.SetValueFromString(Trim(FromWx(text)));
+}
+
+void ParameterControlEntry::ShowText(const wxString& text) {
+    m_shownText = text;
+    if (m_field->GetValue() != text) m_field->ChangeValue(text);
+    if (auto* validator = dynamic_cast<Validator*>(m_field->GetValidator())) validator->Mark();
+}
+
+void ParameterControlEntry::SetControlValue(const Parameter& parameter) {
+    const bool keepEdit = IsEdited() && parameter == m_parameter;
+    m_parameter = parameter;
+    if (!keepEdit) ShowText(FormatText(m_parameter));
+}
+
+Parameter ParameterControlEntry::GetControlValue() const {
+    Parameter value = m_parameter;
+    if (IsEdited()) ParseText(m_field->GetValue(), value);
+    return value;
+}
+
+void ParameterControlEntry::DiscardEdit() {
+    if (IsEdited()) ShowText(FormatText(m_parameter));
+}
+
+bool ParameterControlEntry::IsEdited() const {
+    return m_field->GetValue() != m_shownText;
+}
+
+void ParameterControlEntry::Commit() {
+    if (!IsEdited()) return;
+    Parameter value = m_parameter;
+    if (!ParseText(m_field->GetValue(), value)) return;
+    m_shownText = m_field->GetValue();
+    if (value == m_parameter) return;
+    m_parameter = value;
+    PostControlEvent();
+}
+
+void ParameterControlEntry::Enter(const Parameter& value) {
+    const bool changed = !(value == m_parameter);
+    m_parameter = value;
+    ShowText(FormatText(m_parameter));
+    if (changed) PostControlEvent();
+}

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "orvgui/controls/parametercontrol.h"
+
+class OrvListCtrl;
+
+// A table of strings whose first row holds the labels, shown in a table control with its marks, sorting, search and
+// copying. A new value with the same labels stays sorted as the user has sorted it. GUI thread.
+class ParameterControlTableString : public ParameterControl {
+  public:
+    ParameterControlTableString(wxWindow* parent, wxGridBagSizer* sizer, const Parameter& parameter);
+
+    wxWindow* GetControl() override;
+    void SetControlValue(const Parameter& parameter) override;
+    Parameter GetControlValue() const override { return m_parameter; }
+
+  private:
+    void FitSize();
+
+    OrvListCtrl* m_list;
+    bool m_isFilled = false;
+};

@@ -1,0 +1,108 @@
+#include "orvgui/dialogs/optionsgui.h"
+
+#include <wx/button.h>
+#include <wx/gbsizer.h>
+#include <wx/sizer.h>
+#include <wx/stattext.h>
+#include <wx/textctrl.h>
+#include <wx/translation.h>
+
+#include "orvcore/facade/interface.h"
+#include "orvcore/model/options.h"
+#include "orvgui/common/textfocus.h"
+#include "orvgui/common/validator.h"
+#include "orvgui/controls/parametercontrol.h"
+#include "zorbase/text.h"
+
+namespace {
+
+constexpr int kMargin = 12;
+constexpr int kGap = 8;
+constexpr int kTextWidth = 320;  // shows an address of common length
+
+}  // namespace
+
+OrvOptionsGui::OrvOptionsGui(wxWindow* parent, const VecVecParameter& options)
+    : wxDialog(parent, wxID_ANY, _("Program Options"), wxDefaultPosition, wxDefaultSize,
+               wxDEFAULT_DIALOG_STYLE | wxRESIZE_BORDER),
+      m_options(options),
+      m_controls(options.size()) {
+    const std::vector<std::string> titles = OrvOptions::GroupTitles();
+    auto* sizer = new wxBoxSizer(wxVERTICAL);
+    for (std::size_t group = 0; group < m_options.size(); ++group) {
+        if (group < titles.size()) {
+            auto* title = new wxStaticText(this, wxID_ANY, wxGetTranslation(ToWx(titles[group])));
+            title->SetFont(title->GetFont().Bold());
+            sizer->Add(title, 0, wxLEFT | wxRIGHT | wxTOP, kMargin);
+        }
+        sizer->Add(CreateGroup(group), 0, wxEXPAND | wxLEFT | wxRIGHT, kMargin);
+    }
+    AlignGroups();
+    sizer->AddSpacer(kMargin);
+    sizer->AddStretchSpacer();
+    sizer->Add(CreateButtonSizer(wxOK | wxCANCEL), 0, wxEXPAND | wxLEFT | wxRIGHT | wxBOTTOM, kMargin);
+    SetSizerAndFit(sizer);
+    SetSize(wxSize(wxMax(GetSize().x, 460), GetSize().y));
+    CentreOnParent();
+    Bind(wxEVT_BUTTON, &OrvOptionsGui::OnButtonOk, this, wxID_OK);
+    Bind(wxEVT_CHAR_HOOK, &OrvOptionsGui::OnCharHook, this);
+}
+
+OrvOptionsGui::~OrvOptionsGui() = default;
+
+wxSizer* OrvOptionsGui::CreateGroup(std::size_t group) {
+    auto* grid = new wxGridBagSizer(0, kGap);
+    grid->SetFlexibleDirection(wxBOTH);
+    for (const Parameter& option : m_options[group]) {
+        m_controls[group].emplace_back(CreateParameterControl(this, grid, option));
+        if (!m_controls[group].back()) continue;
+        m_controls[group].back()->SetControlValue(option);
+        if (option.Type() == ParameterType::String)
+            m_controls[group].back()->GetControl()->SetMinSize(wxSize(kTextWidth, -1));
+    }
+    if (grid->GetCols() > 1) grid->AddGrowableCol(static_cast<std::size_t>(1));
+    m_grids.push_back(grid);
+    return grid;
+}
+
+// The labels of all groups in one column.
+void OrvOptionsGui::AlignGroups() {
+    int width = 0;
+    for (wxGridBagSizer* grid : m_grids)
+        for (wxSizerItem* item : grid->GetChildren())
+            if (static_cast<wxGBSizerItem*>(item)->GetPos().GetCol() == 0)
+                width = wxMax(width, item->CalcMin().x);
+    for (wxGridBagSizer* grid : m_grids) grid->Add(width, 0, wxGBPosition(CountCells(grid).GetRow(), 0));
+}
+
+void OrvOptionsGui::OnCharHook(wxKeyEvent& event) {
+    if (!ConfirmsDialog(event)) return event.Skip();
+    wxCommandEvent ok(wxEVT_BUTTON, wxID_OK);
+    OnButtonOk(ok);
+}
+
+// Leads to the field whose text is no value; it is marked and tells in its tool tip what can be entered.
+bool OrvOptionsGui::GoToTypingError() {
+    for (const auto& group : m_controls) {
+        for (const auto& control : group) {
+            auto* field = control ? dynamic_cast<wxTextCtrl*>(control->GetControl()) : nullptr;
+            const auto* validator = field ? dynamic_cast<const Validator*>(field->GetValidator()) : nullptr;
+            if (!validator || validator->Accepts(field->GetValue())) continue;
+            field->SetFocus();
+            field->SelectAll();
+            return true;
+        }
+    }
+    return false;
+}
+
+void OrvOptionsGui::OnButtonOk(wxCommandEvent&) {
+    if (GoToTypingError()) return;
+    for (std::size_t group = 0; group < m_controls.size(); ++group) {
+        for (std::size_t i = 0; i < m_controls[group].size(); ++i) {
+            if (m_controls[group][i]) m_options[group][i].Set(m_controls[group][i]->GetControlValue());
+        }
+    }
+    GetInterface()->SetProgramOptions(m_options);
+    EndModal(wxID_OK);
+}

@@ -1,0 +1,255 @@
+#include "orvgui/pages/filtergui.h"
+
+#include <wx/app.h>
+#include <wx/button.h>
+#include <wx/gbsizer.h>
+#include <wx/gdicmn.h>
+#include <wx/intl.h>
+
+#include "orvcore/facade/interface.h"
+#include "orvgui/common/statictext.h"
+#include "orvgui/shell/mainframe.h"
+
+namespace {
+
+constexpr int kBorder = 4;
+constexpr int kScrollStep = 16;
+// Until the page is laid out: scroll bars in a smaller window make the toolkit complain.
+const wxSize kInitialSize(320, 240);
+const int kAroundCell = wxALIGN_CENTER_VERTICAL | wxRIGHT | wxTOP | wxBOTTOM;
+
+void ShowValues(const std::vector<std::unique_ptr<ParameterControl>>& controls,
+                const VecParameter& parameters) {
+    for (std::size_t i = 0; i < parameters.size(); ++i) {
+        if (controls[i]) controls[i]->SetControlValue(parameters[i]);
+    }
+}
+
+void ReadValues(const std::vector<std::unique_ptr<ParameterControl>>& controls, VecParameter& parameters) {
+    for (std::size_t i = 0; i < controls.size(); ++i) {
+        if (controls[i]) parameters[i].Set(controls[i]->GetControlValue());
+    }
+}
+
+}  // namespace
+
+OrvFilterGui::OrvFilterGui(wxWindow* parent, OrvFilter* filter)
+    : wxPanel(parent, wxID_ANY, wxDefaultPosition, kInitialSize, wxTAB_TRAVERSAL | wxVSCROLL | wxHSCROLL),
+      wxScrollHelper(this),
+      m_filter(filter) {
+    SetScrollRate(kScrollStep, kScrollStep);
+    if (filter != nullptr) {
+        m_parametersInput = filter->GetParametersInput();
+        m_parametersPostProcessing = filter->GetParametersPostProcessing();
+        m_parametersOutput = filter->GetParametersOutput();
+    }
+}
+
+OrvFilterGui::~OrvFilterGui() {
+    if (m_filter != nullptr && m_filter->GetAnalsyisFilterGui() == this)
+        m_filter->SetAnalysisFilterGui(nullptr);
+    // The widgets hold pointers to their controls: they go first.
+    DestroyChildren();
+}
+
+wxString OrvFilterGui::GetName() const {
+    return m_filter != nullptr ? m_filter->GetName() : wxPanel::GetName();
+}
+
+void OrvFilterGui::Init() {
+    CreateControls();
+    UpdateGui();
+}
+
+void OrvFilterGui::CreateControls() {
+    CreateSizer();
+    CreateControlsDescription();
+    CreateControlsCustom();
+    CreateControlsInput();
+    CreateControlsPostProcessing();
+    CreateControlsCustom2();
+    CreateControlsOutput();
+}
+
+void OrvFilterGui::AddToSizer(wxGridBagSizer* sizer, wxWindow* window, int row, int col, int colspan,
+                              int rowspan) {
+    sizer->Add(window, wxGBPosition(row, col), wxGBSpan(rowspan, colspan), wxEXPAND | kAroundCell, kBorder);
+}
+
+void OrvFilterGui::AddLabelToSizer(wxGridBagSizer* sizer, wxWindow* window, int row, int col, int colspan,
+                                   int rowspan) {
+    sizer->Add(window, wxGBPosition(row, col), wxGBSpan(rowspan, colspan), kAroundCell, kBorder);
+}
+
+void OrvFilterGui::CreateTitle(const wxString& text) {
+    auto* title = new OrvStaticText(m_outputParent, text);
+    title->SetBackgroundColour(*wxLIGHT_GREY);
+    title->SetForegroundColour(*wxBLACK);
+    const wxGBPosition position = CountCells(m_outputSizer);
+    AddToSizer(m_outputSizer, title, position.GetRow(), 0, m_columnSpan, 1);
+}
+
+void OrvFilterGui::CreateSizer() {
+    auto* sizer = new wxGridBagSizer(0, 0);
+    SetSizer(sizer, true);
+    m_mainSizer = m_descriptionSizer = m_inputSizer = m_outputSizer = sizer;
+    sizer->SetFlexibleDirection(wxBOTH);
+    sizer->SetEmptyCellSize(wxSize(0, 0));  // rows of hidden widgets take no room
+    m_descriptionParent = m_inputParent = m_outputParent = this;
+}
+
+void OrvFilterGui::CreateControlsDescription() {
+    const wxString description = m_filter->GetDescription();
+    auto* text = new OrvStaticText(m_descriptionParent,
+                                   description.empty() ? wxString() : wxGetTranslation(description));
+    AddToSizer(m_descriptionSizer, text, CountCells(m_descriptionSizer).GetRow(), 0, m_columnSpan, 1);
+}
+
+void OrvFilterGui::CreateControlsInput() {
+    for (const Parameter& parameter : m_parametersInput) {
+        m_controlsInput.emplace_back(CreateParameterControl(m_inputParent, m_inputSizer, parameter));
+        Bind(wxEVT_COMBOBOX, &OrvFilterGui::OnParameterChange, this);
+    }
+}
+
+void OrvFilterGui::CreateControlsPostProcessing() {
+    for (const Parameter& parameter : m_parametersPostProcessing) {
+        m_controlsPostProcessing.emplace_back(CreateParameterControl(m_inputParent, m_inputSizer, parameter));
+        Bind(wxEVT_COMBOBOX, &OrvFilterGui::OnParameterChange, this);
+    }
+    if (m_parametersPostProcessing.empty()) return;
+    auto* reset = new wxButton(m_inputParent, wxID_ANY, _("Reset"));
+    reset->SetToolTip(_("Set these values back to their defaults"));
+    m_inputSizer->Add(reset, wxGBPosition(0, CountCells(m_inputSizer).GetCol()), wxDefaultSpan, wxALL,
+                      kBorder);
+    reset->Bind(wxEVT_BUTTON, &OrvFilterGui::OnParametersPostProcessingReset, this);
+}
+
+void OrvFilterGui::CreateControlsOutput() {
+    for (const Parameter& parameter : m_parametersOutput)
+        m_controlsOutput.emplace_back(CreateParameterControl(m_outputParent, m_outputSizer, parameter));
+}
+
+void OrvFilterGui::OnParameterChange(wxCommandEvent& event) {
+    Apply();
+    // Every input and post-processing parameter has its own binding, and each is to be called.
+    event.Skip();
+}
+
+void OrvFilterGui::UpdateControlsInput() {
+    ShowValues(m_controlsInput, m_parametersInput);
+}
+
+void OrvFilterGui::UpdateControlsPostProcessing() {
+    ShowValues(m_controlsPostProcessing, m_parametersPostProcessing);
+}
+
+void OrvFilterGui::UpdateControlsOutput() {
+    ShowValues(m_controlsOutput, m_parametersOutput);
+}
+
+void OrvFilterGui::RefreshViewerPanel() {
+    if (!IsShown()) Show();
+}
+
+void OrvFilterGui::ResetViewerPanel() {
+    Hide();
+}
+
+void OrvFilterGui::UpdateGui() {
+    // A result can arrive for a page that was never shown; it reads everything when it is built.
+    if (m_mainSizer == nullptr) return;
+    m_parametersOutput = m_filter->GetParametersOutput();
+    m_parametersInput = m_filter->GetParametersInput();
+    m_parametersPostProcessing = m_filter->GetParametersPostProcessing();
+    UpdateControlsInput();
+    UpdateControlsPostProcessing();
+    UpdateControlsOutput();
+    UpdateControlsCustom();
+    UpdatePlotLayer();
+    ConfigureViewer(-1, false);
+    ConfigurePlots();
+    RefreshControlsCustom();
+    RefreshViewerPanel();
+    FitContent();
+}
+
+void OrvFilterGui::Apply() {
+    ReadValues(m_controlsInput, m_parametersInput);
+    ReadValues(m_controlsPostProcessing, m_parametersPostProcessing);
+    if (OrvInterface* core = GetInterface())
+        core->Configure(m_filter, -1, m_parametersInput, m_parametersPostProcessing, false);
+}
+
+void OrvFilterGui::OnParametersPostProcessingReset(wxCommandEvent&) {
+    m_parametersPostProcessing.Reset();
+    for (const auto& control : m_controlsPostProcessing) {
+        if (control) control->DiscardEdit();
+    }
+    UpdateControlsPostProcessing();
+    Apply();
+}
+
+void OrvFilterGui::ApplySelection(const Roi& region) {
+    bool changed = false;
+    for (std::size_t i = 0; i < m_controlsInput.size(); ++i) {
+        if (m_parametersInput[i].Type() != ParameterType::OrvRoi || !m_controlsInput[i]) continue;
+        Parameter value = m_controlsInput[i]->GetControlValue();
+        if (value.Get<Roi>() == region || !value.SetValue(region)) continue;
+        m_controlsInput[i]->SetControlValue(value);
+        changed = true;
+    }
+    if (changed) Apply();
+}
+
+bool OrvFilterGui::IsTopWindow() {
+    const auto* frame = wxTheApp != nullptr ? dynamic_cast<OrvMainFrame*>(wxTheApp->GetTopWindow()) : nullptr;
+    // On this platform the toolkit calls the window with the focus the active one.
+    const wxWindow* active = wxGetTopLevelParent(wxGetActiveWindow());
+    if (frame == nullptr || active == nullptr) return true;
+    return frame->GetId() == active->GetId();
+}
+
+void OrvFilterGui::SetNotice(const wxString& text) {
+    if (m_notice == nullptr) {
+        m_notice = new OrvStaticText(m_descriptionParent, text);
+        AddToSizer(m_descriptionSizer, m_notice, CountCells(m_descriptionSizer).GetRow(), 0, m_columnSpan, 1);
+    }
+    m_notice->SetText(text);
+    m_notice->Show(!text.empty());
+}
+
+bool OrvFilterGui::Layout() {
+    wxSizer* sizer = GetSizer();
+    if (sizer == nullptr) return ScrollLayout();
+    const wxPoint origin = CalcScrolledPosition(wxPoint(m_margin, m_margin));
+    const wxSize size = GetVirtualSize() - wxSize(2 * m_margin, 2 * m_margin);
+    sizer->SetDimension(origin, wxSize(std::max(0, size.GetWidth()), std::max(0, size.GetHeight())));
+    return true;
+}
+
+wxSize OrvFilterGui::GetBestVirtualSize() const {
+    wxSize size = GetClientSize();
+    if (wxSizer* sizer = GetSizer()) size.IncTo(sizer->CalcMin() + wxSize(2 * m_margin, 2 * m_margin));
+    return size;
+}
+
+void OrvFilterGui::FitContent() {
+    wxSizer* sizer = GetSizer();
+    if (sizer == nullptr) return;
+    const wxSize content = sizer->CalcMin();
+    if (content == m_fittedSize) return;
+    m_fittedSize = content;
+    FitInside();
+}
+
+bool OrvFilterGui::HasAnyFile() {
+    const OrvInterface* core = GetInterface();
+    return core != nullptr && (core->HasFile(OrvEvidence) || core->HasFile(OrvReference));
+}
+
+wxString OrvFilterGui::GetNoDataMessage() {
+    const OrvContext* context = GetContext();
+    const wxString message = context != nullptr ? context->GetNoDataAvailableMessage() : wxString();
+    return message.empty() ? message : wxGetTranslation(message);
+}

@@ -1,0 +1,204 @@
+#include "orvgui/pages/filterguiplot.h"
+
+#include <wx/gbsizer.h>
+#include <wx/intl.h>
+#include <wx/scrolwin.h>
+#include <wx/settings.h>
+#include <wx/sizer.h>
+
+#include <algorithm>
+
+#include "orvcore/facade/interface.h"
+#include "orvgui/common/statictext.h"
+#include "orvgui/pages/plotlayers.h"
+#include "orvgui/pages/plotpanel.h"
+#include "orvgui/shell/filepanel.h"
+#include "zorbase/gui/imageconvert.h"
+#include "zorbase/text.h"
+
+namespace {
+
+constexpr int kEvidencePlotId = 6000;
+constexpr int kReferencePlotId = 6001;
+constexpr int kBorder = 4;
+constexpr int kMinimumPlotHeight = 160;
+constexpr int kMinimumStripWidth = 200;
+constexpr int kStripScrollStep = 16;
+
+// Shared by all plot pages, which are all on one thread. The layout is worked out afresh when the set of
+// loaded files has changed since the last time.
+bool layoutPending = false;
+bool hadBothFiles = false;
+int lastLoadedSlots = 0;  // bit 0 the evidence, bit 1 the reference
+
+bool HasFile(OrvFileId slot) {
+    const OrvInterface* core = GetInterface();
+    return core != nullptr && core->HasFile(slot);
+}
+
+// The core's texts are looked up here; an empty one has no translation.
+wxString Translated(const std::string& text) {
+    return text.empty() ? wxString() : wxGetTranslation(ToWx(text));
+}
+
+wxGridBagSizer* AddGrid(wxBoxSizer* row, int proportion) {
+    auto* grid = new wxGridBagSizer(0, 0);
+    grid->SetFlexibleDirection(wxHORIZONTAL);
+    grid->SetEmptyCellSize(wxSize(0, 0));
+    row->Add(grid, proportion, wxEXPAND | wxRIGHT | wxTOP | wxBOTTOM, kBorder);
+    return grid;
+}
+
+}  // namespace
+
+OrvFilterPlot* OrvFilterGuiPlot::GetFilterPlot() const {
+    return dynamic_cast<OrvFilterPlot*>(m_filter);
+}
+
+void OrvFilterGuiPlot::CreateControlsCustom() {
+    m_evidencePlot = new PlotPanel(this, kEvidencePlotId);
+    m_evidencePlot->GetPlot()->SetName(_("Evidence Image Value"));
+    m_evidencePlot->GetPlot()->SetDropTarget(new FilePanelDropTarget(OrvEvidence));
+    m_referencePlot = new PlotPanel(this, kReferencePlotId);
+    m_referencePlot->GetPlot()->SetName(_("Reference Image Value"));
+    m_referencePlot->GetPlot()->SetDropTarget(new FilePanelDropTarget(OrvReference));
+    m_referencePlot->Hide();
+    for (PlotPanel* plot : {m_evidencePlot, m_referencePlot}) {
+        plot->GetPlotWindow()->SetTwins(m_evidencePlot->GetPlotWindow(), m_referencePlot->GetPlotWindow());
+        plot->SetMinSize(wxSize(-1, kMinimumPlotHeight));
+    }
+
+    // The description was placed in the grid that is about to go; it moves to the top of the new layout.
+    std::vector<wxWindow*> descriptions;
+    for (wxSizerItem* item : m_descriptionSizer->GetChildren()) {
+        if (item->IsWindow()) descriptions.push_back(item->GetWindow());
+    }
+    m_descriptionSizer->Clear();
+    auto* description = new wxGridBagSizer(0, 0);
+    description->SetFlexibleDirection(wxBOTH);
+    description->SetEmptyCellSize(wxSize(0, 0));
+    // More values than the page is wide scroll by themselves: the plots keep the width of the page.
+    m_strip = new wxScrolledWindow(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxHSCROLL);
+    m_strip->SetScrollRate(kStripScrollStep, 0);
+    m_inputParent = m_outputParent = m_strip;
+    auto* column = new wxBoxSizer(wxVERTICAL);
+    auto* row = new wxBoxSizer(wxHORIZONTAL);
+    column->Add(description, 0, wxEXPAND);
+    column->Add(m_evidencePlot, 1, wxEXPAND);
+    column->Add(m_referencePlot, 1, wxEXPAND);
+    column->Add(m_strip, 0, wxEXPAND);
+    m_inputSizer = AddGrid(row, 0);
+    m_outputSizer = AddGrid(row, 1);
+    m_strip->SetSizer(row);
+    m_strip->Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
+        event.Skip();
+        FitStrip();
+    });
+    SetSizer(column, true);
+    m_descriptionSizer = m_mainSizer = description;
+    for (wxWindow* window : descriptions)
+        AddToSizer(m_descriptionSizer, window, CountCells(m_descriptionSizer).GetRow(), 0, 1, 1);
+    m_descriptionSizer->AddGrowableCol(0);
+}
+
+// As high as its controls, with room for the scroll bar where there is one; as wide as the page.
+void OrvFilterGuiPlot::FitStrip() {
+    const wxSize content = m_strip->GetSizer()->GetMinSize();
+    const bool scrolls = content.x > m_strip->GetSize().x;
+    const int bar = scrolls ? wxSystemSettings::GetMetric(wxSYS_HSCROLL_Y, m_strip) + 2 * kBorder : 0;
+    const wxSize size(kMinimumStripWidth, content.y + bar);
+    if (m_strip->GetMinSize() == size) return;
+    m_strip->SetMinSize(size);
+    PostSizeEvent();
+}
+
+void OrvFilterGuiPlot::ResetViewerPanel() {
+    if (m_evidencePlot == nullptr) return;  // not built yet
+    m_evidencePlot->Hide();
+    m_referencePlot->Hide();
+}
+
+void OrvFilterGuiPlot::ConfigurePlot(PlotPanel* panel, OrvFileId slot) {
+    OrvPlotData data;
+    if (const OrvFilterPlot* filter = GetFilterPlot()) data = filter->GetPlotDataCopy(slot);
+    wxImage picture;
+    if (data.image.IsValid()) IplImageToWxImage(data.image.ToColor().GetMat(), picture);
+    wxString title = slot == OrvEvidence ? _("Evidence") : _("Reference");
+    if (!data.text.empty()) title += ": " + Translated(data.text);
+    panel->SetTexts(Translated(data.xLabel), Translated(data.yLabel), title);
+    panel->ConfigurePlot(data.x, data.curves, data.layerCount,
+                         data.counts.empty() ? nullptr : data.counts.data(), picture, m_visibleLayer,
+                         data.marks, data.helpLines);
+}
+
+void OrvFilterGuiPlot::ConfigurePlots() {
+    const Parameter* layer = m_parametersPostProcessing.Find("layer");
+    if (layer != nullptr &&
+        (layer->Type() == ParameterType::Choice || layer->Type() == ParameterType::ChoiceList))
+        m_visibleLayer = layer->Get<int>();
+
+    const bool evidence = HasFile(OrvEvidence);
+    const bool reference = HasFile(OrvReference);
+    const int loaded = (evidence ? 1 : 0) | (reference ? 2 : 0);
+    if (loaded != lastLoadedSlots) layoutPending = true;
+    lastLoadedSlots = loaded;
+
+    wxSize size = GetClientSize();
+    if (evidence && reference) {
+        size.SetHeight(size.GetHeight() / 2);
+        hadBothFiles = true;
+    }
+    FitStrip();
+    bool changed = false;
+    const bool neitherShown = !m_evidencePlot->IsShown() && !m_referencePlot->IsShown();
+    if (layoutPending || hadBothFiles || neitherShown) {
+        m_evidencePlot->SetClientSize(size);
+        m_referencePlot->SetClientSize(size);
+        changed = true;
+    }
+
+    const auto show = [&changed](PlotPanel* plot, bool shown) {
+        if (plot->IsShown() == shown) return;
+        plot->Show(shown);
+        changed = true;
+    };
+    ConfigurePlot(m_evidencePlot, OrvEvidence);
+    show(m_evidencePlot, true);
+    if (!reference) show(m_referencePlot, false);
+    if (reference) {
+        ConfigurePlot(m_referencePlot, OrvReference);
+        show(m_referencePlot, true);
+        if (!evidence) show(m_evidencePlot, false);
+    }
+    wxString reason = m_filter->GetErrorMessage();
+    if (reason.empty() && !evidence && !reference) reason = GetNoDataMessage();
+    SetNotice(reason);
+
+    if (changed) {
+        layoutPending = false;
+        hadBothFiles = false;
+        PostSizeEvent();
+    }
+}
+
+Image& OrvFilterGuiPlot::GetDisplayedImage() {
+    if (m_evidencePlot == nullptr) return m_displayedImage;  // a page that was never seen shows nothing
+    const Image evidence = HasFile(OrvEvidence) ? m_evidencePlot->Render() : Image();
+    const Image reference = HasFile(OrvReference) ? m_referencePlot->Render() : Image();
+    if (evidence.IsValid() != reference.IsValid()) {
+        m_displayedImage = evidence.IsValid() ? evidence : reference;
+    } else if (evidence.IsValid()) {
+        const cv::Mat& first = evidence.GetMat();
+        const cv::Mat& second = reference.GetMat();
+        cv::Mat both(first.rows + second.rows, first.cols, first.type(), cv::Scalar::all(0));
+        first.copyTo(both(cv::Rect(0, 0, first.cols, first.rows)));
+        // The second picture begins on the last row of the first and is taken to be of the same size.
+        const cv::Rect target =
+            cv::Rect(0, first.rows - 1, second.cols, first.rows) & cv::Rect(0, 0, both.cols, both.rows);
+        const cv::Rect source =
+            cv::Rect(0, 0, target.width, target.height) & cv::Rect(0, 0, second.cols, second.rows);
+        second(source).copyTo(both(cv::Rect(target.tl(), source.size())));
+        m_displayedImage = Image(both);
+    }
+    return m_displayedImage;
+}

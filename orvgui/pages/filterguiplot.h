@@ -1,0 +1,37 @@
+#pragma once
+
+#include <wx/scrolwin.h>
+
+#include "orvgui/pages/filtergui.h"
+
+class PlotPanel;
+
+// The page of a plot filter: the evidence plot above the reference plot, each shown when its file is loaded,
+// and below them the parameters from left to right.
+class ORVGUI_API OrvFilterGuiPlot : public OrvFilterGui {
+  public:
+    using OrvFilterGui::OrvFilterGui;
+
+    void CreateControlsCustom() override;
+    void ResetViewerPanel() override;
+    void ConfigurePlots() override;
+    void RefreshViewerPanel() override {}
+    void UpdateFocus() override {}
+    // The shown plots as one picture, the reference plot below the evidence plot.
+    Image& GetDisplayedImage() override;
+
+    // Which of several curves or bar sets is shown, from 0.
+    void SetVisibleLayer(int layer) { m_visibleLayer = layer; }
+    OrvFilterPlot* GetFilterPlot() const;
+    PlotPanel* GetEvidencePlot() const { return m_evidencePlot; }
+    PlotPanel* GetReferencePlot() const { return m_referencePlot; }
+
+  private:
+    void ConfigurePlot(PlotPanel* panel, OrvFileId slot);
+    void FitStrip();
+
+    int m_visibleLayer = 0;
+    PlotPanel* m_evidencePlot = nullptr;
+    PlotPanel* m_referencePlot = nullptr;
+    wxScrolledWindow* m_strip = nullptr;  // holds the parameters
+};

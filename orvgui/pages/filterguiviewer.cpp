@@ -1,0 +1,475 @@
+#include "orvgui/pages/filterguiviewer.h"
+
+#include <wx/button.h>
+#include <wx/dcclient.h>
+#include <wx/gbsizer.h>
+#include <wx/intl.h>
+#include <wx/settings.h>
+#include <wx/sizer.h>
+#include <wx/slider.h>
+#include <wx/textctrl.h>
+
+#include <algorithm>
+#include <opencv2/core.hpp>
+
+#include "orvcore/facade/interface.h"
+#include "orvgui/common/textfocus.h"
+#include "orvgui/shell/mainframe.h"
+#include "orvgui/viewer/canvas.h"
+#include "orvgui/viewer/navigatorcanvas.h"
+#include "orvgui/viewer/settingspanel.h"
+#include "orvgui/viewer/toolpanel.h"
+#include "orvgui/viewer/viewerpanel.h"
+#include "orvgui/viewer/viewmodes.h"
+#include "orvgui/viewer/zoompanel.h"
+#include "zorbase/text.h"
+
+namespace {
+
+constexpr int kGap = 4;
+constexpr int kMinimumSide = 300;
+constexpr int kSidePanelWidth = 264;
+constexpr int kSidePanelMaximum = 360;
+constexpr int kSliderWidth = 76;
+constexpr int kFieldWidth = 120;
+constexpr int kScrollStep = 16;
+constexpr int kKeyScrollPixels = 48;
+constexpr double kDifferenceAtOncePixels = 2.0e6;  // cheaper to do than to be felt
+
+Image AbsoluteDifference(const Image& a, const Image& b) {
+    cv::Mat difference;
+    cv::absdiff(a.ToColor().GetMat(), b.ToColor().GetMat(), difference);
+    return Image(difference);
+}
+
+int CountRows(const wxGridBagSizer& grid) {
+    int rows = 0;
+    for (const wxSizerItem* item : grid.GetChildren()) {
+        const auto* cell = static_cast<const wxGBSizerItem*>(item);
+        rows = std::max(rows, cell->GetPos().GetRow() + cell->GetSpan().GetRowspan());
+    }
+    return rows;
+}
+
+bool IsSameBuffer(const Image& a, const Image& b) {
+    return a.GetMat().data == b.GetMat().data && a.GetMat().size() == b.GetMat().size();
+}
+
+}  // namespace
+
+OrvFilterGuiViewer::OrvFilterGuiViewer(wxWindow* parent, OrvFilter* filter)
+    : OrvFilterGui(parent, filter), m_activeWinId(kFirstCanvasId) {
+    SetMinSize(wxSize(kMinimumSide, kMinimumSide));
+}
+
+OrvFilterGuiViewer::~OrvFilterGuiViewer() = default;
+
+void OrvFilterGuiViewer::CreateControlsCustom() {
+    m_toolPanel = new OrvToolPanel(this, this);
+    CreateSidePanel();
+    CreateViewerPanel();
+    m_toolPanel->CreateControls();
+    m_toolPanel->GetZoomPanel()->SetZoomChoices("image");
+
+    auto* middle = new wxBoxSizer(wxHORIZONTAL);
+    middle->Add(m_viewerPanel, 1, wxEXPAND);
+    middle->Add(m_sidePanel, 0, wxEXPAND | wxLEFT, kGap);
+    auto* column = new wxBoxSizer(wxVERTICAL);
+    column->Add(m_toolPanel, 0, wxEXPAND);
+    column->Add(middle, 1, wxEXPAND);
+    SetSizer(column, true);
+    m_mainSizer = m_descriptionSizer;  // the base's own grid went with its sizer
+    Bind(wxEVT_SIZE, &OrvFilterGuiViewer::OnPageSize, this);
+}
+
+void OrvFilterGuiViewer::CreateSidePanel() {
+    m_sidePanel =
+        new wxPanel(this, wxID_ANY, wxDefaultPosition, wxSize(kSidePanelWidth, -1), wxTAB_TRAVERSAL);
+    m_sideScroll = new wxScrolledWindow(m_sidePanel, wxID_ANY, wxDefaultPosition, wxDefaultSize,
+                                        wxVSCROLL | wxTAB_TRAVERSAL);
+    m_sideScroll->SetScrollRate(0, kScrollStep);
+    auto* description = new DescriptionPanel(m_sideScroll, this);
+    auto* list = new wxBoxSizer(wxVERTICAL);
+    list->Add(description, 0, wxEXPAND | wxALL, kGap);
+    m_descriptionParent = description;
+    m_descriptionSizer = description->GetGrid();
+    if (!m_parametersInput.empty() || !m_parametersPostProcessing.empty() || !m_parametersOutput.empty()) {
+        auto* settings = new SettingsPanel(m_sideScroll, this);
+        settings->Show(!m_parametersInput.empty() || !m_parametersPostProcessing.empty());
+        m_toolPanel->SetSettingsPanel(settings);
+        list->Add(settings, 0, wxEXPAND | wxALL, kGap);
+        m_inputParent = settings;
+        m_inputSizer = settings->GetGrid();
+    }
+    if (!m_parametersOutput.empty()) {
+        auto* outputs = new OutputsPanel(m_sideScroll, this);
+        m_toolPanel->SetOutputsPanel(outputs);
+        list->Add(outputs, 0, wxEXPAND | wxALL, kGap);
+        m_outputParent = outputs;
+        m_outputSizer = outputs->GetGrid();
+    }
+    m_sideScroll->SetSizer(list);
+
+    auto* column = new wxBoxSizer(wxVERTICAL);
+    column->Add(m_sideScroll, 1, wxEXPAND);
+    if (!IsSingleViewer()) {
+        m_navigator = new NavigatorCanvas(m_sidePanel);
+        m_navigator->Bind(wxEVT_PAINT, &OrvFilterGuiViewer::ZoomNavigatorPaint, this);
+        for (const auto& type : {wxEVT_LEFT_DOWN, wxEVT_LEFT_DCLICK, wxEVT_MOTION}) {
+            m_navigator->Bind(type, &OrvFilterGuiViewer::ZoomNavigatorMouseOn, this);
+        }
+        column->Add(m_navigator, 0, wxALIGN_CENTER_HORIZONTAL | wxALL, kGap);
+    }
+    m_sidePanel->SetSizer(column);
+    m_sidePanel->SetMinSize(wxSize(kSidePanelWidth, -1));
+}
+
+void OrvFilterGuiViewer::CreateControlsInput() {
+    if (!m_parametersInput.empty()) OrvFilterGui::CreateControlsInput();
+}
+
+void OrvFilterGuiViewer::CreateControlsPostProcessing() {
+    if (m_parametersPostProcessing.empty()) return;
+    OrvFilterGui::CreateControlsPostProcessing();
+    // "Reset" stands to the right of the first row; in a narrow column it has a row of its own.
+    for (wxWindow* child : m_inputParent->GetChildren()) {
+        if (dynamic_cast<wxButton*>(child) == nullptr) continue;
+        wxGBSizerItem* item = m_inputSizer->FindItem(child);
+        if (item == nullptr || item->GetPos().GetRow() != 0) continue;
+        item->SetPos(wxGBPosition(CountRows(*m_inputSizer), 0));
+    }
+}
+
+void OrvFilterGuiViewer::CreateControlsOutput() {
+    if (!m_parametersOutput.empty()) OrvFilterGui::CreateControlsOutput();
+    m_toolPanel->RefreshValues();
+    for (wxWindow* child : m_inputParent->GetChildren()) {
+        if (dynamic_cast<wxSlider*>(child) != nullptr) child->SetMinSize(wxSize(kSliderWidth, -1));
+        if (dynamic_cast<wxTextCtrl*>(child) != nullptr) child->SetMinSize(wxSize(kFieldWidth, -1));
+    }
+    // As wide as the controls ask for, within reason: the picture gets the room.
+    const int wanted = m_sideScroll->GetSizer()->CalcMin().x + wxSystemSettings::GetMetric(wxSYS_VSCROLL_X);
+    m_sidePanel->SetMinSize(wxSize(std::clamp(wanted, kSidePanelWidth, kSidePanelMaximum), -1));
+    m_sideScroll->FitInside();
+}
+
+void OrvFilterGuiViewer::OnPageSize(wxSizeEvent& event) {
+    const int width = GetClientSize().x;
+    if (m_toolPanel != nullptr && width > 1) {
+        const wxSize strip(-1, m_toolPanel->HeightForWidth(width));
+        if (m_toolPanel->GetMinSize() != strip) m_toolPanel->SetMinSize(strip);
+    }
+    event.Skip();
+}
+
+void OrvFilterGuiViewer::ShowSidePanel(bool show) {
+    m_sidePanel->Show(show);
+    Layout();
+}
+
+void OrvFilterGuiViewer::UpdateControlsCustom() {
+    if (m_toolPanel == nullptr) return;
+    const bool failed = !m_filter->GetErrorMessage().empty();
+    SetNotice(failed ? m_filter->GetErrorMessage() : wxString());
+}
+
+void OrvFilterGuiViewer::RefreshControlsCustom() {
+    if (m_toolPanel == nullptr) return;
+    m_toolPanel->ConfigureControls();
+    m_toolPanel->RefreshValues();
+    FitNavigator();
+    m_sideScroll->FitInside();
+    ViewChanged(false);
+}
+
+void OrvFilterGuiViewer::RefreshViewerPanel() {
+    OrvFilterGui::RefreshViewerPanel();
+}
+
+// A page that is not seen holds no pictures: it gets them again when it is shown.
+void OrvFilterGuiViewer::ResetViewerPanel() {
+    OrvFilterGui::ResetViewerPanel();
+    if (m_viewerPanel != nullptr) m_viewerPanel->ResetImages();
+    m_difference.Reset();
+    m_differenceOf[0].Reset();
+    m_differenceOf[1].Reset();
+    ++m_differenceRequest;
+}
+
+std::vector<Canvas*> OrvFilterGuiViewer::GetCanvases() const {
+    std::vector<Canvas*> canvases;
+    if (m_viewerPanel == nullptr) return canvases;
+    for (const int id : {kFirstCanvasId, kSecondCanvasId}) {
+        if (Canvas* canvas = m_viewerPanel->FindCanvas(id)) canvases.push_back(canvas);
+    }
+    return canvases;
+}
+
+Image& OrvFilterGuiViewer::GetDisplayedImage() {
+    if (Canvas* canvas = GetCanvasFromActiveWin()) m_displayedImage = canvas->GetProperties()->GetIplImage();
+    return m_displayedImage;
+}
+
+void OrvFilterGuiViewer::ConfigureViewer(int mode, bool keepUnprocessed) {
+    WindowProperties* shared = GetSharedWindowProperties();
+    if (m_toolPanel == nullptr || m_viewerPanel == nullptr || shared == nullptr) return;
+    const OrvInterface* core = GetInterface();
+    ZoomPanel* zoom = m_toolPanel->GetZoomPanel();
+    ViewRequest request;
+    request.mode = mode;
+    request.choiceSelection = zoom->GetWindowSplitMode();
+    request.choiceCount = zoom->GetWindowSplitChoices();
+    request.keepUnprocessed = keepUnprocessed;
+    request.hasEvidence = core != nullptr && core->HasFile(OrvEvidence);
+    request.hasReference = core != nullptr && core->HasFile(OrvReference);
+    request.splitMode = shared->splitMode;
+    request.viewChoiceCount = shared->viewChoiceCount;
+    const ViewDecision decision = DecideView(request);
+
+    shared->viewChoiceCount = decision.viewChoiceCount;
+    if (decision.split) WindowSplit(decision.layoutMode);
+    if (decision.setChoice) zoom->SetWindowSplitVal(decision.layoutMode);
+    Image first;
+    Image second;
+    GetInputOutputImages(first, second, decision.imageMode, request.choiceCount);
+    const auto canvases = GetCanvases();
+    if (canvases.size() == 2) canvases[1]->SetEmptyMessage(m_differenceMessage);
+    m_viewerPanel->ConfigureViewer(first, second);
+}
+
+void OrvFilterGuiViewer::WindowSplit() {
+    ConfigureViewer(m_toolPanel->GetZoomPanel()->GetWindowSplitMode(), true);
+    RefreshControlsCustom();
+}
+
+void OrvFilterGuiViewer::GetInputOutputImages(Image& first, Image& second, int mode, int) {
+    const OrvInterface* core = GetInterface();
+    const bool hasReference = core != nullptr && core->HasFile(OrvReference);
+    Image evidenceInput = m_filter->GetInputImage(OrvEvidence);
+    Image evidenceOutput = m_filter->GetOutputImage(OrvEvidence);
+    Image referenceInput;
+    Image referenceOutput;
+    if (hasReference) {
+        referenceInput = m_filter->GetInputImage(OrvReference);
+        referenceOutput = m_filter->GetOutputImage(OrvReference);
+    }
+    m_differenceMessage.clear();
+    if (IsSingleViewer()) {
+        first = evidenceOutput.IsValid() ? evidenceOutput : referenceOutput;
+        m_viewerPanel->SetInputOutputImages(evidenceInput, evidenceOutput, referenceInput, referenceOutput);
+        return;
+    }
+    const ViewMode* view = FindViewMode(mode);
+    if (view != nullptr && view->second == ViewImage::DifferenceInput) {
+        evidenceOutput = MakeDifference(evidenceInput, referenceInput);
+        evidenceInput.Reset();
+    } else if (view != nullptr && view->second == ViewImage::DifferenceOutput) {
+        evidenceOutput = MakeDifference(evidenceOutput, referenceOutput);
+        evidenceInput.Reset();
+    }
+    m_viewerPanel->SetInputOutputImages(evidenceInput, evidenceOutput, referenceInput, referenceOutput);
+    if (view == nullptr) return;
+    const auto choose = [&](ViewImage image) -> Image {
+        switch (image) {
+            case ViewImage::EvidenceInput:
+                return evidenceInput;
+            case ViewImage::EvidenceOutput:
+            case ViewImage::DifferenceInput:
+            case ViewImage::DifferenceOutput:
+                return evidenceOutput;
+            case ViewImage::ReferenceInput:
+                return referenceInput;
+            case ViewImage::ReferenceOutput:
+                return referenceOutput;
+            case ViewImage::None:
+                break;
+        }
+        return Image();
+    };
+    first = choose(view->first);
+    second = choose(view->second);
+}
+
+Image OrvFilterGuiViewer::MakeDifference(const Image& a, const Image& b) {
+    if (!a.IsValid() || !b.IsValid()) return {};
+    if (a.GetWidth() != b.GetWidth() || a.GetHeight() != b.GetHeight()) {
+        m_differenceMessage = wxString::Format(
+            _("A difference needs two pictures of the same size.\nEvidence: %d x %d pixels\nReference: %d x %d pixels"),
+            a.GetWidth(), a.GetHeight(), b.GetWidth(), b.GetHeight());
+        return {};
+    }
+    if (m_difference.IsValid() && IsSameBuffer(a, m_differenceOf[0]) && IsSameBuffer(b, m_differenceOf[1]))
+        return m_difference;
+    if (static_cast<double>(a.GetWidth()) * a.GetHeight() <= kDifferenceAtOncePixels)
+        return AbsoluteDifference(a, b);
+    m_differenceMessage = _("Working out the difference…");
+    StartDifference(a, b);
+    return {};
+}
+
+void OrvFilterGuiViewer::StartDifference(const Image& a, const Image& b) {
+    const int request = ++m_differenceRequest;
+    // Assigning waits for a difference that is still being worked out: a tenth of a second at most.
+    m_differenceThread = std::jthread([this, request, a, b] {
+        Image difference;
+        try {
+            difference = AbsoluteDifference(a, b);
+        } catch (const std::exception&) {
+            // Without memory for it the message stays.
+            return;
+        }
+        CallAfter([this, request, a, b, difference] {
+            if (request != m_differenceRequest) return;
+            m_difference = difference;
+            m_differenceOf[0] = a;
+            m_differenceOf[1] = b;
+            ConfigureViewer(-1, true);
+            RefreshControlsCustom();
+        });
+    });
+}
+
+void OrvFilterGuiViewer::FitNavigator() {
+    if (m_navigator == nullptr) return;
+    Canvas* canvas = GetCanvasFromActiveWin();
+    const IntPair size = NavigatorWindowSize(canvas ? canvas->GetProperties()->GetPixelSize() : IntPair{});
+    if (m_navigator->GetMinSize() != wxSize(size.x, size.y)) {
+        m_navigator->SetMinSize(wxSize(size.x, size.y));
+        m_sidePanel->Layout();
+    }
+    m_navigator->Refresh(false);
+}
+
+void OrvFilterGuiViewer::ViewChanged(bool scrolled) {
+    WindowProperties* shared = GetSharedWindowProperties();
+    Canvas* canvas = GetCanvasFromActiveWin();
+    if (shared == nullptr || canvas == nullptr || m_toolPanel == nullptr) return;
+    if (shared->syncViews) WindowSync();
+    if (scrolled) {
+        // A new result keeps this view, and the next zoom step its middle.
+        const wxPoint start = canvas->GetViewStart();
+        shared->scrollPosition = {start.x, start.y};
+        shared->zoomCentre = {0, 0};
+    }
+    m_toolPanel->GetZoomPanel()->RefreshValues();
+    if (m_navigator != nullptr) m_navigator->Refresh(false);
+    if (OrvMainFrame* frame = GetMainFrame(); frame != nullptr && shared->zoom >= 0.0) {
+        frame->SetStatusField(OrvStatusField::Zoom, ToWx(ZoomPercentText(shared->zoom) + "%"));
+    }
+}
+
+void OrvFilterGuiViewer::TakeFocus(Canvas* canvas) {
+    wxWindow* focus = wxWindow::FindFocus();
+    // Passing over the picture while typing must not take the text field's keys.
+    const wxMouseState mouse = wxGetMouseState();
+    const bool isPressed = mouse.LeftIsDown() || mouse.RightIsDown() || mouse.MiddleIsDown();
+    if (focus != canvas && (isPressed || !IsTextEntry(focus))) canvas->SetFocus();
+}
+
+template <typename Operation>
+void OrvFilterGuiViewer::ApplyZoom(const Operation& operation) {
+    Canvas* canvas = GetCanvasFromActiveWin();
+    if (canvas == nullptr || m_toolPanel == nullptr || !canvas->HasImage()) return;
+    operation(*m_toolPanel->GetZoomPanel(), canvas);
+    ViewChanged(false);
+}
+
+void OrvFilterGuiViewer::WindowFit() {
+    ApplyZoom([this](ZoomPanel&, Canvas* canvas) { m_toolPanel->WindowFit(canvas); });
+}
+
+void OrvFilterGuiViewer::Zoom100() {
+    ApplyZoom([](ZoomPanel& zoom, Canvas* canvas) { zoom.Zoom100(canvas); });
+}
+
+void OrvFilterGuiViewer::ZoomEnter(const wxString& text) {
+    ApplyZoom([&text](ZoomPanel& zoom, Canvas* canvas) { zoom.ZoomEnter(text, canvas); });
+}
+
+void OrvFilterGuiViewer::ZoomMinus() {
+    ApplyZoom([](ZoomPanel& zoom, Canvas* canvas) { zoom.ZoomMinus(canvas, false); });
+}
+
+void OrvFilterGuiViewer::ZoomPlus() {
+    ApplyZoom([](ZoomPanel& zoom, Canvas* canvas) { zoom.ZoomPlus(canvas, false); });
+}
+
+void OrvFilterGuiViewer::ZoomSlider(int step) {
+    ApplyZoom([step](ZoomPanel& zoom, Canvas* canvas) { zoom.ZoomSlider(step, canvas); });
+}
+
+void OrvFilterGuiViewer::ViewerScroll(wxScrollWinEvent& event, Canvas* canvas) {
+    if (canvas == nullptr) return;
+    canvas->HandleOnScroll(event);
+    ViewChanged(true);
+}
+
+bool OrvFilterGuiViewer::ScrollByKey(int key, bool fine, Canvas* canvas) {
+    const WindowProperties* shared = GetSharedWindowProperties();
+    if (shared == nullptr || shared->scrollRate <= 0) return false;
+    const int step = fine ? 1 : std::max(kKeyScrollPixels / shared->scrollRate, 1);
+    const wxSize client = canvas->GetClientSize();
+    const wxPoint page(std::max(client.x / shared->scrollRate, 1),
+                       std::max(client.y / shared->scrollRate, 1));
+    wxPoint start = canvas->GetViewStart();
+    switch (key) {
+        case WXK_LEFT:
+        case WXK_NUMPAD_LEFT:
+            start.x -= step;
+            break;
+        case WXK_RIGHT:
+        case WXK_NUMPAD_RIGHT:
+            start.x += step;
+            break;
+        case WXK_UP:
+        case WXK_NUMPAD_UP:
+            start.y -= step;
+            break;
+        case WXK_DOWN:
+        case WXK_NUMPAD_DOWN:
+            start.y += step;
+            break;
+        case WXK_PAGEUP:
+        case WXK_NUMPAD_PAGEUP:
+            (fine ? start.x : start.y) -= fine ? page.x : page.y;
+            break;
+        case WXK_PAGEDOWN:
+        case WXK_NUMPAD_PAGEDOWN:
+            (fine ? start.x : start.y) += fine ? page.x : page.y;
+            break;
+        default:
+            return false;
+    }
+    canvas->ScrollTo(start.x, start.y);
+    ViewChanged(true);
+    return true;
+}
+
+bool OrvFilterGuiViewer::ViewerKey(wxKeyEvent& event, Canvas* canvas) {
+    if (canvas == nullptr || event.ControlDown() || event.AltDown() || event.MetaDown()) return false;
+    m_activeWinId = canvas->GetId();
+    const int key = event.GetKeyCode();
+    if (event.GetEventType() == wxEVT_KEY_DOWN) return ScrollByKey(key, event.ShiftDown(), canvas);
+    if (event.GetEventType() != wxEVT_CHAR) return false;
+    switch (key) {
+        case '+':
+        case '=':
+        case WXK_NUMPAD_ADD:
+            ZoomPlus();
+            return true;
+        case '-':
+        case WXK_NUMPAD_SUBTRACT:
+            ZoomMinus();
+            return true;
+        case '0':
+        case WXK_NUMPAD0:
+            Zoom100();
+            return true;
+        case 'f':
+        case 'F':
+            WindowFit();
+            return true;
+        default:
+            return false;
+    }
+}

@@ -1,0 +1,147 @@
+#pragma once
+
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include "orvgui/common/orvgui.h"
+#include "orvgui/pages/filtergui.h"
+
+class Canvas;
+class NavigatorCanvas;
+class OrvToolPanel;
+class ViewerPanel;
+class ZoomPanel;
+class wxScrollWinEvent;
+
+// The page of a filter whose results are images: a strip of tools above, the canvases, and beside them description,
+// parameters, results and (on double pages) the overview. What a mouse event, a key or a new result means for the canvases is
+// decided here; zoom and offset live in the record that all canvases share. GUI thread.
+//
+// Everything returns without effect while the page is not built or shows no image.
+class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui {
+  public:
+    OrvFilterGuiViewer(wxWindow* parent, OrvFilter* filter);
+    ~OrvFilterGuiViewer() override;
+
+    // Hooks of the page base.
+    void CreateControlsDescription() override {}
+    void CreateControlsInput() override;
+    void CreateControlsPostProcessing() override;
+    void CreateControlsOutput() override;
+    void CreateControlsCustom() override;
+    void UpdateControlsCustom() override;
+    void RefreshControlsCustom() override;
+    void RefreshViewerPanel() override;
+    void ResetViewerPanel() override;
+    // mode -1: what the view choice says. Called after every new result and change of files.
+    void ConfigureViewer(int mode, bool keepUnprocessed) override;
+    // The user has chosen another view.
+    void WindowSplit() override;
+    Image& GetDisplayedImage() override;
+
+    virtual void CreateViewerPanel() = 0;
+    virtual Canvas* GetCanvasFromActiveWin() = 0;
+    virtual Canvas* GetCanvasFromNotActiveWin() { return nullptr; }
+    virtual bool IsSingleViewer() const { return true; }
+    virtual bool IsOutputWin() { return true; }  // the active canvas shows a processed image
+    virtual void ViewerMouseOn(wxMouseEvent& event, Canvas* canvas) = 0;
+    virtual void ViewerScroll(wxScrollWinEvent& event, Canvas* canvas);
+    virtual bool ViewerKey(wxKeyEvent& event, Canvas* canvas);  // whether the key was used
+    virtual void ViewerResized(Canvas*) {}
+    virtual void ViewerMouseLeft() {}
+    virtual void WindowFit();
+    virtual void WindowSplit(int /*mode*/) {}
+    virtual void WindowSync() {}
+    virtual void WindowSwap(int /*phase*/) {}
+    virtual void Zoom100();
+    virtual void ZoomEnter(const wxString& text);
+    virtual void ZoomMinus();
+    virtual void ZoomPlus();
+    virtual void ZoomSlider(int step);
+    virtual void ZoomNavigatorMouseOn(wxMouseEvent&) {}
+    virtual void ZoomNavigatorPaint(wxPaintEvent&) {}
+
+    // The two images of a view mode; a mode outside 0..9 leaves them unchanged. The difference of large images is worked out in
+    // the background and put on its canvas when it is there.
+    void GetInputOutputImages(Image& first, Image& second, int mode, int choiceCount);
+
+    OrvToolPanel* GetOrvToolPanel() const { return m_toolPanel; }
+    ViewerPanel* GetViewerPanel() const { return m_viewerPanel; }
+    NavigatorCanvas* GetNavigator() const { return m_navigator; }
+    std::vector<Canvas*> GetCanvases() const;
+    int GetActiveWinId() const { return m_activeWinId; }
+    void SetActiveWinId(int id) { m_activeWinId = id; }
+    void ShowSidePanel(bool show);
+
+  protected:
+    // Applies a zoom operation to the active canvas, then brings the other half in line.
+    template <typename Operation>
+    void ApplyZoom(const Operation& operation);
+    // After anything that moved or zoomed the active canvas.
+    void ViewChanged(bool scrolled);
+    void TakeFocus(Canvas* canvas);
+
+    OrvToolPanel* m_toolPanel = nullptr;
+    ViewerPanel* m_viewerPanel = nullptr;
+    NavigatorCanvas* m_navigator = nullptr;
+    int m_activeWinId;
+
+  private:
+    void CreateSidePanel();
+    void OnPageSize(wxSizeEvent& event);
+    void FitNavigator();
+    bool ScrollByKey(int key, bool fine, Canvas* canvas);
+    Image MakeDifference(const Image& a, const Image& b);
+    void StartDifference(const Image& a, const Image& b);
+
+    wxWindow* m_sidePanel = nullptr;
+    wxScrolledWindow* m_sideScroll = nullptr;
+    wxString m_differenceMessage;  // why there is no difference to see, "" when there is
+    Image m_difference;            // the newest, and what it was made of
+    Image m_differenceOf[2];
+    int m_differenceRequest = 0;
+    std::jthread m_differenceThread;
+};
+
+// One canvas: the processed image.
+class ORVGUI_API OrvFilterGuiViewerSingle : public OrvFilterGuiViewer {
+  public:
+    OrvFilterGuiViewerSingle(wxWindow* parent, OrvFilter* filter) : OrvFilterGuiViewer(parent, filter) {}
+
+    void CreateViewerPanel() override;
+    Canvas* GetCanvasFromActiveWin() override;
+    void ViewerMouseOn(wxMouseEvent& event, Canvas* canvas) override;
+};
+
+// Two canvases: alone, side by side in step, or one swapped for the other while the right button is held.
+class ORVGUI_API OrvFilterGuiViewerDouble : public OrvFilterGuiViewer {
+  public:
+    OrvFilterGuiViewerDouble(wxWindow* parent, OrvFilter* filter, bool isPlot = false)
+        : OrvFilterGuiViewer(parent, filter), m_isPlot(isPlot) {}
+
+    void CreateViewerPanel() override;
+    Canvas* GetCanvasFromActiveWin() override;
+    Canvas* GetCanvasFromNotActiveWin() override;
+    bool IsSingleViewer() const override { return false; }
+    bool IsOutputWin() override;
+    void ViewerMouseOn(wxMouseEvent& event, Canvas* canvas) override;
+    void ViewerScroll(wxScrollWinEvent& event, Canvas* canvas) override;
+    bool ViewerKey(wxKeyEvent& event, Canvas* canvas) override;
+    void ViewerResized(Canvas* canvas) override;
+    void ViewerMouseLeft() override;
+    using OrvFilterGuiViewer::WindowSplit;
+    void WindowSplit(int mode) override;
+    void WindowSync() override;
+    void WindowSwap(int phase) override;
+    void ZoomNavigatorMouseOn(wxMouseEvent& event) override;
+    void ZoomNavigatorPaint(wxPaintEvent& event) override;
+
+  private:
+    class SplitterViewerPanel* Splitter() const;
+
+    bool m_isPlot;
+    static bool m_isSwapping;  // by the right button
+    bool m_isKeySwapDown = false;
+    long m_keySwapStart = 0;  // time stamp of the key event, ms
+};

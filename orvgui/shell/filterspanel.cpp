@@ -1,0 +1,318 @@
+// The panel itself: its windows, the building of the tree, and what choosing an item does. Items are in
+// filterspanelitems.cpp, commands in filterspanelmenu.cpp.
+
+#include "orvgui/shell/filterspanel.h"
+
+#include <wx/bmpbuttn.h>
+#include <wx/imaglist.h>
+#include <wx/settings.h>
+#include <wx/time.h>
+#include <wx/translation.h>
+#include <wx/wupdlock.h>
+
+#include <algorithm>
+
+#include "orvcore/facade/interface.h"
+#include "orvgui/common/icons.h"
+#include "orvgui/pages/filtergui.h"
+#include "orvgui/pages/filtersummary.h"
+#include "orvgui/pages/orvviewerpanel.h"
+#include "orvgui/shell/commandregistry.h"
+#include "orvgui/shell/filterspanelpriv.h"
+
+namespace {
+
+constexpr int kButtonCommands[] = {6014, 6013, 6018, 6011, 6012, 6019, 6020, 6021, 6022};
+
+// Whether the filter's values now are those of this saved configuration.
+bool HoldsConfiguration(const OrvFilter& filter, int configuration) {
+    return configuration >= 0 && configuration < filter.GetConfigurationsSize() &&
+           filter.GetConfigurationParams(configuration) == filter.GetParametersInput();
+}
+
+}  // namespace
+
+OrvFiltersPanel::OrvFiltersPanel(wxWindow* parent, OrvViewerPanel* viewerPanel)
+    : wxPanel(parent, wxID_ANY), m_viewerPanel(viewerPanel), m_activationTimer(this) {
+    CreateButtons();
+    m_tree = new wxTreeCtrl(this, wxID_ANY, wxDefaultPosition, wxDefaultSize,
+                            wxTR_HIDE_ROOT | wxTR_HAS_BUTTONS | wxTR_LINES_AT_ROOT | wxTR_NO_LINES |
+                                wxTR_SINGLE | wxTR_FULL_ROW_HIGHLIGHT | wxBORDER_NONE);
+    m_tree->SetIndent(12);
+    const int sign = FromDIP(12);
+    auto* signs = new wxImageList(sign, sign);
+    // Weight and colour alone are not for every eye.
+    signs->Add(MakeWarningSign(sign).GetBitmap(wxSize(sign, sign)));
+    m_tree->AssignStateImageList(signs);
+    BindEvents();
+}
+
+void OrvFiltersPanel::CreateButtons() {
+    for (const int command : kButtonCommands) {
+        wxBitmapButton* button = OrvGuiCommandRegistry::CreateBitmapButton(this, command);
+        // The registry's label of this command is that of its neighbour; the button says what it does.
+        button->SetToolTip(command == 6022 ? _("Enable or Disable Filter Configuration")
+                                           : OrvGuiCommandRegistry::GetToolTip(command));
+        m_buttons.push_back(button);
+    }
+}
+
+void OrvFiltersPanel::BindEvents() {
+    m_tree->Bind(wxEVT_TREE_ITEM_ACTIVATED, &OrvFiltersPanel::OnItemActivated, this);
+    m_tree->Bind(wxEVT_TREE_ITEM_RIGHT_CLICK, &OrvFiltersPanel::OnItemRightClick, this);
+    m_tree->Bind(wxEVT_TREE_ITEM_GETTOOLTIP, &OrvFiltersPanel::OnItemToolTip, this);
+    m_tree->Bind(wxEVT_TREE_SEL_CHANGED, &OrvFiltersPanel::OnSelChanged, this);
+    m_tree->Bind(wxEVT_TREE_KEY_DOWN, &OrvFiltersPanel::OnTreeKeyDown, this);
+    m_tree->Bind(wxEVT_TREE_BEGIN_DRAG, &OrvFiltersPanel::OnTreeDragBegin, this);
+    m_tree->Bind(wxEVT_TREE_END_DRAG, &OrvFiltersPanel::OnTreeDragEnd, this);
+    Bind(wxEVT_SIZE, &OrvFiltersPanel::OnSize, this);
+    Bind(wxEVT_TIMER, &OrvFiltersPanel::OnActivationTimer, this, m_activationTimer.GetId());
+
+    using Handler = void (OrvFiltersPanel::*)(wxCommandEvent&);
+    constexpr std::pair<int, Handler> kHandlers[] = {
+        {6011, &OrvFiltersPanel::OnMenuExpandAll},
+        {6012, &OrvFiltersPanel::OnMenuCollapseAll},
+        {6013, &OrvFiltersPanel::OnMenuDeleteConfiguration},
+        {6014, &OrvFiltersPanel::OnMenuAddCurrentConfiguration},
+        {6015, &OrvFiltersPanel::OnMenuEnableFilter},
+        {6016, &OrvFiltersPanel::OnMenuDisableFilter},
+        {6017, &OrvFiltersPanel::OnMenuLoadCurrentSettingsOnStartup},
+        {6018, &OrvFiltersPanel::OnMenuResetFilterConfigurations},
+        {6019, &OrvFiltersPanel::OnMenuSaveCurrentSettings},
+        {6020, &OrvFiltersPanel::OnMenuLoadSettings},
+        {6021, &OrvFiltersPanel::OnMenuResetDefaultSettings},
+        {6022, &OrvFiltersPanel::OnMenuToggleFilter},
+    };
+    for (const auto& [id, handler] : kHandlers) {
+        Bind(wxEVT_MENU, handler, this, id);
+        Bind(wxEVT_BUTTON, handler, this, id);
+    }
+}
+
+// Buttons from left to right in as many rows as the width asks for, the tree below them.
+void OrvFiltersPanel::OnSize(wxSizeEvent&) {
+    constexpr int kGap = 2;
+    constexpr int kSmallest = 26;
+    const wxSize size = GetClientSize();
+    int x = kGap;
+    int y = kGap;
+    int rowHeight = 0;
+    for (wxWindow* button : m_buttons) {
+        wxSize best = button->GetBestSize();
+        best.IncTo(wxSize(kSmallest, kSmallest));
+        if (x > kGap && x + best.x + kGap > size.x) {
+            x = kGap;
+            y += rowHeight + kGap;
+            rowHeight = 0;
+        }
+        button->SetSize(x, y, best.x, best.y);
+        x += best.x + kGap;
+        rowHeight = std::max(rowHeight, best.y);
+    }
+    y += rowHeight + kGap;
+    m_tree->SetSize(0, y, size.x, std::max(0, size.y - y));
+}
+
+// --- building ---
+
+void OrvFiltersPanel::CreatePages() {
+    OrvContext* context = GetContext();
+    if (context == nullptr) return;
+    FilterSummary::Register(*context);
+    std::vector<OrvFilterGui*> pages;
+    for (OrvFilter* filter : context->GetFilters()) {
+        OrvFilterGui* page = FindPage(filter);
+        if (page == nullptr) {
+            page = dynamic_cast<OrvFilterGui*>(filter->CreateAnalysisPanel(m_viewerPanel, filter));
+            if (page == nullptr) continue;
+            m_viewerPanel->AddPage(page);
+        }
+        pages.push_back(page);
+    }
+    m_pages = std::move(pages);
+}
+
+void OrvFiltersPanel::InitTreebook() {
+    CreatePages();
+
+    const OrvItemData* selected = GetData(m_tree->GetSelection());
+    OrvFilterGui* selectedPage = selected != nullptr ? FindPage(selected->filter) : nullptr;
+    int selectedConfiguration = selected != nullptr ? selected->configuration : -1;
+    if (selectedPage == nullptr) {
+        // A group has no page: the shown one is that of the active filter.
+        if (const OrvFilter* active = GetContext()->GetActiveFilter()) selectedPage = FindPage(active);
+        if (selectedPage != nullptr) {
+            const OrvFilter& filter = *selectedPage->GetFilter();
+            selectedConfiguration = filter.GetActiveConfiguration();
+            if (!HoldsConfiguration(filter, selectedConfiguration)) selectedConfiguration = -1;
+        }
+    }
+    std::set<const OrvFilter*> expanded;
+    ForEachFilterItem([&](wxTreeItemId item) {
+        if (m_tree->IsExpanded(item)) expanded.insert(GetData(item)->filter);
+    });
+
+    {
+        const wxWindowUpdateLocker freeze(m_tree);
+        m_silent = true;
+        m_dragged.Unset();
+        m_tree->DeleteAllItems();
+        const wxTreeItemId root = m_tree->AddRoot(wxString());
+        wxTreeItemId group;
+        wxString groupName;
+        for (const OrvFilterGui* page : m_pages) {
+            OrvFilter* filter = page->GetFilter();
+            const wxString type = filter->GetAnalysisTypeString();
+            if (!group.IsOk() || type != groupName) {
+                groupName = type;
+                const wxString text = wxGetTranslation(type);
+                group =
+                    m_tree->AppendItem(root, text, -1, -1, new OrvItemData(text, -1, OrvItemGroup, nullptr));
+            }
+            AppendFilter(filter, group);
+        }
+        ForEachChild(root, [this](wxTreeItemId item) { m_tree->Expand(item); });
+        ForEachFilterItem([&](wxTreeItemId item) {
+            if (expanded.count(GetData(item)->filter) > 0) m_tree->Expand(item);
+        });
+        m_silent = false;
+    }
+
+    UpdateTreebook(true);
+    if (selectedPage != nullptr)
+        SelectSilently(FindItem(m_tree->GetRootItem(), selectedPage, selectedConfiguration));
+    else
+        SelectFirstItem();
+}
+
+void OrvFiltersPanel::AppendFilter(OrvFilter* filter, wxTreeItemId group) {
+    const wxString text = wxGetTranslation(filter->GetName());
+    const wxTreeItemId item =
+        m_tree->AppendItem(group, text, -1, -1, new OrvItemData(text, -1, OrvItemFilter, filter));
+    if (filter->GetConfigurationsSize() == 0)
+        FormatItem(item, false, false, false);  // nothing that could be enabled
+    else if (!filter->HasSingleConfiguration())
+        AppendConfigurations(filter, item);
+    else if (!filter->IsConfigurationEnabled(0))
+        EnableItem(item, false, true);
+}
+
+void OrvFiltersPanel::AppendConfigurations(OrvFilter* filter, wxTreeItemId item) {
+    for (int i = 0; i < filter->GetConfigurationsSize(); ++i)
+        EnableItem(item, AppendItemForFilterConfiguration(filter, filter->GetConfigurationParams(i), i, item),
+                   false);
+}
+
+// --- choosing ---
+
+void OrvFiltersPanel::SelectSilently(wxTreeItemId item) {
+    if (!item.IsOk() || item == m_tree->GetSelection()) return;
+    m_silent = true;
+    m_tree->SelectItem(item);
+    m_silent = false;
+}
+
+void OrvFiltersPanel::SelectFirstItem() {
+    wxTreeItemId first;
+    ForEachFilterItem([&](wxTreeItemId item) {
+        if (!first.IsOk()) first = item;
+    });
+    if (!first.IsOk()) return;
+    m_activationTimer.Stop();
+    SelectSilently(first);
+    OrvFilter* filter = GetData(first)->filter;
+    GetContext()->SetActiveFilter(filter);
+    m_viewerPanel->ShowPage(FindPage(filter), false);
+}
+
+void OrvFiltersPanel::ChangePage(OrvFilterGui* page, int configuration) {
+    m_viewerPanel->UpdateEmptyHint();
+    if (page == nullptr) return;
+    OrvFilter* filter = page->GetFilter();
+    m_running.insert(filter);
+    // The user has moved on since the core began with this one, or is just choosing.
+    const OrvFilter* active = GetContext()->GetActiveFilter();
+    if (m_activationTimer.IsRunning() || (active != nullptr && active != filter)) return;
+
+    m_viewerPanel->ShowPage(page, false);
+    if (configuration < 0) configuration = filter->GetActiveConfiguration();
+    const OrvItemData* selected = GetData(m_tree->GetSelection());
+    const bool isChosen = selected != nullptr && selected->filter == filter &&
+                          (selected->kind == OrvItemFilter || selected->configuration == configuration);
+    if (isChosen) return;
+    // A run with values of the user's own belongs to the filter, not to one of its configurations.
+    const bool isSaved = HoldsConfiguration(*filter, configuration);
+    SelectSilently(FindItem(m_tree->GetRootItem(), page, isSaved ? configuration : -1));
+}
+
+void OrvFiltersPanel::ActivateGui(OrvFilterGui* page) {
+    if (page == nullptr) return;
+    OrvFilter* filter = page->GetFilter();
+    int configuration = filter->GetActiveConfiguration();
+    // Values of the user's own belong to the filter, not to one of its configurations: they stay.
+    if (!HoldsConfiguration(*filter, configuration)) configuration = -1;
+    SelectSilently(FindItem(m_tree->GetRootItem(), page, configuration));
+    m_activationTimer.Stop();
+    Activate(filter, configuration);
+}
+
+// Shows the filter's page with the configuration's values and has the core see to the result.
+void OrvFiltersPanel::Activate(OrvFilter* filter, int configuration) {
+    OrvFilterGui* page = FindPage(filter);
+    if (page == nullptr) return;
+    if (GetInterface()->ActivateFilter(filter, configuration)) m_running.insert(filter);
+    const bool isShown = m_viewerPanel->GetShownPage() == page && m_viewerPanel->IsPageBuilt(page);
+    m_viewerPanel->ShowPage(page, true);
+    if (isShown) page->UpdateGui();
+}
+
+void OrvFiltersPanel::SelectFilter(wxTreeEvent& event, bool activate) {
+    const wxTreeItemId item = event.GetItem();
+    // The hidden root takes the selection when nothing else has it.
+    if (!item.IsOk() || item == m_tree->GetRootItem()) return;
+    wxTreeItemData* data = m_tree->GetItemData(item);
+    wxCHECK_RET(data, "data");
+    auto* idata = dynamic_cast<OrvItemData*>(data);
+    wxCHECK_RET(idata, "idata");
+    if (idata->filter == nullptr) return;
+
+    const wxLongLong now = wxGetUTCTimeMillis();
+    // A held arrow key computes nothing for the items that it passes by.
+    const bool isQuick = now - m_lastSelection < m_settleMs;
+    m_lastSelection = now;
+    if (activate || !isQuick) {
+        m_activationTimer.Stop();
+        Activate(idata->filter, idata->configuration);
+        return;
+    }
+    GetContext()->SetActiveFilter(idata->filter);
+    m_viewerPanel->ShowPage(FindPage(idata->filter), true);
+    m_activationTimer.StartOnce(m_settleMs);
+}
+
+void OrvFiltersPanel::OnActivationTimer(wxTimerEvent&) {
+    const OrvItemData* data = GetData(m_tree->GetSelection());
+    if (data != nullptr && data->filter != nullptr) Activate(data->filter, data->configuration);
+}
+
+void OrvFiltersPanel::OnSelChanged(wxTreeEvent& event) {
+    if (!m_silent) SelectFilter(event, false);
+}
+
+void OrvFiltersPanel::OnItemActivated(wxTreeEvent& event) {
+    const OrvItemData* data = GetData(event.GetItem());
+    if (data == nullptr || data->kind == OrvItemGroup) {
+        event.Skip();  // the tree opens or closes the group
+        return;
+    }
+    SelectSilently(event.GetItem());
+    SelectFilter(event, true);
+    if (OrvFilterGui* page = FindPage(data->filter)) page->UpdateFocus();
+}
+
+OrvFilterGui* OrvFiltersPanel::FindPage(const OrvFilter* filter) const {
+    const auto found = std::find_if(m_pages.begin(), m_pages.end(), [filter](const OrvFilterGui* page) {
+        return page->GetFilter() == filter;
+    });
+    return found != m_pages.end() ? *found : nullptr;
+}

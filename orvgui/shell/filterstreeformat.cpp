@@ -1,0 +1,80 @@
+#include "orvgui/shell/filterstreeformat.h"
+
+#include <wx/gdicmn.h>
+#include <wx/translation.h>
+
+#include "orvcore/facade/interface.h"
+#include "zorbase/text.h"
+
+namespace {
+
+wxString StatusSentence(FilterStatus status, bool enabled) {
+    if (!enabled) return _("Disabled: left out of batch processing and reports.");
+    switch (status) {
+        case FilterStatus::Processed:
+            return _("Run on the loaded files.");
+        case FilterStatus::StandsOut:
+            return _("Run on the loaded files: worth a look.");
+        default:
+            return _("Not run on the loaded files yet.");
+    }
+}
+
+}  // namespace
+
+OrvItemLook LookOf(FilterStatus status, bool enabled) {
+    if (!enabled) return {};
+    return {status != FilterStatus::NotProcessed, status == FilterStatus::StandsOut, true};
+}
+
+OrvItemLook Strongest(const OrvItemLook& a, const OrvItemLook& b) {
+    if (!a.enabled) return b;
+    if (!b.enabled) return a;
+    return {a.bold || b.bold, a.red || b.red, true};
+}
+
+wxColour ColourOf(const OrvItemLook& look, bool isDark, const wxColour& plain) {
+    if (!look.enabled) return *wxStockGDI::GetColour(wxStockGDI::COLOUR_LIGHTGREY);
+    if (look.red) return *wxStockGDI::GetColour(wxStockGDI::COLOUR_RED);
+    return isDark ? plain : *wxStockGDI::GetColour(wxStockGDI::COLOUR_BLACK);
+}
+
+wxString ConfigurationText(const VecParameter& parameters) {
+    const std::string text = GetParametersString(parameters, true);
+    return text.empty() ? _("Standard") : ToWx(text);
+}
+
+wxString FilterToolTip(const wxString& name, const wxString& description, FilterStatus status, bool enabled,
+                       const wxString& error) {
+    wxString text = wxGetTranslation(name);
+    if (!description.empty()) text += "\n" + wxGetTranslation(description);
+    text += "\n" + StatusSentence(status, enabled);
+    if (!error.empty()) text += "\n" + _("The last run failed.") + " " + error;
+    return text;
+}
+
+wxString ConfigurationToolTip(const wxString& filterName, const VecParameter& parameters, FilterStatus status,
+                              bool enabled) {
+    wxString text = wxGetTranslation(filterName);
+    bool hasLines = false;
+    for (const Parameter& parameter : parameters) {
+        const std::string line = GetParametersString(VecParameter{parameter}, true);
+        if (line.empty()) continue;
+        text += "\n" + ToWx(line);
+        hasLines = true;
+    }
+    if (!hasLines) text += "\n" + _("Standard");
+    return text + "\n" + StatusSentence(status, enabled);
+}
+
+bool IsForLoadedFiles(const OrvFilterResultPtr& result, const OrvInterface& core) {
+    if (!result) return false;
+    bool hasFile = false;
+    for (const OrvFileId slot : {OrvEvidence, OrvReference}) {
+        // A reference that is switched off is no file for analyses.
+        const OrvFilePtr file = core.HasFile(slot) ? core.GetFile(slot) : nullptr;
+        if (result->file[slot] != file) return false;
+        hasFile = hasFile || file;
+    }
+    return hasFile;
+}

@@ -1,0 +1,194 @@
+#include "orvgui/shell/mainframe.h"
+
+#include <wx/app.h>
+#include <wx/aui/dockart.h>
+#include <wx/aui/framemanager.h>
+#include <wx/filename.h>
+#include <wx/settings.h>
+#include <wx/statusbr.h>
+#include <wx/stdpaths.h>
+#include <wx/translation.h>
+#include <wx/utils.h>
+
+#include "orvcore/facade/interface.h"
+#include "orvgui/common/icons.h"
+#include "orvgui/common/opencverrors.h"
+#include "orvgui/pages/orvviewerpanel.h"
+#include "orvgui/pages/pagefactory.h"
+#include "orvgui/shell/commandregistry.h"
+#include "orvgui/shell/filepanel.h"
+#include "orvgui/shell/filterspanel.h"
+#include "orvgui/shell/help.h"
+#include "orvgui/shell/logpanel.h"
+#include "orvgui/shell/projectgui.h"
+#include "orvgui/viewer/windowproperties.h"
+#include "zorbase/files.h"
+#include "zorbase/text.h"
+
+namespace {
+
+constexpr int kPaneMinWidth = 200;
+constexpr int kFiltersWidth = 270;
+constexpr int kProjectHeight = 170;
+constexpr int kCaptionHeight = 24;
+
+}  // namespace
+
+OrvMainFrame::OrvMainFrame(OrvInterface* core, const AppVersion& version, const wxString& title)
+    : wxFrame(nullptr, wxID_ANY, wxGetTranslation(title), wxDefaultPosition, wxSize(1024, 768),
+              wxDEFAULT_FRAME_STYLE),
+      m_core(core),
+      m_progressStartTimer(this),
+      m_progressUpdateTimer(this),
+      m_version(version),
+      m_helpNode(std::make_unique<OrvHelpNode>("Main Window", wxString())) {
+    m_layoutPath = PathToWx(GetAppDocumentsPath()) + wxFileName::GetPathSeparator() + "settings" +
+                   wxFileName::GetPathSeparator() + "layout.zol";
+    m_baseTitle = GetTitle();
+    OrvGuiCommandRegistry::Init();
+    m_auiManager = std::make_unique<wxAuiManager>(this, wxAUI_MGR_DEFAULT);
+    ConfigureDockArt();
+    InstallOpenCvErrorHandler();
+    GetInterface()->SetProgressHandler(this);
+    m_windowProperties = std::make_unique<WindowProperties>();
+    SetIcons(LoadMainIcon());
+    CreateMenuBar();
+    CreateStatusBar();
+    ConfigureStatusBar();
+    CreatePanes();
+    LoadLayout();
+    m_auiManager->Update();
+    BindEvents();
+    SetAcceleratorTable(OrvGuiCommandRegistry::GetAcceleratorTableGlobal());
+    UpdateTitle();
+    // The keyboard starts in the tree, where every shortcut works; a text field would keep some of them.
+    m_filtersPanel->GetTree()->SetFocus();
+}
+
+OrvMainFrame::~OrvMainFrame() {
+    SaveLayout();
+    // From here on no event of the core has anybody to show it to.
+    m_core->SetProgressHandler(nullptr);
+    m_progressStartTimer.Stop();
+    m_progressUpdateTimer.Stop();
+    m_auiManager->UnInit();
+    m_auiManager.reset();
+    DestroyChildren();
+    m_windowProperties.reset();
+    m_core.reset();
+    m_helpNode.reset();
+    m_columnWidths.clear();
+}
+
+void OrvMainFrame::CreateStatusBar() {
+    SetStatusBar(new wxStatusBar(this, wxID_ANY, wxSTB_DEFAULT_STYLE, wxASCII_STR(wxStatusBarNameStr)));
+}
+
+void OrvMainFrame::ConfigureStatusBar() {
+    const int widths[] = {-3, -4, -3, 70};  // pixels where positive, shares of the rest where negative
+    const int styles[] = {wxSB_FLAT, wxSB_FLAT, wxSB_FLAT, wxSB_FLAT};
+    GetStatusBar()->SetFieldsCount(4, widths);
+    GetStatusBar()->SetStatusStyles(4, styles);
+    SetStatusBarPane(static_cast<int>(OrvStatusField::Activity));
+    // The log is for the rare day: its window collects from the start and stays out of sight until the status bar
+    // is double-clicked.
+    m_logFrame = new wxFrame(this, wxID_ANY, _("Log"), wxDefaultPosition, wxSize(640, 300),
+                             wxDEFAULT_FRAME_STYLE | wxFRAME_FLOAT_ON_PARENT);
+    new LogPanel(m_logFrame);
+    m_logFrame->Bind(wxEVT_CLOSE_WINDOW, [this](wxCloseEvent&) { m_logFrame->Hide(); });
+    GetStatusBar()->Bind(wxEVT_LEFT_DCLICK, [this](wxMouseEvent&) {
+        m_logFrame->Show();
+        m_logFrame->Raise();
+    });
+}
+
+void OrvMainFrame::ConfigureDockArt() {
+    wxAuiDockArt* art = m_auiManager->GetArtProvider();
+    const wxColour plain = wxSystemSettings::GetColour(wxSYS_COLOUR_BTNFACE);
+    const wxColour text = wxSystemSettings::GetColour(wxSYS_COLOUR_BTNTEXT);
+    art->SetMetric(wxAUI_DOCKART_GRADIENT_TYPE, wxAUI_GRADIENT_NONE);
+    art->SetMetric(wxAUI_DOCKART_CAPTION_SIZE, kCaptionHeight);
+    art->SetMetric(wxAUI_DOCKART_SASH_SIZE, 4);
+    for (int colour : {wxAUI_DOCKART_ACTIVE_CAPTION_COLOUR, wxAUI_DOCKART_INACTIVE_CAPTION_COLOUR,
+                       wxAUI_DOCKART_BACKGROUND_COLOUR, wxAUI_DOCKART_SASH_COLOUR}) {
+        art->SetColour(colour, plain);
+    }
+    art->SetColour(wxAUI_DOCKART_ACTIVE_CAPTION_TEXT_COLOUR, text);
+    art->SetColour(wxAUI_DOCKART_INACTIVE_CAPTION_TEXT_COLOUR, text);
+    art->SetFont(wxAUI_DOCKART_CAPTION_FONT, GetFont().Bold());
+}
+
+wxAuiPaneInfo OrvMainFrame::PaneInfo(const wxString& name) {
+    return wxAuiPaneInfo()
+        .Name(name)
+        .Caption(wxGetTranslation(name))
+        .MinSize(kPaneMinWidth, -1)
+        .Floatable(false);
+}
+
+void OrvMainFrame::CreatePanes() {
+    m_evidencePanel = new FilePanel(this, OrvEvidence);
+    m_referencePanel = new FilePanel(this, OrvReference);
+    m_viewerPanel = new OrvViewerPanel(this);
+    RegisterPageFactory(*GetContext());
+    m_filtersPanel = new OrvFiltersPanel(this, m_viewerPanel);
+    m_filtersPanel->InitTreebook();
+    m_projectTree = new OrvProjectGui(this);
+
+    const wxSize fileSize(-1, m_evidencePanel->GetBestSize().y);
+    m_auiManager->AddPane(m_evidencePanel, PaneInfo(wxTRANSLATE("Evidence"))
+                                               .Top()
+                                               .Position(0)
+                                               .CaptionVisible(false)
+                                               .PaneBorder(false)
+                                               .BestSize(fileSize));
+    m_auiManager->AddPane(m_referencePanel, PaneInfo(wxTRANSLATE("Reference"))
+                                                .Top()
+                                                .Position(1)
+                                                .CaptionVisible(false)
+                                                .PaneBorder(false)
+                                                .BestSize(fileSize));
+    wxAuiPaneInfo filters = PaneInfo(wxTRANSLATE("Filters")).Left().Position(0).CloseButton(false);
+    m_auiManager->AddPane(m_filtersPanel, filters.BestSize(kFiltersWidth, -1));
+    m_auiManager->AddPane(m_viewerPanel, PaneInfo(wxTRANSLATE("Viewer"))
+                                             .CentrePane()
+                                             .PaneBorder(false)
+                                             .CaptionVisible(false)
+                                             .CloseButton(false));
+    wxAuiPaneInfo project = PaneInfo(wxTRANSLATE("Project")).Left().Position(1).CloseButton(false);
+    m_auiManager->AddPane(m_projectTree, project.BestSize(kFiltersWidth, kProjectHeight));
+    // The tree gets three quarters of the height that it shares with the project.
+    m_auiManager->GetPane(m_filtersPanel).dock_proportion =
+        3 * m_auiManager->GetPane(m_projectTree).dock_proportion;
+}
+
+void OrvMainFrame::OnCloseEvent(wxCloseEvent& event) {
+    OnCloseWindow(event);
+    if (!m_restartScheduled) return;
+    const wxString program = wxStandardPaths::Get().GetExecutablePath();
+    const wxCharBuffer path = program.fn_str();
+    const char* const arguments[] = {path.data(), nullptr};
+    wxExecute(arguments, wxEXEC_ASYNC);
+}
+
+void OrvMainFrame::SetZoom(double zoom) {
+    m_windowProperties->zoom = zoom;
+}
+
+void OrvMainFrame::ChangePage(OrvFilterGui* page, int configuration) {
+    m_filtersPanel->ChangePage(page, configuration);
+}
+
+void OrvMainFrame::SelectFirstItem() {
+    m_filtersPanel->SelectFirstItem();
+}
+
+void OrvMainFrame::SetStatusField(OrvStatusField field, const wxString& text) {
+    const int index = static_cast<int>(field);
+    if (GetStatusBar() && GetStatusBar()->GetStatusText(index) != text)
+        GetStatusBar()->SetStatusText(text, index);
+}
+
+OrvMainFrame* GetMainFrame() {
+    return wxTheApp ? dynamic_cast<OrvMainFrame*>(wxTheApp->GetTopWindow()) : nullptr;
+}

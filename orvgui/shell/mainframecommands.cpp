@@ -1,0 +1,218 @@
+// The part of the main window that turns menu and tool commands into requests to the core.
+
+#include <wx/arrstr.h>
+#include <wx/filename.h>
+#include <wx/translation.h>
+
+#include "orvcore/facade/interface.h"
+#include "orvgui/common/fileselectors.h"
+#include "orvgui/common/icons.h"
+#include "orvgui/common/licencecheck.h"
+#include "orvgui/common/messagebox.h"
+#include "orvgui/common/webconsent.h"
+#include "orvgui/dialogs/optionsgui.h"
+#include "orvgui/dialogs/tooldialog.h"
+#include "orvgui/pages/filtergui.h"
+#include "orvgui/shell/commandregistry.h"
+#include "orvgui/shell/filepanel.h"
+#include "orvgui/shell/filterspanel.h"
+#include "orvgui/shell/frametexts.h"
+#include "orvgui/shell/mainframe.h"
+#include "orvgui/shell/projectgui.h"
+#include "zorbase/files.h"
+#include "zorbase/gui/aboutdialog.h"
+#include "zorbase/gui/shell.h"
+#include "zorbase/gui/updatecheck.h"
+#include "zorbase/text.h"
+
+namespace {
+
+// The labels of a chooser's filter ("label|pattern|label|pattern") in the user's language.
+wxString TranslateFilterLabels(const wxString& filter) {
+    wxArrayString parts = wxSplit(filter, '|', '\0');
+    for (std::size_t i = 0; i < parts.size(); i += 2)
+        if (!parts[i].empty()) parts[i] = wxGetTranslation(parts[i]);
+    return wxJoin(parts, '|', '\0');
+}
+
+VecParameter FolderParameter(const wxString& folder) {
+    return {Parameter::Path(ParameterType::Folder, "folder", "Folder", PathFromWx(folder))};
+}
+
+}  // namespace
+
+void OrvMainFrame::OnMenuFileOpen(wxCommandEvent& event) {
+    GetFilePanel(event.GetId() == OrvCmdOpenEvidence ? OrvEvidence : OrvReference)->Browse();
+}
+
+void OrvMainFrame::OnMenuFileNewProject(wxCommandEvent&) {
+    m_core->NewProject();
+}
+
+void OrvMainFrame::OnMenuFileOpenProject(wxCommandEvent&) {
+    const wxString filter = wxString::Format(_("%s Project file (*.zop)|*.zop|All files (*.*)|*.*"),
+                                             ToWx(m_version.GetAppName()));
+    const wxString path = OrvFileLoadSelector(_("Choose a project to load"), wxString(), filter);
+    if (!path.empty()) m_core->LoadProject(path);
+}
+
+void OrvMainFrame::OnMenuFileSaveProject(wxCommandEvent& event) {
+    const wxString path = m_core->GetProject().GetFilename();
+    if (path.empty()) return OnMenuFileSaveProjectAs(event);
+    m_core->SaveProject(path);
+}
+
+void OrvMainFrame::OnMenuFileSaveProjectAs(wxCommandEvent&) {
+    const wxString name =
+        ProposeProjectName(m_core->GetProject().GetFilename(), m_core->GetFilename(OrvEvidence));
+    const wxString path = OrvFileSaveSelector(
+        _("Choose a file to save"), name, _("Zorvex Orvane Project file (*.zop)|*.zop|All files (*.*)|*.*"));
+    if (!path.empty()) m_core->SaveProject(path);
+}
+
+void OrvMainFrame::OnMenuFileSaveResultAs(wxCommandEvent&) {
+    if (!CheckLicence(kTrialRefusesCommand, this)) return;
+    const wxString path = OrvFileSaveSelector(_("Select a file to save to..."), m_core->GetExportFilename(),
+                                              TranslateFilterLabels(m_core->GetFilterFileSelectorString()));
+    if (path.empty()) return;
+    OrvFilter* filter = m_core->GetActiveFilter();
+    if (filter && (m_core->HasFile(OrvEvidence) || m_core->HasFile(OrvReference))) {
+        if (auto* page = dynamic_cast<OrvFilterGui*>(filter->GetAnalsyisFilterGui())) {
+            const Image& image = page->GetDisplayedImage();
+            if (image.IsValid()) m_core->SetImageToSave(image);
+        }
+    }
+    m_core->SaveFilterResult(path);
+}
+
+void OrvMainFrame::OnMenuFileExtractFromPdf(wxCommandEvent&) {
+    const wxString path = OrvFileLoadSelector(_("Please select a PDF file to extract images from"),
+                                              wxString(), _("PDF Files (*.pdf*)|*.pdf*"));
+    if (path.empty()) return;
+    const std::unique_ptr<OrvToolDialog> dialog(
+        CreatePdfSettingsDialog(this, _("Extract Embedded Images From PDF")));
+    if (dialog->ShowModal() == wxID_OK) m_core->DumpImagesFromPdf(path, dialog->GetParameters());
+}
+
+void OrvMainFrame::OnMenuFileDumpEmbeddedJpgs(wxCommandEvent&) {
+    const wxString path = OrvFileLoadSelector(_("Please select a file to extract images from"), wxString(),
+                                              _("All Files (*.*)|*.*"));
+    if (!path.empty()) m_core->DumpEmbeddedJpgs(path);
+}
+
+void OrvMainFrame::OnMenuFileGenerateReport(wxCommandEvent&) {
+    m_core->GenerateReport();
+}
+
+void OrvMainFrame::OnMenuFileExit(wxCommandEvent&) {
+    Close();
+}
+
+void OrvMainFrame::OnMenuViewProgramOptions(wxCommandEvent&) {
+    {
+        OrvOptionsGui dialog(this, m_core->GetProgramOptions());
+        dialog.ShowModal();
+    }
+    m_filtersPanel->InitTreebook();
+}
+
+void OrvMainFrame::OnMenuHelpAbout(wxCommandEvent&) {
+    bool restart = false;
+    CreateAboutDialog(this, m_version, GetIcon(), restart);
+    if (!restart) return;
+    ScheduleRestart();
+    wxCloseEvent close(wxEVT_CLOSE_WINDOW, GetId());
+    close.SetEventObject(this);
+    OnCloseEvent(close);
+}
+
+void OrvMainFrame::OnMenuHelpCheckForUpdates(wxCommandEvent&) {
+    CheckForUpdates(this, ToWx(m_version.GetUpdateAddress()), ToWx(m_version.GetChangesFile()),
+                    ToWx(m_version.GetLastVersionFile()), ToWx(m_version.GetAppName()),
+                    ToWx(m_version.GetRevision()), m_version.ShouldAllowDownloadOfUpdates());
+}
+
+void OrvMainFrame::OnMenuHelpOpenSamplesFolder(wxCommandEvent&) {
+    const std::string folder = PathJoin(GetAppDocumentsPath(), "samples");
+    if (FolderExists(folder) && OpenFileExplorer(PathToWx(folder))) return;
+    OrvMessageBox(wxString::Format(_("The folder cannot be opened:\n%s"), ToWx(folder)), _("Error"),
+                  wxOK | wxICON_ERROR, this);
+}
+
+void OrvMainFrame::OnMenuHelpProgramReferenceManual(wxCommandEvent&) {
+    const wxChar separator = wxFileName::GetPathSeparator();
+    const wxString path =
+        PathToWx(GetAppDataPath()) + separator + "docs" + separator + "en" + separator + "orvane.pdf";
+    // The explorer would show the folder only; the manual is to be read.
+    if (!wxFileName::FileExists(path) || !LaunchDefaultBrowserLocalFile(path)) {
+        OrvMessageBox(wxString::Format(_("The manual cannot be opened:\n%s"), path), _("Error"),
+                      wxOK | wxICON_ERROR, this);
+    }
+}
+
+void OrvMainFrame::OnToolAddBookmark(wxCommandEvent&) {
+    if (m_projectTree) m_projectTree->AddBookmark();
+}
+
+void OrvMainFrame::RunToolDialog(OrvToolDialog* dialog, ToolKind kind, const wxString& name) {
+    const std::unique_ptr<OrvToolDialog> owned(dialog);
+    if (dialog->ShowModal() != wxID_OK) return;
+    const VecParameter parameters = dialog->GetParameters();
+    const OrvActionId action = ActionOfTool(kind, parameters);
+    if (AskBeforeSending(this, *m_core, action, parameters))
+        m_core->CallGenericAction(action, name, parameters);
+}
+
+void OrvMainFrame::OnCommandRequested(wxCommandEvent& event) {
+    const int id = event.GetId();
+    const wxString name = OrvGuiCommandRegistry::GetCommandName(id);
+    const wxString translated = name.empty() ? name : wxGetTranslation(name);
+    if (id != OrvCmdBatchAnalysis && !m_core->HasFile(OrvEvidence)) {
+        OrvMessageBox(_("You need to load an evidence image first."), wxString(), wxOK, this);
+        return;
+    }
+    const wxString evidenceFolder = wxPathOnly(m_core->GetFilename(OrvEvidence));
+    switch (id) {
+        case OrvCmdBatchProcessing:
+            return RunToolDialog(CreateBatchProcessingDialog(this, name), ToolKind::BatchProcessing,
+                                 translated);
+        case OrvCmdCameraSearch:
+        case OrvCmdCameraForensics:
+            if (evidenceFolder.empty()) {
+                OrvMessageBox(_("No Image Loaded"), wxString(), wxOK, this);
+                return;
+            }
+            if (id == OrvCmdCameraSearch)
+                return RunToolDialog(CreateFlickrSettingsDialog(this, translated), ToolKind::CameraSearch,
+                                     translated);
+            return RunToolDialog(CreateCameraForensicsDialog(this, name), ToolKind::CameraForensics,
+                                 translated);
+        case OrvCmdWebSearch:
+            return RunToolDialog(CreateWebSearchDialog(this, translated), ToolKind::WebSearch, translated);
+        case OrvCmdShowLocation:
+            m_core->CallGenericAction(OrvActionShowLocation, translated, VecParameter());
+            return;
+        case OrvCmdBatchAnalysis: {
+            wxString folder = evidenceFolder;
+            if (folder.empty()) {
+                folder = OrvDirSelector(_("Select the directory where the images to analyze are located"));
+            }
+            if (!folder.empty())
+                m_core->CallGenericAction(OrvActionBatchAnalysis, translated, FolderParameter(folder));
+            return;
+        }
+        case OrvCmdBatchComparison: {
+            wxString folder = wxPathOnly(m_core->GetFilename(OrvReference));
+            if (folder.empty()) {
+                folder = OrvDirSelector(
+                    _("Select the directory where the images to compare with the evidence are located"),
+                    wxString(), _("Batch Comparison"));
+            }
+            if (!folder.empty())
+                m_core->CallGenericAction(OrvActionBatchComparison, translated, FolderParameter(folder));
+            return;
+        }
+        default:
+            wxFAIL_MSG("false");
+    }
+}

@@ -1,0 +1,303 @@
+// The part of the main window that shows what the core tells. Every event handled here is acknowledged with PostResponse, which lets
+// the core go on; where a handler returns without it, the core's own rule for that event applies.
+
+#include <wx/translation.h>
+#include <wx/utils.h>
+
+#include "orvcore/facade/interface.h"
+#include "orvcore/tools/web/webparameters.h"
+#include "orvgui/common/messagebox.h"
+#include "orvgui/common/webconsent.h"
+#include "orvgui/pages/filtergui.h"
+#include "orvgui/pages/orvviewerpanel.h"
+#include "orvgui/shell/commandregistry.h"
+#include "orvgui/shell/filepanel.h"
+#include "orvgui/shell/filterspanel.h"
+#include "orvgui/shell/frametexts.h"
+#include "orvgui/shell/mainframe.h"
+#include "orvgui/shell/projectgui.h"
+#include "orvgui/tables/gridframe.h"
+#include "zorbase/gui/mapview.h"
+#include "zorbase/gui/shell.h"
+#include "zorbase/progress.h"
+#include "zorbase/text.h"
+
+namespace {
+
+OrvFilterGui* PageOf(const OrvCommandEvent& event) {
+    return dynamic_cast<OrvFilterGui*>(event.GetPage());
+}
+
+bool HasFirst(const VecParameter& parameters) {
+    return !parameters.empty() && parameters[0].IsSet();
+}
+
+wxString FirstText(const OrvCommandEvent& event) {
+    const VecParameter& parameters = event.GetParameters();
+    return HasFirst(parameters) ? ToWx(parameters[0].Get<std::string>()) : wxString();
+}
+
+// The table itself, taken from the event: copying a large one would be felt.
+ListCtrlView::Source TakeFirstTable(OrvCommandEvent& event) {
+    const auto parameters = std::make_shared<const VecParameter>(event.TakeParameters());
+    if (!HasFirst(*parameters)) return std::make_shared<const TableString>();
+    return {parameters, &(*parameters)[0].Get<TableString>()};
+}
+
+// One page per site that was searched.
+void OpenAddresses(const VecParameter& parameters) {
+    for (const Parameter& parameter : parameters) {
+        const std::string address = parameter.GetValueAsString();
+        if (!address.empty() && parameter.Name() != kWebResultIncomplete) LaunchWebAddress(ToWx(address));
+    }
+}
+
+// Asked only now that there is a place to be sent.
+void ShowLocation(const OrvCommandEvent& event, OrvInterface& core, wxWindow* parent) {
+    const MapPosition position = ParseMapPosition(FirstText(event));
+    const MapView map(position.latitude, position.longitude);
+    if (event.GetError() != 0 || !map.IsValid()) {
+        const wxString message = event.GetMessage();
+        OrvMessageBox(message.empty() ? wxString(_("The image names no location.")) : message, _("Error"),
+                      wxOK, parent);
+    } else if (AskBeforeSending(parent, core, OrvActionShowLocation, event.GetParameters()) &&
+               !map.ShowOnMap()) {
+        OrvMessageBox(
+            wxString::Format(_("The browser cannot be opened. The address is:\n%s"), map.GetAddress()),
+            _("Error"), wxOK | wxICON_ERROR, parent);
+    }
+}
+
+// What a search could not do although it found something.
+void TellIncomplete(const OrvCommandEvent& event, wxWindow* parent) {
+    const Parameter* problem = event.GetParameters().Find(kWebResultIncomplete);
+    if (problem != nullptr) OrvMessageBox(ToWx(problem->GetValueAsString()), wxString(), wxOK, parent);
+}
+
+// The command whose label names an action's result.
+int CommandOfAction(int action) {
+    switch (action) {
+        case OrvActionBatchProcessing:
+            return OrvCmdBatchProcessing;
+        case OrvActionBatchAnalysis:
+            return OrvCmdBatchAnalysis;
+        case OrvActionBatchComparison:
+            return OrvCmdBatchComparison;
+        case OrvActionCameraForensics:
+            return OrvCmdCameraForensics;
+        default:
+            return OrvCmdCameraSearch;
+    }
+}
+
+}  // namespace
+
+void OrvMainFrame::RefreshFilePanels() {
+    m_evidencePanel->SetImage();
+    m_referencePanel->SetImage();
+}
+
+void OrvMainFrame::OnConfigureStarted(OrvCommandEvent& event) {
+    if (acvProgressRunning2()) return;
+    if (OrvFilterGui* page = PageOf(event)) {
+        ChangePage(page, page->GetFilter()->GetActiveConfiguration());
+        SetStatusField(OrvStatusField::Activity, wxGetTranslation(page->GetFilter()->GetName()));
+    }
+    RefreshFilePanels();
+    CreateProgress();
+}
+
+void OrvMainFrame::OnConfigureCompleted(OrvCommandEvent& event) {
+    if (acvProgressRunning2()) return;
+    DestroyProgress();
+    if (m_progressStartTimer.IsRunning()) return;
+    OrvFilterGui* page = PageOf(event);
+    if (!m_exitScheduled) {
+        if (page) {
+            page->UpdateGui();
+            page->RefreshViewerPanel();
+        }
+        RefreshShownSummary(page);
+        m_filtersPanel->UpdateTreebook(false);
+        RefreshPictureStatus();
+        RefreshFilePanels();  // a result may have made a cache folder
+    }
+    m_core->PostResponse();
+    if (!m_exitScheduled && page) ChangePage(page, page->GetFilter()->GetActiveConfiguration());
+    UpdateTitle();
+}
+
+void OrvMainFrame::OnConfigureInterrupted(OrvCommandEvent& event) {
+    if (acvProgressRunning2()) return;
+    OrvFilterGui* page = PageOf(event);
+    const wxString message = page ? page->GetFilter()->GetErrorMessage() : event.GetString();
+    if (!message.empty()) OrvMessageBox(message, _("Error"), wxOK, this);
+    if (page) page->UpdateGui();
+    RefreshShownSummary(page);
+    m_filtersPanel->UpdateTreebook(false);
+    RefreshPictureStatus();
+    m_core->PostResponse();
+}
+
+void OrvMainFrame::OnActionCompleted(OrvCommandEvent& event) {
+    RefreshFilePanels();
+    RefreshPictureStatus();
+    DestroyProgress();
+    const int error = static_cast<int>(event.GetExtraLong());
+    if (OrvFilterGui* page = PageOf(event))
+        page->UpdateAfterAction(event.GetInt(), error, event.GetParameters());
+    if (error != 0) {
+        DestroyProgress();
+        OrvMessageBox(event.GetString(), _("Error"), wxOK, this);
+    }
+    m_core->PostResponse();
+    UpdateTitle();
+}
+
+void OrvMainFrame::OnCommandDeleteCache(OrvCommandEvent&) {
+    m_core->PostResponse();
+    m_filtersPanel->UpdateTreebook(true);
+    RefreshFilePanels();
+}
+
+void OrvMainFrame::OnCommandReprocessCurrent(OrvCommandEvent&) {
+    m_core->PostResponse();
+    m_filtersPanel->UpdateTreebook(false);
+}
+
+void OrvMainFrame::OnCommandDumpEmbeddedJpgs(OrvCommandEvent& event) {
+    DestroyProgress();
+    const wxString& folder = event.GetString();
+    wxString message = _("No embedded images found in file");
+    m_core->PostResponse();
+    if (!folder.empty()) message = wxString::Format(_("Embedded images saved in folder %s"), folder);
+    if (!event.GetMessage().empty()) message = event.GetMessage();  // copied files
+    OrvMessageBox(message, wxString(), wxOK, this);
+}
+
+void OrvMainFrame::OnCommandAddBookmark(OrvCommandEvent&) {
+    DestroyProgress();
+    if (m_projectTree) m_projectTree->RefreshProject();
+    UpdateTitle();
+    m_core->PostResponse();
+}
+
+void OrvMainFrame::OnCommandLoadProject(OrvCommandEvent&) {
+    RefreshFilePanels();
+    RefreshPictureStatus();
+    UpdateTitle();
+    m_core->PostResponse();
+    if (!m_projectTree) return;
+    m_projectTree->RefreshProject();
+    m_projectTree->SelectFirstBookmark();
+}
+
+void OrvMainFrame::OnCommandSaveProject(OrvCommandEvent&) {
+    DestroyProgress();
+    m_core->PostResponse();
+    UpdateTitle();
+}
+
+void OrvMainFrame::OnCommandGenerateReport(OrvCommandEvent& event) {
+    DestroyProgress();
+    m_core->PostResponse();
+    UpdateTitle();
+    if (m_exitScheduled) return;
+    // A report runs filters of which the window was not told one by one.
+    m_filtersPanel->UpdateTreebook(true);
+    RefreshShownSummary(nullptr);
+    // A report that is not to be opened comes as a message, which stands in for the string that is missing.
+    const wxString& report = event.GetString();
+    const wxString message = event.GetMessage();
+    if (!message.empty() && (report.empty() || report == message)) {
+        TellWhereReportIs(message);
+    } else if (!report.empty() && !LaunchDefaultBrowserLocalFile(report)) {
+        TellWhereReportIs(report);
+    }
+}
+
+void OrvMainFrame::OnCommandExit(OrvCommandEvent&) {
+    Close(false);
+}
+
+void OrvMainFrame::ShowTable(OrvCommandEvent& event, bool withThumbnails) {
+    const ListCtrlView::Source table = TakeFirstTable(event);
+    std::vector<Image> thumbnails;
+    if (withThumbnails) {
+        thumbnails = GetContext()->GetThumbnails();
+        GetContext()->ClearThumbnails();
+    }
+    if (event.GetError() != 0 || table->size() < 2) {
+        const wxString message = event.GetMessage();
+        OrvMessageBox(message.empty() ? wxString(_("No Image Found")) : message,
+                      event.GetError() != 0 ? wxString(_("Error")) : wxString(), wxOK, this);
+        return;
+    }
+    const auto type = withThumbnails ? GridFrame::Batch : GridFrame::Web;
+    const wxString title = OrvGuiCommandRegistry::GetLabel(CommandOfAction(event.GetActionId()));
+    (new GridFrame(this, title, table, type, 0, thumbnails))->Show();
+    TellIncomplete(event, this);
+}
+
+void OrvMainFrame::OnCommandExecuted(OrvCommandEvent& event) {
+    DestroyProgress();
+    switch (event.GetActionId()) {
+        case OrvActionSearchFlickr:
+        case OrvActionSearchGoogle:
+        case OrvActionCameraForensics:
+            ShowTable(event, false);
+            break;
+        case OrvActionBatchProcessing:
+        case OrvActionBatchAnalysis:
+        case OrvActionBatchComparison:
+            ShowTable(event, true);
+            break;
+        case OrvActionShowLocation:
+            if (!m_exitScheduled) ShowLocation(event, *m_core, this);
+            break;
+        case OrvActionDownload:
+            OrvMessageBox(event.GetError() == 0 ? wxString(_("Download Completed")) : event.GetMessage(),
+                          event.GetError() == 0 ? wxString() : wxString(_("Error")), wxOK, this);
+            break;
+        case OrvActionWebSearch: {
+            m_filtersPanel->UpdateTreebook(false);
+            if (event.GetError() != 0) {
+                OrvMessageBox(event.GetMessage(), _("Error"), wxOK, this);
+            } else if (!m_exitScheduled) {
+                OpenAddresses(event.GetParameters());
+                TellIncomplete(event, this);
+            }
+            break;
+        }
+        case 9:
+        case 10:
+        case 11:
+            break;
+        default:
+            wxFAIL_MSG("false");
+    }
+    m_core->PostResponse();
+    if (m_exitScheduled) Close();
+}
+
+void OrvMainFrame::OnFileList(wxThreadEvent& event) {
+    GetFilePanel(event.GetInt() == OrvEvidence ? OrvEvidence : OrvReference)->SetImage();
+}
+
+// What the summary gathers changes with every filter's result, not with its own.
+void OrvMainFrame::RefreshShownSummary(const OrvFilterGui* refreshed) {
+    OrvFilterGui* shown = m_viewerPanel->GetShownPage();
+    if (shown == nullptr || shown == refreshed || !m_viewerPanel->IsPageBuilt(shown)) return;
+    if (shown->GetFilter()->GetPageKind() == OrvPageKind::Summary) shown->UpdateGui();
+}
+
+void OrvMainFrame::TellWhereReportIs(const wxString& path) {
+    OrvMessageBox(wxString::Format(_("The report was written to:\n%s"), ToWx(PathFromWx(path))), wxString(),
+                  wxOK, this);
+}
+
+// Called while the core waits for an acknowledgement only: a header is read under the lock that decoding holds.
+void OrvMainFrame::RefreshPictureStatus() {
+    const OrvFilePtr file = m_core->GetFile(OrvEvidence);
+    SetStatusField(OrvStatusField::Picture, file ? MakePictureText(*file) : wxString());
+}

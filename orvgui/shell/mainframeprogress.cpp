@@ -1,0 +1,61 @@
+// The part of the main window that shows how far the core is.
+
+#include <wx/translation.h>
+
+#include "orvcore/facade/interface.h"
+#include "orvgui/common/progressdialog.h"
+#include "orvgui/shell/frametexts.h"
+#include "orvgui/shell/mainframe.h"
+#include "zorbase/progress.h"
+
+namespace {
+
+constexpr int kProgressDelayMs = 500;  // what ends sooner shows no dialog
+constexpr int kProgressPollMs = 100;
+
+}  // namespace
+
+void OrvMainFrame::CreateProgress() {
+    if (!m_progressStartTimer.IsRunning()) m_progressStartTimer.StartOnce(kProgressDelayMs);
+}
+
+void OrvMainFrame::OnTimerProgressStart(wxTimerEvent&) {
+    if (m_progressDialog) return;
+    // The progress dialog disables every other window; one that waits for the user's answer would wait for ever.
+    if (m_openDialogs.IsAny()) {
+        m_progressStartTimer.StartOnce(kProgressDelayMs);
+        return;
+    }
+    m_progressDialog =
+        new OrvProgressDialog(_("Processing"), _("Processing"), 100, this,
+                              wxPD_CAN_ABORT | wxPD_APP_MODAL | wxPD_AUTO_HIDE | wxPD_ELAPSED_TIME);
+    m_progressDialog->CentreOnParent(wxBOTH);
+    m_progressDialog->Show();
+    m_progressUpdateTimer.Start(kProgressPollMs);
+}
+
+void OrvMainFrame::OnTimerProgressUpdate(wxTimerEvent&) {
+    // Update and Pulse run timers themselves.
+    if (!m_progressDialog || m_isUpdatingProgress) return;
+    m_isUpdatingProgress = true;
+    const ProgressView view = MakeProgressView(ReadProgressState());
+    SetStatusField(OrvStatusField::Activity, view.message.BeforeFirst('\n'));
+    const bool goOn = view.value < 1 ? m_progressDialog->Pulse(view.message)
+                                     : m_progressDialog->Update(view.value, view.message);
+    if (!goOn) m_core->AbortProcessing();
+    m_isUpdatingProgress = false;
+}
+
+void OrvMainFrame::DestroyProgress() {
+    if (acvProgressRunning2()) return;
+    m_progressStartTimer.Stop();
+    m_progressUpdateTimer.Stop();
+    SetStatusField(OrvStatusField::Activity, wxString());
+    if (!m_progressDialog) return;
+    m_progressDialog->Destroy();
+    m_progressDialog = nullptr;
+}
+
+bool OrvMainFrame::HasProgress() {
+    return m_progressStartTimer.IsRunning();
+}

@@ -1,0 +1,185 @@
+#include <wx/dcbuffer.h>
+#include <wx/dcclient.h>
+#include <wx/graphics.h>
+#include <wx/pen.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "orvcore/facade/context.h"
+#include "orvgui/viewer/canvas.h"
+
+namespace {
+
+struct BorderTools {
+    wxPen pen{wxColour(128, 128, 128, 255), 0, wxPENSTYLE_TRANSPARENT};
+    wxBrush brush{wxColour(200, 200, 200, 255), wxBRUSHSTYLE_SOLID};
+};
+
+// Made on first use and kept to the end: the toolkit may be gone before static objects are.
+const BorderTools& GetBorderTools() {
+    static const auto* tools = new BorderTools;
+    return *tools;
+}
+
+const BorderTools& GetCorrectionTools() {
+    static const auto* tools = new BorderTools;
+    return *tools;
+}
+
+void UseTools(wxDC& dc, const BorderTools& tools) {
+    dc.SetPen(tools.pen);
+    dc.SetBrush(tools.brush);
+}
+
+wxString NoDataMessage() {
+    const OrvContext* context = GetContext();
+    return context ? wxGetTranslation(context->GetNoDataAvailableMessage()) : wxString();
+}
+
+}  // namespace
+
+void Canvas::OnPaint(wxPaintEvent& event) {
+    auto* canvas = dynamic_cast<Canvas*>(event.GetEventObject());
+    if (canvas == nullptr) return;
+    wxBufferedPaintDC dc(canvas, canvas->m_spareBitmap, wxBUFFER_CLIENT_AREA);
+    canvas->DoPrepareDC(dc);
+    canvas->Draw(dc);
+}
+
+void Canvas::Draw(wxDC& dc) {
+    wxSize area = GetClientSize();
+    if (GetParent() != nullptr) area = GetParent()->GetClientSize();
+    WindowProperties* shared = GetSharedWindowProperties();
+    if (!HasImage()) {
+        DrawMessage(dc, area.x, area.y);
+        return;
+    }
+    if (shared == nullptr) return;
+    // The offset is shared: where this image is smaller than the one it was made for, a strip would stay unpainted.
+    UseTools(dc, GetBorderTools());
+    const wxSize client = GetClientSize();
+    const wxPoint origin = dc.GetDeviceOrigin();
+    const IntRect covered = m_properties->GetPyramid()->PaintedPart(
+        shared->zoom, shared->offset, {-origin.x, -origin.y}, {0, 0, client.x, client.y});
+    if (covered.width < client.x || covered.height < client.y) {
+        dc.DrawRectangle(-origin.x, -origin.y, client.x, client.y);
+    }
+    DrawBorders(&dc, area.x, area.y);
+    if (shared->zoom > 0.0) {
+        PaintImage(dc, *shared);
+        if (m_drawRectEnabled) DrawSpecialRectangle(&dc, m_drawRect);
+    }
+}
+
+void Canvas::PaintImage(wxDC& dc, const WindowProperties& shared) {
+    const wxSize client = GetClientSize();
+    const wxPoint origin = dc.GetDeviceOrigin();
+    Watch();
+    const DisplayPyramid& pyramid = *m_properties->GetPyramid();
+    const Painted wanted{&pyramid,      pyramid.GetVersion(),   shared.zoom,
+                         shared.offset, {-origin.x, -origin.y}, {client.x, client.y}};
+    if (!(wanted == m_painted)) {
+        m_buffer.Resize(wanted.size);
+        m_paintedPart =
+            pyramid.PaintedPart(wanted.zoom, wanted.offset, wanted.scroll, {0, 0, client.x, client.y});
+        for (const IntRect& part : MissingParts(wanted)) {
+            pyramid.Paint(wanted.zoom, wanted.offset, wanted.scroll, part, m_buffer.Pixels());
+        }
+        m_painted = wanted;
+    }
+    m_buffer.Draw(dc, m_paintedPart);
+}
+
+// What has to be painted anew; what a scroll leaves in sight is moved.
+std::vector<IntRect> Canvas::MissingParts(const Painted& wanted) {
+    const int width = wanted.size.x;
+    const int height = wanted.size.y;
+    Painted moved = m_painted;
+    moved.scroll = wanted.scroll;
+    const long dx = static_cast<long>(wanted.scroll.x) - m_painted.scroll.x;
+    const long dy = static_cast<long>(wanted.scroll.y) - m_painted.scroll.y;
+    if (!(moved == wanted) || std::labs(dx) >= width || std::labs(dy) >= height)
+        return {{0, 0, width, height}};
+    const int x = static_cast<int>(dx);
+    const int y = static_cast<int>(dy);
+    m_buffer.Shift(x, y);
+    const IntRect column{x > 0 ? width - x : 0, 0, std::abs(x), height};
+    const IntRect row{x > 0 ? 0 : -x, y > 0 ? height - y : 0, width - std::abs(x), std::abs(y)};
+    return {column, row};
+}
+
+void Canvas::DrawMessage(wxDC& dc, int width, int height) {
+    if (GetVirtualSize() != wxSize(width, height)) SetVirtualSize(width, height);
+    const wxColour background = GetBackgroundColour();
+    dc.SetPen(wxPen(background, 1, wxPENSTYLE_SOLID));
+    dc.SetBrush(wxBrush(background, wxBRUSHSTYLE_SOLID));
+    if (GetParent() != nullptr) dc.DrawRectangle(0, 0, width, height);
+    dc.SetFont(GetFont());
+    dc.SetTextForeground(*wxBLACK);
+    const wxString message = m_emptyMessage.empty() ? NoDataMessage() : m_emptyMessage;
+    const wxSize text = dc.GetMultiLineTextExtent(message);
+    dc.DrawLabel(message, wxRect((width - text.x) / 2, (height - text.y) / 2, text.x, text.y),
+                 wxALIGN_CENTRE_HORIZONTAL);
+}
+
+void Canvas::DrawBorders(wxDC* dc, int width, int height) {
+    const WindowProperties* shared = GetSharedWindowProperties();
+    if (dc == nullptr || !HasImage() || shared == nullptr) return;
+    UseTools(*dc, GetBorderTools());
+    for (const IntRect& band :
+         BorderBands({width, height}, m_properties->GetPixelSize(), shared->offset, shared->zoom)) {
+        dc->DrawRectangle(band.x, band.y, band.width, band.height);
+    }
+}
+
+void Canvas::CorrectBorders(wxDC* dc) {
+    const WindowProperties* shared = GetSharedWindowProperties();
+    if (dc == nullptr || !HasImage() || shared == nullptr) return;
+    UseTools(*dc, GetCorrectionTools());
+    const IntPair area = GetZoomArea();
+    const int thickness = RoundToInt(shared->zoom + 1.0);
+    if (shared->offset.y == 0) dc->DrawRectangle(0, area.y - 1, area.x, thickness);
+    if (shared->offset.x == 0) dc->DrawRectangle(area.x - 1, 0, thickness, area.y);
+}
+
+void Canvas::DrawSpecialLine(wxDC* dc, double x1, double y1, double x2, double y2) {
+    if (dc == nullptr) return;
+    static const wxDash dashes[] = {2, 2, 2, 2};
+    const wxPoint from(RoundToInt(x1), RoundToInt(y1));
+    const wxPoint to(RoundToInt(x2), RoundToInt(y2));
+    // Smoothed dashes would be grey instead of black and white.
+    wxGraphicsContext* graphics = dc->GetGraphicsContext();
+    const wxAntialiasMode before = graphics ? graphics->GetAntialiasMode() : wxANTIALIAS_DEFAULT;
+    if (graphics) graphics->SetAntialiasMode(wxANTIALIAS_NONE);
+    dc->SetBrush(*wxBLACK_BRUSH);
+    dc->SetPen(wxPen(*wxBLACK, 1, wxPENSTYLE_SOLID));
+    dc->DrawLine(from, to);
+    wxPen dashed(*wxWHITE, 1, wxPENSTYLE_USER_DASH);
+    dashed.SetDashes(4, dashes);
+    dc->SetPen(dashed);
+    dc->DrawLine(from, to);
+    if (graphics) graphics->SetAntialiasMode(before);
+}
+
+// The corners are image points; the lines are one screen pixel wide, so they are drawn at the zoomed place without the scale.
+void Canvas::DrawSpecialRectangle(wxDC* dc, wxRect& rect) {
+    const WindowProperties* shared = GetSharedWindowProperties();
+    if (!HasImage() || shared == nullptr) return;
+    if (dc == nullptr) {
+        wxClientDC clientDc(this);
+        DoPrepareDC(clientDc);
+        DrawSpecialRectangle(&clientDc, rect);
+        return;
+    }
+    const wxPoint corner1 = GetWindowCoordinates(rect.x, rect.y);
+    const wxPoint corner2 = GetWindowCoordinates(rect.x + rect.width, rect.y + rect.height);
+    const double left = corner1.x * shared->zoom;
+    const double top = corner1.y * shared->zoom;
+    const double right = corner2.x * shared->zoom;
+    const double bottom = corner2.y * shared->zoom;
+    DrawSpecialLine(dc, left, top, right, top);
+    DrawSpecialLine(dc, right, top, right, bottom);
+    DrawSpecialLine(dc, left, bottom, right, bottom);
+    DrawSpecialLine(dc, left, top, left, bottom);
+}

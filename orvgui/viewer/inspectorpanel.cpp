@@ -1,0 +1,145 @@
+#include "orvgui/viewer/inspectorpanel.h"
+
+#include <wx/font.h>
+#include <wx/intl.h>
+#include <wx/sizer.h>
+#include <wx/stattext.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "orvgui/pages/filterguiviewer.h"
+#include "orvgui/shell/mainframe.h"
+#include "orvgui/viewer/canvas.h"
+
+namespace {
+
+constexpr int kGap = 4;
+constexpr int kSwatch = 16;
+constexpr int kTextDigits = 38;  // of the usual read-out
+
+int Sample(const cv::Mat& mat, int x, int y, int channel) {
+    const int at = x * mat.channels() + channel;
+    return mat.depth() == CV_16U ? mat.ptr<std::uint16_t>(y)[at] : mat.ptr<std::uint8_t>(y)[at];
+}
+
+}  // namespace
+
+wxString DescribeSamples(const Image& image, int x, int y) {
+    const cv::Mat& mat = image.GetMat();
+    const int channels = mat.channels();
+    wxString text;
+    const auto add = [&](int channel) {
+        if (!text.empty()) text += ' ';
+        text += wxString::Format("%d", Sample(mat, x, y, channel));
+    };
+    if (channels <= 2) {
+        add(0);
+    } else {
+        for (const int channel : {2, 1, 0}) add(channel);
+    }
+    if (channels == 2 || channels == 4) {
+        text += wxString::Format(" A %d", Sample(mat, x, y, channels - 1));
+    }
+    return text;
+}
+
+InspectorPanel::InspectorPanel(wxWindow* parent, OrvFilterGuiViewer* page) : OrvToolPanelBase(parent, page) {}
+
+void InspectorPanel::CreateControls() {
+    auto* sizer = new wxBoxSizer(wxHORIZONTAL);
+    m_colour = new wxPanel(this, wxID_ANY, wxDefaultPosition, wxSize(kSwatch, kSwatch), wxBORDER_SIMPLE);
+    m_colour->SetMinSize(wxSize(kSwatch, kSwatch));
+    m_text =
+        new wxStaticText(this, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize, wxST_NO_AUTORESIZE);
+    m_text->SetFont(wxFont(wxFontInfo(8).Family(wxFONTFAMILY_TELETYPE)));
+    // A fixed width: the strip must not be laid out anew with every motion of the mouse.
+    m_text->SetMinSize(wxSize(m_text->GetTextExtent(wxString('0', kTextDigits)).x, -1));
+    sizer->Add(m_colour, 0, wxALIGN_CENTER_VERTICAL | wxTOP | wxBOTTOM, kGap);
+    sizer->Add(m_text, 1, wxALIGN_CENTER_VERTICAL | wxLEFT, kGap);
+    SetSizer(sizer);
+    ClearValues();
+}
+
+void InspectorPanel::ClearValues() {
+    m_text->SetLabelText(wxString());
+    m_colour->SetBackgroundColour(GetBackgroundColour());
+    m_colour->Refresh();
+    if (OrvMainFrame* frame = GetMainFrame()) frame->SetStatusField(OrvStatusField::Pixel, wxString());
+}
+
+wxString InspectorPanel::DescribePixel(Canvas* canvas, int x, int y) {
+    const IntPair point{x, y};
+    if (!canvas->HasImage() || !IsPixel(point, canvas->GetProperties()->GetPixelSize())) return {};
+    if (canvas->IsPlot()) {
+        double value = -1.0;
+        canvas->GetValue(value, x, y);
+        // TRANSLATORS: column of a bar chart and its value.
+        return value < 0.0 ? wxString() : wxString::Format(_("column %d  value %g"), x, value);
+    }
+    int red = -1;
+    int green = -1;
+    int blue = -1;
+    canvas->GetRGB(red, green, blue, x, y);
+    const int grey = static_cast<int>(std::lround(0.299 * red + 0.587 * green + 0.114 * blue));
+    const Image& image = canvas->GetProperties()->GetIplImage();
+    wxString text = wxString::Format("%d, %d  R %d G %d B %d", x, y, red, green, blue);
+    if (image.GetDepth() == 16 || image.GetChannels() == 2 || image.GetChannels() == 4) {
+        text += wxString::Format("  %d bit %s", image.GetDepth(), DescribeSamples(image, x, y));
+    }
+    return text + wxString::Format(_("  grey %d"), grey);
+}
+
+void InspectorPanel::Pan(const wxMouseEvent& event, Canvas* canvas) {
+    WindowProperties* shared = GetSharedWindowProperties();
+    if (shared == nullptr || shared->scrollRate <= 0) return;
+    if (event.LeftDown() || event.LeftDClick()) {
+        const wxPoint start = canvas->GetViewStart();
+        m_isPanning = true;
+        m_pressPoint = {event.GetX(), event.GetY()};
+        m_pressStart = {start.x, start.y};
+        return;
+    }
+    // The release itself may still report the button as held.
+    if (event.LeftUp() || !event.LeftIsDown()) m_isPanning = false;
+    if (!m_isPanning) return;
+    const wxPoint before = canvas->GetViewStart();
+    canvas->ScrollTo(m_pressStart.x - (event.GetX() - m_pressPoint.x) / shared->scrollRate,
+                     m_pressStart.y - (event.GetY() - m_pressPoint.y) / shared->scrollRate);
+    const wxPoint start = canvas->GetViewStart();
+    if (start == before) return;
+    // A new result keeps this view, and the next zoom step its middle.
+    shared->scrollPosition = {start.x, start.y};
+    shared->zoomCentre = {0, 0};
+}
+
+void InspectorPanel::ViewerMouseOn(wxMouseEvent& event, Canvas* canvas, bool useZoomCentre) {
+    if (useZoomCentre || canvas == nullptr || !canvas->HasImage()) return;
+    if (IsToolChosen(OrvTool::Navigate)) {
+        Pan(event, canvas);
+    } else {
+        m_isPanning = false;
+    }
+    int x = 0;
+    int y = 0;
+    const bool isOffImage = canvas->GetPixelCoordinates(event.GetX(), event.GetY(), x, y, true, false);
+    const wxString text = isOffImage ? wxString() : DescribePixel(canvas, x, y);
+    if (text.empty()) {
+        ClearValues();
+        return;
+    }
+    if (m_text->GetLabelText() != text) {
+        m_text->SetLabelText(text);
+        if (OrvMainFrame* frame = GetMainFrame()) frame->SetStatusField(OrvStatusField::Pixel, text);
+    }
+    int red = 0;
+    int green = 0;
+    int blue = 0;
+    canvas->GetRGB(red, green, blue, x, y);
+    const wxColour colour(static_cast<unsigned char>(red), static_cast<unsigned char>(green),
+                          static_cast<unsigned char>(blue));
+    if (m_colour->GetBackgroundColour() != colour) {
+        m_colour->SetBackgroundColour(colour);
+        m_colour->Refresh();
+    }
+}

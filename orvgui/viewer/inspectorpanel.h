@@ -1,0 +1,31 @@
+#pragma once
+
+#include "orvgui/viewer/toolpanel.h"
+
+class wxStaticText;
+
+// The value under the mouse: position, red, green and blue, the value in the file's own depth, grey level; on plots the value
+// of the column. It also moves the picture while the left button is held and the navigate tool is chosen.
+class ORVGUI_API InspectorPanel : public OrvToolPanelBase {
+  public:
+    InspectorPanel(wxWindow* parent, OrvFilterGuiViewer* page);
+
+    void CreateControls() override;
+    void ClearValues() override;
+    void ViewerMouseOn(wxMouseEvent& event, Canvas* canvas, bool useZoomCentre) override;
+
+    // The text of the read-out at an image point; empty where there is no pixel.
+    static wxString DescribePixel(Canvas* canvas, int x, int y);
+
+  private:
+    void Pan(const wxMouseEvent& event, Canvas* canvas);
+
+    wxPanel* m_colour = nullptr;
+    wxStaticText* m_text = nullptr;
+    bool m_isPanning = false;
+    IntPair m_pressPoint;  // window point
+    IntPair m_pressStart;  // view start at the press, scroll units
+};
+
+// The stored samples of a pixel in the file's order of red, green, blue (grey: one value), with alpha last where there is any.
+wxString DescribeSamples(const class Image& image, int x, int y);

@@ -1,0 +1,235 @@
+#include "orvgui/viewer/selectorpanel.h"
+
+#include <wx/button.h>
+#include <wx/intl.h>
+#include <wx/sizer.h>
+#include <wx/spinctrl.h>
+#include <wx/stattext.h>
+
+#include <algorithm>
+
+#include "orvgui/pages/filterguiviewer.h"
+#include "orvgui/viewer/canvas.h"
+
+namespace {
+
+constexpr int kGap = 4;
+constexpr int kDigits = 5;
+
+wxStockCursor CursorFor(RelativePosition position) {
+    switch (position) {
+        case RelativePosition::Inside:
+            return wxCURSOR_SIZING;
+        case RelativePosition::Top:
+        case RelativePosition::Bottom:
+            return wxCURSOR_SIZENS;
+        case RelativePosition::Left:
+        case RelativePosition::Right:
+            return wxCURSOR_SIZEWE;
+        case RelativePosition::TopLeft:
+        case RelativePosition::BottomRight:
+            return wxCURSOR_SIZENWSE;
+        case RelativePosition::TopRight:
+        case RelativePosition::BottomLeft:
+            return wxCURSOR_SIZENESW;
+        case RelativePosition::None:
+        case RelativePosition::Outside:
+            break;
+    }
+    return wxCURSOR_CROSS;
+}
+
+wxRect ToWxRect(const IntRect& rect) {
+    return {rect.x, rect.y, rect.width, rect.height};
+}
+
+IntPair ImageSize(Canvas* canvas) {
+    return canvas->GetProperties()->GetPixelSize();
+}
+
+}  // namespace
+
+SelectorPanel::SelectorPanel(wxWindow* parent, OrvFilterGuiViewer* page) : OrvToolPanelBase(parent, page) {}
+
+wxSpinCtrl* SelectorPanel::AddField(wxSizer* sizer, const wxString& label, const wxString& toolTip) {
+    sizer->Add(new wxStaticText(this, wxID_ANY, label), 0, wxALIGN_CENTER_VERTICAL | wxLEFT, kGap);
+    auto* field =
+        new wxSpinCtrl(this, wxID_ANY, "0", wxDefaultPosition, wxDefaultSize, wxSP_ARROW_KEYS, 0, 0, 0);
+    field->SetToolTip(toolTip);
+    field->SetInitialSize(field->GetSizeFromTextSize(field->GetTextExtent(wxString('0', kDigits)).x));
+    field->Bind(wxEVT_SPINCTRL, [this](wxSpinEvent&) { ChangeValues(); });
+    sizer->Add(field, 0, wxALIGN_CENTER_VERTICAL | wxLEFT, kGap / 2);
+    return field;
+}
+
+void SelectorPanel::CreateControls() {
+    auto* sizer = new wxBoxSizer(wxHORIZONTAL);
+    m_x = AddField(sizer, _("X"), _("Left edge of the selection, pixels"));
+    m_y = AddField(sizer, _("Y"), _("Upper edge of the selection, pixels"));
+    m_width = AddField(sizer, _("W"), _("Width of the selection, pixels"));
+    m_height = AddField(sizer, _("H"), _("Height of the selection, pixels"));
+    const auto addButton = [&](const wxString& label, const wxString& toolTip, auto handler) {
+        auto* button = new wxButton(this, wxID_ANY, label, wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT);
+        button->SetToolTip(toolTip);
+        button->Bind(wxEVT_BUTTON, handler, this);
+        sizer->Add(button, 0, wxALIGN_CENTER_VERTICAL | wxLEFT, kGap);
+    };
+    addButton(_("Apply"), _("Uses the selection as the region of this analysis, where it has one"),
+              &SelectorPanel::OnApplySelection);
+    addButton(_("Remove"), _("Removes the selection"), &SelectorPanel::OnRemoveSelection);
+    SetSizer(sizer);
+}
+
+void SelectorPanel::ConfigureControls() {
+    IntPair size;
+    for (Canvas* canvas : m_page->GetCanvases()) {
+        size.x = std::max(size.x, canvas->GetProperties()->GetWidth());
+        size.y = std::max(size.y, canvas->GetProperties()->GetHeight());
+    }
+    m_x->SetRange(0, size.x);
+    m_width->SetRange(0, size.x);
+    m_y->SetRange(0, size.y);
+    m_height->SetRange(0, size.y);
+    // A selection of another, larger picture names pixels that are not there.
+    if (!m_selector.IsEmpty()) m_selector = ClipRect(m_selector, size);
+    m_shown = m_selector;
+    Outline();
+}
+
+void SelectorPanel::RefreshValues() {
+    if (m_x == nullptr) return;
+    const auto show = [](wxSpinCtrl* field, int value) {
+        // A field in which somebody types keeps the text.
+        if (field->GetValue() != value && !field->HasFocus()) field->SetValue(value);
+    };
+    show(m_x, m_shown.x);
+    show(m_y, m_shown.y);
+    show(m_width, m_shown.width);
+    show(m_height, m_shown.height);
+}
+
+void SelectorPanel::ClearValues() {
+    m_selector = m_shown = {};
+    m_drag.Clear();
+    m_isDrawing = false;
+    Outline();
+    RefreshValues();
+}
+
+void SelectorPanel::Outline() {
+    for (Canvas* canvas : m_page->GetCanvases()) {
+        canvas->SetDrawRect(ToWxRect(m_selector), !m_selector.IsEmpty());
+        canvas->Refresh(true);
+    }
+}
+
+IntRect SelectorPanel::GetSelector(Canvas*) const {
+    return m_selector;
+}
+
+bool SelectorPanel::IsSelector(Canvas*) const {
+    return !m_selector.IsEmpty();
+}
+
+bool SelectorPanel::IsSelectorInCanvas(Canvas* canvas) const {
+    return canvas != nullptr && !m_selector.IsEmpty() &&
+           ClipRect(m_selector, ImageSize(canvas)) == m_selector;
+}
+
+void SelectorPanel::SetSelector(IntPair topLeft, IntPair bottomRight, bool isSelection, Canvas* canvas) {
+    IntRect rect = RectBetween(topLeft, bottomRight);
+    if (canvas != nullptr && !rect.IsEmpty()) {
+        rect = m_drag.IsMoving() ? MoveInto(rect, ImageSize(canvas)) : ClipRect(rect, ImageSize(canvas));
+    }
+    m_shown = rect;
+    if (!isSelection) return;
+    m_selector = rect.IsEmpty() ? IntRect{} : rect;
+    Outline();
+}
+
+void SelectorPanel::SetSelector(IntPair point, int width, int height, bool isSelection, Canvas* canvas) {
+    SetSelector(point, {point.x + width, point.y + height}, isSelection, canvas);
+}
+
+RelativePosition SelectorPanel::GetMousePositionOnSelection(int x, int y, Canvas*) const {
+    const WindowProperties* shared = GetSharedWindowProperties();
+    return PositionOnSelection(m_selector, {x, y}, shared ? shared->zoom : 0.0);
+}
+
+void SelectorPanel::SetSelectorToDrag(int x, int y, RelativePosition position, Canvas*) {
+    m_drag.Start(m_selector, {x, y}, position);
+}
+
+void SelectorPanel::DragSelector(IntPair& topLeft, IntPair& bottomRight, int x, int y) const {
+    m_drag.Drag({x, y}, topLeft, bottomRight);
+}
+
+void SelectorPanel::SetCursorForPosition(RelativePosition position, Canvas* canvas) {
+    const bool isChosen = IsToolChosen(OrvTool::Select);
+    canvas->SetCursor(wxCursor(isChosen ? CursorFor(position) : wxCURSOR_ARROW));
+}
+
+void SelectorPanel::ViewerMouseOn(wxMouseEvent& event, Canvas* canvas, bool useZoomCentre) {
+    // The selection is the page's and outlined on both halves: the other half has nothing to add.
+    if (useZoomCentre || canvas == nullptr || !canvas->HasImage()) return;
+    int px = 0;
+    int py = 0;
+    const bool isOffImage =
+        canvas->GetPixelCoordinates(event.GetX(), event.GetY(), px, py, true, useZoomCentre);
+    const RelativePosition position = GetMousePositionOnSelection(px, py, canvas);
+    if (!m_isDrawing && !m_drag.IsMoving() && !m_drag.IsResizing()) SetCursorForPosition(position, canvas);
+    const bool isChosen = IsToolChosen(OrvTool::Select);
+    const bool isPress = event.LeftDown() || event.LeftDClick();
+
+    if (isChosen && isPress) {
+        m_anchor = {px, py};
+        m_isDrawing = position == RelativePosition::None || position == RelativePosition::Outside;
+        if (position == RelativePosition::Outside && !isOffImage) {
+            m_drag.Clear();
+            SetSelector(IntPair{0, 0}, 0, 0, true, canvas);
+            RefreshValues();
+            return;
+        }
+        SetSelectorToDrag(px, py, position, canvas);
+    } else if (isChosen && event.LeftIsDown() && !event.LeftUp() && m_anchor != IntPair{-1, -1}) {
+        IntPair corner = m_anchor;
+        IntPair opposite{px, py};
+        if (m_drag.IsMoving() || m_drag.IsResizing()) {
+            DragSelector(corner, opposite, px, py);
+        } else if (!m_isDrawing) {
+            return;
+        }
+        SetSelector(corner, opposite, true, canvas);
+        RefreshValues();
+    } else {
+        if (event.LeftUp() || !event.LeftIsDown()) {
+            m_drag.Clear();
+            m_isDrawing = false;
+            m_anchor = {-1, -1};
+        }
+        if (!IsSelector(canvas)) {
+            SetSelector(isOffImage ? IntPair{0, 0} : IntPair{px, py}, 0, 0, false, canvas);
+            RefreshValues();
+        }
+    }
+}
+
+void SelectorPanel::ChangeValues() {
+    Canvas* canvas = m_page->GetCanvasFromActiveWin();
+    if (canvas == nullptr || !canvas->HasImage()) return;
+    m_drag.Clear();
+    const IntRect typed{m_x->GetValue(), m_y->GetValue(), m_width->GetValue(), m_height->GetValue()};
+    m_selector = ClipRect(typed, ImageSize(canvas));
+    m_shown = typed.IsEmpty() ? typed : m_selector;
+    Outline();
+    RefreshValues();
+}
+
+void SelectorPanel::OnApplySelection(wxCommandEvent&) {
+    if (!m_selector.IsEmpty())
+        m_page->ApplySelection(Roi(m_selector.x, m_selector.y, m_selector.width, m_selector.height));
+}
+
+void SelectorPanel::OnRemoveSelection(wxCommandEvent&) {
+    ClearValues();
+}

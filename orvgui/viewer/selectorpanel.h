@@ -1,0 +1,50 @@
+#pragma once
+
+#include "orvgui/viewer/selectiongeometry.h"
+#include "orvgui/viewer/toolpanel.h"
+
+class wxSpinCtrl;
+
+// The selection rectangle of a viewer page, in image pixels: drawn, moved and resized with the mouse, or typed. It is outlined
+// on every canvas of the page; Apply hands it to the parameters that follow it.
+class ORVGUI_API SelectorPanel : public OrvToolPanelBase {
+  public:
+    SelectorPanel(wxWindow* parent, OrvFilterGuiViewer* page);
+
+    void CreateControls() override;
+    void ConfigureControls() override;  // ranges of the fields for the image shown
+    void RefreshValues() override;
+    void ClearValues() override;
+    void ViewerMouseOn(wxMouseEvent& event, Canvas* canvas, bool useZoomCentre) override;
+
+    // All zero when there is none.
+    IntRect GetSelector(Canvas* canvas) const;
+    bool IsSelector(Canvas* canvas) const;
+    bool IsSelectorInCanvas(Canvas* canvas) const;  // the whole rectangle lies on the canvas's image
+    // The rectangle between two corners, or from one with a size; clipped to the image. isSelection: outline it, otherwise it
+    // is only shown in the fields.
+    void SetSelector(IntPair topLeft, IntPair bottomRight, bool isSelection, Canvas* canvas);
+    void SetSelector(IntPair point, int width, int height, bool isSelection, Canvas* canvas);
+    RelativePosition GetMousePositionOnSelection(int x, int y, Canvas* canvas) const;
+    void SetSelectorToDrag(int x, int y, RelativePosition position, Canvas* canvas);
+    void DragSelector(IntPair& topLeft, IntPair& bottomRight, int x, int y) const;
+    void SetCursorForPosition(RelativePosition position, Canvas* canvas);
+    void ChangeValues();  // takes over what the fields say
+
+    void OnApplySelection(wxCommandEvent& event);
+    void OnRemoveSelection(wxCommandEvent& event);
+
+  private:
+    wxSpinCtrl* AddField(class wxSizer* sizer, const wxString& label, const wxString& toolTip);
+    void Outline();
+
+    IntRect m_selector;  // empty: none
+    IntRect m_shown;     // what the fields show
+    SelectionDrag m_drag;
+    IntPair m_anchor{-1, -1};  // p0 of the drag under way
+    bool m_isDrawing = false;  // a new rectangle grows until the release
+    wxSpinCtrl* m_x = nullptr;
+    wxSpinCtrl* m_y = nullptr;
+    wxSpinCtrl* m_width = nullptr;
+    wxSpinCtrl* m_height = nullptr;
+};

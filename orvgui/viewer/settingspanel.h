@@ -1,0 +1,40 @@
+#pragma once
+
+#include "orvgui/viewer/toolpanel.h"
+
+class OrvStaticText;
+class wxGridBagSizer;
+
+// The panels beside the canvases. The page puts its parameter controls into their grids; they decide nothing.
+
+// A panel with a title and a grid that grows downwards.
+class ORVGUI_API OrvSidePanelBase : public OrvToolPanelBase {
+  public:
+    OrvSidePanelBase(wxWindow* parent, OrvFilterGuiViewer* page, const wxString& title);
+    wxGridBagSizer* GetGrid() const { return m_grid; }
+
+  private:
+    wxGridBagSizer* m_grid = nullptr;
+};
+
+// The filter's input and post-processing parameters.
+class ORVGUI_API SettingsPanel : public OrvSidePanelBase {
+  public:
+    SettingsPanel(wxWindow* parent, OrvFilterGuiViewer* page);
+};
+
+// The filter's outputs.
+class ORVGUI_API OutputsPanel : public OrvSidePanelBase {
+  public:
+    OutputsPanel(wxWindow* parent, OrvFilterGuiViewer* page);
+};
+
+// What the filter does and when it cannot see.
+class ORVGUI_API DescriptionPanel : public OrvSidePanelBase {
+  public:
+    DescriptionPanel(wxWindow* parent, OrvFilterGuiViewer* page);
+    void RefreshValues() override;
+
+  private:
+    OrvStaticText* m_text = nullptr;
+};

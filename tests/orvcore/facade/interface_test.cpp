@@ -1,0 +1,143 @@
+#include "orvcore/facade/interface.h"
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include <set>
+
+#include "tests/orvcore/formats/formatsupport.h"
+#include "tests/support/testcore.h"
+
+using testing::HasSubstr;
+
+namespace {
+
+class Interface : public CoreTest {};
+
+struct Stamp {
+    std::int64_t size = 0;
+    std::int64_t modifiedSeconds = 0;
+    std::int64_t modifiedNanoseconds = 0;
+    std::string sha256;
+    bool operator==(const Stamp&) const = default;
+};
+
+Stamp StampOf(const std::string& path) {
+    struct stat facts {};
+    EXPECT_EQ(stat(path.c_str(), &facts), 0) << path;
+    return {facts.st_size, facts.st_mtim.tv_sec, facts.st_mtim.tv_nsec, Sha256(ReadFile(path))};
+}
+
+// Image filters may refuse what cannot be decoded, with a reason; the others have an answer for every file.
+bool MayRefuse(const OrvFilter& filter, const OrvLoadedFile& file) {
+    static const std::set<std::string> kAlwaysAnswer = {"file-format", "metadata", "hex-view", "histogram",
+                                                        "probe"};
+    if (kAlwaysAnswer.contains(filter.GetId())) return false;
+    try {
+        return !file.GetDecoded(OrvJob())->image.IsValid();
+    } catch (const ZorException&) {
+        return true;
+    }
+}
+
+}  // namespace
+
+TEST_F(Interface, AFailedLoadLeavesTheSlotAndIsToldOnce) {
+    const std::string good = folder.WritePicture("good.png");
+    MakeFolder(folder / "folder.png");
+    Load(good);
+    const OrvFilePtr before = core->GetFile(OrvEvidence);
+    for (const char* name : {"missing.png", "folder.png", "no/such/folder.png"}) {
+        sink.seen.clear();
+        Load(folder / name);
+        ASSERT_EQ(sink.seen.size(), 1U) << name;
+        EXPECT_EQ(sink.seen[0].id, OrvEventActionCompleted);
+        EXPECT_NE(sink.seen[0].error, 0);
+        EXPECT_THAT(sink.seen[0].text, HasSubstr(name));
+        EXPECT_EQ(core->GetFile(OrvEvidence), before) << name;
+        EXPECT_EQ(core->GetProject().GetFilePath(OrvEvidence), good);
+    }
+}
+
+TEST_F(Interface, EveryFilterRunsOnAnythingAndTheEvidenceStaysAsItIs) {
+    const Bytes jpeg = formatsupport::MakeJpeg();
+    std::vector<std::string> paths = {folder.WritePicture("a.png"), folder.WritePicture("b.tif", 30, 64)};
+    const std::pair<const char*, Bytes> odd[] = {
+        {"empty.jpg", {}},
+        {"one byte.jpg", {0xFF}},
+        {"cut.jpg", Bytes(jpeg.begin(), jpeg.begin() + static_cast<std::ptrdiff_t>(jpeg.size() / 2))},
+        {"text.txt", formatsupport::ToBytes("no picture")}};
+    for (const auto& [name, bytes] : odd) {
+        WriteFile(folder / name, bytes);
+        paths.push_back(folder / name);
+    }
+    for (const std::string& path : paths) {
+        const Stamp before = StampOf(path);
+        Load(path);
+        Load(path, OrvReference);
+        for (OrvFilter* filter : core->GetFilters()) {
+            core->Configure(filter, -1, filter->GetParametersInput(), filter->GetParametersPostProcessing(),
+                            false);
+            ASSERT_TRUE(sink.PumpUntilIdle());
+            EXPECT_TRUE(filter->GetErrorMessage().empty() || MayRefuse(*filter, *core->GetFile(OrvEvidence)))
+                << path << ": " << FromWx(filter->GetErrorMessage());
+        }
+        core->GenerateReport(PathToWx(folder / "report.html"));
+        core->AddBookmark("x", "y");
+        core->SaveProject(PathToWx(folder / "case.zop"));
+        core->DeleteCache(OrvEvidence);
+        ASSERT_TRUE(sink.PumpUntilIdle());
+        EXPECT_EQ(StampOf(path), before) << path;
+    }
+}
+
+// Every real file, as evidence and as reference, through every filter.
+TEST_F(Interface, EveryRealFileIsOpenedAndLeftAsItIs) {
+    NEED_FIXTURES();
+    const std::vector<std::string> paths = formatsupport::FilesBelow(formatsupport::Fixtures());
+    ASSERT_GT(paths.size(), 100U);
+    probe->SetAnalysisFilterGui(nullptr);
+    core->GetContext().SetActiveFilter(nullptr);
+    std::vector<std::string> failures;
+    for (const std::string& path : paths) {
+        const Stamp before = StampOf(path);
+        core->SetFile(PathToWx(path), OrvEvidence);
+        core->SetFile(PathToWx(path), OrvReference);
+        ASSERT_TRUE(sink.PumpUntilIdle(120000)) << path;
+        ASSERT_TRUE(core->HasFile(OrvEvidence) && core->HasFile(OrvReference)) << path;
+        for (OrvFilter* filter : core->GetFilters()) {
+            core->Configure(filter, -1, filter->GetParametersInput(), filter->GetParametersPostProcessing(),
+                            false);
+            ASSERT_TRUE(sink.PumpUntilIdle(120000)) << path << " " << filter->GetNameUtf8();
+            if (!filter->GetErrorMessage().empty() && !MayRefuse(*filter, *core->GetFile(OrvEvidence)))
+                failures.push_back(path + ": " + FromWx(filter->GetErrorMessage()));
+        }
+        ASSERT_EQ(StampOf(path), before) << path;
+    }
+    EXPECT_THAT(failures, testing::IsEmpty());
+}
+
+TEST_F(Interface, AReportIsOpenedOrItsPlaceIsTold) {
+    Load(folder.WritePicture("a.png"));
+    std::string opened;
+    std::string told;
+    sink.handle = [&](OrvCommandEvent& event) {
+        if (event.GetId() == OrvEventGenerateReport) {
+            opened = PathFromWx(event.GetString());
+            told = FromWx(event.GetMessage());
+        }
+        core->PostResponse();
+    };
+    core->GenerateReport();
+    ASSERT_TRUE(sink.PumpUntilIdle());
+    EXPECT_TRUE(FileExists(opened)) << opened;
+    EXPECT_EQ(told, "");
+    VecVecParameter options = core->GetProgramOptions();
+    for (VecParameter& group : options)
+        if (Parameter* option = group.Find("openReports")) option->SetValue(false);
+    core->SetProgramOptions(options);
+    core->GenerateReport();
+    ASSERT_TRUE(sink.PumpUntilIdle());
+    EXPECT_EQ(opened, "");
+    EXPECT_TRUE(FileExists(told)) << told;
+}

@@ -1,0 +1,234 @@
+#include "orvgui/pages/filterguiplot.h"
+
+#include <gtest/gtest.h>
+#include <wx/sizer.h>
+
+#include "orvgui/common/statictext.h"
+#include "orvgui/pages/plotlayers.h"
+#include "orvgui/pages/plotpanel.h"
+#include "tests/orvgui/pagefixture.h"
+
+namespace {
+
+class PlotPageTest : public PageFixture {
+  protected:
+    void SetUp() override {
+        PageFixture::SetUp();
+        filter = Register<PlotTestFilter>();
+        page = MakePage<OrvFilterGuiPlot>(filter);
+        ShowFrame();
+    }
+    void Load(OrvFileId slot, int height) {
+        LoadFile(slot, height);
+        Pump();
+    }
+    bool ShowsEvidence() const { return page->GetEvidencePlot()->IsShown(); }
+    bool ShowsReference() const { return page->GetReferencePlot()->IsShown(); }
+
+    PlotTestFilter* filter = nullptr;
+    OrvFilterGuiPlot* page = nullptr;
+};
+
+TEST_F(PlotPageTest, ShowsOnePlotPerLoadedFile) {
+    EXPECT_FALSE(ShowsReference());
+    Load(OrvEvidence, 16);
+    EXPECT_TRUE(ShowsEvidence());
+    EXPECT_FALSE(ShowsReference());
+    const int full = page->GetEvidencePlot()->GetSize().GetHeight();
+    EXPECT_GT(full, 350);
+    Load(OrvReference, 20);
+    EXPECT_TRUE(ShowsEvidence());
+    EXPECT_TRUE(ShowsReference());
+    EXPECT_NEAR(page->GetEvidencePlot()->GetSize().GetHeight(), full / 2, 2);
+    EXPECT_NEAR(page->GetReferencePlot()->GetSize().GetHeight(), full / 2, 2);
+    Load(OrvEvidence, 0);
+    EXPECT_FALSE(ShowsEvidence());
+    EXPECT_TRUE(ShowsReference());
+    EXPECT_NEAR(page->GetReferencePlot()->GetSize().GetHeight(), full, 2);
+    // The description stays on top.
+    bool described = false;
+    for (const wxWindow* child : page->GetChildren()) {
+        const auto* text = dynamic_cast<const OrvStaticText*>(child);
+        if (text == nullptr || !text->GetText().Contains("grey level")) continue;
+        described = text->IsShown() &&
+                    text->GetRect().GetBottom() <= page->GetReferencePlot()->GetRect().GetTop() + 4;
+    }
+    EXPECT_TRUE(described);
+    page->ResetViewerPanel();
+    EXPECT_FALSE(ShowsEvidence() || ShowsReference());
+}
+
+TEST_F(PlotPageTest, APageThatWasNeverSeenHasNoImage) {
+    auto* unseen = new OrvFilterGuiPlot(page->GetParent(), filter);
+    unseen->Hide();
+    LoadFile(OrvEvidence, 16);
+    EXPECT_FALSE(unseen->GetDisplayedImage().IsValid());
+    unseen->ResetViewerPanel();
+    unseen->Destroy();
+}
+
+TEST_F(PlotPageTest, TheDisplayedImageHoldsBothPlotsOneRowApart) {
+    EXPECT_FALSE(page->GetDisplayedImage().IsValid());
+    Load(OrvEvidence, 16);
+    const Image one = page->GetDisplayedImage();
+    EXPECT_TRUE(one.IsEqual(page->GetEvidencePlot()->Render()));
+    Load(OrvReference, 20);
+    const Image evidence = page->GetEvidencePlot()->Render();
+    const Image reference = page->GetReferencePlot()->Render();
+    const Image both = page->GetDisplayedImage();
+    ASSERT_EQ(both.GetHeight(), evidence.GetHeight() + reference.GetHeight());
+    ASSERT_EQ(both.GetWidth(), evidence.GetWidth());
+    EXPECT_FALSE(evidence.IsEqual(reference)) << "two files with two results";
+    const int second = evidence.GetHeight() - 1;
+    const int rows = std::min(evidence.GetHeight(), reference.GetHeight());
+    const auto part = [&both](const Image& image, int top, int height) {
+        return Image(image.GetMat()(cv::Rect(0, top, both.GetWidth(), height)).clone());
+    };
+    EXPECT_TRUE(part(both, 0, second).IsEqual(part(evidence, 0, second)));
+    EXPECT_TRUE(part(both, second, rows).IsEqual(part(reference, 0, rows)));
+}
+
+TEST_F(PlotPageTest, TheChosenChannelIsShown) {
+    Load(OrvEvidence, 16);
+    const Image red = page->GetEvidencePlot()->Render();
+    VecParameter post = filter->GetParametersPostProcessing();
+    post.Find("layer")->SetValue(2);
+    const OrvFilterResultPtr before = filter->GetResult();
+    core->Configure(filter, -1, filter->GetParametersInput(), post, false);
+    Settle();
+    EXPECT_EQ(filter->GetResult()->computed[OrvEvidence], before->computed[OrvEvidence])
+        << "nothing is computed again";
+    EXPECT_FALSE(red.IsEqual(page->GetEvidencePlot()->Render()));
+}
+
+TEST_F(PlotPageTest, PlotsHaveTheirNamesTheirTwinsAndTheirLayers) {
+    PlotWindow* evidence = page->GetEvidencePlot()->GetPlotWindow();
+    PlotWindow* reference = page->GetReferencePlot()->GetPlotWindow();
+    EXPECT_EQ(evidence->GetName(), "Evidence Image Value");
+    EXPECT_EQ(reference->GetName(), "Reference Image Value");
+    EXPECT_EQ(page->GetEvidencePlot()->GetId(), 6000);
+    EXPECT_EQ(page->GetReferencePlot()->GetId(), 6001);
+    for (const PlotWindow* plot : {evidence, reference}) {
+        EXPECT_EQ(plot->GetEvidencePlot(), evidence);
+        EXPECT_EQ(plot->GetReferencePlot(), reference);
+    }
+    const struct {
+        const char* name;
+        wxColour colour;
+        int width;
+    } layers[] = {{"X", wxNullColour, 0},
+                  {"Y", wxNullColour, 0},
+                  {"blueHelpLine", wxColour(0, 128, 255), 3},
+                  {"greenHelpLine", *wxGREEN, 3},
+                  {"purpleHelpLine", wxColour(255, 0, 255), 3},
+                  {"Histogram", wxNullColour, 0},
+                  {"Line", *wxBLACK, 2},
+                  {"Points", *wxBLACK, 2},
+                  {"InfoCoords", *wxBLACK, 1}};
+    ASSERT_EQ(evidence->CountAllLayers(), std::size(layers) + 1);
+    for (std::size_t i = 0; i < std::size(layers); ++i) {
+        mpLayer* layer = evidence->GetLayer(static_cast<int>(i));
+        EXPECT_EQ(layer->GetName(), layers[i].name);
+        if (layers[i].width == 0) continue;
+        EXPECT_EQ(layer->GetPen().GetColour(), layers[i].colour) << layers[i].name;
+        EXPECT_EQ(layer->GetPen().GetWidth(), layers[i].width) << layers[i].name;
+    }
+    EXPECT_NE(dynamic_cast<mpText*>(evidence->GetLayer(static_cast<int>(std::size(layers)))), nullptr);
+}
+
+TEST_F(PlotPageTest, WheelAndDragZoomAndTheTwinFollows) {
+    Load(OrvEvidence, 16);
+    Load(OrvReference, 20);
+    PlotWindow* plot = page->GetEvidencePlot()->GetPlotWindow();
+    PlotWindow* twin = page->GetReferencePlot()->GetPlotWindow();
+    const wxRect area = plot->GetPlotArea();
+    const wxPoint middle = area.GetTopLeft() + wxSize(area.GetWidth() / 2, area.GetHeight() / 2);
+    const auto send = [plot](wxEventType type, const wxPoint& point, int rotation = 0) {
+        wxMouseEvent event(type);
+        event.SetPosition(point);
+        event.m_wheelRotation = rotation;
+        event.m_wheelDelta = 120;
+        event.SetEventObject(plot);
+        plot->GetEventHandler()->ProcessEvent(event);
+    };
+    const double whole = plot->GetScaleX();
+    const double under = plot->p2x(middle.x);
+    send(wxEVT_MOUSEWHEEL, middle, 120);
+    EXPECT_NEAR(plot->GetScaleX(), whole * 1.25, whole * 0.01);
+    EXPECT_NEAR(plot->p2x(middle.x), under, 1) << "the point under the mouse stays";
+    EXPECT_NEAR(twin->GetScaleX(), plot->GetScaleX(), whole * 0.01);
+
+    const double zoomed = plot->GetScaleX();
+    page->UpdateGui();
+    Pump();
+    EXPECT_EQ(plot->GetScaleX(), zoomed) << "the same extent keeps the view";
+
+    const double left = plot->p2x(middle.x);
+    const double right = plot->p2x(middle.x + 100);
+    send(wxEVT_LEFT_DOWN, middle);
+    send(wxEVT_MOTION, middle + wxSize(100, 50));
+    send(wxEVT_LEFT_UP, middle + wxSize(100, 50));
+    EXPECT_NEAR(plot->p2x(area.GetLeft()), left, 1);
+    EXPECT_NEAR(plot->p2x(area.GetRight()), right, 1);
+
+    send(wxEVT_LEFT_DCLICK, middle);
+    EXPECT_NEAR(plot->GetScaleX(), whole, whole * 0.001);
+    EXPECT_NEAR(twin->GetScaleX(), whole, whole * 0.001);
+
+    // The value under the mouse is the bar's, not the pixel's.
+    auto* coordinates = dynamic_cast<PlotCoordinates*>(plot->GetLayerByName("InfoCoords"));
+    ASSERT_NE(coordinates, nullptr);
+    send(wxEVT_MOTION, wxPoint(plot->x2p(240) + 1, middle.y));
+    EXPECT_TRUE(coordinates->GetText().Contains("\n240: 20000")) << coordinates->GetText();
+    send(wxEVT_LEAVE_WINDOW, wxPoint(-1, -1));
+}
+
+TEST(PlotPanelTest, BarsCurvesMarksAndHelpLinesAreDrawnWhereTheyBelong) {
+    auto* frame = new wxFrame(nullptr, wxID_ANY, "Plot");
+    auto* panel = new PlotPanel(frame, wxID_ANY);
+    panel->SetSize(500, 400);
+    panel->Layout();
+    unsigned long long counts[] = {10, 0, 5, 0, 0, 10};
+    wxImage none;
+    PlotWindow* plot = panel->GetPlotWindow();
+    const auto at = [&](const Image& image, double x, double y) {
+        const auto& pixel = image.GetMat().at<cv::Vec3b>(plot->y2p(y), plot->x2p(x));
+        return wxColour(pixel[2], pixel[1], pixel[0]);
+    };
+    panel->ConfigurePlot({0, 1, 2}, {}, 2, counts, none, 0, {}, {});
+    Image image = panel->Render();
+    EXPECT_NE(at(image, 0, 7.3), *wxWHITE);
+    EXPECT_EQ(at(image, 1.1, 7.3), *wxWHITE);
+    EXPECT_EQ(at(image, 2.1, 7.3), *wxWHITE);
+    EXPECT_NE(at(image, 2.1, 2.3), *wxWHITE);
+    panel->ConfigurePlot({0, 1, 2}, {}, 2, counts, none, 5, {}, {});  // beyond the last layer: the last
+    image = panel->Render();
+    EXPECT_EQ(at(image, 0.1, 7.3), *wxWHITE);
+    EXPECT_NE(at(image, 2, 7.3), *wxWHITE);
+    panel->ConfigurePlot({0, 1, 2}, {{0, 10, 0}}, 0, nullptr, none, 0, {{2.0F}, {10.0F}},
+                         {{0, 5, 2, 5}, {}, {0, 2, 2, 2}});
+    image = panel->Render();
+    EXPECT_EQ(at(image, 0.5, 5 + 0.0), *wxBLACK) << "the curve crosses the help line and lies on it";
+    EXPECT_EQ(at(image, 1.2, 5), wxColour(0, 128, 255));
+    EXPECT_EQ(at(image, 1.2, 2), wxColour(255, 0, 255));
+    // Hostile data: not numbers, of different lengths, enormous.
+    panel->ConfigurePlot({0, 1, 2, 3}, {{NAN, INFINITY, 1e30F}}, 3, nullptr, none, 2, {{1.0F}}, {{1}});
+    EXPECT_TRUE(panel->Render().IsValid());
+    frame->Destroy();
+    Pump();
+}
+
+TEST(PlotAxis, StepsAndNumbersAreRound) {
+    const std::pair<double, double> steps[] = {{0.7, 1}, {1, 1},       {1.1, 2},   {2.1, 5},
+                                               {6, 10},  {0.03, 0.05}, {1e7, 1e7}, {0, 1}};
+    for (const auto& [gap, step] : steps) EXPECT_NEAR(ChooseTickStep(gap), step, step * 1e-9) << gap;
+    const struct {
+        double value;
+        double step;
+        const char* text;
+    } numbers[] = {{0, 0.5, "0"},         {1.5, 0.5, "1.5"}, {250, 50, "250"},      {250000, 50000, "250k"},
+                   {12500, 500, "12.5k"}, {3e6, 1e6, "3M"},  {-0.02, 0.01, "-0.02"}};
+    for (const auto& test : numbers) EXPECT_EQ(FormatTick(test.value, test.step), test.text);
+}
+
+}  // namespace

@@ -1,0 +1,463 @@
+#include "orvgui/pages/filterguiviewer.h"
+
+#include <gtest/gtest.h>
+#include <wx/choice.h>
+#include <wx/dcmemory.h>
+#include <wx/frame.h>
+#include <wx/sizer.h>
+#include <wx/textctrl.h>
+#include <wx/uiaction.h>
+
+#include <random>
+
+#include "orvgui/viewer/canvas.h"
+#include "orvgui/viewer/navigatorcanvas.h"
+#include "orvgui/viewer/selectorpanel.h"
+#include "orvgui/viewer/toolpanel.h"
+#include "orvgui/viewer/viewerpanel.h"
+#include "orvgui/viewer/zoompanel.h"
+#include "tests/support/guitest.h"
+#include "tests/support/testcore.h"
+
+namespace {
+
+// Shows the picture and its negative.
+class NegativeFilter : public OrvFilterImage {
+  public:
+    NegativeFilter() : OrvFilterImage("Negative", "negative") {
+        Describe("Test", "The negative of the picture.");
+        SetParameters({Parameter::Region("region", "Region", Roi(), ParameterType::OrvRoi)}, {},
+                      {Parameter::Output(ParameterType::OutputString, "size", "Size")});
+    }
+
+  protected:
+    void Compute(const OrvLoadedFile& file, const VecParameter&, const OrvJob& job,
+                 OrvSlotResult& result) const override {
+        result.inputImage = file.GetDecoded(job)->image.ToColor();
+        cv::Mat negative;
+        cv::subtract(cv::Scalar::all(255), result.inputImage.GetMat(), negative);
+        result.outputImage = Image(negative);
+    }
+};
+
+class ViewerPageTest : public testing::Test {
+  protected:
+    ViewerPageTest() {
+        SetSharedWindowProperties(&m_shared);
+        GetSmallImageRule().Reset();
+        m_core.SetEventConsumer([](OrvCommandEvent&) {});
+        m_filter = static_cast<NegativeFilter*>(
+            m_core.GetContext().RegisterFilter(std::make_unique<NegativeFilter>()));
+        m_frame = new wxFrame(nullptr, wxID_ANY, "viewer", wxPoint(0, 0), wxSize(1200, 900));
+        m_page = new OrvFilterGuiViewerDouble(m_frame, m_filter);
+        m_frame->Show();
+    }
+    ~ViewerPageTest() override {
+        m_frame->Destroy();
+        Pump();
+        m_core.WaitIdle();
+        SetSharedWindowProperties(nullptr);
+        GetSmallImageRule().Reset();
+    }
+
+    // A picture whose pixels tell where they are.
+    std::string WritePattern(const std::string& name, int width, int height, int blue) {
+        cv::Mat image(height, width, CV_8UC3);
+        for (int y = 0; y < height; ++y) {
+            for (int x = 0; x < width; ++x) image.at<cv::Vec3b>(y, x) = cv::Vec3b(blue, y % 251, x % 251);
+        }
+        const std::string path = m_folder / name;
+        WriteFile(path, EncodeImage(Image(image), "png"));
+        return path;
+    }
+
+    void Load(const std::string& evidence, const std::string& reference) {
+        m_core.SetFile(PathToWx(evidence), OrvEvidence);
+        m_core.SetFile(PathToWx(reference), OrvReference);
+        m_core.Configure(m_filter, -1, m_filter->GetParametersInput(),
+                         m_filter->GetParametersPostProcessing(), false);
+        m_core.WaitIdle();
+    }
+    void Build() {
+        PumpFor(50);
+        m_page->SetSize(m_frame->GetClientSize());
+        m_page->Init();
+        m_page->Layout();
+        m_page->SendSizeEvent();
+        PumpFor(100);
+    }
+    void Choose(int mode) {
+        m_page->GetOrvToolPanel()->GetZoomPanel()->SetWindowSplitVal(mode);
+        m_page->WindowSplit();
+        PumpFor(30);
+    }
+    Canvas* First() { return static_cast<SplitterViewerPanel*>(m_page->GetViewerPanel())->GetCanvas1(); }
+    Canvas* Second() { return static_cast<SplitterViewerPanel*>(m_page->GetViewerPanel())->GetCanvas2(); }
+
+    static cv::Vec3b PixelOf(Canvas* canvas, int x, int y) {
+        int red = 0;
+        int green = 0;
+        int blue = 0;
+        canvas->GetRGB(red, green, blue, x, y);
+        return cv::Vec3b(static_cast<uchar>(blue), static_cast<uchar>(green), static_cast<uchar>(red));
+    }
+
+    // Both halves show the same image point under the same window point, at the same view start.
+    void ExpectInStep(const std::string& after) {
+        ASSERT_EQ(First()->GetViewStart(), Second()->GetViewStart()) << after;
+        int firstRate = 0;
+        int secondRate = 0;
+        int unused = 0;
+        First()->GetScrollPixelsPerUnit(&firstRate, &unused);
+        Second()->GetScrollPixelsPerUnit(&secondRate, &unused);
+        ASSERT_EQ(firstRate, secondRate) << after;
+        ASSERT_EQ(firstRate, m_shared.scrollRate) << after;
+        for (const wxPoint& point : {wxPoint(0, 0), wxPoint(111, 77), wxPoint(300, 400)}) {
+            int x1 = 0, y1 = 0, x2 = 0, y2 = 0;
+            First()->GetPixelCoordinates(point.x, point.y, x1, y1, false, false);
+            Second()->GetPixelCoordinates(point.x, point.y, x2, y2, false, false);
+            ASSERT_EQ(x1, x2) << after;
+            ASSERT_EQ(y1, y2) << after;
+        }
+    }
+
+    void SendMouse(Canvas* canvas, wxEventType type, int x, int y, bool left = false, bool right = false,
+                   int wheel = 0) {
+        wxMouseEvent event(type);
+        event.SetEventObject(canvas);
+        event.SetPosition(wxPoint(x, y));
+        event.SetLeftDown(left);
+        event.SetRightDown(right);
+        event.m_wheelRotation = wheel;
+        event.m_wheelDelta = 120;
+        canvas->ProcessWindowEvent(event);
+    }
+    void Enter(Canvas* canvas) { SendMouse(canvas, wxEVT_ENTER_WINDOW, 1, 1); }
+    void SendKey(Canvas* canvas, wxEventType type, int code) {
+        wxKeyEvent event(type);
+        event.SetEventObject(canvas);
+        event.m_keyCode = code;
+        canvas->ProcessWindowEvent(event);
+    }
+
+    CaseFolder m_folder;
+    WindowProperties m_shared;
+    OrvInterface m_core;
+    NegativeFilter* m_filter;
+    wxFrame* m_frame;
+    OrvFilterGuiViewerDouble* m_page;
+};
+
+}  // namespace
+
+TEST_F(ViewerPageTest, EveryModeShowsItsImages) {
+    Load(WritePattern("e.png", 640, 480, 10), WritePattern("r.png", 640, 480, 60));
+    Build();
+    ZoomPanel* zoom = m_page->GetOrvToolPanel()->GetZoomPanel();
+    EXPECT_EQ(zoom->GetWindowSplitMode(), 7);  // both files, for the first time
+    const cv::Vec3b evidenceIn(10, 20, 30), evidenceOut(245, 235, 225), referenceIn(60, 20, 30),
+        referenceOut(195, 235, 225);
+    const cv::Vec3b difference(50, 0, 0), none(255, 255, 255);
+    const struct {
+        int mode;
+        cv::Vec3b first, second;
+        bool firstShown, secondShown;
+    } cases[] = {
+        {0, evidenceIn, evidenceOut, true, false},   {1, evidenceIn, evidenceOut, false, true},
+        {2, evidenceIn, evidenceOut, true, true},    {3, referenceIn, referenceOut, true, false},
+        {4, referenceIn, referenceOut, false, true}, {5, referenceIn, referenceOut, true, true},
+        {6, evidenceIn, referenceIn, true, true},    {7, evidenceOut, referenceOut, true, true},
+        {8, none, difference, false, true},          {9, none, difference, false, true},
+    };
+    for (const auto& c : cases) {
+        Choose(c.mode);
+        EXPECT_EQ(m_shared.splitMode, c.mode);
+        EXPECT_EQ(PixelOf(First(), 30, 20), c.first) << c.mode;
+        EXPECT_EQ(PixelOf(Second(), 30, 20), c.second) << c.mode;
+        EXPECT_EQ(First()->GetParent()->IsShown(), c.firstShown) << c.mode;
+        EXPECT_EQ(Second()->GetParent()->IsShown(), c.secondShown) << c.mode;
+        EXPECT_EQ(m_shared.syncViews, c.firstShown && c.secondShown);
+        EXPECT_EQ(m_page->GetActiveWinId(), c.firstShown ? 6000 : 6001);
+        if (m_shared.syncViews) {
+            EXPECT_EQ(First()->GetParent()->GetSize(), Second()->GetParent()->GetSize());
+            ExpectInStep("mode " + std::to_string(c.mode));
+        }
+    }
+}
+
+TEST_F(ViewerPageTest, OneFileOrTwoOfDifferentSize) {
+    const std::string reference = WritePattern("r.png", 320, 200, 60);
+    Load("", reference);
+    Build();
+    ZoomPanel* zoom = m_page->GetOrvToolPanel()->GetZoomPanel();
+    EXPECT_EQ(zoom->GetWindowSplitMode(), 1);  // the evidence's mode shows the reference
+    EXPECT_EQ(PixelOf(Second(), 30, 20), cv::Vec3b(195, 235, 225));
+    Choose(8);
+    EXPECT_FALSE(Second()->HasImage());
+
+    Load(WritePattern("e.png", 640, 480, 10), reference);
+    m_page->UpdateGui();
+    for (const int mode : {8, 9}) {
+        Choose(mode);
+        EXPECT_FALSE(First()->HasImage());
+        EXPECT_FALSE(Second()->HasImage());
+    }
+    // The active canvas leads, the smaller image follows as far as it goes.
+    Choose(6);
+    m_page->Zoom100();
+    First()->ScrollTo(100, 60);
+    m_page->ZoomPlus();
+    PumpFor(30);
+    EXPECT_EQ(m_shared.imageSize, (IntPair{640, 480}));
+    EXPECT_LE(Second()->GetViewStart().x, First()->GetViewStart().x);
+    // The files go away.
+    Load("", "");
+    m_page->UpdateGui();
+    PumpFor(30);
+    EXPECT_FALSE(First()->HasImage());
+    EXPECT_FALSE(Second()->HasImage());
+}
+
+TEST_F(ViewerPageTest, ANewResultOfTheSameSizeKeepsTheView) {
+    Load(WritePattern("a.png", 2000, 1500, 10), "");
+    Build();
+    m_page->Zoom100();
+    Second()->ScrollTo(300, 200);
+    SendKey(Second(), wxEVT_KEY_DOWN, WXK_RIGHT);
+    PumpFor(30);
+    const wxPoint start = Second()->GetViewStart();
+    EXPECT_GT(start.x, 300);
+    Load(WritePattern("b.png", 2000, 1500, 90), "");
+    m_page->UpdateGui();
+    PumpFor(50);
+    EXPECT_DOUBLE_EQ(m_shared.zoom, 1.0);
+    EXPECT_EQ(Second()->GetViewStart(), start);
+    Load(WritePattern("c.png", 2001, 1500, 90), "");
+    m_page->UpdateGui();
+    PumpFor(50);
+    EXPECT_LT(m_shared.zoom, 1.0);  // fitted afresh
+}
+
+TEST_F(ViewerPageTest, HalvesStayInStepThroughAnything) {
+    Load(WritePattern("e.png", 1700, 1300, 10), WritePattern("r.png", 1700, 1300, 60));
+    Build();
+    ASSERT_TRUE(m_shared.syncViews);
+    std::mt19937 random(20261121);
+    const auto pick = [&random](int count) {
+        return static_cast<int>(random() % static_cast<unsigned>(count));
+    };
+    const wxEventType scrolls[] = {wxEVT_SCROLLWIN_LINEDOWN, wxEVT_SCROLLWIN_LINEUP, wxEVT_SCROLLWIN_PAGEDOWN,
+                                   wxEVT_SCROLLWIN_PAGEUP,   wxEVT_SCROLLWIN_TOP,    wxEVT_SCROLLWIN_BOTTOM};
+    const int keys[] = {WXK_LEFT, WXK_RIGHT, WXK_UP, WXK_DOWN, WXK_PAGEUP, WXK_PAGEDOWN};
+    const char characters[] = {'+', '-', '0', 'f'};
+    int moved = 0;
+    for (int i = 0; i < 1000; ++i) {
+        Canvas* canvas = pick(2) ? First() : Second();
+        const wxPoint before = First()->GetViewStart();
+        const int x = pick(400);
+        const int y = pick(500);
+        const int operation = pick(10);
+        switch (operation) {
+            case 0:
+                m_page->ZoomPlus();
+                break;
+            case 1:
+                m_page->ZoomMinus();
+                break;
+            case 2:
+                m_page->ZoomSlider(pick(31));
+                break;
+            case 3: {
+                wxScrollWinEvent event(scrolls[pick(6)], 0, pick(2) ? wxHORIZONTAL : wxVERTICAL);
+                event.SetEventObject(canvas);
+                canvas->ProcessWindowEvent(event);
+                break;
+            }
+            case 4:
+                Enter(canvas);
+                SendMouse(canvas, wxEVT_MOUSEWHEEL, x, y, false, false, pick(2) ? 120 : -120);
+                break;
+            case 5:
+                Enter(canvas);
+                SendMouse(canvas, wxEVT_LEFT_DOWN, x, y, true);
+                for (int step = 0; step < 3; ++step)
+                    SendMouse(canvas, wxEVT_MOTION, pick(400), pick(500), true);
+                SendMouse(canvas, wxEVT_LEFT_UP, pick(400), pick(500));
+                break;
+            case 6:
+                SendKey(canvas, wxEVT_KEY_DOWN, keys[pick(6)]);
+                break;
+            case 7:
+                SendKey(canvas, wxEVT_CHAR, characters[pick(4)]);
+                break;
+            case 8: {
+                wxMouseEvent event(wxEVT_LEFT_DOWN);
+                event.SetEventObject(m_page->GetNavigator());
+                event.SetLeftDown(true);
+                event.SetPosition(wxPoint(pick(120), pick(90)));
+                m_page->GetNavigator()->ProcessWindowEvent(event);
+                break;
+            }
+            case 9:
+                if (i % 7 == 0) {
+                    m_page->SetSize(900 + pick(290), 600 + pick(250));
+                    m_page->SendSizeEvent();
+                } else {
+                    SendMouse(canvas, wxEVT_RIGHT_DOWN, x, y, false, true);
+                    SendMouse(canvas, wxEVT_RIGHT_UP, x, y);
+                }
+                break;
+        }
+        if (i % 10 == 0) Pump();
+        moved += First()->GetViewStart() != before;
+        ExpectInStep("operation " + std::to_string(operation) + " at step " + std::to_string(i));
+        if (HasFatalFailure()) return;
+    }
+    EXPECT_GT(moved, 200);  // the sequence has to move what it tests
+    PumpFor(100);
+    ExpectInStep("everything");
+}
+
+TEST_F(ViewerPageTest, RealMouseZoomsPansSelectsAndSwaps) {
+    Load(WritePattern("e.png", 2000, 1500, 10), WritePattern("r.png", 2000, 1500, 60));
+    Build();
+    m_frame->Raise();
+    m_page->Zoom100();
+    PumpFor(200);
+    wxUIActionSimulator mouse;
+    Canvas* canvas = First();
+    const auto to = [&](int x, int y) {
+        mouse.MouseMove(canvas->ClientToScreen(wxPoint(x, y)));
+        PumpFor(60);
+    };
+    to(20, 20);
+    to(150, 150);
+    const wxPoint before = canvas->GetViewStart();
+    mouse.MouseDown();
+    PumpFor(50);
+    to(130, 140);
+    to(100, 120);
+    mouse.MouseUp();
+    PumpFor(100);
+    EXPECT_EQ(canvas->GetViewStart(), before + wxPoint(50, 30));  // a drag moves
+    EXPECT_DOUBLE_EQ(m_shared.zoom, 1.0);
+    ExpectInStep("a drag");
+
+    mouse.MouseDown(wxMOUSE_BTN_RIGHT);  // both halves show the other image while it is held
+    PumpFor(100);
+    EXPECT_EQ(PixelOf(First(), 30, 20), cv::Vec3b(195, 235, 225));
+    EXPECT_EQ(PixelOf(Second(), 30, 20), cv::Vec3b(245, 235, 225));
+    mouse.MouseUp(wxMOUSE_BTN_RIGHT);
+    PumpFor(100);
+    EXPECT_EQ(PixelOf(First(), 30, 20), cv::Vec3b(245, 235, 225));
+
+    mouse.MouseClick();  // a click zooms in by a step
+    PumpFor(100);
+    EXPECT_DOUBLE_EQ(m_shared.zoom, 2.0);
+    ExpectInStep("a click");
+
+    m_page->GetOrvToolPanel()->SetTool(OrvTool::Select);
+    to(60, 60);
+    mouse.MouseDown();
+    PumpFor(50);
+    to(100, 90);
+    to(160, 120);
+    mouse.MouseUp();
+    PumpFor(50);
+    SelectorPanel* selector = m_page->GetOrvToolPanel()->GetSelectorPanel();
+    const IntRect drawn = selector->GetSelector(canvas);
+    EXPECT_EQ(drawn.width, 50);  // 100 screen pixels at 200 %
+    EXPECT_EQ(drawn.height, 30);
+    EXPECT_TRUE(Second()->IsDrawRectEnabled());
+    EXPECT_DOUBLE_EQ(m_shared.zoom, 2.0);
+    to(110, 90);  // inside: moves
+    mouse.MouseDown();
+    PumpFor(50);
+    to(130, 100);
+    mouse.MouseUp();
+    PumpFor(50);
+    EXPECT_EQ(selector->GetSelector(canvas), (IntRect{drawn.x + 10, drawn.y + 5, 50, 30}));
+    to(300, 300);  // a click outside removes it
+    mouse.MouseClick();
+    PumpFor(50);
+    EXPECT_FALSE(selector->IsSelector(canvas));
+}
+
+TEST_F(ViewerPageTest, TypedZoomAndKeys) {
+    Load(WritePattern("e.png", 2000, 1500, 10), "");
+    Build();
+    wxTextCtrl* field = m_page->GetOrvToolPanel()->GetZoomPanel()->GetZoomField();
+    m_page->ZoomEnter("150%");
+    EXPECT_DOUBLE_EQ(m_shared.zoom, 1.5);
+    EXPECT_EQ(field->GetValue(), "150");
+    field->ChangeValue("nonsense");
+    m_page->ZoomEnter("nonsense");
+    EXPECT_DOUBLE_EQ(m_shared.zoom, 1.5);
+    EXPECT_EQ(field->GetValue(), "150");
+    Canvas* canvas = m_page->GetCanvasFromActiveWin();
+    SendKey(canvas, wxEVT_CHAR, '+');
+    EXPECT_DOUBLE_EQ(m_shared.zoom, 3.0);  // 150 % counts as 200 %
+    SendKey(canvas, wxEVT_CHAR, '0');
+    EXPECT_DOUBLE_EQ(m_shared.zoom, 1.0);
+    SendKey(canvas, wxEVT_CHAR, 'f');
+    EXPECT_LT(m_shared.zoom, 1.0);
+    // Nothing larger than the largest step.
+    m_page->ZoomEnter("12800");
+    m_page->ZoomPlus();
+    EXPECT_DOUBLE_EQ(m_shared.zoom, 128.0);
+    SendKey(canvas, wxEVT_KEY_DOWN, 'X');
+    EXPECT_EQ(PixelOf(canvas, 30, 20), cv::Vec3b(10, 20, 30));
+    SendKey(canvas, wxEVT_KEY_UP, 'X');
+}
+
+TEST_F(ViewerPageTest, TheNavigatorDarkensWhatIsNotSeen) {
+    cv::Mat image(1500, 2000, CV_8UC3, cv::Scalar(3, 90, 255));
+    const std::string path = m_folder / "flat.png";
+    WriteFile(path, EncodeImage(Image(image), "png"));
+    Load(path, "");
+    Build();
+    Choose(0);
+    m_page->Zoom100();
+    NavigatorCanvas* navigator = m_page->GetNavigator();
+    ASSERT_EQ(navigator->GetClientSize(), wxSize(120, 90));
+    const auto paint = [&] {
+        wxBitmap bitmap(120, 90);
+        {
+            wxMemoryDC dc(bitmap);
+            navigator->Paint(First(), &dc, wxRect(0, 0, 120, 90));
+        }
+        return bitmap.ConvertToImage();
+    };
+    First()->ScrollTo(0, 0);
+    wxImage painted = paint();
+    EXPECT_EQ(painted.GetRed(2, 2), 255);
+    EXPECT_EQ(painted.GetRed(118, 88), 170);
+    EXPECT_EQ(painted.GetGreen(118, 88), 60);
+    EXPECT_EQ(painted.GetBlue(118, 88), 2);
+    wxMouseEvent press(wxEVT_LEFT_DOWN);
+    press.SetEventObject(navigator);
+    press.SetLeftDown(true);
+    press.SetPosition(wxPoint(60, 45));
+    navigator->ProcessWindowEvent(press);
+    const wxSize client = First()->GetClientSize();
+    int x = 0;
+    int y = 0;
+    First()->GetPixelCoordinates(client.x / 2, client.y / 2, x, y, false, false);
+    EXPECT_NEAR(x, 1000, 2);
+    EXPECT_NEAR(y, 750, 2);
+    m_page->WindowFit();
+    painted = paint();
+    EXPECT_EQ(painted.GetRed(118, 88), 255);  // all of it is seen
+}
+
+TEST_F(ViewerPageTest, ANullCanvasIsAProgrammingError) {
+    Load(WritePattern("e.png", 200, 150, 10), "");
+    Build();
+    wxMouseEvent event(wxEVT_MOTION);
+    const ExpectedAssertions expected;
+    m_page->ViewerMouseOn(event, nullptr);
+    m_page->GetOrvToolPanel()->GetZoomPanel()->SetZoom(0, 0, 1.0, nullptr);
+    ASSERT_EQ(expected.Messages().size(), 2U);
+    EXPECT_EQ(expected.Messages()[0], "OrvFilterGuiViewerDouble::ViewerMouseOn");
+    EXPECT_EQ(expected.Messages()[1], "ZoomPanel::SetZoom");
+}

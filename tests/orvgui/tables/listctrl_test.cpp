@@ -1,0 +1,661 @@
+#include "orvgui/tables/listctrlresults.h"
+
+#include <gtest/gtest.h>
+#include <wx/clipbrd.h>
+#include <wx/frame.h>
+#include <wx/headerctrl.h>
+#include <wx/uiaction.h>
+
+#include <filesystem>
+
+#include "orvcore/facade/interface.h"
+#include "orvcore/tables/tablemarkup.h"
+#include "orvgui/common/fileselectors.h"
+#include "orvgui/common/progressdialog.h"
+#include "orvgui/common/spreadsheet.h"
+#include "orvgui/tables/listctrldetails.h"
+#include "orvgui/tables/listctrltable.h"
+#include "orvgui/tables/listctrlview.h"
+#include "orvgui/tables/listctrlwidths.h"
+#include "tests/support/guitest.h"
+#include "tests/support/temporaryfolder.h"
+#include "tests/support/testcore.h"
+#include "zorbase/gui/shell.h"
+#include "zorbase/licence.h"
+
+namespace {
+
+ListCtrlView::Source Share(TableString table) {
+    return std::make_shared<const TableString>(std::move(table));
+}
+
+ListCtrlView::Source NumberedRows(int rows) {
+    TableString table = {{"Number", "Name"}};
+    for (int i = 0; i < rows; ++i) table.push_back({ToString((i * 7919) % rows), "name" + ToString(i)});
+    return Share(std::move(table));
+}
+
+class ListCtrlTest : public testing::Test {
+  protected:
+    ~ListCtrlTest() override {
+        if (m_frame != nullptr) m_frame->Destroy();
+        Pump();
+    }
+    wxFrame* Frame() {
+        if (m_frame == nullptr)
+            m_frame = new wxFrame(nullptr, wxID_ANY, "list", wxPoint(0, 0), wxSize(700, 400));
+        return m_frame;
+    }
+    OrvListCtrl* Make(WxTable table, int fillMode = 0) {
+        return new OrvListCtrl(Frame(), table, fillMode, wxGrid::wxGridSelectRows, wxHORIZONTAL);
+    }
+    OrvListCtrlBatch* MakeBatch(TableString table) {
+        return new OrvListCtrlBatch(Frame(), Share(std::move(table)), 0, wxHORIZONTAL);
+    }
+    void ShowFrame() {
+        Frame()->Show();
+        ASSERT_TRUE(PumpUntil([this] { return Frame()->IsShownOnScreen(); }));
+        PumpFor(100);
+    }
+
+  private:
+    wxFrame* m_frame = nullptr;
+};
+
+std::vector<wxString> ColumnOf(OrvListCtrl& list, int col) {
+    std::vector<wxString> texts;
+    for (int row = 0; row < list.GetNumberRows(); ++row) texts.push_back(list.GetCellValue(row, col));
+    return texts;
+}
+
+std::string ClipboardText() {
+    const wxClipboardLocker locker;
+    wxTextDataObject data;
+    return !locker || !wxTheClipboard->GetData(data) ? std::string("nothing") : FromWx(data.GetText());
+}
+
+// Answers the choosers of files and folders.
+class SelectorAnswer {
+  public:
+    explicit SelectorAnswer(const std::string& answer) {
+        m_before = SetSelectorAnswer([this, answer](OrvSelectorKind, const wxString& message, const wxString&,
+                                                    const wxString& name, const wxString& filter) {
+            asked.push_back(FromWx(message) + "|" + FromWx(name) + "|" + FromWx(filter));
+            return PathToWx(answer);
+        });
+    }
+    ~SelectorAnswer() { SetSelectorAnswer(m_before); }
+    std::vector<std::string> asked;
+
+  private:
+    OrvSelectorAnswer m_before;
+};
+
+// Collects what would be opened in a browser.
+class Launches {
+  public:
+    Launches() {
+        SetShellLauncher([this](const wxString& address) {
+            seen.push_back(FromWx(address));
+            return true;
+        });
+    }
+    ~Launches() { SetShellLauncher({}); }
+    std::vector<std::string> seen;
+};
+
+void Send(wxWindow& window, int id) {
+    wxCommandEvent event(wxEVT_MENU, id);
+    event.SetEventObject(&window);
+    window.ProcessWindowEvent(event);
+}
+
+// Sends an export command and waits for the end of the export.
+void Export(OrvListCtrlResults& list, int id) {
+    Send(list, id);
+    ASSERT_TRUE(PumpUntil([&list] { return !list.IsExporting(); }));
+}
+
+}  // namespace
+
+TEST(ListCtrlWidths, FollowTheRules) {
+    const struct {
+        std::vector<int> best;
+        int width;
+    } cases[] = {
+        {{10, 20, 30}, 40}, {{3, 2, 0, 30}, 50},  // up to 3 pixels do not count
+        {{3, 3}, 80 + 20},                        // nothing is left: the default
+        {{}, 80 + 20},      {{4, 4}, 15 + 20},    // the minimal width
+    };
+    for (const auto& each : cases) EXPECT_EQ(ColumnWidth(each.best, 80, 15), each.width);
+    EXPECT_EQ(ColumnWidth({2}, 80, 95), 115);
+    EXPECT_EQ(ToggledWidth(81), 82);
+    EXPECT_EQ(ToggledWidth(80), 79);
+    EXPECT_EQ(ToggledWidth(0), 0);
+    EXPECT_EQ(RowsToMeasure(1000, 500, 20), (RowRange{0, 1000}));
+    EXPECT_EQ(RowsToMeasure(1001, 500, 60), (RowRange{500, 60}));
+    EXPECT_EQ(RowsToMeasure(5000, 4990, 60), (RowRange{4940, 60}));
+    EXPECT_EQ(RowsToMeasure(5000, -1, 5000), (RowRange{0, 120}));
+}
+
+TEST(ListCtrlView, FindsAndCopiesInShownOrder) {
+    ListCtrlView view(Share({{"a", "b"}, {"x", "!one"}, {"y", "=two"}, {"z", "ONE"}}));
+    view.SetOrder(std::make_shared<const TableOrder>(TableOrder{2, 1, 0}), nullptr);
+    int row = -1;
+    int col = 0;
+    EXPECT_TRUE(FindCell(view, "one", false, row, col));
+    EXPECT_EQ(std::pair(row, col), std::pair(0, 1));
+    EXPECT_TRUE(FindCell(view, "one", false, row, col));
+    EXPECT_EQ(std::pair(row, col), std::pair(2, 1));
+    EXPECT_TRUE(FindCell(view, "one", false, row, col)) << "around the end";
+    EXPECT_EQ(std::pair(row, col), std::pair(0, 1));
+    EXPECT_TRUE(FindCell(view, "one", true, row, col));
+    EXPECT_EQ(std::pair(row, col), std::pair(2, 1));
+    EXPECT_FALSE(FindCell(view, "!one", false, row, col));
+    EXPECT_EQ(CopyRows(view, {1, 2}, {1, 0}), "'=two\ty\none\tx\n");
+    view.SetOrder(nullptr, std::make_shared<const TableOrder>(TableOrder{2}));
+    EXPECT_EQ(view.GetNumRows(), 1);
+    EXPECT_EQ(view.ShownRow(2), 0);
+    EXPECT_EQ(view.ShownRow(0), -1);
+    EXPECT_EQ(view.Cell(1, 0), "");
+}
+
+TEST_F(ListCtrlTest, ShowsMarksAsColours) {
+    OrvListCtrl* list = Make(
+        {{"#Name", "#", "Plain"}, {"!12", "?x", "text"}, {"!", "", "?"}, {"\\!kept", "a\nb", "\\\\server"}});
+    EXPECT_EQ(list->GetColLabelValue(0), "Name");
+    EXPECT_EQ(list->GetColLabelValue(1), "");
+    const wxColour orange(255, 165, 0);
+    const struct {
+        int row, col;
+        const char* text;
+        wxColour colour;
+    } cells[] = {
+        {0, 0, "12", *wxRED}, {0, 1, "x", orange}, {0, 2, "text", *wxBLACK},  {1, 0, "", *wxRED},
+        {1, 1, "", *wxBLACK}, {1, 2, "", orange},  {2, 0, "!kept", *wxBLACK}, {2, 1, "a\nb", *wxBLACK},
+    };
+    for (const auto& cell : cells) {
+        EXPECT_EQ(list->GetCellValue(cell.row, cell.col), cell.text);
+        EXPECT_EQ(list->GetCellTextColour(cell.row, cell.col), cell.colour) << cell.row << "," << cell.col;
+    }
+    EXPECT_GT(list->GetRowSize(2), list->GetRowSize(0)) << "a row of two lines is higher";
+    list->SetCustomCellValue(0, 2, "?odd");
+    EXPECT_EQ(list->GetCellValue(0, 2), "odd");
+    EXPECT_EQ(list->GetCellTextColour(0, 2), orange);
+    EXPECT_FALSE(list->IsEditable());
+    EXPECT_EQ(list->GetRowLabelSize(), 0);
+}
+
+TEST_F(ListCtrlTest, TakesShortRowsAndEmptyTables) {
+    OrvListCtrl* list = Make({{"a", "b"}, {"1"}, {"1", "2", "3"}});
+    EXPECT_EQ(list->GetCellValue(0, 1), "");
+    EXPECT_EQ(list->GetNumberCols(), 2);
+    list->ConfigureListCtrl(WxTable{});
+    EXPECT_EQ(list->GetNumberRows(), 0);
+    EXPECT_EQ(list->GetNumberCols(), 0);
+    list->SortCol(0);
+    EXPECT_FALSE(list->Find("a"));
+    EXPECT_FALSE(list->CopySelection());
+    list->ConfigureListCtrl(WxTable{{"x", "y", "z"}, {"1", "2", "3"}});
+    EXPECT_EQ(list->GetNumberCols(), 3);
+    EXPECT_EQ(list->GetColLabelValue(2), "z");
+    EXPECT_EQ(list->GetCellValue(0, 2), "3");
+    ShowFrame();
+}
+
+TEST_F(ListCtrlTest, AsksForThumbnailsThatThereAre) {
+    OrvListCtrl* list = Make({{"Picture"}, {"*IMG*0"}, {"*IMG*7"}, {"*IMG*x"}, {"*IMG*-1"}});
+    {
+        const ExpectedAssertions assertions;
+        list->GetThumbnail(0);
+        EXPECT_EQ(assertions.Messages().size(), 1u);
+    }
+    list->SetThumbnails({Image(cv::Mat(48, 64, CV_8UC3, cv::Scalar(0, 0, 255)))});
+    EXPECT_TRUE(list->GetThumbnail(0).IsValid());
+    EXPECT_FALSE(list->GetThumbnail(7).IsValid());
+    EXPECT_GE(list->GetRowSize(0), 48);
+    EXPECT_NE(dynamic_cast<wxBmpCellRenderer*>(list->GetCellRenderer(0, 0)), nullptr);
+    list->GetCellRenderer(0, 0)->DecRef();
+    EXPECT_EQ(list->GetCellValue(0, 0), "");
+    ShowFrame();
+}
+
+TEST_F(ListCtrlTest, SortsUpAndDownAndStartsAnewOnAnotherColumn) {
+    OrvListCtrl* list = Make({{"n", "s"}, {"10", "b"}, {"9", "a"}, {"!100", "c"}});
+    using Texts = std::vector<wxString>;
+    EXPECT_EQ(ColumnOf(*list, 0), (Texts{"10", "9", "100"}))
+        << "the table's own order, whatever the indicator says";
+    list->SortCol(0);
+    EXPECT_EQ(ColumnOf(*list, 0), (Texts{"9", "10", "100"}));
+    EXPECT_EQ(list->GetCellTextColour(2, 0), *wxRED) << "the mark goes with its cell";
+    list->SortCol(0);
+    EXPECT_EQ(ColumnOf(*list, 0), (Texts{"100", "10", "9"}));
+    EXPECT_FALSE(list->IsSortOrderAscending());
+    list->SortCol(0);
+    EXPECT_EQ(ColumnOf(*list, 0), (Texts{"9", "10", "100"}));
+    list->SortCol(1);
+    EXPECT_EQ(ColumnOf(*list, 1), (Texts{"a", "b", "c"}));
+    EXPECT_TRUE(list->IsSortingBy(1));
+}
+
+TEST_F(ListCtrlTest, SortsOnceWhenALabelIsClicked) {
+    OrvListCtrl* list = Make({{"n", "s"}, {"10", "b"}, {"9", "a"}});
+    ShowFrame();
+    wxUIActionSimulator mouse;
+    const auto click = [&](int x) {
+        mouse.MouseMove(list->GetGridColLabelWindow()->ClientToScreen(wxPoint(x, 8)));
+        Pump();
+        mouse.MouseClick();
+        PumpFor(200);
+    };
+    click(12);
+    EXPECT_EQ(list->GetCellValue(0, 0), "9");
+    EXPECT_TRUE(list->IsSortingBy(0));
+    EXPECT_TRUE(list->IsSortOrderAscending());
+    PumpFor(600);  // not a double click
+    click(12);
+    EXPECT_EQ(list->GetCellValue(0, 0), "10");
+    EXPECT_FALSE(list->IsSortOrderAscending());
+}
+
+TEST_F(ListCtrlTest, FilterNarrowsAndSelectionFollowsItsRows) {
+    OrvListCtrl* list = Make({{"n", "s"}, {"3", "Nikon"}, {"1", "Canon"}, {"2", "canon eos"}});
+    list->SelectRow(0);
+    list->SetGridCursor(0, 1);
+    list->SelectRow(0);
+    list->SortCol(0);
+    wxArrayInt rows;
+    EXPECT_EQ(list->GetSelection(rows), 1);
+    EXPECT_EQ(rows[0], 2) << "the row that was selected is selected at its new place";
+    EXPECT_EQ(list->GetGridCursorRow(), 2);
+    list->SetRowFilter("CANON");
+    EXPECT_EQ(ColumnOf(*list, 0), (std::vector<wxString>{"1", "2"}));
+    EXPECT_EQ(list->GetSelection(rows), 2) << "nothing is selected any more: all shown rows count";
+    list->SortCol(0);
+    EXPECT_EQ(ColumnOf(*list, 0), (std::vector<wxString>{"2", "1"})) << "the filter stays";
+    list->SetRowFilter("");
+    EXPECT_EQ(ColumnOf(*list, 0), (std::vector<wxString>{"3", "2", "1"}));
+    list->SetRowFilter("nothing such");
+    EXPECT_EQ(list->GetNumberRows(), 0);
+    list->SetRowFilter("nik");
+    EXPECT_EQ(list->GetNumberRows(), 1);
+}
+
+TEST_F(ListCtrlTest, LargeTablesAreSortedWithoutTheWindow) {
+    auto* list = new OrvListCtrl(Frame(), NumberedRows(30000), OrvListCtrl::kQuickFill,
+                                 wxGrid::wxGridSelectRows, wxHORIZONTAL);
+    list->SortCol(1);
+    list->SortCol(0);  // the newest wish counts
+    EXPECT_TRUE(list->IsUpdating());
+    list->SetRowFilter("name9999");
+    ASSERT_TRUE(PumpUntil([&] { return !list->IsUpdating(); }));
+    EXPECT_EQ(list->GetNumberRows(), 1);
+    list->SetRowFilter("");
+    ASSERT_TRUE(PumpUntil([&] { return !list->IsUpdating(); }));
+    ASSERT_EQ(list->GetNumberRows(), 30000);
+    for (const int row : {0, 1, 29999}) EXPECT_EQ(list->GetCellValue(row, 0), ToWx(ToString(row)));
+    list->SortCol(0);  // destroyed while it sorts
+    list->Destroy();
+}
+
+TEST_F(ListCtrlTest, KeysCopyAndFind) {
+    OrvListCtrl* list = Make({{"a", "b"}, {"1", "=2+3"}, {"3", "four"}, {"5", "four more"}});
+    ShowFrame();
+    list->SetFocus();
+    list->SelectRow(1);
+    list->SelectRow(0, true);
+    wxUIActionSimulator keys;
+    Pump();
+    keys.Char('C', wxMOD_CONTROL);
+    ASSERT_TRUE(PumpUntil([] { return ClipboardText().starts_with("1\t"); }));
+    EXPECT_EQ(ClipboardText(), "1\t'=2+3\n3\tfour\n");
+    EXPECT_TRUE(list->Find("FOUR"));
+    EXPECT_EQ(list->GetGridCursorRow(), 1);
+    EXPECT_TRUE(list->Find("four"));
+    EXPECT_EQ(list->GetGridCursorRow(), 2);
+    EXPECT_FALSE(list->Find("absent"));
+    keys.Char('F', wxMOD_CONTROL);
+    const auto findDialog = []() -> wxWindow* {
+        for (wxWindow* window : wxTopLevelWindows)
+            if (dynamic_cast<wxFindReplaceDialog*>(window)) return window;
+        return nullptr;
+    };
+    ASSERT_TRUE(PumpUntil([&] { return findDialog() && findDialog()->IsShown(); }));
+    list->SetGridCursor(0, 0);
+    keys.Text("four");
+    ASSERT_TRUE(PumpUntil([&] { return findDialog()->FindWindow(wxID_FIND)->IsEnabled(); }));
+    keys.Char(WXK_RETURN);
+    EXPECT_TRUE(PumpUntil([&] { return list->GetGridCursorRow() == 1; }))
+        << "the dialog reports to the table";
+    EXPECT_EQ(list->GetSelectionForeground(), *wxBLACK) << "on a grey ground while the dialog has the focus";
+    wxTopLevelWindow* dialog = static_cast<wxTopLevelWindow*>(findDialog());
+    dialog->Close();
+    EXPECT_TRUE(PumpUntil([&] { return findDialog() == nullptr; }));
+    list->ShowFindDialog();
+    EXPECT_TRUE(findDialog() && findDialog()->IsShown()) << "opens again";
+}
+
+TEST_F(ListCtrlTest, DetailsShowTheCursorsRow) {
+    OrvListCtrl* list = Make({{"#Name", "Value"}, {"a", "1"}, {"!b", "two\nlines <b>&"}});
+    list->SortCol(0);
+    list->SetGridCursor(1, 0);
+    wxString text;
+    {
+        DialogAnswers answers([&text](wxDialog* dialog) {
+            text = static_cast<RowDetailsDialog*>(dialog)->GetText();
+            for (wxWindow* child : dialog->GetChildren()) {
+                if (child->GetLabel() != "Copy All") continue;
+                wxCommandEvent event(wxEVT_BUTTON, child->GetId());
+                child->ProcessWindowEvent(event);
+            }
+            return wxID_OK;
+        });
+        wxGridEvent event(list->GetId(), wxEVT_GRID_CELL_LEFT_DCLICK, list, 1, 0);
+        list->ProcessWindowEvent(event);
+        EXPECT_EQ(answers.Seen(), std::vector<std::string>{"Row Details"});
+    }
+    EXPECT_EQ(text, ToWx("Name   b\nValue  two\u21b5lines <b>&\n"));
+    EXPECT_EQ(ClipboardText(), FromWx(text));
+}
+
+TEST_F(ListCtrlTest, SizesFollowTheTableAndTheUser) {
+    OrvListCtrl* list = Make({{"a", "b"}, {"x", "much longer text than the other"}});
+    EXPECT_GT(list->GetColSize(1), list->GetColSize(0));
+    list->SetColSize(0, 333);
+    wxGridSizeEvent event(list->GetId(), wxEVT_GRID_COL_SIZE, list, 0);
+    list->ProcessWindowEvent(event);
+    list->SortCol(1);
+    EXPECT_EQ(list->GetColSize(0), 333) << "what the user has set is not measured again";
+    list->SetColSize(1, 101);
+    wxSizeEvent size(list->GetSize(), list->GetId());
+    list->OnSize(size);
+    EXPECT_EQ(list->GetColSize(1), 102);
+    list->OnSize(size);
+    EXPECT_EQ(list->GetColSize(1), 101);
+    list->HideCol(0);
+    list->SaveCurrentSelection();
+    EXPECT_EQ(list->GetShownLabels(), std::vector<wxString>{"b"});
+}
+
+TEST_F(ListCtrlTest, HostileCellsAreShownWithoutEffect) {
+    const std::string huge(10 << 20, 'W');
+    OrvListCtrl* list = new OrvListCtrl(Frame(),
+                                        Share({{"a&b", TableCell("!label")},
+                                               {TableCell("<b>&amp;"), huge},
+                                               {"x\u202Egpj", std::string("a\0b\x01", 4)}}),
+                                        0, wxGrid::wxGridSelectRows, wxHORIZONTAL);
+    EXPECT_EQ(list->GetColLabelValue(1), "!label");
+    EXPECT_LT(list->GetColSize(1), 8000);
+    EXPECT_EQ(list->GetCellValue(0, 1).length(), huge.size());
+    const auto* table = static_cast<ListCtrlTable*>(list->GetTable());
+    EXPECT_LT(table->GetDisplayText(0, 1).length(), 500u);
+    EXPECT_EQ(table->GetDisplayText(1, 0), "x[U+202E]gpj");
+    EXPECT_EQ(table->GetDisplayText(1, 1), "a[U+0000]b[U+0001]");
+    ShowFrame();
+}
+
+TEST_F(ListCtrlTest, MenusHaveTheirCommandsInOrder) {
+    const auto describe = [](const wxMenu& menu) {
+        std::vector<std::string> items;
+        for (const wxMenuItem* item : menu.GetMenuItems())
+            items.push_back(
+                item->IsSeparator() ? "-" : ToString(item->GetId()) + " " + FromWx(item->GetItemLabelText()));
+        return items;
+    };
+    auto* batch = MakeBatch({{"a"}});
+    EXPECT_EQ(
+        describe(*batch->CreateContextMenu()),
+        (std::vector<std::string>{"6000 Select All", "6001 Show Details", "6002 Export Selected Images", "-",
+                                  "6003 Export Data As HTML", "6005 Export Data As TSV", "6006 Open In Excel",
+                                  "-", "6007 Load As Evidence", "6008 Load As Reference"}));
+    auto* web = new OrvListCtrlWeb(Frame(), Share({{"Link", "Format"}}), 0, wxHORIZONTAL);
+    EXPECT_EQ(describe(*web->CreateContextMenu()),
+              (std::vector<std::string>{"6001 Show Details", "-", "6000 Select All", "-",
+                                        "6002 Download Images", "6003 Export Data As HTML",
+                                        "6005 Export Data As TSV", "6006 Open In Excel"}));
+    EXPECT_EQ(web->GetURLColumn(), 0);
+    EXPECT_EQ(web->GetExtensionColumn(), 1);
+    EXPECT_EQ(web->GetFilenameColumn(), -1);
+    EXPECT_EQ(batch->GetFilenameColumn(), -1);
+}
+
+TEST_F(ListCtrlTest, KeysOpenTheMenuForTheCursorsRow) {
+    auto* list = MakeBatch({{"n"}, {"1"}, {"2"}, {"3"}});
+    ShowFrame();
+    list->SetFocus();
+    list->SetGridCursor(1, 0);
+    Pump();
+    std::vector<int> selected;
+    wxUIActionSimulator keys;
+    const auto onOpen = [&](wxMenuEvent& event) {
+        const wxArrayInt rows = list->GetSelectedRows();
+        selected.assign(rows.begin(), rows.end());
+        list->CallAfter([&keys] { keys.Char(WXK_ESCAPE); });
+        event.Skip();
+    };
+    list->Bind(wxEVT_MENU_OPEN, onOpen);
+    keys.Char(WXK_F10, wxMOD_SHIFT);
+    EXPECT_TRUE(PumpUntil([&] { return selected == std::vector<int>{1}; }));
+    list->SelectRow(2, true);
+    keys.Char(WXK_MENU);
+    EXPECT_TRUE(PumpUntil([&] { return selected == std::vector<int>{1, 2}; })) << "the selection stays";
+    Pump();
+}
+
+TEST_F(ListCtrlTest, ExportsWriteTheWholeTableInItsOrder) {
+    const TemporaryFolder folder;
+    const Launches launches;
+    auto* list = MakeBatch({{"n", "s"}, {"2", "!b"}, {"1", "a"}, {"3", "c"}});
+    list->SortCol(0);
+    list->SelectRow(0);
+    list->SetRowFilter("a");
+    {
+        const SelectorAnswer answer(folder / "t.tsv");
+        Export(*list, OrvListDataAsTsv);
+        ASSERT_EQ(answer.asked.size(), 1u);
+        EXPECT_TRUE(answer.asked[0].find("|export-20") != std::string::npos) << answer.asked[0];
+    }
+    EXPECT_EQ(ReadFile(folder / "t.tsv"), "n\ts\n1\ta\n2\tb\n3\tc\n");
+    EXPECT_TRUE(launches.seen.empty());
+    {
+        const SelectorAnswer answer(folder / "t.html");
+        Export(*list, OrvListDataAsHtml);
+    }
+    EXPECT_TRUE(FileExists(folder / "t.html"));
+    EXPECT_TRUE(FileExists(folder / "style.css"));
+    EXPECT_EQ(launches.seen.size(), 1u);
+    {
+        const SelectorAnswer cancelled("");
+        Export(*list, OrvListDataAsHtml);
+        Export(*list, OrvListDataAsTsv);
+    }
+    EXPECT_EQ(launches.seen.size(), 1u);
+    {
+        // A folder stands where the file should.
+        std::filesystem::create_directory(folder / "taken.tsv");
+        const SelectorAnswer answer(folder / "taken.tsv");
+        DialogAnswers answers{wxID_OK};
+        Export(*list, OrvListDataAsTsv);
+        ASSERT_EQ(answers.Seen().size(), 1u);
+        EXPECT_TRUE(answers.Seen()[0].starts_with("Error|")) << answers.Seen()[0];
+    }
+}
+
+// Rows so long that writing them takes a while.
+ListCtrlView::Source LongRows(int rows) {
+    TableString table = {{"Number", "Text"}};
+    for (int i = 0; i < rows; ++i) table.push_back({ToString(i), std::string(1 << 16, '<')});
+    return Share(std::move(table));
+}
+
+TEST_F(ListCtrlTest, ExportShowsHowFarItIsAndCanBeStopped) {
+    const TemporaryFolder folder;
+    const Launches launches;
+    auto* list = new OrvListCtrlBatch(Frame(), LongRows(12000), 0, wxHORIZONTAL);
+    ShowFrame();
+    const SelectorAnswer answer(folder / "t.html");
+    Send(*list, OrvListDataAsHtml);
+    EXPECT_TRUE(list->IsExporting());
+    {
+        DialogAnswers answers{wxID_OK};
+        Send(*list, OrvListDataAsTsv);
+        EXPECT_EQ(answers.Seen()[0], "|The table is still being written.");
+    }
+    ASSERT_TRUE(PumpUntil([&] { return list->GetExport().GetDialog() != nullptr; }));
+    EXPECT_EQ(list->GetExport().GetDialog()->GetTitle(), "Export");
+    list->GetExport().Abort();
+    ASSERT_TRUE(PumpUntil([&] { return !list->IsExporting(); }, 2000));
+    EXPECT_EQ(list->GetExport().GetDialog(), nullptr);
+    EXPECT_TRUE(std::filesystem::is_empty(folder.Path())) << "nothing is left of a stopped export";
+    EXPECT_TRUE(launches.seen.empty());
+
+    Send(*list, OrvListDataAsHtml);
+    PumpFor(50);
+    list->Destroy();  // while it writes
+    Pump();
+    EXPECT_TRUE(std::filesystem::is_empty(folder.Path()));
+}
+
+TEST_F(ListCtrlTest, ExportNeverWritesToAFileOfTheTable) {
+    const TemporaryFolder folder;
+    const std::string photo = folder / "photo \xFF.html";
+    WriteFile(photo, std::string("evidence"));
+    std::filesystem::create_hard_link(photo, folder / "other name.html");
+    auto* list = MakeBatch({{"Full Path"}, {"/somewhere/else"}, {FromWx(PathToWx(photo))}});
+    for (const char* name : {"photo \xFF.html", "other name.html"}) {
+        const SelectorAnswer answer(folder / name);
+        DialogAnswers answers{wxID_OK, wxID_OK, wxID_OK};
+        Export(*list, OrvListDataAsTsv);
+        Export(*list, OrvListDataAsHtml);
+        wxCommandEvent event;
+        list->OnExportReportAsHtml(event);
+        ASSERT_TRUE(PumpUntil([list] { return !list->IsExporting(); }));
+        ASSERT_EQ(answers.Seen().size(), 3u);
+        for (const std::string& seen : answers.Seen())
+            EXPECT_NE(seen.find("which are never written to"), std::string::npos) << seen;
+    }
+    EXPECT_EQ(ReadFile(photo), "evidence");
+}
+
+TEST_F(ListCtrlTest, ReportHoldsTheSelectedRowsAndShownColumns) {
+    const TemporaryFolder folder;
+    const Launches launches;
+    auto* list = MakeBatch({{"Picture", "Full Path", "Make"},
+                            {"*IMG*0", "/photos/a&b.jpg", "!Canon"},
+                            {"*IMG*1", "/photos/c.jpg", "Nikon"}});
+    list->SetThumbnails({Image(cv::Mat(30, 60, CV_8UC3)), Image(cv::Mat(60, 30, CV_8UC3))});
+    list->HideCol(1);
+    list->SelectRow(0);
+    const SelectorAnswer answer(folder / "r.html");
+    wxCommandEvent event;
+    list->OnExportReportAsHtml(event);
+    ASSERT_TRUE(PumpUntil([list] { return !list->IsExporting(); }));
+    const std::string page = ReadFile(folder / "r.html");
+    EXPECT_NE(
+        page.find("<h2>Exported Images</h2>\n<h3>Id 1</h3>\n"
+                  "<img src=\"file:///photos/a%26b.jpg\" alt=\"a&amp;b.jpg\" width=\"320\" height=\"160\"/>\n"
+                  "<p>Make Canon</p>\n</body>"),
+        std::string::npos)
+        << page;
+    EXPECT_EQ(launches.seen.size(), 1u);
+}
+
+TEST_F(ListCtrlTest, SpreadsheetGetsTheTableOrAMessageSaysWhy) {
+    const TemporaryFolder home;
+    const ScopedVariable homeVariable("HOME", home.Path().c_str());
+    std::filesystem::create_directory(home / "Desktop");
+    auto* list = MakeBatch({{"n"}, {"=1+1"}});
+    {
+        DialogAnswers answers{wxID_OK};
+        Export(*list, OrvListOpenInExcel);
+        EXPECT_EQ(answers.Seen()[0],
+                  "|Failed to create Excel instance. Excel must be installed for this function to work.");
+    }
+    wxString opened;
+    SetSpreadsheetOpener([&opened](const wxString& file) {
+        opened = file;
+        return SpreadsheetResult::NotOpened;
+    });
+    {
+        DialogAnswers answers{wxID_OK};
+        Export(*list, OrvListOpenInExcel);
+        EXPECT_EQ(answers.Seen()[0], "|Failed to open " + FromWx(opened) + ".");
+    }
+    SetSpreadsheetOpener({});
+    EXPECT_EQ(ReadFile(PathFromWx(opened)), "n\n'=1+1\n");
+}
+
+TEST_F(ListCtrlTest, TrialEditionRefusesEveryExport) {
+    auto* list = MakeBatch({{"Full Path"}, {"/x"}});
+    auto* web = new OrvListCtrlWeb(Frame(), Share({{"url"}, {"http://x/y"}}), 0, wxHORIZONTAL);
+    LicenceManager::Get().SetTrial(true);
+    const SelectorAnswer answer("/nowhere/t");
+    {
+        DialogAnswers answers{wxID_OK, wxID_OK, wxID_OK, wxID_OK, wxID_OK, wxID_OK};
+        for (const int id : {OrvListImages, OrvListDataAsHtml, OrvListDataAsTsv, OrvListOpenInExcel})
+            Send(*list, id);
+        wxCommandEvent event;
+        list->OnExportReportAsHtml(event);
+        Send(*web, OrvListImages);
+        for (const std::string& seen : answers.Seen())
+            EXPECT_EQ(seen, "|Command not available on trial version.");
+    }
+    LicenceManager::Get().SetTrial(false);
+    EXPECT_TRUE(answer.asked.empty());
+}
+
+TEST_F(ListCtrlTest, CommandsOfTheCoreAreAskedForWithTheRowsValues) {
+    OrvInterface core;
+    TestSink sink;
+    core.SetProgressHandler(&sink);
+    CaseFolder folder;
+    const std::string first = folder.WritePicture("first.png", 10);
+    const std::string second = folder.WritePicture("second \xFF.png", 20);
+    auto* list = MakeBatch({{"n", "FULL PATH"}, {"1", first}, {"2", FromWx(PathToWx(second))}});
+
+    wxGridEvent plain(list->GetId(), wxEVT_GRID_CELL_LEFT_DCLICK, list, 0, 0);
+    list->ProcessWindowEvent(plain);
+    ASSERT_TRUE(sink.PumpUntilIdle());
+    ASSERT_TRUE(core.HasFile(OrvEvidence));
+    EXPECT_EQ(core.GetFile(OrvEvidence)->GetPath(), first);
+    wxGridEvent shifted(list->GetId(), wxEVT_GRID_CELL_LEFT_DCLICK, list, 1, 0, -1, -1, true,
+                        wxKeyboardState(false, true));
+    list->ProcessWindowEvent(shifted);  // the row that was clicked, not the one that has the cursor
+    ASSERT_TRUE(sink.PumpUntilIdle());
+    ASSERT_TRUE(core.HasFile(OrvReference));
+    EXPECT_EQ(core.GetFile(OrvReference)->GetPath(), second) << "a name that is not UTF-8 comes through";
+
+    list->SelectAll();
+    const SelectorAnswer answer(folder / "copies");
+    Send(*list, OrvListImages);
+    ASSERT_TRUE(sink.PumpUntilIdle());
+    EXPECT_EQ(ReadFile(folder / "copies/first.png"), ReadFile(first));
+    EXPECT_TRUE(FileExists(folder / "copies/second \xFF.png"));
+    EXPECT_EQ(sink.Count(OrvEventDumpEmbeddedJpgs), 1);
+
+    auto* web =
+        new OrvListCtrlWeb(Frame(), Share({{"Link"}, {"http://127.0.0.1:1/a/b.jpg"}, {""}}), 0, wxHORIZONTAL);
+    {
+        DialogAnswers consent{wxID_NO};
+        Send(*web, OrvListImages);
+        ASSERT_TRUE(sink.PumpUntilIdle());
+        EXPECT_EQ(sink.Count(OrvEventCommandExecuted), 0) << "the user does not want it";
+    }
+    const DialogAnswers consent{wxID_YES};
+    Send(*web, OrvListImages);
+    ASSERT_TRUE(sink.PumpUntilIdle());
+    EXPECT_EQ(sink.Count(OrvEventCommandExecuted), 1);
+    EXPECT_EQ(answer.asked.back().substr(0, 52), "Select the directory where to download the images||");
+}
+
+TEST_F(ListCtrlTest, LabelsToolTipFollowsTheMouse) {
+    auto* list = MakeBatch({{"first label", "second label"}, {"1", "2"}});
+    ShowFrame();
+    wxMouseEvent event(wxEVT_MOTION);
+    event.SetPosition(wxPoint(list->GetColSize(0) + 5, 5));
+    list->OnMouseHover(event);
+    EXPECT_EQ(list->GetGridColLabelWindow()->GetToolTipText(), "second label");
+    event.SetPosition(wxPoint(5, 5));
+    list->OnMouseHover(event);
+    EXPECT_EQ(list->GetGridColLabelWindow()->GetToolTipText(), "first label");
+}
