@@ -43,7 +43,7 @@ struct Windows {
     OrvFiltersPanel* panel = nullptr;
 
     Windows() {
-        RegisterPageFactory(core.GetContext());
+        RegisterPageFactory();
         OrvGuiCommandRegistry::Init();
         for (int i = 0; i < kFilters; ++i)
             core.GetContext().RegisterFilter(std::make_unique<SettingsFilter>(i));

@@ -28,14 +28,14 @@ std::array<std::uint8_t, 256> AdjustmentTable(const Adjustment& adjustment) {
     return table;
 }
 
-cv::Mat AdjustImage(const cv::Mat& image, const Adjustment& adjustment, const OrvJob& job) {
+cv::Mat AdjustImage(const cv::Mat& image, const Adjustment& adjustment, const AnalysisProgress& progress) {
     const auto values = AdjustmentTable(adjustment);
     const cv::Mat table(1, 256, CV_8U, const_cast<std::uint8_t*>(values.data()));
     const bool isColour = adjustment.channel == ViewChannel::All;
     cv::Mat result(image.rows, image.cols, isColour ? CV_8UC3 : CV_8UC1);
     cv::Mat plane;
     for (int y = 0; y < image.rows; y += kStripRows) {
-        job.CheckAbort();
+        if (progress) progress(static_cast<double>(y) / image.rows);
         const cv::Range rows(y, std::min(y + kStripRows, image.rows));
         const cv::Mat source = image.rowRange(rows);
         cv::Mat target = result.rowRange(rows);

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <opencv2/core.hpp>
 
-#include "orvcore/model/job.h"
+#include "orvcore/analysis/parallel.h"
 
 // How a picture is shown: brightness, contrast, gamma and a choice of channel. Nothing is measured here.
 
@@ -26,4 +26,5 @@ std::array<std::uint8_t, 256> AdjustmentTable(const Adjustment& adjustment);
 
 // image: 8 bits, B, G, R. The result is 8-bit: three channels for All, otherwise one. Luminance is 0.299 R + 0.587 G + 0.114 B
 // rounded, before the table.
-cv::Mat AdjustImage(const cv::Mat& image, const Adjustment& adjustment, const OrvJob& job);
+cv::Mat AdjustImage(const cv::Mat& image, const Adjustment& adjustment,
+                    const AnalysisProgress& progress = {});

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "orvcore/filter/filterguibase.h"
+#include "orvcore/model/actionid.h"
 #include "zorbase/parameter.h"
 
 class OrvFilter;
@@ -27,19 +28,6 @@ enum OrvEventId : int {
     OrvEventGenerateReport = 14,
     OrvEventCommandExecuted = 15,
     OrvEventExit = 17,
-};
-
-// Generic actions.
-enum OrvActionId : int {
-    OrvActionSearchFlickr = 0,
-    OrvActionSearchGoogle = 1,
-    OrvActionCameraForensics = 2,
-    OrvActionBatchProcessing = 3,
-    OrvActionShowLocation = 4,
-    OrvActionBatchAnalysis = 5,
-    OrvActionBatchComparison = 6,
-    OrvActionDownload = 7,
-    OrvActionWebSearch = 8,
 };
 
 class OrvHandshake;

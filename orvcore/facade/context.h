@@ -2,15 +2,12 @@
 
 #include <wx/string.h>
 
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
 
 #include "orvcore/filter/filter.h"
-
-using OrvPageFactory = std::function<OrvFilterGuiBase*(wxWindow* parent, OrvFilter* filter)>;
 
 // The core's process-wide state that is not a request: the filters, which of them is active, folders,
 // thumbnails.
@@ -40,16 +37,11 @@ class OrvContext {
     // Keeps all configurations on disk and brings each one's status in line with the results held.
     void RefreshConfigurations();
 
-    // The window library's maker of pages; set once when it starts. GUI thread.
-    void SetPageFactory(OrvPageFactory factory) { m_pageFactory = std::move(factory); }
-    const OrvPageFactory& GetPageFactory() const { return m_pageFactory; }
-
   private:
     mutable std::mutex m_mutex;
     std::vector<std::unique_ptr<OrvFilter>> m_filters;
     OrvFilter* m_activeFilter = nullptr;
     std::vector<Image> m_thumbnails;
-    OrvPageFactory m_pageFactory;
 };
 
 // The context of the living OrvInterface; never null while one lives, null otherwise.

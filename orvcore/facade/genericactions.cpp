@@ -68,7 +68,9 @@ VecParameter RunGenericAction(OrvActionId action, const std::string& name, const
         case OrvActionShowLocation:
             return ShowLocation(files[OrvEvidence]);
         case OrvActionBatchProcessing:
-            return Show(RunBatchProcessing(parameters, files, context, options, cache, job), context);
+            return Show(RunBatchProcessing(parameters, files, context.GetFilters(), context.GetActiveFilter(),
+                                           options, cache, job),
+                        context);
         case OrvActionBatchAnalysis:
         case OrvActionBatchComparison:
             return ExamineFolder(action, parameters, files[OrvEvidence], context, options, job);

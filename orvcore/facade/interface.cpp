@@ -82,7 +82,7 @@ void OrvInterface::LoadSettings() {
     std::vector<std::string> problems;
     std::string outcome = "were read only as far as they are known here";
     try {
-        OrvFilterStore::FromJson(*m_context, JsonFromText(ReadFile(path)), problems);
+        OrvFilterStore::FromJson(m_context->GetFilters(), JsonFromText(ReadFile(path)), problems);
         for (OrvFilter* filter : GetFilters())
             filter->SetRequested(filter->GetActiveConfiguration(),
                                  filter->GetConfigurationParams(filter->GetActiveConfiguration()),

@@ -69,7 +69,8 @@ void OrvInterface::StoreSettings() {
     OrvCommand command;
     command.kind = OrvCommand::Kind::Settings;
     command.run = [this](const OrvJob&) {
-        WriteFile(OrvFilterStore::SettingsPath(), JsonToText(OrvFilterStore::ToJson(*m_context), 2) + "\n");
+        WriteFile(OrvFilterStore::SettingsPath(),
+                  JsonToText(OrvFilterStore::ToJson(m_context->GetFilters()), 2) + "\n");
     };
     command.fail = [this](int error, const std::string& message) { m->TellFailure(error, message); };
     m->queue.Push(std::move(command));
@@ -131,7 +132,7 @@ void OrvInterface::EnableFilterConfiguration(OrvFilter* filter, int index, bool 
 void OrvInterface::SaveConfigurations(const wxString& path) {
     m->Push(OrvCommand::Kind::Other, [this, path = PathFromWx(path)](const OrvJob&) {
         m->RefuseLoadedFile(path);
-        WriteFile(path, JsonToText(OrvFilterStore::ToJson(*m_context), 2) + "\n");
+        WriteFile(path, JsonToText(OrvFilterStore::ToJson(m_context->GetFilters()), 2) + "\n");
     });
 }
 
@@ -140,7 +141,7 @@ void OrvInterface::LoadConfigurations(const wxString& path) {
         const std::string name = ToValidUtf8(PathName(path));
         std::vector<std::string> problems;
         try {
-            OrvFilterStore::FromJson(*m_context, JsonFromText(ReadFile(path)), problems);
+            OrvFilterStore::FromJson(m_context->GetFilters(), JsonFromText(ReadFile(path)), problems);
         } catch (const ZorException& exception) {
             if (exception.GetKind() == ZorException::Kind::File) throw;
             ZOR_THROW(Format, "\"" + name + "\" was not loaded: " + exception.GetMessage());

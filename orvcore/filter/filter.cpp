@@ -2,13 +2,17 @@
 
 #include <algorithm>
 
-#include "orvcore/facade/context.h"
 #include "orvcore/filter/resultcache.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"
 #include "zorbase/zorexception.h"
 
 namespace {
+
+OrvPageFactory& PageFactory() {
+    static OrvPageFactory factory;
+    return factory;
+}
 
 std::string IdFromName(const std::string& name) {
     std::string id = ToLower(name);
@@ -103,10 +107,12 @@ OrvFilterGuiBase* OrvFilter::CreateAnalysisPanel(wxWindow* parent, OrvFilter* fi
     return m_page;
 }
 
+void OrvFilter::SetPageFactory(OrvPageFactory factory) {
+    PageFactory() = std::move(factory);
+}
+
 OrvFilterGuiBase* OrvFilter::CreatePanel(wxWindow* parent, OrvFilter* filter) {
-    const OrvContext* context = ::GetContext();
-    if (context == nullptr || !context->GetPageFactory()) return nullptr;
-    return context->GetPageFactory()(parent, filter);
+    return PageFactory() ? PageFactory()(parent, filter) : nullptr;
 }
 
 void OrvFilter::Compute(const OrvLoadedFile&, const VecParameter&, const OrvJob&, OrvSlotResult&) const {}

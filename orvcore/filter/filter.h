@@ -13,7 +13,11 @@
 #include "orvcore/filter/filterresult.h"
 
 class wxWindow;
+class OrvFilter;
 class OrvResultCache;
+
+// Makes the page of a filter; the window library's.
+using OrvPageFactory = std::function<OrvFilterGuiBase*(wxWindow* parent, OrvFilter* filter)>;
 
 // Which kind of page a filter gets.
 enum class OrvPageKind { Text, Plot, ImageSingle, ImageDouble, Summary };
@@ -79,6 +83,7 @@ class OrvFilter {
 
     // Pages. CreateAnalysisPanel makes the page (through the factory that the window library registered),
     // remembers it weakly and returns it, not yet initialised; null where there is no window library.
+    static void SetPageFactory(OrvPageFactory factory);  // once, when the window library starts
     OrvFilterGuiBase* CreateAnalysisPanel(wxWindow* parent, OrvFilter* filter);
     OrvFilterGuiBase* GetAnalsyisFilterGui() const { return m_page; }
     void SetAnalysisFilterGui(OrvFilterGuiBase* page) { m_page = page; }  // null from the page's destructor

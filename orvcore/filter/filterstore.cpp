@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "orvcore/facade/context.h"
+#include "orvcore/filter/filter.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"
 #include "zorbase/zorexception.h"
@@ -62,9 +62,9 @@ std::string OrvFilterStore::SettingsPath() {
     return PathJoin(PathJoin(GetAppDocumentsPath(), "settings"), "filters.json");
 }
 
-Json OrvFilterStore::ToJson(const OrvContext& context) {
-    Json filters = Json::object();
-    for (OrvFilter* filter : context.GetFilters()) {
+Json OrvFilterStore::ToJson(const std::vector<OrvFilter*>& filters) {
+    Json entries = Json::object();
+    for (OrvFilter* filter : filters) {
         if (filter->GetPageKind() == OrvPageKind::Summary) continue;  // belongs to the window, runs nothing
         if (filter->HasSingleConfiguration() && filter->GetInputPrototype().empty() &&
             filter->IsConfigurationEnabled(0))
@@ -73,13 +73,14 @@ Json OrvFilterStore::ToJson(const OrvContext& context) {
         for (const OrvFilterConfiguration& configuration : filter->GetConfigurations())
             list.push_back({{"enabled", configuration.IsEnabled()},
                             {"parameters", configuration.GetParameters().ToJson()}});
-        filters[filter->GetId()] = {{"active", filter->GetActiveConfiguration()},
+        entries[filter->GetId()] = {{"active", filter->GetActiveConfiguration()},
                                     {"configurations", std::move(list)}};
     }
-    return Json{{"format", kFormat}, {"version", kVersion}, {"filters", std::move(filters)}};
+    return Json{{"format", kFormat}, {"version", kVersion}, {"filters", std::move(entries)}};
 }
 
-void OrvFilterStore::FromJson(OrvContext& context, const Json& json, std::vector<std::string>& problems) {
+void OrvFilterStore::FromJson(const std::vector<OrvFilter*>& filters, const Json& json,
+                              std::vector<std::string>& problems) {
     if (!json.is_object() || json.value("format", Json()) != kFormat || !json.contains("filters") ||
         !json["filters"].is_object() || !json.contains("version") || !json["version"].is_number_integer())
         ZOR_THROW(Format, "This is not a file of filter configurations.");
@@ -90,7 +91,9 @@ void OrvFilterStore::FromJson(OrvContext& context, const Json& json, std::vector
                            ", this one reads " + ToString(kVersion) + "): what only that version knows");
 
     for (const auto& [id, entry] : json["filters"].items()) {
-        OrvFilter* filter = context.FindFilter(id);
+        const auto found = std::find_if(filters.begin(), filters.end(),
+                                        [&id](const OrvFilter* one) { return one->GetId() == id; });
+        OrvFilter* filter = found == filters.end() ? nullptr : *found;
         const std::string name = filter != nullptr ? filter->GetNameUtf8() : ToValidUtf8(id);
         if (filter == nullptr) {
             problems.push_back("unknown filter \"" + name + "\"");

@@ -34,5 +34,5 @@ void VisualInspectionFilter::PostProcess(const VecParameter& postProcessing, con
     adjustment.gamma = postProcessing.Get<double>("gamma");
     adjustment.channel = static_cast<ViewChannel>(postProcessing.Get<int>("channel"));
     if (adjustment.IsNeutral() || !result.outputImage.IsValid()) return;
-    result.outputImage = Image(AdjustImage(result.outputImage.ToColor().GetMat(), adjustment, job));
+    result.outputImage = Image(AdjustImage(result.outputImage.ToColor().GetMat(), adjustment, job.Part()));
 }

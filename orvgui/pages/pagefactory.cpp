@@ -1,5 +1,6 @@
 #include "orvgui/pages/pagefactory.h"
 
+#include "orvcore/filter/filter.h"
 #include "orvgui/pages/filterguiplot.h"
 #include "orvgui/pages/filterguitext.h"
 #include "orvgui/pages/filterguiviewer.h"
@@ -31,6 +32,6 @@ OrvFilterGui* CreateFilterPage(wxWindow* parent, OrvFilter* filter) {
     return nullptr;
 }
 
-void RegisterPageFactory(OrvContext& context) {
-    context.SetPageFactory(&CreateFilterPage);
+void RegisterPageFactory() {
+    OrvFilter::SetPageFactory(&CreateFilterPage);
 }

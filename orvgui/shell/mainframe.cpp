@@ -130,7 +130,7 @@ void OrvMainFrame::CreatePanes() {
     m_evidencePanel = new FilePanel(this, OrvEvidence);
     m_referencePanel = new FilePanel(this, OrvReference);
     m_viewerPanel = new OrvViewerPanel(this);
-    RegisterPageFactory(*GetContext());
+    RegisterPageFactory();
     m_filtersPanel = new OrvFiltersPanel(this, m_viewerPanel);
     m_filtersPanel->InitTreebook();
     m_projectTree = new OrvProjectGui(this);

@@ -36,7 +36,7 @@ class BoxAnswer : public wxModalDialogHook {
 
 void FiltersFixture::SetUp() {
     core = std::make_unique<OrvInterface>();
-    RegisterPageFactory(core->GetContext());
+    RegisterPageFactory();
     OrvGuiCommandRegistry::Init();
     frame = new wxFrame(nullptr, wxID_ANY, "Filters", wxDefaultPosition, wxSize(1000, 700));
 }

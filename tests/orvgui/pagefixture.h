@@ -21,7 +21,7 @@ class PageFixture : public ::testing::Test {
   protected:
     void SetUp() override {
         core = std::make_unique<OrvInterface>();
-        RegisterPageFactory(core->GetContext());
+        RegisterPageFactory();
         frame = new wxFrame(nullptr, wxID_ANY, "Pages", wxPoint(0, 0), wxSize(900, 700));
         frame->Bind(wxEVT_ORV_COMMAND, [this](OrvCommandEvent& event) {
             const bool done =

@@ -23,8 +23,8 @@ struct BatchTool {
     VecParameter post;
 };
 
-std::vector<BatchTool> ChooseTools(BatchTools choice, const OrvContext& context) {
-    OrvFilter* active = context.GetActiveFilter();
+std::vector<BatchTool> ChooseTools(BatchTools choice, const std::vector<OrvFilter*>& filters,
+                                   OrvFilter* active) {
     if (choice != BatchTools::AllFilters && active == nullptr) ZOR_THROW(Argument, "Choose a filter first.");
     std::vector<BatchTool> tools;
     if (choice == BatchTools::Active) {
@@ -32,7 +32,7 @@ std::vector<BatchTool> ChooseTools(BatchTools choice, const OrvContext& context)
                          active->GetParametersPostProcessing()});
         return tools;
     }
-    for (OrvFilter* filter : context.GetFilters()) {
+    for (OrvFilter* filter : filters) {
         if (choice == BatchTools::ActiveFilter && filter != active) continue;
         if (filter->GetPageKind() == OrvPageKind::Summary) continue;
         const std::vector<OrvFilterConfiguration> configurations = filter->GetConfigurations();
@@ -302,8 +302,8 @@ VecParameter BatchProcessingParameters(const std::string& report) {
 }
 
 FolderTable RunBatchProcessing(const VecParameter& parameters, const OrvFilePtr (&files)[kFileSlots],
-                               const OrvContext& context, const OrvOptions& options,
-                               const OrvResultCache& cache, const OrvJob& job) {
+                               const std::vector<OrvFilter*>& filters, OrvFilter* active,
+                               const OrvOptions& options, const OrvResultCache& cache, const OrvJob& job) {
     if (parameters.size() < 4) ZOR_THROW(Argument, "The settings of the batch are incomplete.");
     const auto chosen = static_cast<BatchFiles>(parameters[0].Get<int>());
     const auto work = static_cast<BatchWork>(parameters[2].Get<int>());
@@ -315,7 +315,7 @@ FolderTable RunBatchProcessing(const VecParameter& parameters, const OrvFilePtr 
     if (work != BatchWork::FillCacheAndReport && !options.IsCacheEnabled())
         ZOR_THROW(Argument, "Keeping results on disk is switched off in the program options.");
     const std::vector<BatchTool> tools =
-        ChooseTools(static_cast<BatchTools>(parameters[1].Get<int>()), context);
+        ChooseTools(static_cast<BatchTools>(parameters[1].Get<int>()), filters, active);
 
     const bool isFolder =
         chosen == BatchFiles::EvidenceFolder || chosen == BatchFiles::EvidenceFolderAndBelow;

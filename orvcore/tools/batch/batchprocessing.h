@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "orvcore/facade/context.h"
+#include "orvcore/filter/filter.h"
 #include "orvcore/filter/resultcache.h"
 #include "orvcore/model/options.h"
 #include "orvcore/tools/folder/foldertable.h"
@@ -27,8 +27,10 @@ VecParameter BatchProcessingParameters(const std::string& report);
 // in its place and keeps nothing else from being reported. "From the cache" computes only what is never kept
 // on disk because it costs no more than loading it.
 //
+// filters: all there are, in their order; active: the one whose page is shown, null when there is none.
+//
 // Returns one row per file and configuration with the result image as thumbnail. Publishes nothing to the
 // filters' pages. Throws ZorException.
 FolderTable RunBatchProcessing(const VecParameter& parameters, const OrvFilePtr (&files)[kFileSlots],
-                               const OrvContext& context, const OrvOptions& options,
-                               const OrvResultCache& cache, const OrvJob& job);
+                               const std::vector<OrvFilter*>& filters, OrvFilter* active,
+                               const OrvOptions& options, const OrvResultCache& cache, const OrvJob& job);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "orvcore/facade/commandevent.h"
+#include "orvcore/model/actionid.h"
 #include "orvcore/model/job.h"
 #include "orvcore/model/options.h"
 

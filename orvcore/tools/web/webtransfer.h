@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "orvcore/facade/commandevent.h"
+#include "orvcore/model/actionid.h"
 #include "orvcore/model/options.h"
 
 // One place on the network that an action would ask, and what it would send there.

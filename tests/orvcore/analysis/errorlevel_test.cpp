@@ -187,10 +187,10 @@ TEST(Adjustment, TableAndChannels) {
                  {ViewChannel::Blue, 10},
                  {ViewChannel::Luminance, 22}};
     for (const auto& c : cases) {
-        const cv::Mat shown = AdjustImage(image, {0, 0, 1.0, c.channel}, OrvJob());
+        const cv::Mat shown = AdjustImage(image, {0, 0, 1.0, c.channel});
         ASSERT_EQ(shown.type(), CV_8UC1);
         EXPECT_EQ(shown.at<std::uint8_t>(299, 1), c.expected);
     }
-    EXPECT_EQ(AdjustImage(image, {20, 0, 1.0, ViewChannel::All}, OrvJob()).at<cv::Vec3b>(299, 1),
+    EXPECT_EQ(AdjustImage(image, {20, 0, 1.0, ViewChannel::All}).at<cv::Vec3b>(299, 1),
               cv::Vec3b(61, 71, 81));
 }

@@ -62,7 +62,8 @@ class BatchProcessing : public CoreTest {
         parameters[2].SetValue(static_cast<int>(work));
     }
     FolderTable Run() {
-        return RunBatchProcessing(parameters, files, core->GetContext(), options, cache, OrvJob());
+        return RunBatchProcessing(parameters, files, core->GetContext().GetFilters(),
+                                  core->GetContext().GetActiveFilter(), options, cache, OrvJob());
     }
 
     OrvFilePtr files[kFileSlots];

@@ -1,0 +1,14 @@
+#pragma once
+
+// Generic actions.
+enum OrvActionId : int {
+    OrvActionSearchFlickr = 0,
+    OrvActionSearchGoogle = 1,
+    OrvActionCameraForensics = 2,
+    OrvActionBatchProcessing = 3,
+    OrvActionShowLocation = 4,
+    OrvActionBatchAnalysis = 5,
+    OrvActionBatchComparison = 6,
+    OrvActionDownload = 7,
+    OrvActionWebSearch = 8,
+};
