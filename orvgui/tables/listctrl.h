@@ -18,7 +18,7 @@ class ListCtrlTable;
 class OrvMainFrame;
 
 // The read-only table in which every tabular result is shown. Row 0 of a table holds the labels; cells may be marked
-// (orvcore/tablemarkup.h). Sorted by a click on a label; Ctrl+C copies the selection as TSV, Ctrl+F and F3 find, a
+// (orvcore/tables/tablemarkup.h). Sorted by a click on a label; Ctrl+C copies the selection as TSV, Ctrl+F and F3 find, a
 // double click shows the row's details. Large tables are sorted and filtered beside the GUI thread: until that is done
 // the old rows stay. Rows and columns are numbers of the grid unless a name says "data row". GUI thread.
 class ORVGUI_API OrvListCtrl : public wxGrid {
