@@ -53,7 +53,7 @@ cv::Scalar Colour(cv::RNG& random, double lowest, double highest) {
 cv::Mat Leaves(cv::Size size, cv::RNG& random) {
     cv::Mat leaves(size, CV_8UC3, Colour(random, 40, 215));
     const double largest = std::min(size.width, size.height) / 5.0;
-    const int count = static_cast<int>(size.area() / 350.0) + 20;
+    const int count = static_cast<int>(size.area() / 150.0) + 20;
     for (int i = 0; i < count; ++i) {
         // Sizes by a power law: as much area in every octave of size.
         const double u = random.uniform(0.0, 1.0);
