@@ -8,10 +8,12 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <span>
 #include <system_error>
 
+#include "zorbase/calendar.h"
 #include "zorbase/text.h"
 #include "zorbase/zorexception.h"
 
@@ -318,9 +320,11 @@ void RemoveFolder(const std::string& path) {
 }
 
 std::string FormatTime(std::time_t time) {
-    tzset();
-    std::tm local{};
-    char buffer[64];
-    if (localtime_r(&time, &local) == nullptr) return {};
-    return std::string(buffer, std::strftime(buffer, sizeof buffer, "%Y-%m-%d %H:%M:%S %z", &local));
+    const CalendarTime local = LocalTime(time);
+    const int zone = std::abs(local.secondsOfZone) / 60;
+    char text[80];
+    std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d %c%02d%02d", local.year, local.month,
+                  local.day, local.hour, local.minute, local.second, local.secondsOfZone < 0 ? '-' : '+',
+                  zone / 60, zone % 60);
+    return text;
 }

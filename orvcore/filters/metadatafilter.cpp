@@ -10,10 +10,6 @@ namespace {
 constexpr MetadataKind kKinds[] = {MetadataKind::Exif, MetadataKind::Gps, MetadataKind::MakerNote,
                                    MetadataKind::Iptc, MetadataKind::Xmp, MetadataKind::Comment};
 
-std::string OrNone(const std::string& text) {
-    return text.empty() ? "Not stated" : text;
-}
-
 std::string Size(int width, int height) {
     return ToString(width) + " x " + ToString(height) + " pixels";
 }
@@ -80,10 +76,15 @@ void MetadataFilter::Compute(const OrvLoadedFile& file, const VecParameter& inpu
     if (show > 0) kinds.push_back(kKinds[show - 1]);
     set("rows", MetadataRows(metadata, kinds, input.Get<int>("values") == 1));
     set("entries", static_cast<std::int64_t>(metadata.entries.size()));
-    set("camera", OrNone(Trim(facts.make + " " + facts.model)));
-    set("software", OrNone(facts.software));
-    set("taken", OrNone(facts.dateTimeOriginal));
-    set("position", metadata.gps ? GpsToText(*metadata.gps) : std::string("Not stated"));
+    const bool isRead = metadata.reading != MetadataReading::NotRead;
+    const auto told = [&](const std::string& text, unsigned bits) {
+        if (text.empty()) return std::string(isRead ? "Not stated" : "Not read");
+        return (facts.fromXmp & bits) != 0 ? text + " (XMP)" : text;
+    };
+    set("camera", told(Trim(facts.make + " " + facts.model), kFactMake | kFactModel));
+    set("software", told(facts.software, kFactSoftware));
+    set("taken", told(facts.dateTimeOriginal, kFactTaken));
+    set("position", told(metadata.gps ? GpsToText(*metadata.gps) : std::string(), 0));
     set("thumbnail", thumbnail.empty()           ? std::string("None")
                      : around.thumbnailWidth > 0 ? Size(around.thumbnailWidth, around.thumbnailHeight)
                                                  : std::string("Present, cannot be read"));

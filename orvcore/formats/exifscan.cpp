@@ -9,7 +9,39 @@ namespace {
 
 constexpr std::uint32_t kMaxFields = 1000;  // of one directory
 
-enum Type : std::uint32_t { kAscii = 2, kShort = 3, kLong = 4, kRational = 5, kUtf8 = 129 };
+enum Type : std::uint32_t {
+    kByte = 1,
+    kAscii = 2,
+    kShort = 3,
+    kLong = 4,
+    kRational = 5,
+    kSignedShort = 8,
+    kSignedLong = 9,
+    kSignedRational = 10,
+    kDouble = 12,
+    kDirectory = 13,
+    kUtf8 = 129
+};
+
+// Bytes of one value.
+std::size_t UnitOf(std::uint32_t type) {
+    switch (type) {
+        case kShort:
+        case kSignedShort:
+            return 2;
+        case kLong:
+        case kSignedLong:
+        case kDirectory:
+        case 11:  // floating point
+            return 4;
+        case kRational:
+        case kSignedRational:
+        case kDouble:
+            return 8;
+        default:
+            return 1;
+    }
+}
 
 struct Field {
     std::uint32_t tag = 0;
@@ -92,10 +124,7 @@ class Scanner {
             const std::size_t fieldAt = at + 2 + std::size_t{12} * i;
             if (fieldAt + 12 > m_tiff.size()) return 0;
             Field field{Number16(fieldAt), Number16(fieldAt + 2), Number32(fieldAt + 4), fieldAt + 8};
-            const std::size_t unit = field.type == kShort      ? 2
-                                     : field.type == kLong     ? 4
-                                     : field.type == kRational ? 8
-                                                               : 1;
+            const std::size_t unit = UnitOf(field.type);
             if (unit * field.count > 4) field.valueAt = Number32(fieldAt + 8);
             if (unit * field.count <= m_tiff.size() && field.valueAt <= m_tiff.size() - unit * field.count)
                 take(field);
@@ -114,21 +143,45 @@ class Scanner {
     }
 
     int Whole(const Field& field) const {
-        if (field.count == 0 || (field.type != kShort && field.type != kLong)) return 0;
-        const std::uint32_t value = field.type == kShort ? Number16(field.valueAt) : Number32(field.valueAt);
+        if (field.count == 0) return 0;
+        std::uint32_t value = 0;
+        switch (field.type) {
+            case kByte:
+                value = ByteAt(m_tiff, field.valueAt);
+                break;
+            case kShort:
+                value = Number16(field.valueAt);
+                break;
+            case kSignedShort:
+                value = Number16(field.valueAt);
+                if (value > SHRT_MAX) return 0;
+                break;
+            case kLong:
+            case kSignedLong:  // some phones sign what cannot be negative, pointers among it
+            case kDirectory:
+                value = Number32(field.valueAt);
+                break;
+            default:
+                break;
+        }
         return value <= INT_MAX ? static_cast<int>(value) : 0;
     }
     std::size_t Offset(const Field& field) const { return static_cast<std::size_t>(Whole(field)); }
 
-    // Degrees of three fractions, negative when one cannot be read.
+    // Degrees of up to three fractions, negative when one cannot be read. A negative part of a signed fraction
+    // contradicts the hemisphere that stands beside it.
     double Degrees(const Field& field) const {
-        if (field.type != kRational || field.count != 3) return -1;
+        const bool isSigned = field.type == kSignedRational;
+        if ((field.type != kRational && !isSigned) || field.count < 1 || field.count > 3) return -1;
         double degrees = 0;
         double share = 1;
-        for (std::size_t i = 0; i < 3; ++i, share /= 60) {
+        for (std::size_t i = 0; i < field.count; ++i, share /= 60) {
+            const std::uint32_t numerator = Number32(field.valueAt + 8 * i);
             const std::uint32_t denominator = Number32(field.valueAt + 8 * i + 4);
-            if (denominator == 0) return -1;
-            degrees += share * Number32(field.valueAt + 8 * i) / denominator;
+            if (denominator == 0 || (isSigned && (numerator > INT_MAX || denominator > INT_MAX))) return -1;
+            const double part = static_cast<double>(numerator) / denominator;
+            if (i > 0 && part >= 60) return -1;
+            degrees += share * part;
         }
         return degrees;
     }
@@ -138,8 +191,11 @@ class Scanner {
         double degrees[2] = {-1, -1};
         ReadDirectory(at, [&](const Field& field) {
             const bool isLatitude = field.tag <= 2;
-            if ((field.tag == 1 || field.tag == 3) && IsText(field))
-                hemispheres[isLatitude ? 0 : 1] = static_cast<char>(ByteAt(m_tiff, field.valueAt));
+            if (field.tag == 1 || field.tag == 3) {
+                std::string letter;
+                SetText(letter, field);
+                if (letter.size() == 1) hemispheres[isLatitude ? 0 : 1] = letter[0];
+            }
             if (field.tag == 2 || field.tag == 4) degrees[isLatitude ? 0 : 1] = Degrees(field);
         });
         m_scan.hasPosition = (hemispheres[0] == 'N' || hemispheres[0] == 'S') &&
@@ -150,11 +206,16 @@ class Scanner {
     void ReadThumbnail(std::size_t at) {
         std::size_t offset = 0;
         std::size_t size = 0;
+        bool isJpeg = true;
+        bool hasStrips = false;
         ReadDirectory(at, [&](const Field& field) {
+            if (field.tag == 0x0103) isJpeg = Whole(field) == 6;
+            if (field.tag == 0x0111) hasStrips = true;
             if (field.tag == 0x0201) offset = Offset(field);
             if (field.tag == 0x0202) size = Offset(field);
         });
-        if (offset > 0 && size > 0 && offset < m_tiff.size() && size <= m_tiff.size() - offset)
+        m_scan.hasOtherThumbnail = hasStrips || !isJpeg;
+        if (isJpeg && offset > 0 && size > 0 && offset < m_tiff.size() && size <= m_tiff.size() - offset)
             m_scan.thumbnail = m_tiff.subspan(offset, size);
     }
 

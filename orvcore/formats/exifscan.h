@@ -13,6 +13,7 @@ struct ExifScan {
     MetadataFacts facts;
     bool hasPosition = false;  // a complete position, every part with its hemisphere
     ByteSpan thumbnail;        // the JPEG of the second directory, inside the block; empty when there is none
+    bool hasOtherThumbnail = false;  // one that is no JPEG, or not told in a way that is read here
 };
 
 // tiff: the block from its byte-order mark on.

@@ -4,6 +4,7 @@
 #include <climits>
 
 #include "orvcore/formats/jpegwalk.h"
+#include "orvcore/formats/metadatablocks.h"
 #include "zorbase/text.h"
 #include "zorimage/imageformat.h"
 
@@ -95,16 +96,35 @@ bool ExivSession::Guard(const std::function<void()>& work) {
     return false;
 }
 
+Exiv2::Image::AutoPtr ExivSession::Rescue(ByteSpan bytes, Exiv2::Image::AutoPtr image) {
+    const MetadataBlocks blocks = FindMetadataBlocks(bytes);
+    // An empty picture in memory to hold what is found.
+    if (image.get() == nullptr) Guard([&] { image = Exiv2::ImageFactory::create(Exiv2::ImageType::jpeg); });
+    if (image.get() != nullptr && image->exifData().empty() && !blocks.exif.empty())
+        Guard([&] {
+            Exiv2::ExifParser::decode(image->exifData(), blocks.exif.data(),
+                                      static_cast<std::uint32_t>(blocks.exif.size()));
+        });
+    if (image.get() != nullptr && image->xmpData().empty() && !blocks.xmp.empty())
+        Guard([&] { Exiv2::XmpParser::decode(image->xmpData(), TextOf(blocks.xmp)); });
+    const bool hasAny = image.get() != nullptr && (!image->exifData().empty() || !image->xmpData().empty() ||
+                                                   !image->iptcData().empty());
+    m_reading = hasAny ? MetadataReading::Part : MetadataReading::NotRead;
+    Warn(hasAny ? "The metadata could not be read as a whole: what is told is only a part."
+                : "The metadata could not be read: whether there is any is not known.");
+    return hasAny ? image : Exiv2::Image::AutoPtr();
+}
+
 Exiv2::Image::AutoPtr ExivSession::Open(ByteSpan bytes) {
     const FileFormat format = DetectFormat(Slice(bytes, 0, kFormatSniffBytes));
     Exiv2::Image::AutoPtr image;
     if (!IsReadFormat(format)) return image;
     if (bytes.size() > static_cast<std::size_t>(LONG_MAX)) return image;
-    const bool opened =
+    bool isWhole =
         Guard([&] { image = Exiv2::ImageFactory::open(bytes.data(), static_cast<long>(bytes.size())); });
-    if (!opened) return Exiv2::Image::AutoPtr();
     // Damaged metadata throw half way; what was read until then is kept.
-    Guard([&] { image->readMetadata(); });
+    isWhole = isWhole && Guard([&] { image->readMetadata(); });
+    if (!isWhole) image = Rescue(bytes, image);
     if (format == FileFormat::Jpeg && HasExtendedXmp(bytes))
         Warn("The file has an extended XMP packet, which is not read.");
     return image;

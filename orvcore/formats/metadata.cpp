@@ -2,9 +2,11 @@
 
 #include <charconv>
 #include <cmath>
+#include <cstdio>
 #include <sstream>
 
 #include "orvcore/formats/exivsession.h"
+#include "zorbase/calendar.h"
 #include "zorbase/gpsformat.h"
 #include "zorbase/text.h"
 
@@ -156,9 +158,6 @@ class Collector {
     MetadataSet& m_set;
 };
 
-// --- facts and position
-// ---------------------------------------------------------------------------------------------------
-
 const Exiv2::Exifdatum* Find(const Exiv2::ExifData& data, const char* key) {
     const auto found = data.findKey(Exiv2::ExifKey(key));
     return found == data.end() ? nullptr : &*found;
@@ -187,8 +186,33 @@ std::string Interpreted(const Exiv2::ExifData& data,
     return found == data.end() ? std::string() : Trim(Shorten(found->print(&data)));
 }
 
-MetadataFacts FactsOf(ExivSession& session, const Exiv2::ExifData& data) {
+// The first of the keys that the packet has.
+std::string XmpText(const Exiv2::XmpData& data, std::initializer_list<const char*> keys) {
+    for (const char* key : keys) {
+        const auto found = data.findKey(Exiv2::XmpKey(key));
+        if (found == data.end()) continue;
+        if (std::string text = Trim(Shorten(found->toString())); !text.empty()) return text;
+    }
+    return {};
+}
+
+void AddXmpFacts(const Exiv2::XmpData& data, MetadataFacts& facts) {
+    const auto add = [&](std::string& fact, unsigned bit, std::initializer_list<const char*> keys) {
+        if (!fact.empty()) return;
+        fact = XmpText(data, keys);
+        if (!fact.empty()) facts.fromXmp |= bit;
+    };
+    add(facts.make, kFactMake, {"Xmp.tiff.Make"});
+    add(facts.model, kFactModel, {"Xmp.tiff.Model"});
+    add(facts.software, kFactSoftware, {"Xmp.tiff.Software", "Xmp.xmp.CreatorTool"});
+    add(facts.dateTimeOriginal, kFactTaken, {"Xmp.exif.DateTimeOriginal"});
+    add(facts.dateTime, kFactChanged, {"Xmp.xmp.ModifyDate", "Xmp.tiff.DateTime"});
+    add(facts.dateTimeDigitized, kFactDigitized, {"Xmp.exif.DateTimeDigitized", "Xmp.xmp.CreateDate"});
+}
+
+MetadataFacts FactsOf(ExivSession& session, const Exiv2::Image& image) {
     MetadataFacts facts;
+    const Exiv2::ExifData& data = image.exifData();
     session.Guard([&] {
         facts.make = ExifText(data, "Exif.Image.Make");
         facts.model = ExifText(data, "Exif.Image.Model");
@@ -207,6 +231,7 @@ MetadataFacts FactsOf(ExivSession& session, const Exiv2::ExifData& data) {
         if (facts.lens.empty()) facts.lens = Interpreted(data, Exiv2::lensName);
         if (facts.serial.empty()) facts.serial = Interpreted(data, Exiv2::serialNumber);
     });
+    session.Guard([&] { AddXmpFacts(image.xmpData(), facts); });
     return facts;
 }
 
@@ -252,6 +277,12 @@ std::vector<std::uint8_t> ThumbnailOf(ExivSession& session, const Exiv2::ExifDat
     session.Guard([&] {
         const Exiv2::DataBuf copy = Exiv2::ExifThumbC(data).copy();
         if (copy.size_ > 0) thumbnail.assign(copy.pData_, copy.pData_ + copy.size_);
+        if (!thumbnail.empty()) return;
+        // The library wants the compression stated too; a JPEG that is pointed to is one without it.
+        const Exiv2::Exifdatum* jpeg = Find(data, "Exif.Thumbnail.JPEGInterchangeFormat");
+        if (jpeg == nullptr || jpeg->sizeDataArea() <= 0) return;
+        const Exiv2::DataBuf area = jpeg->dataArea();
+        thumbnail.assign(area.pData_, area.pData_ + area.size_);
     });
     return thumbnail;
 }
@@ -263,6 +294,44 @@ std::string FixedText(double value) {
 }
 
 }  // namespace
+
+std::string MetadataFacts::NamesFromXmp() const {
+    std::vector<std::string> names;
+    if ((fromXmp & (kFactMake | kFactModel)) != 0) names.emplace_back("camera");
+    if ((fromXmp & kFactSoftware) != 0) names.emplace_back("software");
+    if ((fromXmp & (kFactTaken | kFactChanged | kFactDigitized)) != 0) names.emplace_back("dates");
+    return Join(names, ", ");
+}
+
+MetadataFacts MetadataFacts::FromExif() const {
+    MetadataFacts facts = *this;
+    const auto clear = [this](std::string& fact, unsigned bit) {
+        if ((fromXmp & bit) != 0) fact.clear();
+    };
+    clear(facts.make, kFactMake);
+    clear(facts.model, kFactModel);
+    clear(facts.software, kFactSoftware);
+    clear(facts.dateTimeOriginal, kFactTaken);
+    clear(facts.dateTime, kFactChanged);
+    clear(facts.dateTimeDigitized, kFactDigitized);
+    facts.fromXmp = 0;
+    return facts;
+}
+
+std::optional<std::int64_t> ParseMetadataTime(const std::string& text) {
+    CalendarTime time;
+    char separator[4] = {};
+    int end = 0;
+    int count = std::sscanf(text.c_str(), "%4d%c%2d%c%2d%c%2d:%2d%n", &time.year, &separator[0], &time.month,
+                            &separator[1], &time.day, &separator[2], &time.hour, &time.minute, &end);
+    if (count != 8 || time.year < 1900) return std::nullopt;
+    if ((separator[0] != ':' && separator[0] != '-') || separator[1] != separator[0]) return std::nullopt;
+    if (separator[2] != ' ' && separator[2] != 'T') return std::nullopt;
+    if (end < 16) return std::nullopt;  // numbers with blanks instead of digits
+    count = std::sscanf(text.c_str() + end, ":%2d", &time.second);
+    if (count != 1) time.second = 0;
+    return SecondsOf(time);
+}
 
 std::string GpsToText(const GpsPosition& position) {
     return FixedText(position.latitude) + " " + FixedText(position.longitude);
@@ -278,10 +347,11 @@ MetadataSet ReadMetadata(std::span<const std::uint8_t> bytes) {
         session.Guard([&] { collector.AddIptc(image->iptcData()); });
         session.Guard([&] { collector.AddXmp(image->xmpData()); });
         session.Guard([&] { collector.AddComment(image->comment()); });
-        set.facts = FactsOf(session, image->exifData());
+        set.facts = FactsOf(session, *image);
         session.Guard([&] { set.gps = PositionOf(image->exifData(), image->xmpData()); });
         set.xmpPacket = ToValidUtf8(image->xmpPacket());
     }
+    set.reading = session.Reading();
     set.warnings = session.Warnings();
     return set;
 }
@@ -304,7 +374,7 @@ std::optional<GpsPosition> ReadGps(std::span<const std::uint8_t> bytes) {
 MetadataFacts ReadMetadataFacts(std::span<const std::uint8_t> bytes) {
     ExivSession session;
     const Exiv2::Image::AutoPtr image = session.Open(bytes);
-    return image.get() == nullptr ? MetadataFacts() : FactsOf(session, image->exifData());
+    return image.get() == nullptr ? MetadataFacts() : FactsOf(session, *image);
 }
 
 std::vector<std::uint8_t> ReadExifThumbnail(std::span<const std::uint8_t> bytes) {
@@ -317,8 +387,10 @@ MetadataSummary ReadMetadataSummary(std::span<const std::uint8_t> bytes) {
     MetadataSummary summary;
     ExivSession session;
     const Exiv2::Image::AutoPtr image = session.Open(bytes);
+    summary.reading = session.Reading();
+    if (summary.reading != MetadataReading::Whole) summary.problem = session.Warnings().front();
     if (image.get() == nullptr) return summary;
-    summary.facts = FactsOf(session, image->exifData());
+    summary.facts = FactsOf(session, *image);
     session.Guard([&] { summary.hasPosition = PositionOf(image->exifData(), image->xmpData()).has_value(); });
     summary.thumbnail = ThumbnailOf(session, image->exifData());
     return summary;

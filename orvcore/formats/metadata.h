@@ -37,7 +37,17 @@ struct GpsPosition {
 // "48.858300 2.294500": latitude, blank, longitude, six decimals.
 std::string GpsToText(const GpsPosition& position);
 
-// The few facts that others ask for. Texts without trailing blanks, "" when not stated.
+// Facts that EXIF and XMP both can state.
+enum MetadataFact : unsigned {
+    kFactMake = 1,
+    kFactModel = 2,
+    kFactSoftware = 4,
+    kFactTaken = 8,
+    kFactChanged = 16,
+    kFactDigitized = 32
+};
+
+// The few facts that others ask for. Texts without trailing blanks, "" when not stated. EXIF counts before XMP.
 struct MetadataFacts {
     std::string make;
     std::string model;
@@ -50,12 +60,31 @@ struct MetadataFacts {
     int orientation = 0;      // 1..8; 0 when not stated or anything else
     int pixelXDimension = 0;  // 0 when not stated
     int pixelYDimension = 0;
+    unsigned fromXmp =
+        0;  // those (MetadataFact) that stand in the XMP packet only; its dates may carry a time zone
+
+    // "Camera, Software", "" when none is: the facts that stand in XMP only.
+    std::string NamesFromXmp() const;
+    // The same without what stands in XMP only.
+    MetadataFacts FromExif() const;
 };
+
+// How much of the metadata could be read.
+enum class MetadataReading {
+    Whole,   // also of a format that has none
+    Part,    // the library refused the file; what its blocks hold by themselves was read
+    NotRead  // it refused the file and no block was found
+};
+
+// "2004:06:17 07:10:06", or as XMP writes it, "2004-06-17T07:10:06+02:00" (seconds, fraction and zone may be missing; the
+// zone is passed over): seconds since 1970 as if the clock ran in UTC. Nothing when it is no date.
+std::optional<std::int64_t> ParseMetadataTime(const std::string& text);
 
 struct MetadataSet {
     std::vector<MetadataEntry> entries;  // in the order of the file, kind by kind
     MetadataFacts facts;
     std::optional<GpsPosition> gps;
+    MetadataReading reading = MetadataReading::Whole;
     std::string xmpPacket;              // the XMP packet itself, not cut
     std::vector<std::string> warnings;  // each a sentence: what is damaged, what was not read
 };
@@ -81,6 +110,8 @@ std::vector<std::uint8_t> ReadExifThumbnail(std::span<const std::uint8_t> bytes)
 struct MetadataSummary {
     MetadataFacts facts;
     bool hasPosition = false;
+    MetadataReading reading = MetadataReading::Whole;
+    std::string problem;  // why it was not read as a whole, one sentence
     std::vector<std::uint8_t> thumbnail;
 };
 MetadataSummary ReadMetadataSummary(std::span<const std::uint8_t> bytes);

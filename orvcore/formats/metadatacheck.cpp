@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <ctime>
 #include <optional>
+#include <string_view>
 
 #include "orvcore/formats/jpegstructure.h"
 #include "zorbase/text.h"
@@ -15,21 +15,19 @@ constexpr std::int64_t kSecondsADay = 86400;
 constexpr std::int64_t kWritingSeconds = 120;
 constexpr std::size_t kQuotedBytes = 80;
 
-// Programs that change pictures, lower case, as the software fields name them.
+// Programs that change pictures, lower case, as the software fields name them: by the beginning of a word…
 constexpr const char* kEditors[] = {
-    "photoshop",      "lightroom",      "gimp",         "paint.net",
-    "affinity",       "snapseed",       "picsart",      "pixelmator",
-    "paintshop",      "paint shop",     "corel",        "acdsee",
-    "acd systems",    "capture one",    "darktable",    "rawtherapee",
-    "imagemagick",    "graphicsmagick", "irfanview",    "xnview",
-    "picasa",         "luminar",        "dxo",          "photoscape",
-    "photofiltre",    "krita",          "facetune",     "meitu",
-    "canva",          "faststone",      "photo editor", "windows photo gallery",
-    "olympus master", "camedia master", "quicktime",    "digikam",
-    "polarr",         "vsco",           "topaz",        "zoner photo",
-    "photoimpact",    "paint.exe",      "fotor",        "photodirector",
-    "photofunia",     "beautyplus",     "remini",       "inshot",
+    "photoshop",      "lightroom",      "adobe",     "paint.net",     "paintshop",   "paint shop",
+    "affinity",       "snapseed",       "picsart",   "pixelmator",    "corel",       "acdsee",
+    "acd systems",    "capture one",    "darktable", "rawtherapee",   "imagemagick", "graphicsmagick",
+    "irfanview",      "xnview",         "picasa",    "luminar",       "photoscape",  "photofiltre",
+    "krita",          "facetune",       "meitu",     "faststone",     "photoline",   "photo editor",
+    "olympus master", "camedia master", "quicktime", "digikam",       "polarr",      "windows photo gallery",
+    "zoner photo",    "photoimpact",    "ulead",     "photodirector", "photofunia",  "beautyplus",
+    "inshot",
 };
+// …and these only as whole words.
+constexpr const char* kEditorWords[] = {"gimp", "paint", "dxo", "canva", "vsco", "topaz", "fotor", "remini"};
 
 // Makers whose cameras, but for some early ones, write a maker note into every JPEG, lower case, as the make begins.
 constexpr const char* kNoteWriters[] = {"canon", "nikon", "olympus", "fujifilm", "pentax", "panasonic"};
@@ -45,24 +43,6 @@ std::string Quote(const std::string& text) {
     return "\"" + line + "\"";
 }
 
-// "2004:06:17 07:10:06" (or with '-' and 'T', as XMP writes it) as seconds of a clock without time zone.
-std::optional<std::int64_t> ParseTime(const std::string& text) {
-    std::tm time{};
-    char separator[3] = {};
-    int end = 0;
-    if (std::sscanf(text.c_str(), "%4d%c%2d%c%2d%c%2d:%2d:%2d%n", &time.tm_year, &separator[0], &time.tm_mon,
-                    &separator[1], &time.tm_mday, &separator[2], &time.tm_hour, &time.tm_min, &time.tm_sec,
-                    &end) != 9)
-        return {};
-    if (time.tm_year < 1900 || time.tm_mon < 1 || time.tm_mon > 12 || time.tm_mday < 1 || time.tm_mday > 31 ||
-        time.tm_hour < 0 || time.tm_hour > 23 || time.tm_min < 0 || time.tm_min > 59 || time.tm_sec < 0 ||
-        time.tm_sec > 60)
-        return {};
-    time.tm_year -= 1900;
-    time.tm_mon -= 1;
-    return timegm(&time);
-}
-
 std::string ValueOf(const MetadataSet& set, const char* key) {
     const MetadataEntry* entry = FindMetadata(set, key);
     return entry != nullptr ? Trim(entry->raw) : std::string();
@@ -71,7 +51,7 @@ std::string ValueOf(const MetadataSet& set, const char* key) {
 class Checker {
   public:
     Checker(const MetadataSet& set, const MetadataSurroundings& surroundings)
-        : m_set(set), m_facts(set.facts), m_around(surroundings) {}
+        : m_set(set), m_facts(set.facts.FromExif()), m_around(surroundings) {}
 
     std::vector<MetadataFinding> Run() {
         CheckSource();
@@ -107,13 +87,10 @@ class Checker {
 
     void CheckPrograms() {
         std::vector<std::string> named;
-        for (const std::string& text : {m_facts.software, ValueOf(m_set, "Exif.Image.ProcessingSoftware"),
+        for (const std::string& text : {m_set.facts.software, ValueOf(m_set, "Exif.Image.ProcessingSoftware"),
                                         ValueOf(m_set, "Xmp.xmp.CreatorTool")}) {
-            const std::string lower = ToLower(text);
-            const bool isEditor =
-                std::any_of(std::begin(kEditors), std::end(kEditors),
-                            [&lower](const char* editor) { return lower.find(editor) != std::string::npos; });
-            if (isEditor && std::find(named.begin(), named.end(), text) == named.end()) named.push_back(text);
+            if (IsEditingSoftware(text) && std::find(named.begin(), named.end(), text) == named.end())
+                named.push_back(text);
         }
         for (const std::string& text : named)
             Add("The metadata names " + Quote(text) +
@@ -137,8 +114,8 @@ class Checker {
     }
 
     void CheckTimes() {
-        const auto taken = ParseTime(m_facts.dateTimeOriginal);
-        const auto changed = ParseTime(m_facts.dateTime);
+        const auto taken = ParseMetadataTime(m_facts.dateTimeOriginal);
+        const auto changed = ParseMetadataTime(m_facts.dateTime);
         if (!taken || !changed) return;
         if (*taken > *changed) {
             Add("The time of taking (" + m_facts.dateTimeOriginal +
@@ -169,8 +146,8 @@ class Checker {
 
     // Dates two days apart are more than a day apart in whatever time zone.
     void CheckPosition() {
-        const auto fix = ParseTime(ValueOf(m_set, "Exif.GPSInfo.GPSDateStamp") + " 00:00:00");
-        const auto taken = ParseTime(m_facts.dateTimeOriginal);
+        const auto fix = ParseMetadataTime(ValueOf(m_set, "Exif.GPSInfo.GPSDateStamp") + " 00:00:00");
+        const auto taken = ParseMetadataTime(m_facts.dateTimeOriginal);
         if (!fix || !taken) return;
         const std::int64_t days = std::abs(*fix / kSecondsADay - *taken / kSecondsADay);
         if (days >= 2)
@@ -232,9 +209,9 @@ class Checker {
             Add(std::string("EXIF and XMP state the ") + name + " differently: " + Quote(first) + " and " +
                 Quote(second) + ". Metadata copied from another file does this.");
         }
-        const auto exif = ParseTime(m_facts.dateTimeOriginal);
+        const auto exif = ParseMetadataTime(m_facts.dateTimeOriginal);
         const std::string xmpText = ValueOf(m_set, "Xmp.exif.DateTimeOriginal");
-        const auto xmp = ParseTime(xmpText);
+        const auto xmp = ParseMetadataTime(xmpText);
         if (exif && xmp && std::abs(*exif - *xmp) > kSecondsADay)
             Add("EXIF and XMP state the time of taking more than a day apart: " + m_facts.dateTimeOriginal +
                 " and " + Quote(xmpText) +
@@ -242,12 +219,28 @@ class Checker {
     }
 
     const MetadataSet& m_set;
-    const MetadataFacts& m_facts;
+    const MetadataFacts m_facts;  // of EXIF alone: dates of XMP may be in another time zone
     const MetadataSurroundings& m_around;
     std::vector<MetadataFinding> m_findings;
 };
 
 }  // namespace
+
+bool IsEditingSoftware(const std::string& software) {
+    const std::string text = ToLower(software);
+    const auto isLetter = [&text](std::size_t at) {
+        return at < text.size() && text[at] >= 'a' && text[at] <= 'z';
+    };
+    const auto names = [&](std::string_view name, bool isWord) {
+        for (std::size_t at = text.find(name); at != std::string::npos; at = text.find(name, at + 1))
+            if ((at == 0 || !isLetter(at - 1)) && !(isWord && isLetter(at + name.size()))) return true;
+        return false;
+    };
+    return std::any_of(std::begin(kEditors), std::end(kEditors),
+                       [&](const char* name) { return names(name, false); }) ||
+           std::any_of(std::begin(kEditorWords), std::end(kEditorWords),
+                       [&](const char* name) { return names(name, true); });
+}
 
 std::vector<MetadataFinding> CheckMetadata(const MetadataSet& set, const MetadataSurroundings& surroundings) {
     return Checker(set, surroundings).Run();

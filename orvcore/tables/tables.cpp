@@ -7,6 +7,7 @@
 #include <ctime>
 
 #include "orvcore/tables/tablemarkup.h"
+#include "zorbase/calendar.h"
 #include "zorbase/text.h"
 #include "zorbase/utf8.h"
 
@@ -144,10 +145,9 @@ void SortVecVecString(WxTable& table, int column, bool ascending) {
 }
 
 std::string DateTimeNowAsString() {
-    const std::time_t now = std::time(nullptr);
-    std::tm local{};
-    localtime_r(&now, &local);
-    char text[32];
-    std::strftime(text, sizeof text, "%Y-%m-%d-%H%M%S", &local);
+    const CalendarTime now = LocalTime(std::time(nullptr));
+    char text[80];
+    std::snprintf(text, sizeof text, "%04d-%02d-%02d-%02d%02d%02d", now.year, now.month, now.day, now.hour,
+                  now.minute, now.second);
     return text;
 }

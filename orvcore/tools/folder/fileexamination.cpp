@@ -1,7 +1,7 @@
 #include "orvcore/tools/folder/fileexamination.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <string_view>
 
 #include "orvcore/formats/exifscan.h"
 #include "orvcore/formats/jpegstructure.h"
@@ -40,10 +40,20 @@ void TakeThumbnail(ByteSpan thumbnail, FileExamination& file) {
     if (thumbnail.empty()) return;
     file.thumbnailBytes = thumbnail.size();
     file.thumbnailSha256 = Sha256(thumbnail);
-    const JpegStructure structure = ParseJpegStructure(thumbnail);
-    file.thumbnailWidth = structure.frame.width;
-    file.thumbnailHeight = structure.frame.height;
-    file.thumbnailQuality = LuminanceQuality(structure);
+    const ImageInfo info = ReadImageInfo(thumbnail);
+    file.thumbnailWidth = info.width;
+    file.thumbnailHeight = info.height;
+    if (info.format == FileFormat::Jpeg)
+        file.thumbnailQuality = LuminanceQuality(ParseJpegStructure(thumbnail));
+}
+
+void TakeWholeMetadata(ByteSpan bytes, FileExamination& file) {
+    const MetadataSummary metadata = ReadMetadataSummary(bytes);
+    file.facts = metadata.facts;
+    file.hasPosition = metadata.hasPosition;
+    file.metadataReading = metadata.reading;
+    file.metadataProblem = metadata.problem;
+    TakeThumbnail(metadata.thumbnail, file);
 }
 
 // The profile may lie in several numbered pieces; they are taken in file order, as every writer leaves them.
@@ -61,27 +71,53 @@ std::string ProfileName(ByteSpan bytes, const JpegStructure& structure) {
     return NameOfProfile(profile);
 }
 
+bool Names(ByteSpan payload, std::string_view name) {
+    return std::search(payload.begin(), payload.end(), name.begin(), name.end()) != payload.end();
+}
+
+// Whether an XMP packet may state what EXIF left open.
+bool MayAdd(ByteSpan packet, const MetadataFacts& facts, bool hasPosition) {
+    const auto isOpen = [&packet](const std::string& fact, std::initializer_list<std::string_view> names) {
+        return fact.empty() && std::any_of(names.begin(), names.end(),
+                                           [&](std::string_view name) { return Names(packet, name); });
+    };
+    return (!hasPosition && Names(packet, "GPSLatitude")) || isOpen(facts.make, {":Make"}) ||
+           isOpen(facts.model, {":Model"}) || isOpen(facts.software, {":Software", ":CreatorTool"}) ||
+           isOpen(facts.dateTimeOriginal, {":DateTimeOriginal"}) ||
+           isOpen(facts.dateTime, {":ModifyDate", ":DateTime"}) ||
+           isOpen(facts.dateTimeDigitized, {":DateTimeDigitized", ":CreateDate"});
+}
+
+// By the quick reading where it says all, else by the whole one, which lets in only one thread at a time.
 void TakeJpegMetadata(ByteSpan bytes, const JpegStructure& structure, FileExamination& file) {
     static constexpr char kExif[] = "Exif\0";
     static constexpr char kXmp[] = "http://ns.adobe.com/xap/1.0/";
-    bool wasRead = false;
-    bool mayHavePosition = false;
+    ExifScan scan;
+    bool hasExif = false;
+    bool needsWhole = false;
+    std::vector<ByteSpan> packets;
     for (const JpegSegment& segment : structure.segments) {
         if (segment.marker != kApp1) continue;
         const ByteSpan payload = Slice(bytes, segment.PayloadOffset(), segment.PayloadSize());
-        if (!wasRead && StartsWith(payload, 0, kExif, sizeof kExif)) {
-            const ExifScan scan = ScanExif(Slice(payload, 6, payload.size()));
-            wasRead = true;
-            file.facts = scan.facts;
-            file.hasPosition = scan.hasPosition;
-            TakeThumbnail(scan.thumbnail, file);
+        const bool isCut = segment.length > payload.size() + 2;
+        if (!hasExif && StartsWith(payload, 0, kExif, sizeof kExif)) {
+            hasExif = true;
+            scan = ScanExif(Slice(payload, 6, payload.size()));
+            needsWhole = isCut || !scan.isPresent || scan.hasOtherThumbnail;
         } else if (StartsWith(payload, 0, kXmp, sizeof kXmp - 1)) {
-            static constexpr std::string_view kTag = "GPSLatitude";
-            mayHavePosition =
-                std::search(payload.begin(), payload.end(), kTag.begin(), kTag.end()) != payload.end();
+            packets.push_back(payload);
         }
     }
-    if (!file.hasPosition && mayHavePosition) file.hasPosition = ReadGps(bytes).has_value();
+    needsWhole = needsWhole || std::any_of(packets.begin(), packets.end(), [&scan](ByteSpan packet) {
+                     return MayAdd(packet, scan.facts, scan.hasPosition);
+                 });
+    if (needsWhole) {
+        TakeWholeMetadata(bytes, file);
+        return;
+    }
+    file.facts = scan.facts;
+    file.hasPosition = scan.hasPosition;
+    TakeThumbnail(scan.thumbnail, file);
 }
 
 void TakeJpeg(ByteSpan bytes, FileExamination& file) {
@@ -134,36 +170,7 @@ FileExamination ExamineFile(const std::string& path, std::span<const std::uint8_
         file.channels = info.channels;
         file.profile = NameOfProfile(info.iccProfile);
         file.warnings = info.warnings;
-        const MetadataSummary metadata = ReadMetadataSummary(bytes);
-        file.facts = metadata.facts;
-        file.hasPosition = metadata.hasPosition;
-        TakeThumbnail(metadata.thumbnail, file);
+        TakeWholeMetadata(bytes, file);
     }
     return file;
-}
-
-bool IsEditingSoftware(const std::string& software) {
-    static constexpr const char* kPrograms[] = {
-        "photoshop",   "lightroom",    "adobe",       "gimp",     "paint",    "affinity",  "pixelmator",
-        "capture one", "darktable",    "rawtherapee", "snapseed", "picasa",   "acdsee",    "irfanview",
-        "imagemagick", "faststone",    "photoscape",  "corel",    "facetune", "meitu",     "picsart",
-        "canva",       "luminar",      "photofiltre", "digikam",  "xnview",   "photoline", "ulead",
-        "photoimpact", "photo editor", "vsco"};
-    const std::string name = ToLower(software);
-    return std::any_of(std::begin(kPrograms), std::end(kPrograms),
-                       [&name](const char* program) { return name.find(program) != std::string::npos; });
-}
-
-std::optional<std::time_t> ExifTime(const std::string& text) {
-    std::tm time{};
-    int used = 0;
-    if (std::sscanf(text.c_str(), "%4d:%2d:%2d %2d:%2d:%2d%n", &time.tm_year, &time.tm_mon, &time.tm_mday,
-                    &time.tm_hour, &time.tm_min, &time.tm_sec, &used) != 6 ||
-        used != 19)
-        return std::nullopt;
-    if (time.tm_year < 1900 || time.tm_mon < 1 || time.tm_mon > 12 || time.tm_mday < 1 || time.tm_mday > 31)
-        return std::nullopt;
-    time.tm_year -= 1900;
-    time.tm_mon -= 1;
-    return timegm(&time);
 }

@@ -37,6 +37,8 @@ struct FileExamination {
     std::vector<std::string> warnings;  // about the structure
     MetadataFacts facts;                // lens and serial stay empty
     bool hasPosition = false;
+    MetadataReading metadataReading = MetadataReading::Whole;
+    std::string metadataProblem;       // why they were not read as a whole
     std::uint64_t thumbnailBytes = 0;  // of the EXIF thumbnail; 0 without one
     int thumbnailWidth = 0;
     int thumbnailHeight = 0;
@@ -49,9 +51,3 @@ struct FileExamination {
 
 // Pure, safe on any thread; never throws on what the bytes say. size, times and hashes of the file are the caller's.
 FileExamination ExamineFile(const std::string& path, std::span<const std::uint8_t> bytes);
-
-// Whether the software's name is that of a program for changing pictures, by a list of common ones.
-bool IsEditingSoftware(const std::string& software);
-
-// "2004:06:17 07:10:06" as seconds, taken as if the clock ran in UTC; nothing when it is no date.
-std::optional<std::time_t> ExifTime(const std::string& text);

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <map>
 
+#include "orvcore/formats/metadatacheck.h"
 #include "orvcore/tables/tablemarkup.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"
@@ -107,6 +108,7 @@ class RowMaker {
         if (m_marks[column] != CellMark::StandsOut) m_marks[column] = mark;
         if (!reason.empty()) m_reasons.push_back(reason);
     }
+    void Note(const std::string& text) { m_reasons.push_back(text); }
     std::vector<std::string> Finish() {
         if (m_cells[kNotes].empty()) m_cells[kNotes] = Join(m_reasons, " ");
         for (std::size_t i = 0; i < kColumns; ++i) m_cells[i] = MarkCell(m_marks[i], m_cells[i]);
@@ -195,11 +197,23 @@ void AddMetadata(const FileExamination& file, RowMaker& row) {
     row.Set(kSoftware, facts.software);
     row.Set(kDateTaken, facts.dateTimeOriginal);
     row.Set(kDateChanged, facts.dateTime);
-    if (IsReadableFormat(file.format)) row.Set(kGps, file.hasPosition ? "Yes" : "No");
+    if (file.hasPosition)
+        row.Set(kGps, "Yes");
+    else if (file.metadataReading == MetadataReading::NotRead)
+        row.Set(kGps, "Not read");
+    else if (IsReadableFormat(file.format))
+        row.Set(kGps, "No");
+    if (file.metadataReading != MetadataReading::Whole)
+        row.Note(file.metadataReading == MetadataReading::Part
+                     ? "The metadata were read in part only: " + ToValidUtf8(file.metadataProblem)
+                     : "The metadata were not read: " + ToValidUtf8(file.metadataProblem));
+    if (facts.fromXmp != 0) row.Note("Told by XMP only: " + facts.NamesFromXmp() + ".");
     if (IsEditingSoftware(facts.software))
         row.Mark(kSoftware, CellMark::Doubtful, "The software is a program for changing pictures.");
-    const auto taken = ExifTime(facts.dateTimeOriginal);
-    const auto changed = ExifTime(facts.dateTime);
+    // A date of XMP may be in another time zone than one of EXIF.
+    const MetadataFacts exif = facts.FromExif();
+    const auto taken = ParseMetadataTime(exif.dateTimeOriginal);
+    const auto changed = ParseMetadataTime(exif.dateTime);
     if (taken && file.modified && *taken > *file.modified + kDay)
         row.Mark(kDateTaken, CellMark::Doubtful, "Taken after the file system's date.");
     if (taken && changed && *changed < *taken)

@@ -1,12 +1,14 @@
 #include "orvcore/tools/web/camerasearch.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <ctime>
 
-#include "orvcore/tools/folder/fileexamination.h"
+#include "orvcore/formats/metadatacheck.h"
 #include "orvcore/tools/web/httpclient.h"
 #include "orvcore/tools/web/webparameters.h"
 #include "orvcore/tools/web/webresults.h"
+#include "zorbase/calendar.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"
 #include "zorbase/zorexception.h"
@@ -85,14 +87,12 @@ class FlickrSearch {
     }
 
     WebQuery SearchFields(int page) const {
-        const std::time_t since = std::time(nullptr) - m_settings.days * kSecondsADay;
-        std::tm day{};
-        gmtime_r(&since, &day);
-        char text[32];
-        const std::size_t length = std::strftime(text, sizeof text, "%Y-%m-%d 00:00:00", &day);
+        const CalendarTime day = UtcTime(std::time(nullptr) - m_settings.days * kSecondsADay);
+        char text[80];
+        std::snprintf(text, sizeof text, "%04d-%02d-%02d 00:00:00", day.year, day.month, day.day);
         return {{"method", "flickr.photos.search"},
                 {"text", SearchWords(m_settings)},
-                {"min_taken_date", std::string(text, length)},
+                {"min_taken_date", text},
                 {"sort", "date-taken-asc"},
                 {"media", "photos"},
                 {"extras", "date_taken,original_format,url_o,o_dims"},

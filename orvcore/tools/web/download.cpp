@@ -1,6 +1,7 @@
 #include "orvcore/tools/web/download.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <ctime>
 
 #include "orvcore/tables/tablemarkup.h"
@@ -8,6 +9,7 @@
 #include "orvcore/tools/newfile.h"
 #include "orvcore/tools/web/httpclient.h"
 #include "orvcore/tools/web/webparameters.h"
+#include "zorbase/calendar.h"
 #include "zorbase/files.h"
 #include "zorbase/hash.h"
 #include "zorbase/text.h"
@@ -64,11 +66,11 @@ std::string WithoutInvisible(std::string text) {
 }
 
 std::string NowUtc() {
-    const std::time_t now = std::time(nullptr);
-    std::tm time{};
-    gmtime_r(&now, &time);
-    char text[32];
-    return std::string(text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &time));
+    const CalendarTime now = UtcTime(std::time(nullptr));
+    char text[80];
+    std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02dZ", now.year, now.month, now.day, now.hour,
+                  now.minute, now.second);
+    return text;
 }
 
 class Download {

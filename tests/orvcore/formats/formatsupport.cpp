@@ -123,6 +123,79 @@ Bytes MakeZip(const std::vector<ZipEntry>& entries) {
     return zip;
 }
 
+namespace {
+
+// One directory with its values behind it, little endian; `offset` is where it will stand in the TIFF structure.
+Bytes Directory(const std::vector<Tag>& tags, std::size_t offset, std::uint32_t next = 0) {
+    Bytes entries;
+    Bytes data;
+    const std::size_t dataStart = offset + 2 + 12 * tags.size() + 4;
+    AppendLittle(entries, tags.size(), 2);
+    for (const Tag& tag : tags) {
+        Bytes value;
+        if (tag.type == 2) value = ToBytes(tag.text + std::string(1, '\0'));
+        for (const std::uint32_t number : tag.values) AppendLittle(value, number, tag.type == 3 ? 2 : 4);
+        const int unit = tag.type == 2 ? 1 : tag.type == 3 ? 2 : tag.type == 5 || tag.type == 10 ? 8 : 4;
+        AppendLittle(entries, static_cast<std::uint64_t>(tag.number), 2);
+        AppendLittle(entries, static_cast<std::uint64_t>(tag.type), 2);
+        AppendLittle(entries, value.size() / static_cast<std::size_t>(unit), 4);
+        if (value.size() <= 4) {
+            value.resize(4);
+            entries = entries + value;
+        } else {
+            AppendLittle(entries, dataStart + data.size(), 4);
+            data = data + value;
+        }
+    }
+    AppendLittle(entries, next, 4);
+    return entries + data;
+}
+
+}  // namespace
+
+Bytes Tiff(const TiffRecipe& recipe) {
+    std::vector<Tag> main = recipe.main;
+    main.push_back({0x8769, recipe.pointerType, {1000}});
+    main.push_back({0x8825, recipe.pointerType, {2000}});
+    Bytes tiff = ToBytes(std::string("II*\0\x08\0\0\0", 8));
+    tiff = tiff + Directory(main, 8, recipe.loops ? 8 : recipe.second.empty() ? 0 : 3000);
+    tiff.resize(1000);
+    tiff = tiff + Directory(recipe.photo, 1000);
+    tiff.resize(2000);
+    tiff = tiff + Directory(recipe.gps, 2000);
+    tiff.resize(3000);
+    if (!recipe.second.empty()) {
+        tiff = tiff + Directory(recipe.second, 3000);
+        tiff.resize(3400);
+        tiff = tiff + recipe.behind;
+    }
+    return tiff;
+}
+
+std::vector<Tag> Position(int type) {
+    return {{1, 2, {}, "N"},
+            {2, type, {48, 1, 51, 1, 2988, 100}},
+            {3, 2, {}, "W"},
+            {4, type, {2, 1, 1767, 100, 0, 1}}};
+}
+
+Bytes WithExif(const Bytes& tiff) {
+    return MakeJpeg({.segments = {{1, ToBytes(std::string("Exif\0\0", 6)) + tiff}}});
+}
+
+Bytes XmpPayload(const std::string& properties) {
+    const std::string packet =
+        "<x:xmpmeta xmlns:x='adobe:ns:meta/'><rdf:RDF xmlns:rdf='http://www.w3.org/1999/02/22-rdf-syntax-ns#'>"
+        "<rdf:Description rdf:about='' xmlns:exif='http://ns.adobe.com/exif/1.0/' "
+        "xmlns:tiff='http://ns.adobe.com/tiff/1.0/' xmlns:xmp='http://ns.adobe.com/xap/1.0/' " +
+        properties + "/></rdf:RDF></x:xmpmeta>";
+    return ToBytes(std::string("http://ns.adobe.com/xap/1.0/\0", 29) + packet);
+}
+
+Bytes WithXmp(const std::string& properties) {
+    return MakeJpeg({.segments = {{1, XmpPayload(properties)}}});
+}
+
 std::string Fixtures() {
     const char* folder = getenv("ORVANE_FIXTURES");
     return folder == nullptr ? "" : folder;

@@ -40,6 +40,34 @@ struct ZipEntry {
 };
 Bytes MakeZip(const std::vector<ZipEntry>& entries);
 
+// --- EXIF blocks and XMP packets ---
+
+struct Tag {
+    int number;
+    int type;  // of the standard: 2 text, 3 short, 4 long, 5 rational, 9 signed long, 10 signed rational, 13 directory
+    std::vector<std::uint32_t> values;
+    std::string text = {};
+};
+// Where the directories of a position and of the camera stand in what Tiff makes, and how they are pointed to.
+struct TiffRecipe {
+    std::vector<Tag> main = {};
+    std::vector<Tag> photo = {};
+    std::vector<Tag> gps = {};
+    std::vector<Tag> second = {};  // the thumbnail's directory, at 3000
+    Bytes behind = {};             // at 3400
+    int pointerType = 4;
+    bool loops = false;
+};
+// A TIFF structure, little endian: main directory, then at 1000 the camera's, at 2000 the position's, at 3000 the
+// thumbnail's with what belongs to it at 3400.
+Bytes Tiff(const TiffRecipe& recipe);
+// A position north and west, of the given type of fraction (5 or 10).
+std::vector<Tag> Position(int type = 5);
+Bytes WithExif(const Bytes& tiff);
+// An XMP packet as a segment's payload; a JPEG of it.
+Bytes XmpPayload(const std::string& properties);
+Bytes WithXmp(const std::string& properties);
+
 // Folder of real files, "" when $ORVANE_FIXTURES is not set.
 std::string Fixtures();
 std::vector<std::string> FilesBelow(const std::string& folder);

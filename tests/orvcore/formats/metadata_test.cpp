@@ -3,9 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <clocale>
 #include <thread>
 
+#include "orvcore/formats/metadatacheck.h"
 #include "tests/orvcore/formats/formatsupport.h"
 #include "zorbase/hash.h"
 #include "zorbase/json.h"
@@ -16,85 +18,11 @@ using testing::HasSubstr;
 
 namespace {
 
-struct Tag {
-    int number;
-    int type;  // 2 text, 3 short, 4 long, 5 rational
-    std::vector<std::uint32_t> values;
-    std::string text = {};
-};
-
-// One directory with its values behind it, little endian; `offset` is where it will stand in the TIFF
-// structure.
-Bytes Directory(const std::vector<Tag>& tags, std::size_t offset, std::uint32_t next = 0) {
-    Bytes entries;
-    Bytes data;
-    const std::size_t dataStart = offset + 2 + 12 * tags.size() + 4;
-    AppendLittle(entries, tags.size(), 2);
-    for (const Tag& tag : tags) {
-        Bytes value;
-        if (tag.type == 2) value = ToBytes(tag.text + std::string(1, '\0'));
-        for (const std::uint32_t number : tag.values) AppendLittle(value, number, tag.type == 3 ? 2 : 4);
-        const int unit = tag.type == 2 ? 1 : tag.type == 3 ? 2 : tag.type == 4 ? 4 : 8;
-        AppendLittle(entries, static_cast<std::uint64_t>(tag.number), 2);
-        AppendLittle(entries, static_cast<std::uint64_t>(tag.type), 2);
-        AppendLittle(entries, value.size() / static_cast<std::size_t>(unit), 4);
-        if (value.size() <= 4) {
-            value.resize(4);
-            entries = entries + value;
-        } else {
-            AppendLittle(entries, dataStart + data.size(), 4);
-            data = data + value;
-        }
-    }
-    AppendLittle(entries, next, 4);
-    return entries + data;
-}
-
-// A TIFF structure: main directory, then at 1000 the camera's, at 2000 the position's, at 3000 the
-// thumbnail's with its JPEG behind.
-Bytes Tiff(std::vector<Tag> main, const std::vector<Tag>& photo, const std::vector<Tag>& gps,
-           const Bytes& thumbnail, bool loop = false) {
-    main.push_back({0x8769, 4, {1000}});
-    main.push_back({0x8825, 4, {2000}});
-    Bytes tiff = ToBytes(std::string("II*\0\x08\0\0\0", 8));
-    tiff = tiff + Directory(main, 8, loop ? 8 : thumbnail.empty() ? 0 : 3000);
-    tiff.resize(1000);
-    tiff = tiff + Directory(photo, 1000);
-    tiff.resize(2000);
-    tiff = tiff + Directory(gps, 2000);
-    tiff.resize(3000);
-    if (!thumbnail.empty()) {
-        tiff = tiff + Directory({{0x0103, 3, {6}},
-                                 {0x0201, 4, {3100}},
-                                 {0x0202, 4, {static_cast<std::uint32_t>(thumbnail.size())}}},
-                                3000);
-        tiff.resize(3100);
-        tiff = tiff + thumbnail;
-    }
-    return tiff;
-}
-
-Bytes WithExif(const Bytes& tiff) {
-    return MakeJpeg({.segments = {{1, ToBytes(std::string("Exif\0\0", 6)) + tiff}}});
-}
-
-Bytes WithXmp(const std::string& properties) {
-    const std::string packet =
-        "<x:xmpmeta xmlns:x='adobe:ns:meta/'><rdf:RDF xmlns:rdf='http://www.w3.org/1999/02/22-rdf-syntax-ns#'>"
-        "<rdf:Description rdf:about='' xmlns:exif='http://ns.adobe.com/exif/1.0/' "
-        "xmlns:xmp='http://ns.adobe.com/xap/1.0/' " +
-        properties + "/></rdf:RDF></x:xmpmeta>";
-    return MakeJpeg({.segments = {{1, ToBytes(std::string("http://ns.adobe.com/xap/1.0/\0", 29) + packet)}}});
-}
-
 Bytes Camera() {
-    return WithExif(Tiff({{0x010F, 2, {}, "Maker Co.  "}, {0x0110, 2, {}, "M\xE9 1"}, {0x0112, 3, {6}}},
-                         {{0x829A, 5, {1, 60}}, {0x9003, 2, {}, "2020:01:02 03:04:05"}, {0xA002, 3, {640}}},
-                         {{1, 2, {}, "N"},
-                          {2, 5, {48, 1, 51, 1, 2988, 100}},
-                          {3, 2, {}, "W"},
-                          {4, 5, {2, 1, 1767, 100, 0, 1}}},
-                         {}));
+    return WithExif(
+        Tiff({.main = {{0x010F, 2, {}, "Maker Co.  "}, {0x0110, 2, {}, "M\xE9 1"}, {0x0112, 3, {6}}},
+              .photo = {{0x829A, 5, {1, 60}}, {0x9003, 2, {}, "2020:01:02 03:04:05"}, {0xA002, 3, {640}}},
+              .gps = Position()}));
 }
 
 }  // namespace
@@ -150,7 +78,7 @@ TEST(Metadata, PositionNeedsAllItsParts) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
-        const std::optional<GpsPosition> position = ReadGps(WithExif(Tiff({}, {}, c.gps, {})));
+        const std::optional<GpsPosition> position = ReadGps(WithExif(Tiff({.gps = c.gps})));
         EXPECT_EQ(position ? GpsToText(*position) : "", c.expected);
     }
     const auto fromXmp = ReadGps(WithXmp("exif:GPSLatitude='48,51.498N' exif:GPSLongitude='2,17,40.2W'"));
@@ -191,14 +119,20 @@ TEST(Metadata, LongValuesAreCutAndSaySo) {
 
 TEST(Metadata, ThumbnailIsUnchanged) {
     const Bytes thumbnail = MakeJpeg({.width = 16, .height = 16});
-    EXPECT_EQ(ReadExifThumbnail(WithExif(Tiff({}, {}, {}, thumbnail))), thumbnail);
+    std::vector<Tag> tags = {
+        {0x0103, 3, {6}}, {0x0201, 4, {3400}}, {0x0202, 4, {static_cast<std::uint32_t>(thumbnail.size())}}};
+    EXPECT_EQ(ReadExifThumbnail(WithExif(Tiff({.second = tags, .behind = thumbnail}))), thumbnail);
+    tags.erase(tags.begin());
+    EXPECT_EQ(ReadExifThumbnail(WithExif(Tiff({.second = tags, .behind = thumbnail}))), thumbnail)
+        << "its compression is not stated";
     EXPECT_TRUE(ReadExifThumbnail(Camera()).empty());
     EXPECT_TRUE(ReadExifThumbnail(Bytes()).empty());
 }
 
 TEST(Metadata, DamageIsToldNotThrown) {
     // A directory that points to itself.
-    const MetadataSet loop = ReadMetadata(WithExif(Tiff({{0x010F, 2, {}, "Maker"}}, {}, {}, {}, true)));
+    const MetadataSet loop =
+        ReadMetadata(WithExif(Tiff({.main = {{0x010F, 2, {}, "Maker"}}, .loops = true})));
     EXPECT_EQ(loop.facts.make, "Maker");
     EXPECT_FALSE(loop.warnings.empty());
 
@@ -211,6 +145,75 @@ TEST(Metadata, DamageIsToldNotThrown) {
     }
     for (const char* text : {"", "hello", "RIFF\x10\0\0\0AVI LIST", "BM"})
         EXPECT_TRUE(ReadMetadata(ToBytes(text)).entries.empty());
+}
+
+TEST(Metadata, WhatTheLibraryRefusesIsReadInPart) {
+    const Bytes tiff = Tiff({.main = {{0x010F, 2, {}, "Maker"}}, .gps = Position()});
+    const Bytes exif = ToBytes(std::string("Exif\0\0", 6)) + tiff;
+    // The file ends inside the segment of its metadata, behind the position.
+    Bytes cut = WithExif(tiff + Bytes(500, 0));
+    const auto at = std::search(cut.begin(), cut.end(), tiff.begin(), tiff.end()) - cut.begin();
+    cut.resize(static_cast<std::size_t>(at) + tiff.size());
+    // A container that is no more than its first box, with the block behind it.
+    const Bytes boxes = ToBytes(std::string("\0\0\0\x18"
+                                            "ftypheic\0\0\0\0mif1heic\0\0\xFF\xFFmeta",
+                                            32)) +
+                        exif + XmpPayload("xmp:CreatorTool='Editor'");
+    for (const Bytes& bytes : {cut, boxes}) {
+        const MetadataSet set = ReadMetadata(bytes);
+        EXPECT_EQ(set.reading, MetadataReading::Part);
+        EXPECT_EQ(set.facts.make, "Maker");
+        EXPECT_TRUE(set.gps.has_value());
+        ASSERT_FALSE(set.warnings.empty());
+        EXPECT_THAT(set.warnings.back(), HasSubstr("only a part"));
+    }
+    EXPECT_EQ(ReadMetadata(boxes).facts.software, "Editor");
+    cut.resize(40);
+    EXPECT_EQ(ReadMetadata(cut).reading, MetadataReading::NotRead);
+    EXPECT_EQ(ReadMetadata(Camera()).reading, MetadataReading::Whole);
+    EXPECT_EQ(ReadMetadata(MakeJpeg()).reading, MetadataReading::Whole) << "there is nothing to read";
+}
+
+TEST(Metadata, FactsThatOnlyXmpStatesAreToldAsSuch) {
+    const std::string packet =
+        "tiff:Make='Maker' tiff:Model='M1' xmp:CreatorTool='Editor' exif:DateTimeOriginal='2002-07-13T15:58:28Z' "
+        "xmp:ModifyDate='2002-07-19T13:28:10Z'";
+    MetadataFacts facts = ReadMetadataFacts(WithXmp(packet));
+    EXPECT_EQ(facts.make + "|" + facts.model + "|" + facts.software + "|" + facts.dateTimeOriginal,
+              "Maker|M1|Editor|2002-07-13T15:58:28Z");
+    EXPECT_EQ(facts.dateTime, "2002-07-19T13:28:10Z");
+    EXPECT_EQ(facts.NamesFromXmp(), "camera, software, dates");
+    EXPECT_EQ(facts.FromExif().make + facts.FromExif().software + facts.FromExif().dateTime, "");
+    // What EXIF states counts before it.
+    const Bytes both = MakeJpeg(
+        {.segments = {{1, ToBytes(std::string("Exif\0\0", 6)) + Tiff({.main = {{0x010F, 2, {}, "Other"}}})},
+                      {1, XmpPayload(packet)}}});
+    facts = ReadMetadataFacts(both);
+    EXPECT_EQ(facts.make + facts.model, "OtherM1");
+    EXPECT_EQ(facts.FromExif().make + facts.FromExif().model, "Other");
+    EXPECT_EQ(facts.fromXmp & (kFactMake | kFactModel), static_cast<unsigned>(kFactModel));
+}
+
+TEST(Metadata, TimesOfBothWritingsAreRead) {
+    const std::pair<const char*, std::int64_t> times[] = {{"2004:06:17 07:10:06", 1087456206},
+                                                          {"2004-06-17T07:10:06+02:00", 1087456206},
+                                                          {"2004-06-17T07:10:06.25", 1087456206},
+                                                          {"2004-06-17T07:10", 1087456200},
+                                                          {"2004:02:29 23:59:60", 1078099200}};
+    for (const auto& [text, seconds] : times) EXPECT_EQ(ParseMetadataTime(text), seconds) << text;
+    for (const char* text :
+         {"", "2004", "2004:06:17", "0000:00:00 00:00:00", "    :  :     :  :  ", "2003:02:29 10:00:00",
+          "2004:13:01 10:00:00", "2004:06:17 24:00:00", "2004:06-17 07:10:06", "2004:06:17x07:10:06"})
+        EXPECT_FALSE(ParseMetadataTime(text).has_value()) << text;
+}
+
+TEST(Metadata, EditingProgramsAreKnownByWordsOfTheirOwn) {
+    for (const char* name : {"Adobe Photoshop 7.0", "GIMP 2.10", "CorelDRAW", "Paint.NET v3",
+                             "Microsoft Paint", "paint.exe", "Capture One 12", "ACDSee Pro"})
+        EXPECT_TRUE(IsEditingSoftware(name)) << name;
+    for (const char* name :
+         {"", "REPAINTED 1.0", "Ver.1.0", "Scanvas 3", "Canvastudio", "GIMPLE", "HDR+ 1.0"})
+        EXPECT_FALSE(IsEditingSoftware(name)) << name;
 }
 
 TEST(Metadata, WorksOnSeveralThreadsAndInAnyLocale) {
