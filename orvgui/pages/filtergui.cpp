@@ -1,14 +1,13 @@
 #include "orvgui/pages/filtergui.h"
 
-#include <wx/app.h>
 #include <wx/button.h>
 #include <wx/gbsizer.h>
 #include <wx/gdicmn.h>
 #include <wx/intl.h>
 
 #include "orvcore/facade/interface.h"
+#include "orvgui/common/framehost.h"
 #include "orvgui/common/statictext.h"
-#include "orvgui/shell/mainframe.h"
 
 namespace {
 
@@ -203,11 +202,7 @@ void OrvFilterGui::ApplySelection(const Roi& region) {
 }
 
 bool OrvFilterGui::IsTopWindow() {
-    const auto* frame = wxTheApp != nullptr ? dynamic_cast<OrvMainFrame*>(wxTheApp->GetTopWindow()) : nullptr;
-    // On this platform the toolkit calls the window with the focus the active one.
-    const wxWindow* active = wxGetTopLevelParent(wxGetActiveWindow());
-    if (frame == nullptr || active == nullptr) return true;
-    return frame->GetId() == active->GetId();
+    return IsMainWindowActive();
 }
 
 void OrvFilterGui::SetNotice(const wxString& text) {

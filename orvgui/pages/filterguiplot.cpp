@@ -9,10 +9,10 @@
 #include <algorithm>
 
 #include "orvcore/facade/interface.h"
+#include "orvgui/common/filedrop.h"
 #include "orvgui/common/statictext.h"
 #include "orvgui/pages/plotlayers.h"
 #include "orvgui/pages/plotpanel.h"
-#include "orvgui/shell/filepanel.h"
 #include "zorbase/gui/imageconvert.h"
 #include "zorbase/text.h"
 

@@ -13,8 +13,8 @@
 #include <opencv2/core.hpp>
 
 #include "orvcore/facade/interface.h"
+#include "orvgui/common/framehost.h"
 #include "orvgui/common/textfocus.h"
-#include "orvgui/shell/mainframe.h"
 #include "orvgui/viewer/canvas.h"
 #include "orvgui/viewer/navigatorcanvas.h"
 #include "orvgui/viewer/settingspanel.h"
@@ -353,7 +353,7 @@ void OrvFilterGuiViewer::ViewChanged(bool scrolled) {
     }
     m_toolPanel->GetZoomPanel()->RefreshValues();
     if (m_navigator != nullptr) m_navigator->Refresh(false);
-    if (OrvMainFrame* frame = GetMainFrame(); frame != nullptr && shared->zoom >= 0.0) {
+    if (OrvFrameHost* frame = GetFrameHost(); frame != nullptr && shared->zoom >= 0.0) {
         frame->SetStatusField(OrvStatusField::Zoom, ToWx(ZoomPercentText(shared->zoom) + "%"));
     }
 }
@@ -472,4 +472,13 @@ bool OrvFilterGuiViewer::ViewerKey(wxKeyEvent& event, Canvas* canvas) {
         default:
             return false;
     }
+}
+
+OrvFilterGuiViewer* GetOrvFilterGuiViewerFromCtrlEventObject(wxEvent& event) {
+    auto* window = dynamic_cast<wxWindow*>(event.GetEventObject());
+    while (window != nullptr) {
+        if (auto* page = dynamic_cast<OrvFilterGuiViewer*>(window)) return page;
+        window = window->GetParent();
+    }
+    return nullptr;
 }

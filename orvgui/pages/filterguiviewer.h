@@ -6,20 +6,18 @@
 
 #include "orvgui/common/orvgui.h"
 #include "orvgui/pages/filtergui.h"
+#include "orvgui/viewer/viewerhost.h"
 
-class Canvas;
 class NavigatorCanvas;
-class OrvToolPanel;
 class ViewerPanel;
 class ZoomPanel;
-class wxScrollWinEvent;
 
 // The page of a filter whose results are images: a strip of tools above, the canvases, and beside them description,
 // parameters, results and (on double pages) the overview. What a mouse event, a key or a new result means for the canvases is
 // decided here; zoom and offset live in the record that all canvases share. GUI thread.
 //
 // Everything returns without effect while the page is not built or shows no image.
-class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui {
+class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost {
   public:
     OrvFilterGuiViewer(wxWindow* parent, OrvFilter* filter);
     ~OrvFilterGuiViewer() override;
@@ -41,24 +39,24 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui {
     Image& GetDisplayedImage() override;
 
     virtual void CreateViewerPanel() = 0;
-    virtual Canvas* GetCanvasFromActiveWin() = 0;
     virtual Canvas* GetCanvasFromNotActiveWin() { return nullptr; }
     virtual bool IsSingleViewer() const { return true; }
     virtual bool IsOutputWin() { return true; }  // the active canvas shows a processed image
-    virtual void ViewerMouseOn(wxMouseEvent& event, Canvas* canvas) = 0;
-    virtual void ViewerScroll(wxScrollWinEvent& event, Canvas* canvas);
-    virtual bool ViewerKey(wxKeyEvent& event, Canvas* canvas);  // whether the key was used
-    virtual void ViewerResized(Canvas*) {}
-    virtual void ViewerMouseLeft() {}
-    virtual void WindowFit();
+    void ViewerScroll(wxScrollWinEvent& event, Canvas* canvas) override;
+    bool ViewerKey(wxKeyEvent& event, Canvas* canvas) override;
+    void ViewerResized(Canvas*) override {}
+    void ViewerMouseLeft() override {}
+    void WindowFit() override;
     virtual void WindowSplit(int /*mode*/) {}
     virtual void WindowSync() {}
-    virtual void WindowSwap(int /*phase*/) {}
-    virtual void Zoom100();
-    virtual void ZoomEnter(const wxString& text);
-    virtual void ZoomMinus();
-    virtual void ZoomPlus();
-    virtual void ZoomSlider(int step);
+    void WindowSwap(int /*phase*/) override {}
+    void Zoom100() override;
+    void ZoomEnter(const wxString& text) override;
+    void ZoomMinus() override;
+    void ZoomPlus() override;
+    void ZoomSlider(int step) override;
+    void ApplySelection(const Roi& region) override { OrvFilterGui::ApplySelection(region); }
+    wxString GetFilterDescription() const override { return m_filter->GetDescription(); }
     virtual void ZoomNavigatorMouseOn(wxMouseEvent&) {}
     virtual void ZoomNavigatorPaint(wxPaintEvent&) {}
 
@@ -66,13 +64,13 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui {
     // the background and put on its canvas when it is there.
     void GetInputOutputImages(Image& first, Image& second, int mode, int choiceCount);
 
-    OrvToolPanel* GetOrvToolPanel() const { return m_toolPanel; }
+    OrvToolPanel* GetOrvToolPanel() const override { return m_toolPanel; }
     ViewerPanel* GetViewerPanel() const { return m_viewerPanel; }
     NavigatorCanvas* GetNavigator() const { return m_navigator; }
-    std::vector<Canvas*> GetCanvases() const;
+    std::vector<Canvas*> GetCanvases() const override;
     int GetActiveWinId() const { return m_activeWinId; }
     void SetActiveWinId(int id) { m_activeWinId = id; }
-    void ShowSidePanel(bool show);
+    void ShowSidePanel(bool show) override;
 
   protected:
     // Applies a zoom operation to the active canvas, then brings the other half in line.
@@ -145,3 +143,6 @@ class ORVGUI_API OrvFilterGuiViewerDouble : public OrvFilterGuiViewer {
     bool m_isKeySwapDown = false;
     long m_keySwapStart = 0;  // time stamp of the key event, ms
 };
+
+// The viewer page around the control that an event comes from; null when there is none.
+ORVGUI_API OrvFilterGuiViewer* GetOrvFilterGuiViewerFromCtrlEventObject(wxEvent& event);

@@ -6,7 +6,7 @@
 #include <algorithm>
 
 #include "orvcore/facade/interface.h"
-#include "orvgui/shell/filterstreeformat.h"
+#include "orvgui/common/loadedfiles.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"
 

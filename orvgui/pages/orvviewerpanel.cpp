@@ -7,8 +7,8 @@
 #include <algorithm>
 
 #include "orvcore/facade/interface.h"
+#include "orvgui/common/filedrop.h"
 #include "orvgui/pages/filtergui.h"
-#include "orvgui/shell/filepanel.h"
 
 namespace {
 

@@ -29,6 +29,10 @@ enum OrvCommandId : int {
     OrvCmdCollapseAll = 6012,
     OrvCmdDeleteFilterConfiguration = 6013,
     OrvCmdAddFilterConfiguration = 6014,
+    // The next three are no registered commands: items of the tree's context menu, and a panel command.
+    OrvCmdEnableConfiguration = 6015,
+    OrvCmdDisableConfiguration = 6016,
+    OrvCmdLoadSettingsOnStartup = 6017,
     OrvCmdResetFilterConfigurations = 6018,
     OrvCmdSaveSettings = 6019,
     OrvCmdLoadSettings = 6020,

@@ -8,6 +8,7 @@
 #include <wx/translation.h>
 
 #include "orvcore/facade/interface.h"
+#include "orvgui/common/filedrop.h"
 #include "orvgui/common/fileselectors.h"
 #include "orvgui/common/messagebox.h"
 #include "orvgui/common/textfocus.h"
@@ -23,17 +24,6 @@ constexpr int kGap = 4;
 constexpr int kGroupGap = 12;
 
 }  // namespace
-
-bool FilePanelDropTarget::OnDropFiles(wxCoord, wxCoord, const wxArrayString& filenames) {
-    if (filenames.empty() || !GetInterface()) return false;
-    const wxString& path = filenames[0];
-    if (IsProjectFilename(path)) {
-        GetInterface()->LoadProject(path);
-    } else {
-        GetInterface()->SetFile(path, m_slot);
-    }
-    return true;
-}
 
 FilePanel::FilePanel(wxWindow* parent, OrvFileId slot) : wxPanel(parent), m_slot(slot) {
     CreateControls();

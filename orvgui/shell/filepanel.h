@@ -1,6 +1,5 @@
 #pragma once
 
-#include <wx/dnd.h>
 #include <wx/panel.h>
 
 #include <map>
@@ -31,20 +30,6 @@ struct FilePanelState {
 // What the text typed into the file-name field names: a full path, "~/…", a file:// address, or a name in the
 // folder of the slot's file. The unchanged name of the slot's file stands for that file. Paths as bytes.
 std::string ResolveTypedFilename(const wxString& typed, const std::string& currentPath);
-
-// What happens with a dropped file.
-bool IsProjectFilename(const wxString& path);  // ".zop", in capitals too
-
-// Loads the first of the dropped files into the slot, or opens it when it is a project. Belongs to the window
-// it is set on.
-class ORVGUI_API FilePanelDropTarget : public wxFileDropTarget {
-  public:
-    explicit FilePanelDropTarget(OrvFileId slot) : m_slot(slot) {}
-    bool OnDropFiles(wxCoord x, wxCoord y, const wxArrayString& filenames) override;
-
-  private:
-    OrvFileId m_slot;
-};
 
 // The strip through which a file is put into one slot. Every operation acts on its own slot and is carried
 // out by the core; the panel shows what the core holds when SetImage is called. Child of the main frame. GUI

@@ -53,7 +53,3 @@ std::string ResolveTypedFilename(const wxString& typed, const std::string& curre
     const std::string folder = PathFolder(currentPath);
     return folder.empty() ? PathFromWx(text) : PathJoin(folder, PathFromWx(text));
 }
-
-bool IsProjectFilename(const wxString& path) {
-    return path.Lower().EndsWith(".zop");
-}

@@ -22,7 +22,15 @@
 
 namespace {
 
-constexpr int kButtonCommands[] = {6014, 6013, 6018, 6011, 6012, 6019, 6020, 6021, 6022};
+constexpr int kButtonCommands[] = {OrvCmdAddFilterConfiguration,
+                                   OrvCmdDeleteFilterConfiguration,
+                                   OrvCmdResetFilterConfigurations,
+                                   OrvCmdExpandAll,
+                                   OrvCmdCollapseAll,
+                                   OrvCmdSaveSettings,
+                                   OrvCmdLoadSettings,
+                                   OrvCmdResetDefaultSettings,
+                                   OrvCmdSettingsOnOff};
 
 // Whether the filter's values now are those of this saved configuration.
 bool HoldsConfiguration(const OrvFilter& filter, int configuration) {
@@ -51,8 +59,8 @@ void OrvFiltersPanel::CreateButtons() {
     for (const int command : kButtonCommands) {
         wxBitmapButton* button = OrvGuiCommandRegistry::CreateBitmapButton(this, command);
         // The registry's label of this command is that of its neighbour; the button says what it does.
-        button->SetToolTip(command == 6022 ? _("Enable or Disable Filter Configuration")
-                                           : OrvGuiCommandRegistry::GetToolTip(command));
+        button->SetToolTip(command == OrvCmdSettingsOnOff ? _("Enable or Disable Filter Configuration")
+                                                          : OrvGuiCommandRegistry::GetToolTip(command));
         m_buttons.push_back(button);
     }
 }
@@ -70,18 +78,18 @@ void OrvFiltersPanel::BindEvents() {
 
     using Handler = void (OrvFiltersPanel::*)(wxCommandEvent&);
     constexpr std::pair<int, Handler> kHandlers[] = {
-        {6011, &OrvFiltersPanel::OnMenuExpandAll},
-        {6012, &OrvFiltersPanel::OnMenuCollapseAll},
-        {6013, &OrvFiltersPanel::OnMenuDeleteConfiguration},
-        {6014, &OrvFiltersPanel::OnMenuAddCurrentConfiguration},
-        {6015, &OrvFiltersPanel::OnMenuEnableFilter},
-        {6016, &OrvFiltersPanel::OnMenuDisableFilter},
-        {6017, &OrvFiltersPanel::OnMenuLoadCurrentSettingsOnStartup},
-        {6018, &OrvFiltersPanel::OnMenuResetFilterConfigurations},
-        {6019, &OrvFiltersPanel::OnMenuSaveCurrentSettings},
-        {6020, &OrvFiltersPanel::OnMenuLoadSettings},
-        {6021, &OrvFiltersPanel::OnMenuResetDefaultSettings},
-        {6022, &OrvFiltersPanel::OnMenuToggleFilter},
+        {OrvCmdExpandAll, &OrvFiltersPanel::OnMenuExpandAll},
+        {OrvCmdCollapseAll, &OrvFiltersPanel::OnMenuCollapseAll},
+        {OrvCmdDeleteFilterConfiguration, &OrvFiltersPanel::OnMenuDeleteConfiguration},
+        {OrvCmdAddFilterConfiguration, &OrvFiltersPanel::OnMenuAddCurrentConfiguration},
+        {OrvCmdEnableConfiguration, &OrvFiltersPanel::OnMenuEnableFilter},
+        {OrvCmdDisableConfiguration, &OrvFiltersPanel::OnMenuDisableFilter},
+        {OrvCmdLoadSettingsOnStartup, &OrvFiltersPanel::OnMenuLoadCurrentSettingsOnStartup},
+        {OrvCmdResetFilterConfigurations, &OrvFiltersPanel::OnMenuResetFilterConfigurations},
+        {OrvCmdSaveSettings, &OrvFiltersPanel::OnMenuSaveCurrentSettings},
+        {OrvCmdLoadSettings, &OrvFiltersPanel::OnMenuLoadSettings},
+        {OrvCmdResetDefaultSettings, &OrvFiltersPanel::OnMenuResetDefaultSettings},
+        {OrvCmdSettingsOnOff, &OrvFiltersPanel::OnMenuToggleFilter},
     };
     for (const auto& [id, handler] : kHandlers) {
         Bind(wxEVT_MENU, handler, this, id);

@@ -120,7 +120,7 @@ class ORVGUI_API OrvFiltersPanel : public wxPanel {
     void OnMenuLoadSettings(wxCommandEvent& event);
     void OnMenuResetDefaultSettings(wxCommandEvent& event);
     // Keeps the configurations as they are now, so that the next start begins with them. In no menu: every change is
-    // kept by itself. For whoever sends the panel command 6017.
+    // kept by itself. For whoever sends the panel command OrvCmdLoadSettingsOnStartup.
     void OnMenuLoadCurrentSettingsOnStartup(wxCommandEvent& event);
     void OnMenuExpandAll(wxCommandEvent& event);
     void OnMenuCollapseAll(wxCommandEvent& event);

@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "orvcore/facade/interface.h"
+#include "orvgui/common/loadedfiles.h"
 #include "orvgui/pages/filtergui.h"
 #include "orvgui/pages/orvviewerpanel.h"
 #include "orvgui/shell/filterspanelpriv.h"

@@ -12,6 +12,7 @@
 #include "orvgui/common/fileselectors.h"
 #include "orvgui/common/messagebox.h"
 #include "orvgui/pages/orvviewerpanel.h"
+#include "orvgui/shell/commandregistry.h"
 #include "orvgui/shell/filterspanelpriv.h"
 
 namespace {
@@ -22,18 +23,18 @@ struct MenuEntry {
 };
 
 constexpr MenuEntry kMenu[] = {
-    {6014, wxTRANSLATE("Add Filter Configuration")},
-    {6013, wxTRANSLATE("Delete Filter Configuration")},
+    {OrvCmdAddFilterConfiguration, wxTRANSLATE("Add Filter Configuration")},
+    {OrvCmdDeleteFilterConfiguration, wxTRANSLATE("Delete Filter Configuration")},
     {0, ""},
-    {6015, wxTRANSLATE("Enable")},
-    {6016, wxTRANSLATE("Disable")},
+    {OrvCmdEnableConfiguration, wxTRANSLATE("Enable")},
+    {OrvCmdDisableConfiguration, wxTRANSLATE("Disable")},
     {0, ""},
-    {6019, wxTRANSLATE("Save Current Configurations")},
-    {6020, wxTRANSLATE("Load Configurations")},
-    {6021, wxTRANSLATE("Reset Default Configurations")},
+    {OrvCmdSaveSettings, wxTRANSLATE("Save Current Configurations")},
+    {OrvCmdLoadSettings, wxTRANSLATE("Load Configurations")},
+    {OrvCmdResetDefaultSettings, wxTRANSLATE("Reset Default Configurations")},
     {0, ""},
-    {6011, wxTRANSLATE("Expand All Configurations")},
-    {6012, wxTRANSLATE("Collapse All Configurations")},
+    {OrvCmdExpandAll, wxTRANSLATE("Expand All Configurations")},
+    {OrvCmdCollapseAll, wxTRANSLATE("Collapse All Configurations")},
 };
 
 wxString ConfigurationFileFilter() {
@@ -70,7 +71,7 @@ void OrvFiltersPanel::OnItemRightClick(wxTreeEvent& event) {
 void OrvFiltersPanel::OnTreeKeyDown(wxTreeEvent& event) {
     const wxKeyEvent& key = event.GetKeyEvent();
     const int code = key.GetKeyCode();
-    wxCommandEvent command(wxEVT_MENU, 6013);
+    wxCommandEvent command(wxEVT_MENU, OrvCmdDeleteFilterConfiguration);
     if ((code == WXK_DELETE || code == WXK_NUMPAD_DELETE) && !key.HasAnyModifiers()) {
         OnMenuDeleteConfiguration(command);
         return;

@@ -3,7 +3,6 @@
 #include <wx/gdicmn.h>
 #include <wx/translation.h>
 
-#include "orvcore/facade/interface.h"
 #include "zorbase/text.h"
 
 namespace {
@@ -65,16 +64,4 @@ wxString ConfigurationToolTip(const wxString& filterName, const VecParameter& pa
     }
     if (!hasLines) text += "\n" + _("Standard");
     return text + "\n" + StatusSentence(status, enabled);
-}
-
-bool IsForLoadedFiles(const OrvFilterResultPtr& result, const OrvInterface& core) {
-    if (!result) return false;
-    bool hasFile = false;
-    for (const OrvFileId slot : {OrvEvidence, OrvReference}) {
-        // A reference that is switched off is no file for analyses.
-        const OrvFilePtr file = core.HasFile(slot) ? core.GetFile(slot) : nullptr;
-        if (result->file[slot] != file) return false;
-        hasFile = hasFile || file;
-    }
-    return hasFile;
 }

@@ -4,10 +4,8 @@
 #include <wx/string.h>
 
 #include "orvcore/filter/filterconfiguration.h"
-#include "orvcore/filter/filterresult.h"
 
 class OrvFilter;
-class OrvInterface;
 
 // How an item of the filters tree looks. Windowless, so that the rules are tested from tables.
 struct OrvItemLook {
@@ -34,7 +32,3 @@ wxString FilterToolTip(const wxString& name, const wxString& description, Filter
 // The configuration, one parameter per line, and how it stands.
 wxString ConfigurationToolTip(const wxString& filterName, const VecParameter& parameters, FilterStatus status,
                               bool enabled);
-
-// Whether a result was made from exactly the files that analyses see now; false for none and while nothing is
-// loaded.
-bool IsForLoadedFiles(const OrvFilterResultPtr& result, const OrvInterface& core);

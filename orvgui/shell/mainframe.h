@@ -10,6 +10,7 @@
 #include "orvcore/facade/commandevent.h"
 #include "orvcore/facade/progresshandler.h"
 #include "orvcore/model/fileid.h"
+#include "orvgui/common/framehost.h"
 #include "orvgui/common/opendialogs.h"
 #include "orvgui/common/orvgui.h"
 #include "zorbase/appversion.h"
@@ -29,12 +30,9 @@ class wxAuiPaneInfo;
 class wxAuiToolBar;
 enum class ToolKind;
 
-// Fields of the status bar.
-enum class OrvStatusField : int { Activity, Picture, Pixel, Zoom };
-
 // The one main window: panes, menus, layout file, and the place where the core's events arrive. It decides
 // nothing about images or filters. It owns the core it is given and destroys it at its end. GUI thread only.
-class ORVGUI_API OrvMainFrame : public wxFrame, public OrvProgressHandler {
+class ORVGUI_API OrvMainFrame : public wxFrame, public OrvProgressHandler, public OrvFrameHost {
   public:
     OrvMainFrame(OrvInterface* core, const AppVersion& version, const wxString& title);
     ~OrvMainFrame() override;
@@ -53,14 +51,13 @@ class ORVGUI_API OrvMainFrame : public wxFrame, public OrvProgressHandler {
     void LoadLayout();
     void SaveLayout() const;
     wxString SaveListControlsColumnsWidth() const;
-    std::vector<int> GetListControlColumnsWidth(
-        const wxString& key) const;  // pixels, empty for an unknown key
-    void SetListControlColumnsWidth(const wxString& key, const std::vector<int>& widths);
+    std::vector<int> GetListControlColumnsWidth(const wxString& key) const override;
+    void SetListControlColumnsWidth(const wxString& key, const std::vector<int>& widths) override;
     void UpdateTitle();
     // A tool bar with the one tool "Add Bookmark"; not part of the standard layout. A child of the frame.
     wxAuiToolBar* CreateAuiToolBar();
 
-    WindowProperties* GetWindowProperties() const { return m_windowProperties.get(); }
+    WindowProperties* GetWindowProperties() const override { return m_windowProperties.get(); }
     void SetZoom(double zoom);  // 1 = one image pixel per window pixel
     OrvFiltersPanel* GetFiltersPanel() const { return m_filtersPanel; }
     OrvViewerPanel* GetViewerPanel() const { return m_viewerPanel; }
@@ -73,9 +70,7 @@ class ORVGUI_API OrvMainFrame : public wxFrame, public OrvProgressHandler {
     AppVersion GetAppVersion() const { return m_version; }
     OrvHelpNode* GetHelpNode() const { return m_helpNode.get(); }
     void OpenEditPanel(OrvFileId) {}  // deliberately empty
-    // Text of a field of the status bar; the frame itself keeps Activity and Picture, the viewer the other
-    // two.
-    void SetStatusField(OrvStatusField field, const wxString& text);
+    void SetStatusField(OrvStatusField field, const wxString& text) override;
 
   private:
     void ConfigureStatusBar();

@@ -8,8 +8,8 @@
 
 #include "orvcore/facade/context.h"
 #include "orvcore/filter/filter.h"
+#include "orvgui/common/framehost.h"
 #include "orvgui/common/messagebox.h"
-#include "orvgui/shell/mainframe.h"
 #include "orvgui/tables/listctrltable.h"
 #include "orvgui/tables/listctrlwidths.h"
 #include "zorbase/text.h"
@@ -196,9 +196,9 @@ void OrvListCtrl::SaveCurrentSelection() {
         if (IsColShown(col)) m_shownLabels.push_back(GetColLabelValue(col));
 }
 
-OrvMainFrame* OrvListCtrl::FindMainFrame() const {
+OrvFrameHost* OrvListCtrl::FindMainFrame() const {
     for (wxWindow* window = GetParent(); window != nullptr; window = window->GetParent())
-        if (auto* frame = dynamic_cast<OrvMainFrame*>(window)) return frame;
+        if (auto* frame = dynamic_cast<OrvFrameHost*>(window)) return frame;
     return nullptr;
 }
 
@@ -320,7 +320,7 @@ void OrvListCtrl::MeasureColumns() {
 }
 
 void OrvListCtrl::RestoreColumnWidths() {
-    const OrvMainFrame* frame = FindMainFrame();
+    const OrvFrameHost* frame = FindMainFrame();
     const OrvFilter* filter = GetContext() == nullptr ? nullptr : GetContext()->GetActiveFilter();
     if (frame == nullptr || filter == nullptr) return;
     const std::vector<int> widths = frame->GetListControlColumnsWidth(filter->GetName());
@@ -342,7 +342,7 @@ void OrvListCtrl::OnColSize(wxGridSizeEvent& event) {
     if (col < 0 || static_cast<std::size_t>(col) >= m_columnWidths.size()) return;
     m_columnWidths[static_cast<std::size_t>(col)] = GetColSize(col);
     m_isUserSized[static_cast<std::size_t>(col)] = true;
-    OrvMainFrame* frame = FindMainFrame();
+    OrvFrameHost* frame = FindMainFrame();
     const OrvFilter* filter = GetContext() == nullptr ? nullptr : GetContext()->GetActiveFilter();
     if (frame != nullptr && filter != nullptr)
         frame->SetListControlColumnsWidth(filter->GetName(), m_columnWidths);

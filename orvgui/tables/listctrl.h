@@ -15,7 +15,7 @@
 #include "zorimage/image.h"
 
 class ListCtrlTable;
-class OrvMainFrame;
+class OrvFrameHost;
 
 // The read-only table in which every tabular result is shown. Row 0 of a table holds the labels; cells may be marked
 // (orvcore/tables/tablemarkup.h). Sorted by a click on a label; Ctrl+C copies the selection as TSV, Ctrl+F and F3 find, a
@@ -98,7 +98,7 @@ class ORVGUI_API OrvListCtrl : public wxGrid {
                         wxGrid::wxGridSelectionModes selectionMode);
     void OnCharHook(wxKeyEvent& event);
     void OnFind(wxFindDialogEvent& event);
-    OrvMainFrame* FindMainFrame() const;
+    OrvFrameHost* FindMainFrame() const;
     void StartView();
     void ApplyView(const ListCtrlViewResult& result);
     void ShowSource(ListCtrlView::Source source, bool skipWidths);

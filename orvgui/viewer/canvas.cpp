@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "orvgui/pages/filterguiviewer.h"
-#include "orvgui/shell/mainframe.h"
+#include "orvgui/common/framehost.h"
+#include "orvgui/viewer/viewerhost.h"
 
 namespace {
 
@@ -13,7 +13,7 @@ WindowProperties* g_sharedRecord = nullptr;
 
 WindowProperties* GetSharedWindowProperties() {
     if (g_sharedRecord != nullptr) return g_sharedRecord;
-    const OrvMainFrame* frame = GetMainFrame();
+    const OrvFrameHost* frame = GetFrameHost();
     return frame ? frame->GetWindowProperties() : nullptr;
 }
 
@@ -117,10 +117,10 @@ IntPair Canvas::GetZoomArea() const {
     return {size.x, size.y};
 }
 
-OrvFilterGuiViewer* Canvas::GetPage() const {
+OrvViewerHost* Canvas::GetPage() const {
     const wxWindow* window = this;
     for (int i = 0; i < 3 && window != nullptr; ++i) window = window->GetParent();
-    return dynamic_cast<OrvFilterGuiViewer*>(const_cast<wxWindow*>(window));
+    return dynamic_cast<OrvViewerHost*>(const_cast<wxWindow*>(window));
 }
 
 void Canvas::InitZoom() {
@@ -291,7 +291,7 @@ void Canvas::OnSize(wxSizeEvent&) {
         if (pending == Pending::Init) {
             m_pending = Pending::None;
             // Side by side the canvas in use decides the zoom, whichever of the two gets its size last.
-            OrvFilterGuiViewer* page = GetPage();
+            OrvViewerHost* page = GetPage();
             Canvas* leader = page && shared && shared->syncViews ? page->GetCanvasFromActiveWin() : nullptr;
             if (leader == nullptr || leader == this || !leader->HasImage()) InitZoom();
         } else {
@@ -301,7 +301,7 @@ void Canvas::OnSize(wxSizeEvent&) {
             }
             CalculateOffset();
         }
-        if (OrvFilterGuiViewer* page = GetPage()) page->ViewerResized(this);
+        if (OrvViewerHost* page = GetPage()) page->ViewerResized(this);
         Refresh(true);
     }
     isRunning = false;
@@ -310,7 +310,7 @@ void Canvas::OnSize(wxSizeEvent&) {
 void Canvas::OnScroll(wxScrollWinEvent& event) {
     auto* canvas = dynamic_cast<Canvas*>(event.GetEventObject());
     if (canvas == nullptr) canvas = this;
-    if (OrvFilterGuiViewer* page = canvas->GetPage()) {
+    if (OrvViewerHost* page = canvas->GetPage()) {
         page->ViewerScroll(event, canvas);
     } else {
         canvas->HandleOnScroll(event);
@@ -323,17 +323,17 @@ void Canvas::OnMouseEnterWindow(wxMouseEvent&) {
 
 void Canvas::OnMouseLeaveWindow(wxMouseEvent&) {
     m_mouseInside = false;
-    if (OrvFilterGuiViewer* page = GetPage()) page->ViewerMouseLeft();
+    if (OrvViewerHost* page = GetPage()) page->ViewerMouseLeft();
 }
 
 void Canvas::OnMouseOn(wxMouseEvent& event) {
     if (!m_mouseInside) return;
     auto* canvas = dynamic_cast<Canvas*>(event.GetEventObject());
     if (canvas == nullptr) return;
-    if (OrvFilterGuiViewer* page = canvas->GetPage()) page->ViewerMouseOn(event, canvas);
+    if (OrvViewerHost* page = canvas->GetPage()) page->ViewerMouseOn(event, canvas);
 }
 
 void Canvas::OnKey(wxKeyEvent& event) {
-    OrvFilterGuiViewer* page = GetPage();
+    OrvViewerHost* page = GetPage();
     if (page == nullptr || !page->ViewerKey(event, this)) event.Skip();
 }

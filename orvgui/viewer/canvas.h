@@ -13,7 +13,7 @@
 #include "orvgui/viewer/paintbuffer.h"
 #include "orvgui/viewer/windowproperties.h"
 
-class OrvFilterGuiViewer;
+class OrvViewerHost;
 
 // The scrolled panel that shows one image at the zoom that all canvases share. It keeps no zoom of its own: after every
 // change of the image its owner calls InitZoom or SetZoom. It converts between window points and image points, draws grey
@@ -77,7 +77,7 @@ class ORVGUI_API Canvas : public wxScrolledWindow {
     // Of the parent, as the zoom rules take it.
     IntPair GetZoomArea() const;
     // The page that contains this canvas, or null.
-    OrvFilterGuiViewer* GetPage() const;
+    OrvViewerHost* GetPage() const;
     std::size_t GetBufferBytes() const { return m_buffer.GetMemoryBytes(); }
 
     void OnDraw(wxDC& dc) override { Draw(dc); }

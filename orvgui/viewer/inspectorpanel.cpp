@@ -8,8 +8,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "orvgui/pages/filterguiviewer.h"
-#include "orvgui/shell/mainframe.h"
+#include "orvgui/common/framehost.h"
 #include "orvgui/viewer/canvas.h"
 
 namespace {
@@ -44,7 +43,7 @@ wxString DescribeSamples(const Image& image, int x, int y) {
     return text;
 }
 
-InspectorPanel::InspectorPanel(wxWindow* parent, OrvFilterGuiViewer* page) : OrvToolPanelBase(parent, page) {}
+InspectorPanel::InspectorPanel(wxWindow* parent, OrvViewerHost* page) : OrvToolPanelBase(parent, page) {}
 
 void InspectorPanel::CreateControls() {
     auto* sizer = new wxBoxSizer(wxHORIZONTAL);
@@ -65,7 +64,7 @@ void InspectorPanel::ClearValues() {
     m_text->SetLabelText(wxString());
     m_colour->SetBackgroundColour(GetBackgroundColour());
     m_colour->Refresh();
-    if (OrvMainFrame* frame = GetMainFrame()) frame->SetStatusField(OrvStatusField::Pixel, wxString());
+    if (OrvFrameHost* frame = GetFrameHost()) frame->SetStatusField(OrvStatusField::Pixel, wxString());
 }
 
 wxString InspectorPanel::DescribePixel(Canvas* canvas, int x, int y) {
@@ -130,7 +129,7 @@ void InspectorPanel::ViewerMouseOn(wxMouseEvent& event, Canvas* canvas, bool use
     }
     if (m_text->GetLabelText() != text) {
         m_text->SetLabelText(text);
-        if (OrvMainFrame* frame = GetMainFrame()) frame->SetStatusField(OrvStatusField::Pixel, text);
+        if (OrvFrameHost* frame = GetFrameHost()) frame->SetStatusField(OrvStatusField::Pixel, text);
     }
     int red = 0;
     int green = 0;

@@ -8,7 +8,7 @@ class wxStaticText;
 // of the column. It also moves the picture while the left button is held and the navigate tool is chosen.
 class ORVGUI_API InspectorPanel : public OrvToolPanelBase {
   public:
-    InspectorPanel(wxWindow* parent, OrvFilterGuiViewer* page);
+    InspectorPanel(wxWindow* parent, OrvViewerHost* page);
 
     void CreateControls() override;
     void ClearValues() override;

@@ -6,8 +6,8 @@
 
 #include <cstring>
 
-#include "orvgui/pages/filterguiviewer.h"
 #include "orvgui/viewer/canvas.h"
+#include "orvgui/viewer/viewerhost.h"
 
 int NavigatorCanvas::m_width = 120;
 
@@ -106,22 +106,13 @@ void NavigatorCanvas::MouseEvent(wxMouseEvent& event, Canvas* canvas) {
 
 void NavigatorCanvas::OnDraw(wxDC& dc) {
     const wxWindow* window = GetParent();
-    while (window != nullptr && dynamic_cast<const OrvFilterGuiViewer*>(window) == nullptr)
+    while (window != nullptr && dynamic_cast<const OrvViewerHost*>(window) == nullptr)
         window = window->GetParent();
-    auto* page = dynamic_cast<OrvFilterGuiViewer*>(const_cast<wxWindow*>(window));
+    auto* page = dynamic_cast<OrvViewerHost*>(const_cast<wxWindow*>(window));
     if (page == nullptr) return;
     if (Canvas* canvas = page->GetCanvasFromActiveWin()) Paint(canvas, &dc, wxRect(GetClientSize()));
 }
 
 NavigatorCanvas* GetNavigatorCanvasFromEventObject(wxEvent& event) {
     return dynamic_cast<NavigatorCanvas*>(event.GetEventObject());
-}
-
-OrvFilterGuiViewer* GetOrvFilterGuiViewerFromCtrlEventObject(wxEvent& event) {
-    auto* window = dynamic_cast<wxWindow*>(event.GetEventObject());
-    while (window != nullptr) {
-        if (auto* page = dynamic_cast<OrvFilterGuiViewer*>(window)) return page;
-        window = window->GetParent();
-    }
-    return nullptr;
 }

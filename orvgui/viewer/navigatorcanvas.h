@@ -8,7 +8,6 @@
 #include "orvgui/viewer/displaypyramid.h"
 
 class Canvas;
-class OrvFilterGuiViewer;
 
 // The overview of a viewer page: the whole image of the active canvas, everything outside the visible part darkened. It knows
 // no canvas: its page routes paint and mouse events to Paint and MouseEvent. GUI thread.
@@ -42,6 +41,5 @@ class ORVGUI_API NavigatorCanvas : public wxWindow {
     wxDECLARE_EVENT_TABLE();
 };
 
-// The navigator that an event comes from, and the page around a control; null when there is none.
+// The navigator that an event comes from; null when there is none.
 NavigatorCanvas* GetNavigatorCanvasFromEventObject(wxEvent& event);
-OrvFilterGuiViewer* GetOrvFilterGuiViewerFromCtrlEventObject(wxEvent& event);

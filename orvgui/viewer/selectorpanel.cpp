@@ -8,8 +8,8 @@
 
 #include <algorithm>
 
-#include "orvgui/pages/filterguiviewer.h"
 #include "orvgui/viewer/canvas.h"
+#include "orvgui/viewer/viewerhost.h"
 
 namespace {
 
@@ -49,7 +49,7 @@ IntPair ImageSize(Canvas* canvas) {
 
 }  // namespace
 
-SelectorPanel::SelectorPanel(wxWindow* parent, OrvFilterGuiViewer* page) : OrvToolPanelBase(parent, page) {}
+SelectorPanel::SelectorPanel(wxWindow* parent, OrvViewerHost* page) : OrvToolPanelBase(parent, page) {}
 
 wxSpinCtrl* SelectorPanel::AddField(wxSizer* sizer, const wxString& label, const wxString& toolTip) {
     sizer->Add(new wxStaticText(this, wxID_ANY, label), 0, wxALIGN_CENTER_VERTICAL | wxLEFT, kGap);

@@ -9,7 +9,7 @@ class wxSpinCtrl;
 // on every canvas of the page; Apply hands it to the parameters that follow it.
 class ORVGUI_API SelectorPanel : public OrvToolPanelBase {
   public:
-    SelectorPanel(wxWindow* parent, OrvFilterGuiViewer* page);
+    SelectorPanel(wxWindow* parent, OrvViewerHost* page);
 
     void CreateControls() override;
     void ConfigureControls() override;  // ranges of the fields for the image shown

@@ -4,9 +4,8 @@
 #include <wx/intl.h>
 #include <wx/sizer.h>
 
-#include "orvcore/filter/filter.h"
 #include "orvgui/common/statictext.h"
-#include "orvgui/pages/filterguiviewer.h"
+#include "orvgui/viewer/viewerhost.h"
 
 namespace {
 
@@ -15,7 +14,7 @@ constexpr int kTextWidth = 240;
 
 }  // namespace
 
-OrvSidePanelBase::OrvSidePanelBase(wxWindow* parent, OrvFilterGuiViewer* page, const wxString& title)
+OrvSidePanelBase::OrvSidePanelBase(wxWindow* parent, OrvViewerHost* page, const wxString& title)
     : OrvToolPanelBase(parent, page) {
     auto* sizer = new wxBoxSizer(wxVERTICAL);
     if (!title.empty()) {
@@ -29,13 +28,13 @@ OrvSidePanelBase::OrvSidePanelBase(wxWindow* parent, OrvFilterGuiViewer* page, c
     SetSizer(sizer);
 }
 
-SettingsPanel::SettingsPanel(wxWindow* parent, OrvFilterGuiViewer* page)
+SettingsPanel::SettingsPanel(wxWindow* parent, OrvViewerHost* page)
     : OrvSidePanelBase(parent, page, _("Parameters")) {}
 
-OutputsPanel::OutputsPanel(wxWindow* parent, OrvFilterGuiViewer* page)
+OutputsPanel::OutputsPanel(wxWindow* parent, OrvViewerHost* page)
     : OrvSidePanelBase(parent, page, _("Results")) {}
 
-DescriptionPanel::DescriptionPanel(wxWindow* parent, OrvFilterGuiViewer* page)
+DescriptionPanel::DescriptionPanel(wxWindow* parent, OrvViewerHost* page)
     : OrvSidePanelBase(parent, page, wxString()) {
     m_text = new OrvStaticText(this, wxString());
     m_text->SetMaximumTextWidth(kTextWidth);
@@ -44,6 +43,6 @@ DescriptionPanel::DescriptionPanel(wxWindow* parent, OrvFilterGuiViewer* page)
 }
 
 void DescriptionPanel::RefreshValues() {
-    const wxString description = m_page->GetFilter()->GetDescription();
+    const wxString description = m_page->GetFilterDescription();
     m_text->SetText(description.empty() ? wxString() : wxGetTranslation(description));
 }

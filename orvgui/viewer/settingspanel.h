@@ -10,7 +10,7 @@ class wxGridBagSizer;
 // A panel with a title and a grid that grows downwards.
 class ORVGUI_API OrvSidePanelBase : public OrvToolPanelBase {
   public:
-    OrvSidePanelBase(wxWindow* parent, OrvFilterGuiViewer* page, const wxString& title);
+    OrvSidePanelBase(wxWindow* parent, OrvViewerHost* page, const wxString& title);
     wxGridBagSizer* GetGrid() const { return m_grid; }
 
   private:
@@ -20,19 +20,19 @@ class ORVGUI_API OrvSidePanelBase : public OrvToolPanelBase {
 // The filter's input and post-processing parameters.
 class ORVGUI_API SettingsPanel : public OrvSidePanelBase {
   public:
-    SettingsPanel(wxWindow* parent, OrvFilterGuiViewer* page);
+    SettingsPanel(wxWindow* parent, OrvViewerHost* page);
 };
 
 // The filter's outputs.
 class ORVGUI_API OutputsPanel : public OrvSidePanelBase {
   public:
-    OutputsPanel(wxWindow* parent, OrvFilterGuiViewer* page);
+    OutputsPanel(wxWindow* parent, OrvViewerHost* page);
 };
 
 // What the filter does and when it cannot see.
 class ORVGUI_API DescriptionPanel : public OrvSidePanelBase {
   public:
-    DescriptionPanel(wxWindow* parent, OrvFilterGuiViewer* page);
+    DescriptionPanel(wxWindow* parent, OrvViewerHost* page);
     void RefreshValues() override;
 
   private:

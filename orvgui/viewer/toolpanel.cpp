@@ -5,11 +5,11 @@
 #include <wx/tglbtn.h>
 #include <wx/wrapsizer.h>
 
-#include "orvgui/pages/filterguiviewer.h"
 #include "orvgui/viewer/canvas.h"
 #include "orvgui/viewer/inspectorpanel.h"
 #include "orvgui/viewer/selectorpanel.h"
 #include "orvgui/viewer/settingspanel.h"
+#include "orvgui/viewer/viewerhost.h"
 #include "orvgui/viewer/zoompanel.h"
 
 namespace {
@@ -19,7 +19,7 @@ constexpr int kGroupGap = 12;
 
 }  // namespace
 
-OrvToolPanelBase::OrvToolPanelBase(wxWindow* parent, OrvFilterGuiViewer* page)
+OrvToolPanelBase::OrvToolPanelBase(wxWindow* parent, OrvViewerHost* page)
     : wxPanel(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxTAB_TRAVERSAL), m_page(page) {}
 
 bool OrvToolPanelBase::IsToolChosen(OrvTool tool) const {
@@ -27,7 +27,7 @@ bool OrvToolPanelBase::IsToolChosen(OrvTool tool) const {
     return strip == nullptr || strip->GetTool() == tool;
 }
 
-OrvToolPanel::OrvToolPanel(wxWindow* parent, OrvFilterGuiViewer* page) : OrvToolPanelBase(parent, page) {}
+OrvToolPanel::OrvToolPanel(wxWindow* parent, OrvViewerHost* page) : OrvToolPanelBase(parent, page) {}
 
 void OrvToolPanel::CreateControls() {
     m_zoomPanel = new ZoomPanel(this, m_page);

@@ -9,7 +9,7 @@
 
 class Canvas;
 class InspectorPanel;
-class OrvFilterGuiViewer;
+class OrvViewerHost;
 class OrvToolPanel;
 class OutputsPanel;
 class SelectorPanel;
@@ -29,7 +29,7 @@ enum class OrvTool : int {
 // chosen leaves the left button alone. GUI thread.
 class ORVGUI_API OrvToolPanelBase : public wxPanel {
   public:
-    OrvToolPanelBase(wxWindow* parent, OrvFilterGuiViewer* page);
+    OrvToolPanelBase(wxWindow* parent, OrvViewerHost* page);
 
     virtual void CreateControls() {}
     virtual void ConfigureControls() {}
@@ -38,18 +38,18 @@ class ORVGUI_API OrvToolPanelBase : public wxPanel {
     // mirrored: the canvas is the other half of a synchronised view, the event happened on the first one.
     virtual void ViewerMouseOn(wxMouseEvent&, Canvas*, bool /*mirrored*/) {}
 
-    OrvFilterGuiViewer* GetPage() const { return m_page; }
+    OrvViewerHost* GetPage() const { return m_page; }
 
   protected:
     bool IsToolChosen(OrvTool tool) const;
 
-    OrvFilterGuiViewer* m_page;
+    OrvViewerHost* m_page;
 };
 
 // The strip of tools of one viewer page. Fits into the width that it is given by breaking into rows.
 class ORVGUI_API OrvToolPanel : public OrvToolPanelBase {
   public:
-    OrvToolPanel(wxWindow* parent, OrvFilterGuiViewer* page);
+    OrvToolPanel(wxWindow* parent, OrvViewerHost* page);
 
     void CreateControls() override;
     void ConfigureControls() override;

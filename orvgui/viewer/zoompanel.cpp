@@ -8,8 +8,8 @@
 #include <wx/stattext.h>
 #include <wx/textctrl.h>
 
-#include "orvgui/pages/filterguiviewer.h"
 #include "orvgui/viewer/canvas.h"
+#include "orvgui/viewer/viewerhost.h"
 #include "orvgui/viewer/viewgeometry.h"
 #include "orvgui/viewer/viewmodes.h"
 #include "zorbase/text.h"
@@ -38,7 +38,7 @@ struct ZoomPanel::MouseState {
 };
 ZoomPanel::MouseState ZoomPanel::m_mouse;
 
-ZoomPanel::ZoomPanel(wxWindow* parent, OrvFilterGuiViewer* page) : OrvToolPanelBase(parent, page) {
+ZoomPanel::ZoomPanel(wxWindow* parent, OrvViewerHost* page) : OrvToolPanelBase(parent, page) {
     Init();
 }
 

@@ -14,7 +14,7 @@ class wxTextCtrl;
 // zoom. Zooms are 1 for 100 %, steps and typed values percent.
 class ORVGUI_API ZoomPanel : public OrvToolPanelBase {
   public:
-    ZoomPanel(wxWindow* parent, OrvFilterGuiViewer* page);
+    ZoomPanel(wxWindow* parent, OrvViewerHost* page);
 
     void Init();  // fills the step table
     void CreateControls() override;

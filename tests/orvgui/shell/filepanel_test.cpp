@@ -6,6 +6,7 @@
 
 #include <filesystem>
 
+#include "orvgui/common/filedrop.h"
 #include "orvgui/shell/commandregistry.h"
 #include "tests/orvgui/framefixture.h"
 
