@@ -8,7 +8,7 @@
 #include "zorbase/progress.h"
 #include "zorbase/zorexception.h"
 
-OrvCommandQueue::OrvCommandQueue(std::function<void()> started, std::function<void()> ended)
+OrvCommandQueue::OrvCommandQueue(std::function<void(std::uint64_t)> started, std::function<void()> ended)
     : m_started(std::move(started)), m_ended(std::move(ended)), m_worker([this] { Work(); }) {}
 
 OrvCommandQueue::~OrvCommandQueue() {
@@ -41,9 +41,21 @@ void OrvCommandQueue::Push(OrvCommand command) {
     m_changed.notify_all();
 }
 
-void OrvCommandQueue::Abort() {
+void OrvCommandQueue::Abort(std::uint64_t work) {
     const std::lock_guard lock(m_mutex);
-    if (m_isRunning) m_running.request_stop();
+    if (m_isRunning && (work == 0 || work == m_work)) m_running.request_stop();
+}
+
+void OrvCommandQueue::DropConfigure(const OrvFilter* filter, const VecParameter& input,
+                                    const VecParameter& post) {
+    {
+        const std::lock_guard lock(m_mutex);
+        std::erase_if(m_waiting, [&](const OrvCommand& waiting) {
+            return waiting.kind == OrvCommand::Kind::Configure && waiting.filter == filter &&
+                   waiting.input == input && waiting.post == post;
+        });
+    }
+    m_changed.notify_all();
 }
 
 bool OrvCommandQueue::WaitIdle(int timeoutMs) {
@@ -79,6 +91,7 @@ void OrvCommandQueue::Work() {
     while (true) {
         OrvCommand command;
         std::stop_token stop;
+        std::uint64_t work = 0;
         {
             std::unique_lock lock(m_mutex);
             m_changed.wait(lock, [this] { return m_isStopping || !m_waiting.empty(); });
@@ -88,9 +101,10 @@ void OrvCommandQueue::Work() {
             m_running = std::stop_source();
             stop = m_running.get_token();
             m_isRunning = true;
+            work = ++m_work;
         }
         acvResetProgress();
-        m_started();
+        m_started(work);
         Run(command, OrvJob(stop));
         acvResetProgress();
         m_ended();
@@ -104,13 +118,13 @@ void OrvCommandQueue::Work() {
 }
 
 void OrvCommandQueue::Run(const OrvCommand& command, const OrvJob& job) {
-    int error = 1;
+    int error = kErrorFailed;
     std::string message;
     try {
         command.run(job);
         return;
     } catch (const ZorException& exception) {
-        error = exception.GetKind() == ZorException::Kind::Aborted ? 2 : 1;
+        error = exception.GetKind() == ZorException::Kind::Aborted ? kErrorAborted : kErrorFailed;
         message = exception.GetMessage();
     } catch (const cv::Exception& exception) {
         message = "Internal error: " + exception.err + " (" + exception.func + ")";

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <condition_variable>
+#include <cstdint>
 #include <deque>
 #include <exception>
 #include <functional>
@@ -10,14 +11,21 @@
 #include <thread>
 
 #include "orvcore/model/job.h"
+#include "zorbase/parameter.h"
 
 class OrvFilter;
+
+// What a failure is told with: an error of the work, or that it was stopped.
+constexpr int kErrorFailed = 1;
+constexpr int kErrorAborted = 2;
 
 // One request on its way to the worker.
 struct OrvCommand {
     enum class Kind { Configure, Slot, Project, Settings, Other };
     Kind kind = Kind::Other;
     OrvFilter* filter = nullptr;  // of a configure request
+    VecParameter input;           // what it asks for
+    VecParameter post;
     int replacesSlot = -1;  // a load of this slot: overtakes a load of it that waits at the end of the queue
     bool mustRun = false;   // also carried out when the queue is stopped: the user's work is in it
     std::function<void(const OrvJob&)> run;
@@ -30,12 +38,15 @@ struct OrvCommand {
 // on any thread and return at once.
 class OrvCommandQueue {
   public:
-    // started and ended are called on the worker around every command.
-    OrvCommandQueue(std::function<void()> started, std::function<void()> ended);
+    // started and ended are called on the worker around every command; commands are counted from 1.
+    OrvCommandQueue(std::function<void(std::uint64_t work)> started, std::function<void()> ended);
     ~OrvCommandQueue();  // see Stop
 
     void Push(OrvCommand command);
-    void Abort();  // asks the running command to stop; waiting ones stay
+    // Asks the running command to stop if it is the one of this number (0: whichever runs); waiting ones stay.
+    void Abort(std::uint64_t work = 0);
+    // Takes back the waiting configure request of this filter for the same values.
+    void DropConfigure(const OrvFilter* filter, const VecParameter& input, const VecParameter& post);
     bool WaitIdle(int timeoutMs);
     bool IsBusy() const;
     // Drops what waits (except what must run and settings that are not on disk yet), stops what runs and joins the worker.
@@ -49,12 +60,13 @@ class OrvCommandQueue {
   private:
     void Work();
 
-    std::function<void()> m_started;
+    std::function<void(std::uint64_t)> m_started;
     std::function<void()> m_ended;
     mutable std::mutex m_mutex;
     std::condition_variable m_changed;
     std::deque<OrvCommand> m_waiting;
     std::stop_source m_running;
+    std::uint64_t m_work = 0;  // number of the newest command that was begun
     bool m_isRunning = false;
     bool m_isStopping = false;
     std::thread m_worker;

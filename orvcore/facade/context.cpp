@@ -41,6 +41,21 @@ OrvFilter* OrvContext::GetActiveFilter() const {
 void OrvContext::SetActiveFilter(OrvFilter* filter) {
     const std::lock_guard lock(m_mutex);
     m_activeFilter = filter;
+    ++m_choice;
+}
+
+std::uint64_t OrvContext::NoteChoice() {
+    const std::lock_guard lock(m_mutex);
+    return ++m_choice;
+}
+
+bool OrvContext::SetActiveFilterFor(std::uint64_t choice, OrvFilter* filter,
+                                    const std::function<void()>& also) {
+    const std::lock_guard lock(m_mutex);
+    if (m_choice != choice) return false;
+    m_activeFilter = filter;
+    also();
+    return true;
 }
 
 wxString OrvContext::GetConfigDir() const {

@@ -2,6 +2,8 @@
 
 #include <wx/string.h>
 
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -23,7 +25,12 @@ class OrvContext {
     OrvFilter* FindFilter(const std::string& id) const;
 
     OrvFilter* GetActiveFilter() const;
-    void SetActiveFilter(OrvFilter* filter);
+    void SetActiveFilter(OrvFilter* filter);  // a choice of the user's
+    // Counts another choice of the user's and returns its number.
+    std::uint64_t NoteChoice();
+    // Makes the filter the active one and calls `also` before anybody can choose again, unless the user has made a newer
+    // choice than this one; whether it did. For the worker, which carries out what was asked a while ago.
+    bool SetActiveFilterFor(std::uint64_t choice, OrvFilter* filter, const std::function<void()>& also);
 
     // The installed data folder with a trailing separator; icons are in "img" below it.
     wxString GetConfigDir() const;
@@ -41,6 +48,7 @@ class OrvContext {
     mutable std::mutex m_mutex;
     std::vector<std::unique_ptr<OrvFilter>> m_filters;
     OrvFilter* m_activeFilter = nullptr;
+    std::uint64_t m_choice = 0;
     std::vector<Image> m_thumbnails;
 };
 

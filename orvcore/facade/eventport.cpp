@@ -83,18 +83,22 @@ void OrvEventPort::PostResponse() {
     m_delivered.reset();
 }
 
-void OrvEventPort::CallHandler(void (OrvProgressHandler::*call)()) {
+template <typename Call>
+void OrvEventPort::CallHandler(Call call) {
     const std::lock_guard lock(m_mutex);
     if (m_isShutdown || m_sink == nullptr || m_handler == nullptr) return;
-    m_sink->CallAfter([handler = m_handler, call] { (handler->*call)(); });
+    m_sink->CallAfter([handler = m_handler, call] { call(*handler); });
 }
 
-void OrvEventPort::CreateProgress() {
-    CallHandler(&OrvProgressHandler::CreateProgress);
+void OrvEventPort::CreateProgress(std::uint64_t work) {
+    CallHandler([told = m_toldWork, work](OrvProgressHandler& handler) {
+        *told = work;
+        handler.CreateProgress();
+    });
 }
 
 void OrvEventPort::DestroyProgress() {
-    CallHandler(&OrvProgressHandler::DestroyProgress);
+    CallHandler([](OrvProgressHandler& handler) { handler.DestroyProgress(); });
 }
 
 void OrvEventPort::Shutdown() {

@@ -3,6 +3,7 @@
 #include <wx/eventfilter.h>
 
 #include <condition_variable>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -44,15 +45,20 @@ class OrvEventPort : private wxEventFilter {
     void PostResponse();
 
     // Reach the progress handler on the GUI thread.
-    void CreateProgress();
+    // work: the number of the command that begins.
+    void CreateProgress(std::uint64_t work);
     void DestroyProgress();
+
+    // The newest command of which the progress handler was told. GUI thread.
+    std::uint64_t GetToldWork() const { return *m_toldWork; }
 
     // Releases the event that is waited for, now and from now on.
     void Shutdown();
 
   private:
     int FilterEvent(wxEvent& event) override;
-    void CallHandler(void (OrvProgressHandler::*call)());
+    template <typename Call>
+    void CallHandler(Call call);
 
     std::mutex m_mutex;
     wxEvtHandler* m_sink = nullptr;
@@ -62,4 +68,6 @@ class OrvEventPort : private wxEventFilter {
     bool m_isShutdown = false;
 
     std::weak_ptr<OrvHandshake> m_delivered;  // GUI thread only
+    // GUI thread only; shared, because a call that is on its way may arrive after the port has gone.
+    std::shared_ptr<std::uint64_t> m_toldWork = std::make_shared<std::uint64_t>(0);
 };

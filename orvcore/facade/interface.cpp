@@ -64,7 +64,7 @@ OrvInterface::Private::Private(OrvContext& owner)
     : context(owner),
       cache(PathJoin(GetAppDocumentsPath(), "cache")),
       slots([this](int slot) { port.PostFileList(slot); }),
-      queue([this] { port.CreateProgress(); }, [this] { port.DestroyProgress(); }) {
+      queue([this](std::uint64_t work) { port.CreateProgress(work); }, [this] { port.DestroyProgress(); }) {
     toolSettings.Load();
 }
 
@@ -143,8 +143,12 @@ bool OrvInterface::IsBusy() const {
     return m->queue.IsBusy();
 }
 
-void OrvInterface::AbortProcessing() {
-    m->queue.Abort();
+void OrvInterface::AbortProcessing(std::uint64_t work) {
+    m->queue.Abort(work);
+}
+
+std::uint64_t OrvInterface::GetToldWork() const {
+    return m->port.GetToldWork();
 }
 
 // --- slots ---
@@ -169,7 +173,7 @@ void OrvInterface::SetFile(const wxString& path, OrvFileId slot) {
     command.replacesSlot = slot;
     command.run = [this, path = PathFromWx(path), slot](const OrvJob& job) {
         m->LoadSlot(slot, path, job);
-        m->RunActive(false, job);
+        m->RunActive({}, job);
     };
     command.fail = [this](int error, const std::string& message) { m->TellFailure(error, message); };
     m->queue.Push(std::move(command));
@@ -186,7 +190,7 @@ void OrvInterface::SwitchFiles() {
                             project.GetFileSha256(OrvReference));
             project.SetFile(OrvReference, path, sha256);
         });
-        m->RunActive(false, job);
+        m->RunActive({}, job);
     });
 }
 
@@ -194,7 +198,7 @@ void OrvInterface::EnableReference(bool enabled) {
     m->Push(OrvCommand::Kind::Slot, [this, enabled](const OrvJob& job) {
         m->slots.EnableReference(enabled);
         m->TellFilters();
-        m->RunActive(false, job);
+        m->RunActive({}, job);
     });
 }
 

@@ -82,13 +82,18 @@ class OrvInterface {
     std::vector<OrvFilter*> GetFilters() const;
     OrvFilter* GetActiveFilter() const;
     // Runs the filter on the loaded files. configuration -1 keeps the active one; force computes even what is
-    // known.
+    // known. When a run ends without a result and nothing newer was asked for, the filter's requested values are again those of
+    // the result that it shows.
     void Configure(OrvFilter* filter, int configuration, const VecParameter& input,
                    const VecParameter& postProcessing, bool force);
-    // Makes filter and configuration the active ones; asks for a run when the result for the loaded files is
-    // missing. configuration -1 keeps the filter's newest requested values. True when a run was asked for.
+    // Makes filter and configuration the active ones and asks for a run, which a held result answers without
+    // computing. configuration -1 keeps the filter's newest requested values. True when a run was asked for.
     bool ActivateFilter(OrvFilter* filter, int configuration);
-    void AbortProcessing();
+    // Stops the running work if it is the one of this number; 0: whichever runs.
+    void AbortProcessing(std::uint64_t work = 0);
+    // Number of the newest work of which the progress handler was told.
+    std::uint64_t GetToldWork() const;
+    // Computes the active filter's values anew for one slot's file; what was there before stands until then.
     void ReprocessCurrent(OrvFileId slot);
     void DeleteCache(OrvFileId slot);
 

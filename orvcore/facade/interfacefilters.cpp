@@ -1,6 +1,6 @@
 // The part of the facade that deals with filters and their configurations.
 
-#include <filesystem>
+#include <algorithm>
 
 #include "orvcore/facade/interface.h"
 #include "orvcore/facade/interfaceprivate.h"
@@ -21,12 +21,17 @@ OrvFilter* OrvInterface::GetActiveFilter() const {
 void OrvInterface::Configure(OrvFilter* filter, int configuration, const VecParameter& input,
                              const VecParameter& post, bool force) {
     if (filter == nullptr) return;
-    filter->SetRequested(configuration, input, post);
+    m_context->NoteChoice();
+    const std::uint64_t request = filter->SetRequested(configuration, input, post);
     OrvCommand command;
     command.kind = OrvCommand::Kind::Configure;
     command.filter = filter;
-    command.run = [this, filter, input, post, force](const OrvJob& job) {
-        m->RunFilter(*filter, input, post, force, job);
+    command.input = input;
+    command.post = post;
+    command.run = [this, filter, configuration, input, post, force, request](const OrvJob& job) {
+        // An earlier run that ended without a result may have taken the requested values back.
+        filter->RequestAgain(request, configuration, input, post);
+        m->RunFilter(*filter, input, post, {force, nullptr}, job);
     };
     m->queue.Push(std::move(command));
 }
@@ -36,30 +41,15 @@ bool OrvInterface::ActivateFilter(OrvFilter* filter, int configuration) {
     if (filter == nullptr) return false;
     const VecParameter input =
         configuration < 0 ? filter->GetParametersInput() : filter->GetConfigurationParams(configuration);
-    const VecParameter post = filter->GetParametersPostProcessing();
-    const OrvFilterResultPtr newest = filter->GetResult();
-    const OrvFilterResult request = m->RequestFor(input, post);
-    const bool isKnown = newest ? filter->FindHeld(request) == newest
-                                : !request.file[OrvEvidence] && !request.file[OrvReference];
-    if (isKnown) {
-        filter->SetRequested(configuration, input, post);
-        filter->SetError({});  // of another configuration; this one has its result
-        return false;
-    }
-    Configure(filter, configuration, input, post, false);
+    // What is held now may not be the newest when its turn comes: the queue knows the order.
+    Configure(filter, configuration, input, filter->GetParametersPostProcessing(), false);
     return true;
 }
 
 void OrvInterface::ReprocessCurrent(OrvFileId slot) {
     m->Push(OrvCommand::Kind::Other, [this, slot](const OrvJob& job) {
-        const OrvFilePtr file = m->slots.GetActive(slot);
-        OrvFilter* filter = GetActiveFilter();
-        if (file && filter != nullptr) {
-            m->cache.Forget(*filter, *file, filter->GetParametersInput());
-            filter->ForgetFile(file);
-        }
         m->Tell(OrvEventReprocessCurrent);
-        m->RunActive(false, job);
+        m->RunActive({false, m->slots.GetActive(slot)}, job);
     });
 }
 
@@ -202,13 +192,13 @@ void OrvInterface::SaveFilterResult(const wxString& path) {
         image = std::move(m->imageToSave);
         m->imageToSave = Image();
     }
-    m->Push(OrvCommand::Kind::Other,
-            [this, path = PathFromWx(path), image, filter = GetActiveFilter()](const OrvJob& job) {
-                m->SaveResult(filter, image, path, job);
-                auto event = std::make_unique<OrvCommandEvent>(OrvEventActionCompleted);
-                event->SetFilter(filter, false);
-                m->port.Post(std::move(event), true);
-            });
+    m->Push(OrvCommand::Kind::Other, [this, path = PathFromWx(path), image,
+                                      asked = m->AskedNow(GetActiveFilter())](const OrvJob& job) {
+        m->SaveResult(asked, image, path, job);
+        auto event = std::make_unique<OrvCommandEvent>(OrvEventActionCompleted);
+        event->SetFilter(asked.filter, false);
+        m->port.Post(std::move(event), true);
+    });
 }
 
 std::string OrvInterface::Private::ListProblems(std::vector<std::string> problems) {
@@ -228,20 +218,42 @@ OrvFilterResult OrvInterface::Private::RequestFor(const VecParameter& input, con
     return request;
 }
 
-OrvFilterResultPtr OrvInterface::Private::Compute(OrvFilter& filter, const VecParameter& input,
-                                                  const VecParameter& post, const OrvJob& job) {
-    const OrvFilterResult request = RequestFor(input, post);
-    OrvFilterResultPtr result = filter.FindHeld(request);
-    if (!result) {
-        const bool useCache = filter.IsCacheable() && options.IsCacheEnabled();
-        result = filter.Run(request, filter.GetHeld(), job, useCache ? &cache : nullptr);
+OrvInterface::Private::Asked OrvInterface::Private::AskedNow(OrvFilter* filter) const {
+    Asked asked;
+    asked.filter = filter;
+    if (filter != nullptr)
+        asked.request = RequestFor(filter->GetParametersInput(), filter->GetParametersPostProcessing());
+    return asked;
+}
+
+bool OrvInterface::Private::IsAskedNow(const Asked& asked) const {
+    const OrvFilterResult now = AskedNow(asked.filter).request;
+    return now.input == asked.request.input && now.postProcessing == asked.request.postProcessing &&
+           std::equal(std::begin(now.file), std::end(now.file), std::begin(asked.request.file));
+}
+
+OrvFilterResultPtr OrvInterface::Private::Compute(const OrvFilter& filter, const OrvFilterResult& request,
+                                                  const OrvJob& job) {
+    if (const OrvFilterResultPtr held = filter.FindHeld(request)) return held;
+    const bool useCache = filter.IsCacheable() && options.IsCacheEnabled();
+    return filter.Run(request, filter.GetHeld(), job, useCache ? &cache : nullptr);
+}
+
+OrvFilterResultPtr OrvInterface::Private::ComputeAnew(OrvFilter& filter, const OrvFilterResult& request,
+                                                      const Renewal& renewal, const OrvJob& job) {
+    const auto held = renewal.all ? std::vector<OrvFilterResultPtr>() : filter.GetHeldWithout(renewal.file);
+    const OrvFilterResultPtr result = filter.Run(request, held, job, nullptr);
+    const bool useCache = filter.IsCacheable() && options.IsCacheEnabled();
+    for (int slot = 0; slot < kFileSlots; ++slot) {
+        if (!renewal.Concerns(request.file[slot])) continue;
+        cache.Forget(filter, *request.file[slot], request.input);
+        if (useCache) cache.Store(filter, *request.file[slot], request.input, *result->computed[slot]);
     }
-    filter.Publish(result);
     return result;
 }
 
 void OrvInterface::Private::RunFilter(OrvFilter& filter, const VecParameter& input, const VecParameter& post,
-                                      bool force, const OrvJob& job) {
+                                      const Renewal& renewal, const OrvJob& job) {
     const auto tell = [this, &filter](OrvEventId id, bool wait) {
         auto event = std::make_unique<OrvCommandEvent>(id);
         event->SetFilter(&filter, true);
@@ -249,27 +261,30 @@ void OrvInterface::Private::RunFilter(OrvFilter& filter, const VecParameter& inp
     };
     OrvCommand work;
     work.run = [&](const OrvJob& running) {
-        if (force) {
-            for (const OrvFilePtr& file : RequestFor(input, post).file)
-                if (file) cache.Forget(filter, *file, input);
-            filter.ForgetResults();
-        }
         filter.Apply();
         running.SetProgress(0.0, filter.GetNameUtf8());
-        Compute(filter, input, post, running);
+        const OrvFilterResult request = RequestFor(input, post);
+        if (renewal.IsAny()) {
+            filter.PublishInstead(ComputeAnew(filter, request, renewal, running), renewal.file);
+        } else {
+            filter.Publish(Compute(filter, request, running));
+        }
     };
     bool isGood = true;
-    work.fail = [&](int, const std::string& message) {
+    work.fail = [&](int error, const std::string& message) {
         isGood = false;
         filter.SetError(filter.GetNameUtf8() + ": " + message);
+        // A page asks once per parameter: what was cancelled must not begin again by itself.
+        if (error == kErrorAborted) queue.DropConfigure(&filter, input, post);
+        filter.RequestWhatIsShown(input, post);
     };
     tell(OrvEventConfigureStarted, false);
     OrvCommandQueue::Run(work, job);
     tell(isGood ? OrvEventConfigureCompleted : OrvEventConfigureInterrupted, true);
 }
 
-void OrvInterface::Private::RunActive(bool force, const OrvJob& job) {
+void OrvInterface::Private::RunActive(const Renewal& renewal, const OrvJob& job) {
     OrvFilter* filter = context.GetActiveFilter();
     if (filter == nullptr) return Tell(OrvEventActionCompleted);
-    RunFilter(*filter, filter->GetParametersInput(), filter->GetParametersPostProcessing(), force, job);
+    RunFilter(*filter, filter->GetParametersInput(), filter->GetParametersPostProcessing(), renewal, job);
 }

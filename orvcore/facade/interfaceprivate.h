@@ -49,18 +49,43 @@ struct OrvInterface::Private {
     OrvFilePtr ReadForSlot(const std::string& path, const OrvJob& job) const;   // null for ""
     void SetSlot(OrvFileId slot, const OrvFilePtr& file);
     void TellFilters();  // which files count now; after every change of the slots
+    // What is computed although it is known: nothing, one file's part, or all of it.
+    struct Renewal {
+        bool all = false;
+        OrvFilePtr file;
+        bool Concerns(const OrvFilePtr& other) const { return other && (all || other == file); }
+        bool IsAny() const { return all || file; }
+    };
     // Runs the filter and tells the window; never throws, a failure is told as an interrupted configuration.
-    void RunFilter(OrvFilter& filter, const VecParameter& input, const VecParameter& post, bool force,
-                   const OrvJob& job);
+    void RunFilter(OrvFilter& filter, const VecParameter& input, const VecParameter& post,
+                   const Renewal& renewal, const OrvJob& job);
     // Runs the active filter after the slots have changed; without one, an action-completed event tells the
     // window.
-    void RunActive(bool force, const OrvJob& job);
-    // The result of a filter for the loaded files and these parameters, computed only as far as it is not
-    // held.
-    OrvFilterResultPtr Compute(OrvFilter& filter, const VecParameter& input, const VecParameter& post,
-                               const OrvJob& job);
-    void GenerateReport(std::string path, const OrvJob& job);
-    void SaveResult(OrvFilter* filter, const Image& image, const std::string& path, const OrvJob& job);
+    void RunActive(const Renewal& renewal, const OrvJob& job);
+    // The result of a filter for the request's files and parameters, computed only as far as it is not held. It is published by
+    // the caller, where it is what the filter is to show.
+    OrvFilterResultPtr Compute(const OrvFilter& filter, const OrvFilterResult& request, const OrvJob& job);
+    // The same with the parts computed that are to be renewed; nothing that is held or kept on disk goes before this returns.
+    OrvFilterResultPtr ComputeAnew(OrvFilter& filter, const OrvFilterResult& request, const Renewal& renewal,
+                                   const OrvJob& job);
+
+    // A filter with what was asked of it at a certain moment.
+    struct Asked {
+        OrvFilter* filter = nullptr;
+        OrvFilterResult request;
+    };
+    Asked AskedNow(
+        OrvFilter* filter) const;  // the filter's newest requested values and the files that are loaded now
+    bool IsAskedNow(const Asked& asked) const;  // nothing else was asked for or loaded since
+    struct ReportRequest {
+        OrvFilePtr files[kFileSlots];     // as they are loaded
+        OrvFilePtr analysed[kFileSlots];  // as analyses see them
+        OrvProject project;
+        std::vector<Asked> filters;  // those in use
+    };
+    ReportRequest ReportAskedNow() const;
+    void GenerateReport(std::string path, const ReportRequest& asked, const OrvJob& job);
+    void SaveResult(const Asked& asked, const Image& image, const std::string& path, const OrvJob& job);
 
     // The first dozen, one a line, and how many more there are.
     static std::string ListProblems(std::vector<std::string> problems);

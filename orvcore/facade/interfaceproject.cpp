@@ -27,7 +27,7 @@ void OrvInterface::NewProject() {
             m->project = OrvProject();
         }
         m->Tell(OrvEventNewProject);
-        m->RunActive(false, job);
+        m->RunActive({}, job);
     });
 }
 
@@ -70,7 +70,7 @@ void OrvInterface::LoadProject(const wxString& path) {
             m->project = loaded;
         }
         m->Tell(OrvEventLoadProject);
-        m->RunActive(false, job);
+        m->RunActive({}, job);
         if (!problems.empty())
             ZOR_THROW(File, "The project " + name + " was loaded, but:\n" + Trim(problems));
     });
@@ -102,11 +102,10 @@ void OrvInterface::AddBookmark(const wxString& name, const wxString& note) {
         bookmark.input = filter->GetParametersInput().ToJson();
         bookmark.postProcessing = filter->GetParametersPostProcessing().ToJson();
     }
+    for (const OrvFileId slot : {OrvEvidence, OrvReference})
+        if (const OrvFilePtr file = m->slots.Get(slot)) bookmark.path[slot] = file->GetPath();
     m->Push(OrvCommand::Kind::Project, [this, bookmark](const OrvJob&) {
-        OrvBookmark added = bookmark;
-        for (const OrvFileId slot : {OrvEvidence, OrvReference})
-            if (const OrvFilePtr file = m->slots.Get(slot)) added.path[slot] = file->GetPath();
-        m->ChangeProject([&added](OrvProject& project) { project.EditBookmarks().push_back(added); });
+        m->ChangeProject([&bookmark](OrvProject& project) { project.EditBookmarks().push_back(bookmark); });
         m->Tell(OrvEventAddBookmark);
     });
 }
@@ -138,7 +137,8 @@ void OrvInterface::DeleteBookmark(int index) {
 }
 
 void OrvInterface::ShowBookmark(int index) {
-    m->Push(OrvCommand::Kind::Slot, [this, index](const OrvJob& job) {
+    const std::uint64_t choice = m_context->NoteChoice();
+    m->Push(OrvCommand::Kind::Slot, [this, index, choice](const OrvJob& job) {
         const OrvProject project = GetProject();
         if (index < 0 || index >= static_cast<int>(project.GetBookmarks().size()))
             ZOR_THROW(Argument, "There is no such bookmark.");
@@ -162,9 +162,11 @@ void OrvInterface::ShowBookmark(int index) {
         std::vector<std::string> problems;
         input.FromJson(bookmark.input, problems);
         post.FromJson(bookmark.postProcessing, problems);
-        m_context->SetActiveFilter(filter);
-        filter->SetRequested(-1, input, post);
-        m->RunFilter(*filter, input, post, false, job);
+        const bool isNewest =
+            m_context->SetActiveFilterFor(choice, filter, [&] { filter->SetRequested(-1, input, post); });
+        // Who has gone on to something else since keeps that, for the bookmark's files.
+        if (!isNewest) return m->RunActive({}, job);
+        m->RunFilter(*filter, input, post, {}, job);
         if (!problems.empty())
             ZOR_THROW(Format, "The bookmark \"" + bookmark.name + "\" was shown, but not as it was made:\n" +
                                   Join(problems, "\n"));
@@ -172,8 +174,8 @@ void OrvInterface::ShowBookmark(int index) {
 }
 
 void OrvInterface::GenerateReport(const wxString& path) {
-    m->Push(OrvCommand::Kind::Project,
-            [this, path = PathFromWx(path)](const OrvJob& job) { m->GenerateReport(path, job); });
+    m->Push(OrvCommand::Kind::Project, [this, path = PathFromWx(path), asked = m->ReportAskedNow()](
+                                           const OrvJob& job) { m->GenerateReport(path, asked, job); });
 }
 
 void OrvInterface::DumpEmbeddedJpgs(const wxString& path) {
@@ -239,13 +241,27 @@ bool IsWanted(const OrvFilter& filter) {
 
 }  // namespace
 
-void OrvInterface::Private::GenerateReport(std::string path, const OrvJob& job) {
-    if (!slots.Get(OrvEvidence) && !slots.Get(OrvReference))
-        ZOR_THROW(Argument, "There is nothing to report: load an evidence image first.");
+OrvInterface::Private::ReportRequest OrvInterface::Private::ReportAskedNow() const {
+    ReportRequest asked;
+    for (const OrvFileId slot : {OrvEvidence, OrvReference}) {
+        asked.files[slot] = slots.Get(slot);
+        asked.analysed[slot] = slots.GetActive(slot);
+    }
+    {
+        const std::lock_guard lock(mutex);
+        asked.project = project;
+    }
+    for (OrvFilter* filter : context.GetFilters())
+        if (filter->GetPageKind() != OrvPageKind::Summary && IsWanted(*filter))
+            asked.filters.push_back(AskedNow(filter));
+    return asked;
+}
+
+void OrvInterface::Private::GenerateReport(std::string path, const ReportRequest& asked, const OrvJob& job) {
+    const OrvFilePtr& file = asked.files[OrvEvidence] ? asked.files[OrvEvidence] : asked.files[OrvReference];
+    if (!file) ZOR_THROW(Argument, "There is nothing to report: load an evidence image first.");
     const bool isDefault = path.empty();
     if (isDefault) {
-        OrvFilePtr file = slots.Get(OrvEvidence);
-        if (!file) file = slots.Get(OrvReference);
         const std::string folder = PathJoin(GetAppDocumentsPath(), "reports");
         const std::string stem = PathJoin(folder, PathStem(file->GetPath()) + "-report");
         path = stem + ".html";
@@ -254,25 +270,21 @@ void OrvInterface::Private::GenerateReport(std::string path, const OrvJob& job) 
     RefuseLoadedFile(path);
 
     OrvReport report;
-    report.files[OrvEvidence] = slots.GetActive(OrvEvidence);
-    report.files[OrvReference] = slots.GetActive(OrvReference);
-    {
-        const std::lock_guard lock(mutex);
-        report.project = project;
-    }
-    const std::vector<OrvFilter*> filters = context.GetFilters();
-    for (std::size_t i = 0; i < filters.size(); ++i) {
-        OrvFilter& filter = *filters[i];
-        if (filter.GetPageKind() == OrvPageKind::Summary || !IsWanted(filter)) continue;
-        const double step = 1.0 / static_cast<double>(filters.size());
+    for (const OrvFileId slot : {OrvEvidence, OrvReference}) report.files[slot] = asked.analysed[slot];
+    report.project = asked.project;
+    for (std::size_t i = 0; i < asked.filters.size(); ++i) {
+        OrvFilter& filter = *asked.filters[i].filter;
+        const OrvFilterResult& request = asked.filters[i].request;
+        const double step = 1.0 / static_cast<double>(asked.filters.size());
         const double done = static_cast<double>(i) * step;
         const OrvJob piece = job.Piece(done, done + step, filter.GetNameUtf8());
         piece.SetProgress(0.0, {});
         OrvReportSection section;
         section.filter = &filter;
         try {
-            section.result =
-                Compute(filter, filter.GetParametersInput(), filter.GetParametersPostProcessing(), piece);
+            section.result = Compute(filter, request, piece);
+            // The window shows it too, where it is still what the window asks for.
+            if (IsAskedNow(asked.filters[i])) filter.Publish(section.result);
         } catch (const ZorException& exception) {
             // One filter that cannot say anything about a file does not keep the others from being reported.
             if (exception.GetKind() == ZorException::Kind::Aborted) throw;
@@ -289,16 +301,16 @@ void OrvInterface::Private::GenerateReport(std::string path, const OrvJob& job) 
     port.Post(std::move(event), true);
 }
 
-void OrvInterface::Private::SaveResult(OrvFilter* filter, const Image& image, const std::string& path,
+void OrvInterface::Private::SaveResult(const Asked& asked, const Image& image, const std::string& path,
                                        const OrvJob& job) {
+    const OrvFilter* filter = asked.filter;
     RefuseLoadedFile(path);
     const std::string extension = PathExtension(path);
     if (extension == "html" || extension == "htm" || extension == "tsv" || extension == "txt") {
         if (filter == nullptr) ZOR_THROW(Argument, "There is no result to save: choose a filter first.");
         OrvReportSection section;
         section.filter = filter;
-        section.result =
-            Compute(*filter, filter->GetParametersInput(), filter->GetParametersPostProcessing(), job);
+        section.result = Compute(*filter, asked.request, job);
         if (extension == "tsv" || extension == "txt") {
             WriteFile(path, BuildTsv(section));
         } else {
@@ -310,8 +322,11 @@ void OrvInterface::Private::SaveResult(OrvFilter* filter, const Image& image, co
         return;
     }
     Image shown = image;
-    if (!shown.IsValid() && filter != nullptr) shown = filter->GetOutputImage(OrvEvidence);
-    if (!shown.IsValid() && filter != nullptr) shown = filter->GetOutputImage(OrvReference);
+    if (!shown.IsValid() && filter != nullptr && filter->GetPageKind() != OrvPageKind::Text) {
+        const OrvFilterResultPtr result = Compute(*filter, asked.request, job);
+        for (const OrvSlotResultPtr& slot : result->slot)
+            if (!shown.IsValid() && slot) shown = slot->outputImage;
+    }
     if (!shown.IsValid())
         ZOR_THROW(Argument, "This filter shows no image. Save its result as an HTML page or a table.");
     WriteImage(shown, path, options.GetJpegQuality());

@@ -201,13 +201,17 @@ std::vector<OrvFilterResultPtr> OrvFilter::GetHeld() const {
 }
 
 void OrvFilter::Publish(OrvFilterResultPtr result) {
+    const std::lock_guard lock(m_mutex);
+    PublishLocked(std::move(result));
+}
+
+void OrvFilter::PublishLocked(OrvFilterResultPtr result) {
     bool hasImages = false;
     for (const OrvSlotResultPtr& slot : result->slot)
         hasImages = hasImages || (slot && slot->outputImage.IsValid());
     const std::size_t keep = hasImages ? 2 : 8;
     const bool hasFile = result->file[OrvEvidence] || result->file[OrvReference];
 
-    const std::lock_guard lock(m_mutex);
     m_error.clear();
     m_isCurrent = true;
     for (OrvFilterConfiguration& configuration : m_configurations)
@@ -223,17 +227,15 @@ void OrvFilter::ResetStatuses() {
         configuration.SetFilterStatus(FilterStatus::NotProcessed);
 }
 
-void OrvFilter::ForgetResults() {
+std::vector<OrvFilterResultPtr> OrvFilter::GetHeldWithout(const OrvFilePtr& file) const {
     const std::lock_guard lock(m_mutex);
-    m_held.clear();
-    m_isCurrent = false;
-    ResetStatuses();
+    return HeldWithoutLocked(file);
 }
 
-void OrvFilter::ForgetFile(const OrvFilePtr& file) {
-    const std::lock_guard lock(m_mutex);
+std::vector<OrvFilterResultPtr> OrvFilter::HeldWithoutLocked(const OrvFilePtr& file) const {
+    std::vector<OrvFilterResultPtr> results = m_held;
     // Published results are immutable: each is replaced by a copy without that file's part.
-    for (OrvFilterResultPtr& held : m_held) {
+    for (OrvFilterResultPtr& held : results) {
         auto rest = std::make_shared<OrvFilterResult>(*held);
         for (int slot = 0; slot < kFileSlots; ++slot)
             if (rest->file[slot] == file) {
@@ -243,8 +245,18 @@ void OrvFilter::ForgetFile(const OrvFilePtr& file) {
             }
         held = std::move(rest);
     }
-    m_isCurrent = false;
+    return results;
+}
+
+void OrvFilter::PublishInstead(OrvFilterResultPtr result, const OrvFilePtr& file) {
+    const std::lock_guard lock(m_mutex);
+    if (file) {
+        m_held = HeldWithoutLocked(file);
+    } else {
+        m_held.clear();
+    }
     ResetStatuses();
+    PublishLocked(std::move(result));
 }
 
 void OrvFilter::SetFiles(const OrvFilePtr (&files)[kFileSlots]) {
@@ -267,9 +279,28 @@ void OrvFilter::SetError(const std::string& message) {
     m_error = message;
 }
 
-void OrvFilter::SetRequested(int configuration, const VecParameter& input,
+std::uint64_t OrvFilter::SetRequested(int configuration, const VecParameter& input,
+                                      const VecParameter& postProcessing) {
+    const std::lock_guard lock(m_mutex);
+    SetRequestedLocked(configuration, input, postProcessing);
+    return ++m_request;
+}
+
+void OrvFilter::RequestAgain(std::uint64_t request, int configuration, const VecParameter& input,
                              const VecParameter& postProcessing) {
     const std::lock_guard lock(m_mutex);
+    if (m_request == request) SetRequestedLocked(configuration, input, postProcessing);
+}
+
+void OrvFilter::RequestWhatIsShown(const VecParameter& input, const VecParameter& postProcessing) {
+    const std::lock_guard lock(m_mutex);
+    if (m_requestedInput != input || m_requestedPost != postProcessing) return;
+    if (m_held.empty() || !m_isCurrent) return;
+    SetRequestedLocked(-1, m_held.front()->input, m_held.front()->postProcessing);
+}
+
+void OrvFilter::SetRequestedLocked(int configuration, const VecParameter& input,
+                                   const VecParameter& postProcessing) {
     m_requestedInput = input;
     m_requestedPost = postProcessing;
     if (configuration >= 0 && configuration < static_cast<int>(m_configurations.size())) {

@@ -123,15 +123,28 @@ class OrvFilter {
     // The held result that answers this request completely, or null.
     OrvFilterResultPtr FindHeld(const OrvFilterResult& request) const;
     std::vector<OrvFilterResultPtr> GetHeld() const;  // newest first
+    // The same without one file's part.
+    std::vector<OrvFilterResultPtr> GetHeldWithout(const OrvFilePtr& file) const;
     void Publish(OrvFilterResultPtr result);
-    void ForgetResults();
-    // Drops one file's part of what is held.
-    void ForgetFile(const OrvFilePtr& file);
+    // Publishes a result that was computed anew, and in the same moment drops what else is held of the file (null: of all files).
+    void PublishInstead(OrvFilterResultPtr result, const OrvFilePtr& file);
     // The slots hold other files now: results for others count no more, and those for files in no slot are dropped.
     void SetFiles(const OrvFilePtr (&files)[kFileSlots]);
-    void ResetStatuses();  // under the lock
+    // Under the lock.
+    void PublishLocked(OrvFilterResultPtr result);
+    void SetRequestedLocked(int configuration, const VecParameter& input, const VecParameter& postProcessing);
+    std::vector<OrvFilterResultPtr> HeldWithoutLocked(const OrvFilePtr& file) const;
+    void ResetStatuses();
     void SetError(const std::string& message);
-    void SetRequested(int configuration, const VecParameter& input, const VecParameter& postProcessing);
+    // Returns the number of the request.
+    std::uint64_t SetRequested(int configuration, const VecParameter& input,
+                               const VecParameter& postProcessing);
+    // The request's values once more, unless there is a newer request.
+    void RequestAgain(std::uint64_t request, int configuration, const VecParameter& input,
+                      const VecParameter& postProcessing);
+    // A run for these values ended without a result. Unless other values were asked for since, the requested values are again
+    // those of the newest result, where there is one.
+    void RequestWhatIsShown(const VecParameter& input, const VecParameter& postProcessing);
     void EditConfigurations(
         const std::function<void(std::vector<OrvFilterConfiguration>&, int& active)>& edit);
 
@@ -147,6 +160,7 @@ class OrvFilter {
     mutable std::mutex m_mutex;  // guards everything below; never held while computing
     VecParameter m_requestedInput;
     VecParameter m_requestedPost;
+    std::uint64_t m_request = 0;  // number of the newest request
     std::vector<OrvFilterConfiguration> m_configurations;
     int m_activeConfiguration = 0;
     std::vector<OrvFilterResultPtr> m_held;  // newest first

@@ -245,11 +245,12 @@ void OrvFiltersPanel::ChangePage(OrvFilterGui* page, int configuration) {
     m_viewerPanel->ShowPage(page, false);
     if (configuration < 0) configuration = filter->GetActiveConfiguration();
     const OrvItemData* selected = GetData(m_tree->GetSelection());
-    const bool isChosen = selected != nullptr && selected->filter == filter &&
-                          (selected->kind == OrvItemFilter || selected->configuration == configuration);
-    if (isChosen) return;
     // A run with values of the user's own belongs to the filter, not to one of its configurations.
     const bool isSaved = HoldsConfiguration(*filter, configuration);
+    const bool isChosen =
+        selected != nullptr && selected->filter == filter &&
+        (selected->kind == OrvItemFilter || (isSaved && selected->configuration == configuration));
+    if (isChosen) return;
     SelectSilently(FindItem(m_tree->GetRootItem(), page, isSaved ? configuration : -1));
 }
 

@@ -137,6 +137,8 @@ class ORVGUI_API OrvMainFrame : public wxFrame, public OrvProgressHandler, publi
     OpenDialogs m_openDialogs;
     OrvProgressDialog* m_progressDialog = nullptr;
     bool m_isUpdatingProgress = false;
+    std::uint64_t m_progressWork = 0;                 // number of the work that the dialog is shown for
+    std::uint64_t m_abortedWork = ~std::uint64_t{0};  // the newest that the user has stopped
     std::unique_ptr<wxAuiManager> m_auiManager;
     wxFrame* m_logFrame = nullptr;  // hidden until it is asked for
     const AppVersion& m_version;

@@ -137,6 +137,8 @@ void OrvMainFrame::OnConfigureInterrupted(OrvCommandEvent& event) {
     m_filtersPanel->UpdateTreebook(false);
     RefreshPictureStatus();
     m_core->PostResponse();
+    // The values are those of the shown result again, and with them the configuration.
+    if (!m_exitScheduled && page) ChangePage(page, page->GetFilter()->GetActiveConfiguration());
 }
 
 void OrvMainFrame::OnActionCompleted(OrvCommandEvent& event) {

@@ -16,6 +16,11 @@ constexpr int kProgressPollMs = 100;
 }  // namespace
 
 void OrvMainFrame::CreateProgress() {
+    // Inner progress can keep the dialog from one piece of work to the next: a cancel was meant for the first.
+    const std::uint64_t work = m_core->GetToldWork();
+    if (m_progressDialog && work != m_progressWork && m_progressDialog->WasCancelled())
+        m_progressDialog->Resume();
+    m_progressWork = work;
     if (!m_progressStartTimer.IsRunning()) m_progressStartTimer.StartOnce(kProgressDelayMs);
 }
 
@@ -42,7 +47,10 @@ void OrvMainFrame::OnTimerProgressUpdate(wxTimerEvent&) {
     SetStatusField(OrvStatusField::Activity, view.message.BeforeFirst('\n'));
     const bool goOn = view.value < 1 ? m_progressDialog->Pulse(view.message)
                                      : m_progressDialog->Update(view.value, view.message);
-    if (!goOn) m_core->AbortProcessing();
+    if (!goOn && m_abortedWork != m_progressWork) {
+        m_abortedWork = m_progressWork;
+        m_core->AbortProcessing(m_progressWork);
+    }
     m_isUpdatingProgress = false;
 }
 

@@ -72,7 +72,7 @@ void FiltersFixture::BuildPanels() {
                 page->UpdateGui();
                 panel->UpdateTreebook(false);
                 core->PostResponse();
-                if (event.GetId() == OrvEventConfigureCompleted) panel->ChangePage(page, configuration);
+                panel->ChangePage(page, page->GetFilter()->GetActiveConfiguration());
                 return;
             case OrvEventDeleteCache:
                 core->PostResponse();

@@ -287,6 +287,25 @@ TEST_F(FiltersPanel, ActivatingAPageKeepsTheUsersOwnValues) {
     EXPECT_EQ(tree->GetSelection(), FilterItem(alpha));
 }
 
+TEST_F(FiltersPanel, AConfigurationIsChosenOnlyWhileItsValuesAre) {
+    LoadEvidence("one");
+    Select(Child(alpha, 1));
+    Settle();
+    // Values of the user's own, as the page hands them over.
+    core->Configure(alpha, -1, FakeFilter::Level(44), {}, false);
+    Settle();
+    EXPECT_EQ(tree->GetSelection(), FilterItem(alpha));
+    // A click brings the configuration's values back.
+    Select(Child(alpha, 1));
+    Settle();
+    EXPECT_EQ(alpha->GetParametersInput(), FakeFilter::Level(1));
+    EXPECT_EQ(tree->GetSelection(), Child(alpha, 1));
+    // A run that fails leaves the values and the choice of before.
+    core->Configure(alpha, -1, FakeFilter::Level(3), {}, false);
+    Settle();
+    EXPECT_EQ(alpha->GetParametersInput(), FakeFilter::Level(1));
+}
+
 // --- configurations ---
 
 TEST_F(FiltersPanel, AddingAppendsTheCurrentValuesBelowTheFilter) {
