@@ -16,6 +16,7 @@
 #include "orvgui/common/framehost.h"
 #include "orvgui/common/textfocus.h"
 #include "orvgui/viewer/canvas.h"
+#include "orvgui/viewer/inspectorpanel.h"
 #include "orvgui/viewer/navigatorcanvas.h"
 #include "orvgui/viewer/settingspanel.h"
 #include "orvgui/viewer/toolpanel.h"
@@ -35,10 +36,18 @@ constexpr int kFieldWidth = 120;
 constexpr int kScrollStep = 16;
 constexpr int kKeyScrollPixels = 48;
 constexpr double kDifferenceAtOncePixels = 2.0e6;  // cheaper to do than to be felt
+constexpr int kDifferenceRows = 256;               // between two looks whether it was stopped
 
-Image AbsoluteDifference(const Image& a, const Image& b) {
-    cv::Mat difference;
-    cv::absdiff(a.ToColor().GetMat(), b.ToColor().GetMat(), difference);
+// Of two images of the same size; an empty image when it was stopped.
+Image AbsoluteDifference(const Image& a, const Image& b, const std::stop_token& stop) {
+    const Image first = a.ToColor();
+    const Image second = b.ToColor();
+    cv::Mat difference(first.GetHeight(), first.GetWidth(), first.GetMat().type());
+    for (int top = 0; top < difference.rows; top += kDifferenceRows) {
+        if (stop.stop_requested()) return {};
+        const cv::Range rows(top, std::min(top + kDifferenceRows, difference.rows));
+        cv::absdiff(first.GetMat().rowRange(rows), second.GetMat().rowRange(rows), difference.rowRange(rows));
+    }
     return Image(difference);
 }
 
@@ -177,6 +186,7 @@ void OrvFilterGuiViewer::RefreshControlsCustom() {
     if (m_toolPanel == nullptr) return;
     m_toolPanel->ConfigureControls();
     m_toolPanel->RefreshValues();
+    if (!HasAnyFile()) m_toolPanel->ClearValues();
     FitNavigator();
     m_sideScroll->FitInside();
     ViewChanged(false);
@@ -190,10 +200,12 @@ void OrvFilterGuiViewer::RefreshViewerPanel() {
 void OrvFilterGuiViewer::ResetViewerPanel() {
     OrvFilterGui::ResetViewerPanel();
     if (m_viewerPanel != nullptr) m_viewerPanel->ResetImages();
+    if (m_toolPanel != nullptr) m_toolPanel->GetInspectorPanel()->ClearValues();
+    if (OrvFrameHost* frame = GetFrameHost()) frame->SetStatusField(OrvStatusField::Zoom, wxString());
     m_difference.Reset();
     m_differenceOf[0].Reset();
     m_differenceOf[1].Reset();
-    ++m_differenceRequest;
+    m_differenceTask.Stop();
 }
 
 std::vector<Canvas*> OrvFilterGuiViewer::GetCanvases() const {
@@ -206,7 +218,7 @@ std::vector<Canvas*> OrvFilterGuiViewer::GetCanvases() const {
 }
 
 Image& OrvFilterGuiViewer::GetDisplayedImage() {
-    if (Canvas* canvas = GetCanvasFromActiveWin()) m_displayedImage = canvas->GetProperties()->GetIplImage();
+    if (Canvas* canvas = GetLeadCanvas()) m_displayedImage = canvas->GetProperties()->GetIplImage();
     return m_displayedImage;
 }
 
@@ -301,37 +313,30 @@ Image OrvFilterGuiViewer::MakeDifference(const Image& a, const Image& b) {
     if (m_difference.IsValid() && IsSameBuffer(a, m_differenceOf[0]) && IsSameBuffer(b, m_differenceOf[1]))
         return m_difference;
     if (static_cast<double>(a.GetWidth()) * a.GetHeight() <= kDifferenceAtOncePixels)
-        return AbsoluteDifference(a, b);
+        return AbsoluteDifference(a, b, std::stop_token());
     m_differenceMessage = _("Working out the difference…");
     StartDifference(a, b);
     return {};
 }
 
 void OrvFilterGuiViewer::StartDifference(const Image& a, const Image& b) {
-    const int request = ++m_differenceRequest;
-    // Assigning waits for a difference that is still being worked out: a tenth of a second at most.
-    m_differenceThread = std::jthread([this, request, a, b] {
-        Image difference;
-        try {
-            difference = AbsoluteDifference(a, b);
-        } catch (const std::exception&) {
+    const auto difference = std::make_shared<Image>();
+    m_differenceTask.Start(
+        [difference, a, b](const std::stop_token& stop) { *difference = AbsoluteDifference(a, b, stop); },
+        [this, difference, a, b](const std::string& error) {
             // Without memory for it the message stays.
-            return;
-        }
-        CallAfter([this, request, a, b, difference] {
-            if (request != m_differenceRequest) return;
-            m_difference = difference;
+            if (!error.empty()) return;
+            m_difference = *difference;
             m_differenceOf[0] = a;
             m_differenceOf[1] = b;
             ConfigureViewer(-1, true);
             RefreshControlsCustom();
         });
-    });
 }
 
 void OrvFilterGuiViewer::FitNavigator() {
     if (m_navigator == nullptr) return;
-    Canvas* canvas = GetCanvasFromActiveWin();
+    Canvas* canvas = GetLeadCanvas();
     const IntPair size = NavigatorWindowSize(canvas ? canvas->GetProperties()->GetPixelSize() : IntPair{});
     if (m_navigator->GetMinSize() != wxSize(size.x, size.y)) {
         m_navigator->SetMinSize(wxSize(size.x, size.y));
@@ -342,7 +347,7 @@ void OrvFilterGuiViewer::FitNavigator() {
 
 void OrvFilterGuiViewer::ViewChanged(bool scrolled) {
     WindowProperties* shared = GetSharedWindowProperties();
-    Canvas* canvas = GetCanvasFromActiveWin();
+    Canvas* canvas = GetLeadCanvas();
     if (shared == nullptr || canvas == nullptr || m_toolPanel == nullptr) return;
     if (shared->syncViews) WindowSync();
     if (scrolled) {
@@ -352,9 +357,12 @@ void OrvFilterGuiViewer::ViewChanged(bool scrolled) {
         shared->zoomCentre = {0, 0};
     }
     m_toolPanel->GetZoomPanel()->RefreshValues();
+    m_toolPanel->GetInspectorPanel()->RefreshValues();
     if (m_navigator != nullptr) m_navigator->Refresh(false);
-    if (OrvFrameHost* frame = GetFrameHost(); frame != nullptr && shared->zoom >= 0.0) {
-        frame->SetStatusField(OrvStatusField::Zoom, ToWx(ZoomPercentText(shared->zoom) + "%"));
+    if (OrvFrameHost* frame = GetFrameHost(); frame != nullptr && IsShown()) {
+        const bool isZoomed = canvas->HasImage() && shared->zoom >= 0.0;
+        frame->SetStatusField(OrvStatusField::Zoom,
+                              isZoomed ? ToWx(ZoomPercentText(shared->zoom) + "%") : wxString());
     }
 }
 
@@ -368,7 +376,7 @@ void OrvFilterGuiViewer::TakeFocus(Canvas* canvas) {
 
 template <typename Operation>
 void OrvFilterGuiViewer::ApplyZoom(const Operation& operation) {
-    Canvas* canvas = GetCanvasFromActiveWin();
+    Canvas* canvas = GetLeadCanvas();
     if (canvas == nullptr || m_toolPanel == nullptr || !canvas->HasImage()) return;
     operation(*m_toolPanel->GetZoomPanel(), canvas);
     ViewChanged(false);
@@ -399,9 +407,20 @@ void OrvFilterGuiViewer::ZoomSlider(int step) {
 }
 
 void OrvFilterGuiViewer::ViewerScroll(wxScrollWinEvent& event, Canvas* canvas) {
-    if (canvas == nullptr) return;
+    if (canvas == nullptr || !canvas->HasImage()) return;
     canvas->HandleOnScroll(event);
     ViewChanged(true);
+}
+
+void OrvFilterGuiViewer::ViewerMouseLeft() {
+    if (m_toolPanel != nullptr) m_toolPanel->GetInspectorPanel()->ClearValues();
+}
+
+Canvas* OrvFilterGuiViewer::GetLeadCanvas() {
+    Canvas* active = GetCanvasFromActiveWin();
+    Canvas* other = GetCanvasFromNotActiveWin();
+    const bool isOtherSeen = other != nullptr && other->HasImage() && other->GetParent()->IsShown();
+    return active != nullptr && !active->HasImage() && isOtherSeen ? other : active;
 }
 
 bool OrvFilterGuiViewer::ScrollByKey(int key, bool fine, Canvas* canvas) {
@@ -448,6 +467,8 @@ bool OrvFilterGuiViewer::ScrollByKey(int key, bool fine, Canvas* canvas) {
 bool OrvFilterGuiViewer::ViewerKey(wxKeyEvent& event, Canvas* canvas) {
     if (canvas == nullptr || event.ControlDown() || event.AltDown() || event.MetaDown()) return false;
     m_activeWinId = canvas->GetId();
+    canvas = GetLeadCanvas();
+    if (canvas == nullptr) return false;
     const int key = event.GetKeyCode();
     if (event.GetEventType() == wxEVT_KEY_DOWN) return ScrollByKey(key, event.ShiftDown(), canvas);
     if (event.GetEventType() != wxEVT_CHAR) return false;

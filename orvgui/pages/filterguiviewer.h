@@ -1,9 +1,9 @@
 #pragma once
 
 #include <memory>
-#include <thread>
 #include <vector>
 
+#include "orvgui/common/backgroundtask.h"
 #include "orvgui/common/orvgui.h"
 #include "orvgui/pages/filtergui.h"
 #include "orvgui/viewer/viewerhost.h"
@@ -45,7 +45,7 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost 
     void ViewerScroll(wxScrollWinEvent& event, Canvas* canvas) override;
     bool ViewerKey(wxKeyEvent& event, Canvas* canvas) override;
     void ViewerResized(Canvas*) override {}
-    void ViewerMouseLeft() override {}
+    void ViewerMouseLeft() override;
     void WindowFit() override;
     virtual void WindowSplit(int /*mode*/) {}
     virtual void WindowSync() {}
@@ -76,9 +76,13 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost 
     // Applies a zoom operation to the active canvas, then brings the other half in line.
     template <typename Operation>
     void ApplyZoom(const Operation& operation);
+    // The canvas that operations act on: the active one, or the other one where the active one has nothing to show.
+    Canvas* GetLeadCanvas();
     // After anything that moved or zoomed the active canvas.
     void ViewChanged(bool scrolled);
     void TakeFocus(Canvas* canvas);
+    // The overview takes the shape of the picture that it shows.
+    void FitNavigator();
 
     OrvToolPanel* m_toolPanel = nullptr;
     ViewerPanel* m_viewerPanel = nullptr;
@@ -88,7 +92,6 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost 
   private:
     void CreateSidePanel();
     void OnPageSize(wxSizeEvent& event);
-    void FitNavigator();
     bool ScrollByKey(int key, bool fine, Canvas* canvas);
     Image MakeDifference(const Image& a, const Image& b);
     void StartDifference(const Image& a, const Image& b);
@@ -98,8 +101,7 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost 
     wxString m_differenceMessage;  // why there is no difference to see, "" when there is
     Image m_difference;            // the newest, and what it was made of
     Image m_differenceOf[2];
-    int m_differenceRequest = 0;
-    std::jthread m_differenceThread;
+    BackgroundTask m_differenceTask{*this};
 };
 
 // One canvas: the processed image.

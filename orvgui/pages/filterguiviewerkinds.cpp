@@ -119,8 +119,10 @@ void OrvFilterGuiViewerDouble::ViewerMouseOn(wxMouseEvent& event, Canvas* canvas
     }
     if (!IsTopWindow() || m_toolPanel == nullptr) return;
     TakeFocus(canvas);
+    const bool isOther = m_activeWinId != canvas->GetId();
     m_activeWinId = canvas->GetId();
     Splitter()->SetLeader(m_activeWinId);
+    if (isOther) FitNavigator();
     const WindowProperties* shared = GetSharedWindowProperties();
     if (!event.RightUp() && (event.RightDown() || event.RightDClick() || event.RightIsDown())) {
         if (!m_isSwapping) {
@@ -146,13 +148,14 @@ void OrvFilterGuiViewerDouble::ViewerMouseOn(wxMouseEvent& event, Canvas* canvas
 }
 
 void OrvFilterGuiViewerDouble::ViewerMouseLeft() {
+    OrvFilterGuiViewer::ViewerMouseLeft();
     if (!m_isSwapping) return;
     m_isSwapping = false;
     WindowSwap(2);
 }
 
 void OrvFilterGuiViewerDouble::ViewerScroll(wxScrollWinEvent& event, Canvas* canvas) {
-    if (canvas == nullptr) return;
+    if (canvas == nullptr || !canvas->HasImage()) return;
     m_activeWinId = canvas->GetId();
     canvas->HandleOnScroll(event);
     ViewChanged(true);
@@ -184,7 +187,7 @@ bool OrvFilterGuiViewerDouble::ViewerKey(wxKeyEvent& event, Canvas* canvas) {
 }
 
 void OrvFilterGuiViewerDouble::ZoomNavigatorMouseOn(wxMouseEvent& event) {
-    Canvas* canvas = GetCanvasFromActiveWin();
+    Canvas* canvas = GetLeadCanvas();
     NavigatorCanvas* navigator = GetNavigatorCanvasFromEventObject(event);
     if (navigator == nullptr || canvas == nullptr) return;
     navigator->MouseEvent(event, canvas);
@@ -196,6 +199,5 @@ void OrvFilterGuiViewerDouble::ZoomNavigatorPaint(wxPaintEvent& event) {
     NavigatorCanvas* navigator = GetNavigatorCanvasFromEventObject(event);
     if (navigator == nullptr) return;
     wxPaintDC dc(navigator);
-    if (Canvas* canvas = GetCanvasFromActiveWin())
-        navigator->Paint(canvas, &dc, wxRect(navigator->GetClientSize()));
+    if (Canvas* canvas = GetLeadCanvas()) navigator->Paint(canvas, &dc, wxRect(navigator->GetClientSize()));
 }

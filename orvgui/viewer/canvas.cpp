@@ -201,6 +201,18 @@ void Canvas::FollowZoom(wxPoint viewStart) {
     Refresh(false);
 }
 
+void Canvas::AdjustScrollbars() {
+    ++m_ownScrolling;
+    wxScrolledWindow::AdjustScrollbars();
+    --m_ownScrolling;
+}
+
+void Canvas::DoScroll(int x, int y) {
+    ++m_ownScrolling;
+    wxScrolledWindow::DoScroll(x, y);
+    --m_ownScrolling;
+}
+
 void Canvas::ScrollTo(int x, int y) {
     Scroll(std::max(x, 0), std::max(y, 0));
 }
@@ -245,6 +257,15 @@ wxPoint Canvas::GetWindowCoordinates(int x, int y) {
 bool Canvas::ClipCoordinates(int& x, int& y) {
     if (!HasImage()) return false;
     return ClipPoint(x, y, m_properties->GetPixelSize());
+}
+
+bool Canvas::DoesImageFit() const {
+    const WindowProperties* shared = GetSharedWindowProperties();
+    if (!HasImage() || shared == nullptr) return true;
+    const IntPair area = GetZoomArea();
+    const IntPair size =
+        ZoomedSize(m_properties->GetPixelSize(), shared->zoom, shared->VerticalZoom(shared->zoom));
+    return size.x <= area.x && size.y <= area.y;
 }
 
 IntPair Canvas::GetViewCentre() {
@@ -310,6 +331,7 @@ void Canvas::OnSize(wxSizeEvent&) {
 void Canvas::OnScroll(wxScrollWinEvent& event) {
     auto* canvas = dynamic_cast<Canvas*>(event.GetEventObject());
     if (canvas == nullptr) canvas = this;
+    if (canvas->m_ownScrolling > 0) return;
     if (OrvViewerHost* page = canvas->GetPage()) {
         page->ViewerScroll(event, canvas);
     } else {

@@ -58,6 +58,8 @@ class ORVGUI_API Canvas : public wxScrolledWindow {
     void GetRGB(int& r, int& g, int& b, int x, int y);
     // The plotted value under (x, y) and, in x, its column; -1.0 where there is none.
     void GetValue(double& value, int& x, int y);
+    // Whether the whole image is seen at the shared zoom.
+    bool DoesImageFit() const;
     // The image point at the centre of the view.
     IntPair GetViewCentre();
 
@@ -90,6 +92,13 @@ class ORVGUI_API Canvas : public wxScrolledWindow {
     void OnEraseBackground(wxEraseEvent&) {}
 
     bool SendAutoScrollEvents(wxScrollWinEvent&) const override { return false; }
+
+    // Called by the toolkit whenever range, rate or size change. It clamps the old position then, and sends a scroll event from
+    // inside: that is nobody's wish and is not heard.
+    void AdjustScrollbars() override;
+
+  protected:
+    void DoScroll(int x, int y) override;
 
   private:
     // What the kept buffer shows.
@@ -124,6 +133,7 @@ class ORVGUI_API Canvas : public wxScrolledWindow {
     // A zoom that was asked for before the window had a size.
     enum class Pending { None, Init, Follow };
     Pending m_pending = Pending::None;
+    int m_ownScrolling = 0;  // > 0: the program sets range or position
     Image m_ownImage;
     bool m_isShowingOther = false;
     PaintBuffer m_buffer;  // of the client area

@@ -11,6 +11,8 @@
 
 namespace {
 
+constexpr double kDashPeriod = 4.0;  // a dash and a gap, screen pixels
+
 struct BorderTools {
     wxPen pen{wxColour(128, 128, 128, 255), 0, wxPENSTYLE_TRANSPARENT};
     wxBrush brush{wxColour(200, 200, 200, 255), wxBRUSHSTYLE_SOLID};
@@ -178,8 +180,19 @@ void Canvas::DrawSpecialRectangle(wxDC* dc, wxRect& rect) {
     const double top = corner1.y * shared->zoom;
     const double right = corner2.x * shared->zoom;
     const double bottom = corner2.y * shared->zoom;
-    DrawSpecialLine(dc, left, top, right, top);
-    DrawSpecialLine(dc, right, top, right, bottom);
-    DrawSpecialLine(dc, left, bottom, right, bottom);
-    DrawSpecialLine(dc, left, top, left, bottom);
+    // Dashes far outside the window cost as much as those inside.
+    const wxPoint origin = dc->GetDeviceOrigin();
+    const wxSize client = GetClientSize();
+    const LineSpan seenX{-origin.x - kDashPeriod, -origin.x + client.x + kDashPeriod};
+    const LineSpan seenY{-origin.y - kDashPeriod, -origin.y + client.y + kDashPeriod};
+    const LineSpan across = ClipPatternedLine({left, right}, seenX, kDashPeriod);
+    const LineSpan down = ClipPatternedLine({top, bottom}, seenY, kDashPeriod);
+    const auto isSeen = [](double place, const LineSpan& seen) {
+        return place >= seen.begin && place <= seen.end;
+    };
+    for (const double y : {top, bottom})
+        if (across.begin < across.end && isSeen(y, seenY))
+            DrawSpecialLine(dc, across.begin, y, across.end, y);
+    for (const double x : {right, left})
+        if (down.begin < down.end && isSeen(x, seenX)) DrawSpecialLine(dc, x, down.begin, x, down.end);
 }

@@ -10,12 +10,14 @@
 
 #include "orvgui/common/framehost.h"
 #include "orvgui/viewer/canvas.h"
+#include "orvgui/viewer/viewerhost.h"
 
 namespace {
 
 constexpr int kGap = 4;
 constexpr int kSwatch = 16;
-constexpr int kTextDigits = 38;  // of the usual read-out
+constexpr int kTextDigits = 38;      // of the usual read-out
+constexpr int kDeepTextDigits = 66;  // with stored samples of 16 bits or an alpha
 
 int Sample(const cv::Mat& mat, int x, int y, int channel) {
     const int at = x * mat.channels() + channel;
@@ -23,6 +25,10 @@ int Sample(const cv::Mat& mat, int x, int y, int channel) {
 }
 
 }  // namespace
+
+bool HasStoredSamples(const Image& image) {
+    return image.GetDepth() == 16 || image.GetChannels() == 2 || image.GetChannels() == 4;
+}
 
 wxString DescribeSamples(const Image& image, int x, int y) {
     const cv::Mat& mat = image.GetMat();
@@ -57,10 +63,33 @@ void InspectorPanel::CreateControls() {
     sizer->Add(m_colour, 0, wxALIGN_CENTER_VERTICAL | wxTOP | wxBOTTOM, kGap);
     sizer->Add(m_text, 1, wxALIGN_CENTER_VERTICAL | wxLEFT, kGap);
     SetSizer(sizer);
-    ClearValues();
+    m_colour->SetBackgroundColour(GetBackgroundColour());
+}
+
+void InspectorPanel::ConfigureControls() {
+    const auto canvases = m_page->GetCanvases();
+    const bool isDeep = std::any_of(canvases.begin(), canvases.end(), [](Canvas* canvas) {
+        return canvas->HasImage() && HasStoredSamples(canvas->GetProperties()->GetIplImage());
+    });
+    const int digits = isDeep ? kDeepTextDigits : kTextDigits;
+    const wxSize size(m_text->GetTextExtent(wxString('0', static_cast<std::size_t>(digits))).x, -1);
+    if (m_text->GetMinSize() == size) return;
+    m_text->SetMinSize(size);
+    // The strip may need another row for it.
+    if (wxWindow* page = GetParent() ? GetParent()->GetParent() : nullptr) page->PostSizeEvent();
+}
+
+void InspectorPanel::RefreshValues() {
+    ShowPixel(m_canvas);
 }
 
 void InspectorPanel::ClearValues() {
+    m_canvas = nullptr;
+    ShowNothing();
+}
+
+void InspectorPanel::ShowNothing() {
+    if (m_text->GetLabelText().empty()) return;
     m_text->SetLabelText(wxString());
     m_colour->SetBackgroundColour(GetBackgroundColour());
     m_colour->Refresh();
@@ -83,7 +112,7 @@ wxString InspectorPanel::DescribePixel(Canvas* canvas, int x, int y) {
     const int grey = static_cast<int>(std::lround(0.299 * red + 0.587 * green + 0.114 * blue));
     const Image& image = canvas->GetProperties()->GetIplImage();
     wxString text = wxString::Format("%d, %d  R %d G %d B %d", x, y, red, green, blue);
-    if (image.GetDepth() == 16 || image.GetChannels() == 2 || image.GetChannels() == 4) {
+    if (HasStoredSamples(image)) {
         text += wxString::Format("  %d bit %s", image.GetDepth(), DescribeSamples(image, x, y));
     }
     return text + wxString::Format(_("  grey %d"), grey);
@@ -92,16 +121,19 @@ wxString InspectorPanel::DescribePixel(Canvas* canvas, int x, int y) {
 void InspectorPanel::Pan(const wxMouseEvent& event, Canvas* canvas) {
     WindowProperties* shared = GetSharedWindowProperties();
     if (shared == nullptr || shared->scrollRate <= 0) return;
-    if (event.LeftDown() || event.LeftDClick()) {
+    // The release itself may still report the button as held.
+    if (event.LeftUp() || !event.LeftIsDown()) m_isPanning = false;
+    const bool isPress = event.LeftDown() || event.LeftDClick();
+    if (!isPress && !m_isPanning) return;
+    // A wheel turn during the drag makes scroll units of another size: the drag goes on from there.
+    if (isPress || m_pressZoom != shared->zoom) {
         const wxPoint start = canvas->GetViewStart();
         m_isPanning = true;
         m_pressPoint = {event.GetX(), event.GetY()};
         m_pressStart = {start.x, start.y};
+        m_pressZoom = shared->zoom;
         return;
     }
-    // The release itself may still report the button as held.
-    if (event.LeftUp() || !event.LeftIsDown()) m_isPanning = false;
-    if (!m_isPanning) return;
     const wxPoint before = canvas->GetViewStart();
     canvas->ScrollTo(m_pressStart.x - (event.GetX() - m_pressPoint.x) / shared->scrollRate,
                      m_pressStart.y - (event.GetY() - m_pressPoint.y) / shared->scrollRate);
@@ -119,14 +151,18 @@ void InspectorPanel::ViewerMouseOn(wxMouseEvent& event, Canvas* canvas, bool use
     } else {
         m_isPanning = false;
     }
+    m_canvas = canvas;
+    m_mousePoint = {event.GetX(), event.GetY()};
+    ShowPixel(canvas);
+}
+
+void InspectorPanel::ShowPixel(Canvas* canvas) {
+    if (canvas == nullptr || !canvas->HasImage()) return ShowNothing();
     int x = 0;
     int y = 0;
-    const bool isOffImage = canvas->GetPixelCoordinates(event.GetX(), event.GetY(), x, y, true, false);
+    const bool isOffImage = canvas->GetPixelCoordinates(m_mousePoint.x, m_mousePoint.y, x, y, true, false);
     const wxString text = isOffImage ? wxString() : DescribePixel(canvas, x, y);
-    if (text.empty()) {
-        ClearValues();
-        return;
-    }
+    if (text.empty()) return ShowNothing();
     if (m_text->GetLabelText() != text) {
         m_text->SetLabelText(text);
         if (OrvFrameHost* frame = GetFrameHost()) frame->SetStatusField(OrvStatusField::Pixel, text);

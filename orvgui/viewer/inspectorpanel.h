@@ -11,6 +11,8 @@ class ORVGUI_API InspectorPanel : public OrvToolPanelBase {
     InspectorPanel(wxWindow* parent, OrvViewerHost* page);
 
     void CreateControls() override;
+    void ConfigureControls() override;  // room for the values of the images shown
+    void RefreshValues() override;      // what is under the mouse now, which has not moved
     void ClearValues() override;
     void ViewerMouseOn(wxMouseEvent& event, Canvas* canvas, bool useZoomCentre) override;
 
@@ -19,13 +21,20 @@ class ORVGUI_API InspectorPanel : public OrvToolPanelBase {
 
   private:
     void Pan(const wxMouseEvent& event, Canvas* canvas);
+    void ShowPixel(Canvas* canvas);
+    void ShowNothing();
 
+    Canvas* m_canvas = nullptr;  // under the mouse; null while it is elsewhere
+    IntPair m_mousePoint;        // window point
     wxPanel* m_colour = nullptr;
     wxStaticText* m_text = nullptr;
     bool m_isPanning = false;
     IntPair m_pressPoint;  // window point
     IntPair m_pressStart;  // view start at the press, scroll units
+    double m_pressZoom = 0.0;
 };
 
+// Whether an image's samples say more than the colour shown: 16 bits, or an alpha.
+bool HasStoredSamples(const class Image& image);
 // The stored samples of a pixel in the file's order of red, green, blue (grey: one value), with alpha last where there is any.
 wxString DescribeSamples(const class Image& image, int x, int y);

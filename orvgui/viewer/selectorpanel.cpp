@@ -183,7 +183,8 @@ void SelectorPanel::ViewerMouseOn(wxMouseEvent& event, Canvas* canvas, bool useZ
 
     if (isChosen && isPress) {
         m_anchor = {px, py};
-        m_isDrawing = position == RelativePosition::None || position == RelativePosition::Outside;
+        // A press beside the picture leaves a selection as it is.
+        m_isDrawing = position == RelativePosition::None;
         if (position == RelativePosition::Outside && !isOffImage) {
             m_drag.Clear();
             SetSelector(IntPair{0, 0}, 0, 0, true, canvas);

@@ -60,7 +60,7 @@ double StepZoom(const std::vector<double>& percents, double zoom, int step) {
     return percents[static_cast<std::size_t>(id)] / 100.0;
 }
 
-std::optional<ZoomEntry> ParseZoomText(const std::string& text, double upperLimit) {
+std::optional<ZoomEntry> ParseZoomText(const std::string& text, double lowerLimit, double upperLimit) {
     std::string entry;
     for (const char c : text) {
         if (!std::isspace(static_cast<unsigned char>(c))) {
@@ -79,7 +79,8 @@ std::optional<ZoomEntry> ParseZoomText(const std::string& text, double upperLimi
     const auto [end, error] = std::from_chars(entry.data(), entry.data() + entry.size(), value);
     if (error != std::errc() || end != entry.data() + entry.size()) return std::nullopt;
     const double zoom = value / divisor;
-    if (!(zoom > 0.0) || zoom > upperLimit) return std::nullopt;
+    // What reads "0.333" is not refused for the last bit of its division.
+    if (!(zoom >= lowerLimit * (1.0 - 1e-9)) || zoom > upperLimit) return std::nullopt;
     return ZoomEntry{false, zoom};
 }
 
@@ -150,6 +151,13 @@ std::vector<IntRect> BorderBands(IntPair client, IntPair image, IntPair offset, 
             {RoundToInt((offsetX + image.x) * zoom), 0, RoundToInt(2.0 * offsetX * zoom), height});
     }
     return bands;
+}
+
+LineSpan ClipPatternedLine(LineSpan line, LineSpan visible, double period) {
+    LineSpan rest = line;
+    if (line.begin < visible.begin) rest.begin += std::floor((visible.begin - line.begin) / period) * period;
+    rest.end = std::min(line.end, visible.end);
+    return rest;
 }
 
 IntPair ImagePointAt(IntPair windowPoint, IntPair scrollPixels, double zoom, IntPair offset) {

@@ -40,9 +40,9 @@ double StepZoom(const std::vector<double>& percents, double zoom, int step);
 // What was typed into the zoom field: "150", "150%", "1.5x" or "fit" in any letter case.
 struct ZoomEntry {
     bool fit = false;
-    double zoom = 0.0;  // 1 = 100 %, above 0 and at most the upper limit; when fit is false
+    double zoom = 0.0;  // 1 = 100 %, between the limits, both inclusive; when fit is false
 };
-std::optional<ZoomEntry> ParseZoomText(const std::string& text, double upperLimit);
+std::optional<ZoomEntry> ParseZoomText(const std::string& text, double lowerLimit, double upperLimit);
 // "66.7", "100", "0.333": percent as the field shows it.
 std::string ZoomPercentText(double zoom);
 
@@ -73,6 +73,15 @@ IntPair CentringOffset(IntPair client, IntPair image, double zoom);
 // The bands around a smaller image, in device pixels: below, above, left, right. The bands below and right
 // reach past the window's edge on purpose.
 std::vector<IntRect> BorderBands(IntPair client, IntPair image, IntPair offset, double zoom);
+
+// What is left of a horizontal or vertical line along one axis when everything farther than a margin outside visible (begin to
+// end) is cut off; the beginning is moved by whole periods of the line's pattern, so that the rest looks as before.
+struct LineSpan {
+    double begin = 0.0;
+    double end = 0.0;
+    bool operator==(const LineSpan&) const = default;
+};
+LineSpan ClipPatternedLine(LineSpan line, LineSpan visible, double period);
 
 // The image point under a window point; not clipped, negative left of the image.
 IntPair ImagePointAt(IntPair windowPoint, IntPair scrollPixels, double zoom, IntPair offset);

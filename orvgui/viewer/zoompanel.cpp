@@ -129,12 +129,11 @@ void ZoomPanel::SetZoomCenter(double zoom, Canvas* canvas) {
     const WindowProperties* shared = GetSharedWindowProperties();
     if (shared == nullptr) return;
     const IntPair image = canvas->GetProperties()->GetPixelSize();
-    // After a scroll, a pan or a move of the navigator no centre is set: the view keeps its middle.
-    const bool isCentreUnset = shared->zoomCentre == IntPair{0, 0};
-    const IntPair centre = isCentreUnset ? canvas->GetViewCentre() : shared->zoomCentre;
-    const int x = shared->scrollPosition.x != 0 ? centre.x : image.x / 2;
-    const int y = shared->scrollPosition.y != 0 ? centre.y : image.y / 2;
-    SetZoom(x, y, zoom, canvas);
+    IntPair centre{shared->scrollPosition.x != 0 ? shared->zoomCentre.x : image.x / 2,
+                   shared->scrollPosition.y != 0 ? shared->zoomCentre.y : image.y / 2};
+    // After a scroll, a pan or a move of the navigator no centre is set: the view keeps its middle, at an edge too.
+    if (shared->zoomCentre == IntPair{0, 0} && !canvas->DoesImageFit()) centre = canvas->GetViewCentre();
+    SetZoom(centre.x, centre.y, zoom, canvas);
     if (wxWindow* strip = GetParent()) {
         if (strip->GetSizer() != nullptr) strip->Layout();
         strip->PostSizeEvent();
@@ -173,7 +172,8 @@ void ZoomPanel::Zoom100(Canvas* canvas) {
 void ZoomPanel::ZoomEnter(const wxString& text, Canvas* canvas) {
     CHECK_POINTER(canvas, "canvas", "ZoomPanel::ZoomEnter", )
     const WindowProperties* shared = GetSharedWindowProperties();
-    const auto entry = ParseZoomText(FromWx(text), shared ? shared->zoomUpperLimit : 128.0);
+    const auto entry = ParseZoomText(FromWx(text), m_defaultZoom.front() / 100.0,
+                                     shared ? shared->zoomUpperLimit : m_defaultZoom.back() / 100.0);
     if (entry && entry->fit) {
         canvas->SetBestZoom(-1, -1);
     } else if (entry) {
@@ -215,7 +215,8 @@ void ZoomPanel::ViewerMouseOn(wxMouseEvent& event, Canvas* canvas, bool useZoomC
         // A button that was pressed somewhere else is no click here.
         const bool isClick = mouse.leftReleased ? !m_dragging && m_dragStart != IntPair{-1, -1} : true;
         if (isClick) ZoomIn(point.x, point.y, canvas, useZoomCentre);
-        if (mouse.leftReleased) m_dragStart = {-1, -1};
+        // The release after a wheel turn with the button held is no click.
+        if (mouse.leftReleased || event.LeftIsDown()) m_dragStart = {-1, -1};
         m_dragging = false;
     } else if (mouse.rightPressed || mouse.wheelRotation < 0) {
         ZoomOut(point.x, point.y, canvas, useZoomCentre);
