@@ -1,5 +1,6 @@
 #include "orvgui/controls/parametercontrolentry.h"
 
+#include <wx/dialog.h>
 #include <wx/textctrl.h>
 
 #include "orvgui/common/validator.h"
@@ -19,7 +20,10 @@ wxTextCtrl* ParameterControlEntry::CreateField(long style, const Validator* vali
             event.Skip();
             // While the window goes down the page may already have let this control go; see the page's
             // destructor.
-            if (!m_field->IsBeingDeleted()) Commit();
+            if (m_field->IsBeingDeleted()) return;
+            Commit();
+            // Where the focus goes is known a moment later.
+            if (IsEdited()) m_field->CallAfter([this] { TakeBackRefused(); });
         });
     }
     return m_field;
@@ -69,6 +73,17 @@ void ParameterControlEntry::Commit() {
     if (value == m_parameter) return;
     m_parameter = value;
     PostControlEvent();
+}
+
+// What was refused stays while its dialog asks for another value, or while the user looks at another window; on a page that has been
+// left for another field the value that counts is shown.
+void ParameterControlEntry::TakeBackRefused() {
+    if (m_field->IsBeingDeleted()) return;
+    const wxWindow* focus = wxWindow::FindFocus();
+    const wxWindow* own = wxGetTopLevelParent(m_field);
+    const bool isLeft =
+        focus != nullptr && focus != m_field && wxGetTopLevelParent(const_cast<wxWindow*>(focus)) == own;
+    if (isLeft && dynamic_cast<const wxDialog*>(own) == nullptr) DiscardEdit();
 }
 
 void ParameterControlEntry::Enter(const Parameter& value) {

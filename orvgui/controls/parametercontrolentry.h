@@ -37,6 +37,7 @@ class ParameterControlEntry : public ParameterControl {
   private:
     bool IsEdited() const;
     void Commit();
+    void TakeBackRefused();
 
     wxString m_shownText;  // what stands for m_parameter; the field holds another text while it is edited
 };

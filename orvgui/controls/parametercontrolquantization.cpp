@@ -8,6 +8,7 @@
 #include <set>
 #include <utility>
 
+#include "orvgui/common/wheel.h"
 #include "zorbase/text.h"
 
 namespace {
@@ -146,6 +147,7 @@ ParameterControlOutputQuantizationTable::ParameterControlOutputQuantizationTable
     m_field->SetBackgroundColour(*wxWHITE);
     m_field->SetForegroundColour(*wxBLACK);
     m_field->SetFont(wxFont(wxFontInfo(parent->GetFont().GetPointSize()).Family(wxFONTFAMILY_TELETYPE)));
+    PassWheelOn(m_field);
     Place(sizer, m_field, Height::Tall);
     ParameterControlOutputQuantizationTable::SetControlValue(parameter);
 }

@@ -116,6 +116,9 @@ void ParameterControlInputVectorRoi::OnButtonRemove(wxCommandEvent&) {
     auto regions = m_parameter.Get<std::vector<Roi>>();
     regions.erase(regions.begin() + index);
     Enter(regions, std::min(index, static_cast<int>(regions.size()) - 1));
+    // The text is that of the region that is chosen now; that of the removed one would ask to be added again.
+    m_field->ChangeValue(m_listBox->GetStringSelection());
+    UpdateButtons();
 }
 
 void ParameterControlInputVectorRoi::Enter(const std::vector<Roi>& regions, int selection) {

@@ -5,9 +5,11 @@
 #include <wx/textctrl.h>
 
 #include <algorithm>
+#include <cmath>
 
 #include "orvgui/common/textdialog.h"
 #include "orvgui/common/textfocus.h"
+#include "orvgui/common/wheel.h"
 #include "zorbase/text.h"
 
 namespace {
@@ -35,6 +37,19 @@ void MakeResultField(wxTextCtrl* field) {
 
 wxString OrPlaceholder(const wxString& text) {
     return text.empty() ? ParameterControl::GetPlaceholder() : text;
+}
+
+// Lines that a text takes in a field of this width, pixels, where long lines are wrapped. Words that stay whole leave room at the
+// ends of lines.
+int WrappedLineCount(const wxWindow& field, const wxString& text, int width) {
+    constexpr double kLossAtEnds = 1.1;
+    int lines = 0;
+    for (const wxString& line : wxSplit(text, '\n', '\0')) {
+        const double extent = field.GetTextExtent(line).GetWidth() * kLossAtEnds;
+        lines += std::max(1, static_cast<int>(std::ceil(extent / std::max(width, 1))));
+        if (lines > kMaximumLines) break;
+    }
+    return lines;
 }
 
 int LineCount(const wxString& text) {
@@ -193,8 +208,13 @@ ParameterControlOutputText::ParameterControlOutputText(wxWindow* parent, wxGridB
     m_field = new wxTextCtrl(parent, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize,
                              wxTE_MULTILINE | wxTE_READONLY | wxTE_DONTWRAP);
     MakeResultField(m_field);
+    PassWheelOn(m_field);
     m_field->SetMinSize(wxSize(kFieldWidth, kMinimumLines * m_field->GetCharHeight()));
     Place(sizer, m_field, Height::Tall);
+    m_field->Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
+        event.Skip();
+        if (FitHeight()) m_field->CallAfter([field = m_field] { FitScrolledParents(field); });
+    });
     ParameterControlOutputText::SetControlValue(parameter);
 }
 
@@ -245,12 +265,28 @@ void ParameterControlOutputText::SetControlValue(const Parameter& parameter) {
     if (text == m_shownText && red == m_shownRed) return;
     m_shownRed = red;
     m_shownText = text;
-    m_field->SetFont(NeedsFixedPitch(text) ? FixedPitchFont(*m_parent) : m_parent->GetFont());
+    // Columns and digests stay as they are and scroll; prose is wrapped.
+    const bool fixedPitch = NeedsFixedPitch(text);
+    const long wrap = fixedPitch ? wxTE_DONTWRAP : wxTE_WORDWRAP;
+    m_field->SetWindowStyleFlag((m_field->GetWindowStyleFlag() & ~(wxTE_DONTWRAP | wxTE_WORDWRAP)) | wrap);
+    m_field->SetFont(fixedPitch ? FixedPitchFont(*m_parent) : m_parent->GetFont());
     m_field->ChangeValue(text);
     MarkDifferingLines(evidence);
-    const int lines = std::clamp(LineCount(text), kMinimumLines, kMaximumLines);
+    FitHeight();
+}
+
+// As high as the text, within bounds; whether that is another height than before.
+bool ParameterControlOutputText::FitHeight() {
     constexpr int kInset = 12;
-    m_field->SetMinSize(wxSize(kFieldWidth, lines * m_field->GetCharHeight() + kInset));
+    const bool wraps = (m_field->GetWindowStyleFlag() & wxTE_DONTWRAP) == 0;
+    const int width = std::max(m_field->GetClientSize().x, kFieldWidth) - kInset;
+    const int lines =
+        std::clamp(wraps ? WrappedLineCount(*m_field, m_shownText, width) : LineCount(m_shownText),
+                   kMinimumLines, kMaximumLines);
+    const wxSize size(kFieldWidth, lines * m_field->GetCharHeight() + kInset);
+    if (m_field->GetMinSize() == size) return false;
+    m_field->SetMinSize(size);
+    return true;
 }
 
 ParameterControlVectorString::ParameterControlVectorString(wxWindow* parent, wxGridBagSizer* sizer,
@@ -263,6 +299,7 @@ ParameterControlVectorString::ParameterControlVectorString(wxWindow* parent, wxG
     m_field = new wxTextCtrl(parent, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize,
                              wxTE_MULTILINE | wxTE_DONTWRAP | (readOnly ? wxTE_READONLY : 0L));
     if (readOnly) MakeResultField(m_field);
+    PassWheelOn(m_field);
     m_field->SetMinSize(wxSize(kFieldWidth, 4 * m_field->GetCharHeight() + kGap));
     Place(sizer, m_field, Height::Tall);
     if (!readOnly) {

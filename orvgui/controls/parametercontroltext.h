@@ -82,6 +82,7 @@ class ParameterControlOutputText : public ParameterControl {
 
   private:
     void MarkDifferingLines(const wxString& evidence);
+    bool FitHeight();
 
     wxTextCtrl* m_field;
     wxString m_shownText;

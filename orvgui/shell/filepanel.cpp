@@ -42,8 +42,9 @@ void FilePanel::CreateControls() {
     m_filename->Bind(wxEVT_TEXT_ENTER, &FilePanel::OnTextFilename, this);
     // A name that was typed and not loaded must not be taken for that of the loaded file.
     m_filename->Bind(wxEVT_KILL_FOCUS, [this](wxFocusEvent& event) {
-        ShowFilename();
         event.Skip();
+        // A message about the name takes the focus too; where it goes is known a moment later.
+        CallAfter([this] { GiveUpAttempt(); });
     });
     m_position = new wxStaticText(this, wxID_ANY, wxString());
 
@@ -126,13 +127,23 @@ void FilePanel::SetImage() {
 void FilePanel::ShowFilename() {
     const OrvInterface* core = GetInterface();
     const wxString path = core ? core->GetFilename(m_slot) : wxString();
-    const wxString name = ToWx(PathName(PathFromWx(path)));
+    if (path != m_attemptedFrom) m_attempt.clear();
+    const wxString name = m_attempt.empty() ? ToWx(PathName(PathFromWx(path))) : m_attempt;
     if (m_filename->GetValue() != name) m_filename->ChangeValue(name);
     if (path.empty()) {
         m_filename->UnsetToolTip();
     } else if (m_filename->GetToolTipText() != path) {
         m_filename->SetToolTip(ToWx(PathFromWx(path)));
     }
+}
+
+// The user has gone on to something else in this window: the field names the loaded file again.
+void FilePanel::GiveUpAttempt() {
+    wxWindow* focus = wxWindow::FindFocus();
+    if (focus == nullptr || focus == m_filename || wxGetTopLevelParent(focus) != wxGetTopLevelParent(this))
+        return;
+    m_attempt.clear();
+    ShowFilename();
 }
 
 bool FilePanel::RunCommand(int commandId) {
@@ -220,6 +231,9 @@ void FilePanel::OnButtonReferenceOnOff(wxCommandEvent&) {
 
 void FilePanel::OnTextFilename(wxCommandEvent&) {
     const std::string current = PathFromWx(GetInterface()->GetFilename(m_slot));
-    const std::string path = ResolveTypedFilename(m_filename->GetValue(), current);
+    m_attempt = m_filename->GetValue();
+    m_attemptedFrom = GetInterface()->GetFilename(m_slot);
+    const std::string path = ResolveTypedFilename(m_attempt, current);
+    if (path == current) m_attempt.clear();
     GetInterface()->SetFile(PathToWx(path), m_slot);
 }

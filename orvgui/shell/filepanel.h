@@ -68,11 +68,15 @@ class ORVGUI_API FilePanel : public wxPanel {
 
     void CreateControls();
     void ShowFilename();
+    void GiveUpAttempt();
     void AddButton(wxSizer* sizer, int commandId, Handler handler);
     void GoTo(int index);
     FilePanelState ReadState() const;
 
     OrvFileId m_slot;
+    // A name that was typed and could not be loaded stays to be mended, and the file that was loaded then.
+    wxString m_attempt;
+    wxString m_attemptedFrom;
     wxStaticText* m_title = nullptr;
     wxTextCtrl* m_filename = nullptr;
     wxStaticText* m_position = nullptr;

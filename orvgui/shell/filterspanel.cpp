@@ -296,12 +296,20 @@ void OrvFiltersPanel::SelectFilter(wxTreeEvent& event, bool activate) {
     }
     GetContext()->SetActiveFilter(idata->filter);
     m_viewerPanel->ShowPage(FindPage(idata->filter), true);
+    m_passedFilter = idata->filter;
+    m_passedConfiguration = idata->configuration;
     m_activationTimer.StartOnce(m_settleMs);
 }
 
 void OrvFiltersPanel::OnActivationTimer(wxTimerEvent&) {
     const OrvItemData* data = GetData(m_tree->GetSelection());
-    if (data != nullptr && data->filter != nullptr) Activate(data->filter, data->configuration);
+    if (data == nullptr) return;
+    // On a group the page of the item before stays in sight, and needs its result.
+    if (data->filter != nullptr) {
+        Activate(data->filter, data->configuration);
+    } else if (m_passedFilter != nullptr) {
+        Activate(m_passedFilter, m_passedConfiguration);
+    }
 }
 
 void OrvFiltersPanel::OnSelChanged(wxTreeEvent& event) {

@@ -155,6 +155,8 @@ class ORVGUI_API OrvFiltersPanel : public wxPanel {
     std::set<OrvFilter*> m_running;      // filters the core was seen working on, not refreshed since
     wxTreeItemId m_dragged;
     wxTimer m_activationTimer;
+    OrvFilter* m_passedFilter = nullptr;  // of the item that a quick selection passed last
+    int m_passedConfiguration = -1;
     int m_settleMs = 250;
     wxLongLong m_lastSelection = 0;  // milliseconds, when the user last moved the selection
     bool m_silent = false;           // selection events come from code

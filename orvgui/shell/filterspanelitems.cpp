@@ -146,12 +146,14 @@ void OrvFiltersPanel::UpdateFilter(wxTreeItemId item, bool& bold, bool& red, boo
 
     std::vector<OrvItemLook> looks;
     OrvItemLook whole;
+    bool isSaved = false;  // what the newest result was made with
     for (const OrvFilterConfiguration& configuration : configurations) {
         looks.push_back(LookOf(CurrentStatus(configuration, isCurrent), configuration.IsEnabled()));
         whole = Strongest(whole, looks.back());
+        isSaved = isSaved || (result && configuration.GetParameters() == result->input);
     }
-    // A run with values that are saved in no configuration counts too.
-    if (whole.enabled && isCurrent) whole = Strongest(whole, LookOf(result->status, true));
+    // A run with values that are saved in no configuration counts too; a disabled configuration does not.
+    if (whole.enabled && isCurrent && !isSaved) whole = Strongest(whole, LookOf(result->status, true));
 
     if (!filter.HasSingleConfiguration()) {
         SyncConfigurations(item, configurations);
@@ -238,10 +240,9 @@ void OrvFiltersPanel::UpdateItemData() {
         int index = 0;
         ForEachChild(filterItem, [&](wxTreeItemId item) { GetData(item)->configuration = index++; });
     });
-    bool bold = false;
-    bool red = false;
-    bool formatted = false;
-    UpdateFilter(GetFilterItem(m_tree->GetSelection()), bold, red, formatted);
+    // What is left decides how the filter and its group look.
+    const wxTreeItemId filterItem = GetFilterItem(m_tree->GetSelection());
+    if (filterItem.IsOk()) UpdateFiltersGroup(m_tree->GetItemParent(filterItem));
 }
 
 void OrvFiltersPanel::OnItemToolTip(wxTreeEvent& event) {

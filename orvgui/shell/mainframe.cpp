@@ -12,6 +12,7 @@
 
 #include "orvcore/facade/interface.h"
 #include "orvgui/common/icons.h"
+#include "orvgui/common/messagebox.h"
 #include "orvgui/common/opencverrors.h"
 #include "orvgui/pages/orvviewerpanel.h"
 #include "orvgui/pages/pagefactory.h"
@@ -163,6 +164,17 @@ void OrvMainFrame::CreatePanes() {
 }
 
 void OrvMainFrame::OnCloseEvent(wxCloseEvent& event) {
+    if (m_progressDialog != nullptr && event.CanVeto() && !m_exitScheduled) {
+        event.Veto();
+        if (m_isAskingToClose) return;
+        m_isAskingToClose = true;
+        const int answer =
+            OrvMessageBox(_("The program is still working. Do you want to stop it and close the program?"),
+                          _("Confirm"), wxYES_NO | wxICON_QUESTION, this);
+        m_isAskingToClose = false;
+        if (answer != wxYES) return;
+        m_core->AbortProcessing();
+    }
     OnCloseWindow(event);
     if (!m_restartScheduled) return;
     const wxString program = wxStandardPaths::Get().GetExecutablePath();

@@ -81,7 +81,9 @@ class ORVGUI_API OrvMainFrame : public wxFrame, public OrvProgressHandler, publi
     void RefreshPictureStatus();
     void RefreshShownSummary(const OrvFilterGui* refreshed);
     void TellWhereReportIs(const wxString& path);
+    void OnFrameSize(wxSizeEvent& event);
     void OnCloseEvent(wxCloseEvent& event);
+    void BlockPanes(bool block);
     void OnTimerProgressStart(wxTimerEvent& event);
     void OnTimerProgressUpdate(wxTimerEvent& event);
 
@@ -137,6 +139,12 @@ class ORVGUI_API OrvMainFrame : public wxFrame, public OrvProgressHandler, publi
     OpenDialogs m_openDialogs;
     OrvProgressDialog* m_progressDialog = nullptr;
     bool m_isUpdatingProgress = false;
+    std::vector<wxWindow*> m_blocked;  // what the progress dialog keeps from being used; our children
+    wxSize m_normalSize{1024, 768};    // the last one that was neither maximised nor iconised
+    enum class StartMaximised { No, Wanted, Seen };
+    StartMaximised m_startMaximised = StartMaximised::No;
+    bool m_isAskingToClose = false;
+    std::uint64_t m_describedPicture = 0;             // serial of the file that the status bar describes
     std::uint64_t m_progressWork = 0;                 // number of the work that the dialog is shown for
     std::uint64_t m_abortedWork = ~std::uint64_t{0};  // the newest that the user has stopped
     std::unique_ptr<wxAuiManager> m_auiManager;

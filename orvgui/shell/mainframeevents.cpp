@@ -104,6 +104,10 @@ void OrvMainFrame::OnConfigureStarted(OrvCommandEvent& event) {
         SetStatusField(OrvStatusField::Activity, wxGetTranslation(page->GetFilter()->GetName()));
     }
     RefreshFilePanels();
+    // What the picture is like is told when it is known; until then nothing is said of the one before.
+    const OrvFilePtr file = m_core->GetFile(OrvEvidence);
+    if ((file ? file->GetSerial() : 0) != m_describedPicture)
+        SetStatusField(OrvStatusField::Picture, wxString());
     CreateProgress();
 }
 
@@ -301,5 +305,6 @@ void OrvMainFrame::TellWhereReportIs(const wxString& path) {
 // Called while the core waits for an acknowledgement only: a header is read under the lock that decoding holds.
 void OrvMainFrame::RefreshPictureStatus() {
     const OrvFilePtr file = m_core->GetFile(OrvEvidence);
+    m_describedPicture = file ? file->GetSerial() : 0;
     SetStatusField(OrvStatusField::Picture, file ? MakePictureText(*file) : wxString());
 }

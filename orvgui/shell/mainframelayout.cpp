@@ -44,6 +44,8 @@ void OrvMainFrame::LoadLayout() {
     }
     if (layout) {
         if (layout->maximised) {
+            m_normalSize = wxSize(layout->width, layout->height);
+            m_startMaximised = StartMaximised::Wanted;
             Maximize();
         } else {
             SetSize(wxSize(layout->width, layout->height));
@@ -66,14 +68,30 @@ void OrvMainFrame::LoadLayout() {
 void OrvMainFrame::SaveLayout() const {
     OrvLayout layout;
     layout.maximised = IsMaximized();
-    layout.width = GetSize().x;
-    layout.height = GetSize().y;
+    const wxSize size = layout.maximised ? m_normalSize : GetSize();
+    layout.width = size.x;
+    layout.height = size.y;
     layout.perspective = m_auiManager->SavePerspective();
     layout.columnWidths = m_columnWidths;
     try {
         WriteFile(PathFromWx(m_layoutPath), FromWx(LayoutToText(layout)));
     } catch (const ZorException&) {
         // A layout that cannot be kept is no reason to keep the program from ending.
+    }
+}
+
+// The size to come back to. A window that was maximised before it was ever shown has none for the toolkit, which would give it that
+// of an empty one.
+void OrvMainFrame::OnFrameSize(wxSizeEvent& event) {
+    event.Skip();
+    if (IsIconized() || IsFullScreen()) return;
+    if (IsMaximized()) {
+        if (m_startMaximised == StartMaximised::Wanted) m_startMaximised = StartMaximised::Seen;
+    } else if (m_startMaximised == StartMaximised::Seen) {
+        m_startMaximised = StartMaximised::No;
+        CallAfter([this] { SetSize(m_normalSize); });
+    } else if (m_startMaximised == StartMaximised::No) {
+        m_normalSize = GetSize();
     }
 }
 

@@ -137,6 +137,7 @@ void OrvMainFrame::BindEvents() {
     Bind(wxEVT_TIMER, &OrvMainFrame::OnTimerProgressStart, this, m_progressStartTimer.GetId());
     Bind(wxEVT_TIMER, &OrvMainFrame::OnTimerProgressUpdate, this, m_progressUpdateTimer.GetId());
     Bind(wxEVT_CLOSE_WINDOW, &OrvMainFrame::OnCloseEvent, this);
+    Bind(wxEVT_SIZE, &OrvMainFrame::OnFrameSize, this);
 }
 
 void OrvMainFrame::OnPanelCommand(wxCommandEvent& event) {

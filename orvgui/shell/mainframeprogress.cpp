@@ -4,6 +4,7 @@
 
 #include "orvcore/facade/interface.h"
 #include "orvgui/common/progressdialog.h"
+#include "orvgui/shell/commandregistry.h"
 #include "orvgui/shell/frametexts.h"
 #include "orvgui/shell/mainframe.h"
 #include "zorbase/progress.h"
@@ -36,6 +37,7 @@ void OrvMainFrame::OnTimerProgressStart(wxTimerEvent&) {
                               wxPD_CAN_ABORT | wxPD_APP_MODAL | wxPD_AUTO_HIDE | wxPD_ELAPSED_TIME);
     m_progressDialog->CentreOnParent(wxBOTH);
     m_progressDialog->Show();
+    BlockPanes(true);
     m_progressUpdateTimer.Start(kProgressPollMs);
 }
 
@@ -54,12 +56,31 @@ void OrvMainFrame::OnTimerProgressUpdate(wxTimerEvent&) {
     m_isUpdatingProgress = false;
 }
 
+// The dialog disables the whole window, and with it the close button, which would then do nothing at all: what is in the window is
+// disabled instead.
+void OrvMainFrame::BlockPanes(bool block) {
+    if (block) {
+        for (wxWindow* child : GetChildren()) {
+            if (child->IsTopLevel() || !child->IsThisEnabled()) continue;
+            child->Disable();
+            m_blocked.push_back(child);
+        }
+        SetAcceleratorTable(wxNullAcceleratorTable);
+        Enable();
+    } else {
+        for (wxWindow* child : m_blocked) child->Enable();
+        m_blocked.clear();
+        SetAcceleratorTable(OrvGuiCommandRegistry::GetAcceleratorTableGlobal());
+    }
+}
+
 void OrvMainFrame::DestroyProgress() {
     if (acvProgressRunning2()) return;
     m_progressStartTimer.Stop();
     m_progressUpdateTimer.Stop();
     SetStatusField(OrvStatusField::Activity, wxString());
     if (!m_progressDialog) return;
+    BlockPanes(false);
     m_progressDialog->Destroy();
     m_progressDialog = nullptr;
 }

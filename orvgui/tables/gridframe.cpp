@@ -1,5 +1,6 @@
 #include "orvgui/tables/gridframe.h"
 
+#include <wx/app.h>
 #include <wx/button.h>
 #include <wx/panel.h>
 #include <wx/sizer.h>
@@ -43,6 +44,15 @@ GridFrame::GridFrame(wxWindow* parent, const wxString& title, ListCtrlView::Sour
     Bind(wxEVT_ACTIVATE, [this](wxActivateEvent& event) {
         event.Skip();
         m_list->Refresh();
+    });
+    // Events of this window do not reach the main window, whose command this is.
+    Bind(wxEVT_CHAR_HOOK, [](wxKeyEvent& event) {
+        wxWindow* top = wxTheApp->GetTopWindow();
+        if (event.GetKeyCode() == 'Q' && event.GetModifiers() == wxMOD_CONTROL && top != nullptr) {
+            top->CallAfter([top] { top->Close(); });
+        } else {
+            event.Skip();
+        }
     });
     m_filter->Bind(wxEVT_TEXT, [this](wxCommandEvent&) { m_list->SetRowFilter(m_filter->GetValue()); });
     m_filter->Bind(wxEVT_SEARCH_CANCEL, [this](wxCommandEvent&) { m_filter->Clear(); });

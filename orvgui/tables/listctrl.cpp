@@ -359,14 +359,9 @@ void OrvListCtrl::OnSize(wxSizeEvent& event) {
 
 void OrvListCtrl::FitRowHeights() {
     int height = GetCharHeight() + kRowRoom;
-    const int sampled = std::min(GetNumRows(), 20);
-    bool hasPictures = false;
-    for (int row = 0; row < sampled && !hasPictures; ++row)
-        for (int col = 0; col < GetNumCols() && !hasPictures; ++col)
-            hasPictures = m_gridTable->GetCell(row, col).mark == CellMark::Thumbnail;
-    if (hasPictures)
-        for (const Image& image : m_thumbnails)
-            height = std::max(height, std::min(image.GetHeight() + 4, kLargestRowHeight));
+    // The first rows may be those of files that have no picture.
+    for (const Image& image : m_thumbnails)
+        height = std::max(height, std::min(image.GetHeight() + 4, kLargestRowHeight));
     if (m_hasTallRows || height != GetDefaultRowSize()) SetDefaultRowSize(height, true);
     m_hasTallRows = false;
     if (!m_gridTable->HasTallRows()) return;
