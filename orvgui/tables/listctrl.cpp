@@ -121,6 +121,7 @@ void OrvListCtrl::SetCellValues(const WxTable& table, bool skipWidths) {
 
 void OrvListCtrl::ShowSource(ListCtrlView::Source source, bool skipWidths) {
     m_viewTask.Stop();
+    m_findTask.Stop();
     m_pendingSort = -1;
     m_filter.clear();
     const wxGridUpdateLocker quiet(this);
@@ -253,6 +254,7 @@ void OrvListCtrl::StartView() {
 }
 
 void OrvListCtrl::ApplyView(const ListCtrlViewResult& result) {
+    m_findTask.Stop();  // it searches rows in another order
     const bool isSorted = m_pendingSort >= 0;
     m_pendingSort = -1;
     const wxGridUpdateLocker quiet(this);

@@ -70,11 +70,15 @@ class ORVGUI_API OrvListCtrl : public wxGrid {
     // Told whenever other rows are shown, and when the work for that begins.
     void SetViewListener(std::function<void()> listener) { m_listener = std::move(listener); }
 
-    // Moves the cursor to the next cell with the text; false when there is none.
+    // Moves the cursor to the next cell with the text; false when there is none. Large tables are searched beside the GUI thread:
+    // then true, and a message tells when there was none. A new search stops the one before.
     bool Find(const wxString& text, bool backwards = false);
+    bool IsSearching() const { return m_findTask.IsRunning(); }
     void ShowFindDialog();
-    // The selection, or the cursor's cell or row without one, as TSV on the clipboard. False when there is nothing.
+    // The selection, or the cursor's cell or row without one, as TSV on the clipboard. False when there is nothing. Large ones
+    // are put together beside the GUI thread and arrive a moment later.
     bool CopySelection();
+    bool IsCopying() const { return m_copyTask.IsRunning(); }
     // The details of the cursor's row.
     void ShowDetails();
 
@@ -98,6 +102,9 @@ class ORVGUI_API OrvListCtrl : public wxGrid {
                         wxGrid::wxGridSelectionModes selectionMode);
     void OnCharHook(wxKeyEvent& event);
     void OnFind(wxFindDialogEvent& event);
+    void GoToFound(int row, int col);
+    void TellNotFound();
+    void Tell(const wxString& text);
     OrvFrameHost* FindMainFrame() const;
     void StartView();
     void ApplyView(const ListCtrlViewResult& result);
@@ -124,4 +131,6 @@ class ORVGUI_API OrvListCtrl : public wxGrid {
     std::function<void()> m_listener;
     ListCtrlTable* m_gridTable = nullptr;  // belongs to the grid
     BackgroundTask m_viewTask{*this};
+    BackgroundTask m_findTask{*this};
+    BackgroundTask m_copyTask{*this};
 };

@@ -1,13 +1,16 @@
 #include "orvgui/tables/listctrlresults.h"
 
 #include <wx/filedlg.h>
+#include <wx/utils.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <optional>
 
 #include "orvcore/facade/interface.h"
 #include "orvcore/tables/tablemarkup.h"
 #include "orvgui/common/fileselectors.h"
+#include "orvgui/common/framehost.h"
 #include "orvgui/common/licencecheck.h"
 #include "orvgui/common/messagebox.h"
 #include "orvgui/common/spreadsheet.h"
@@ -73,6 +76,12 @@ ReportColumns ColumnsOf(const OrvListCtrlResults& list, const std::vector<Image>
     for (const Image& image : thumbnails)
         columns.thumbnails.emplace_back(image.GetWidth(), image.GetHeight());
     return columns;
+}
+
+void TellExported(const wxString& file) {
+    if (OrvFrameHost* frame = GetFrameHost())
+        frame->SetStatusField(OrvStatusField::Activity,
+                              wxString::Format(_("Written: %s"), ToWx(PathFromWx(file))));
 }
 
 }  // namespace
@@ -148,7 +157,10 @@ void OrvListCtrlResults::WriteTable(const wxString& file, bool asHtml, std::func
             SaveImageInfoTableAsTsv(path, *source, order.get(), progress);
         }
     };
-    m_export.Start(write, std::move(done));
+    m_export.Start(write, [file, done = std::move(done)] {
+        TellExported(file);
+        done();
+    });
 }
 
 void OrvListCtrlResults::ShowPage(const wxString& file) {
@@ -174,8 +186,16 @@ void OrvListCtrlResults::OnExportDataAsTsv(wxCommandEvent&) {
 
 void OrvListCtrlResults::OnOpenInExcel(wxCommandEvent&) {
     if (!AllowsExport()) return;
-    const wxString file = PathToWx(PathJoin(GetUserDesktopPath(), "export-" + DateTimeNowAsString()));
+    std::string folder = GetUserDesktopPath();
+    // Without a desktop folder the home folder is named, where nobody expects the program to write.
+    if (!FolderExists(folder) || folder == PathFromWx(wxGetHomeDir())) folder = GetAppDocumentsPath();
+    const wxString file = PathToWx(PathJoin(folder, "export-" + DateTimeNowAsString()));
     WriteTable(file, false, [this, file] {
+        // A table that nobody opened is not left lying about.
+        const auto remove = [&file] {
+            std::error_code ignored;
+            std::filesystem::remove(PathFromWx(file), ignored);
+        };
         switch (OpenInSpreadsheet(file)) {
             case SpreadsheetResult::Opened:
                 break;
@@ -183,9 +203,11 @@ void OrvListCtrlResults::OnOpenInExcel(wxCommandEvent&) {
                 OrvMessageBox(_("Failed to create Excel instance. Excel must be installed for this "
                                 "function to work."),
                               wxString(), wxOK, this);
+                remove();
                 break;
             case SpreadsheetResult::NotOpened:
                 OrvMessageBox(wxString::Format(_("Failed to open %s."), file), wxString(), wxOK, this);
+                remove();
                 break;
         }
     });
@@ -205,7 +227,10 @@ void OrvListCtrlResults::OnExportReportAsHtml(wxCommandEvent&) {
                         source = GetView().GetSource(), rows](const TableProgress& progress) {
         WriteReport(path, columns, *source, rows, progress);
     };
-    m_export.Start(write, [this, file] { ShowPage(file); });
+    m_export.Start(write, [this, file] {
+        TellExported(file);
+        ShowPage(file);
+    });
 }
 
 void OrvListCtrlResults::SaveReportToHTML(const wxString& file, const TableString& table,

@@ -67,12 +67,15 @@ ListCtrlViewResult ComputeView(const ListCtrlViewRequest& request, const std::st
     return result;
 }
 
-bool FindCell(const ListCtrlView& view, const std::string& text, bool backwards, int& row, int& col) {
+bool FindCell(const ListCtrlView& view, const std::string& text, bool backwards, int& row, int& col,
+              const std::stop_token& stop) {
+    constexpr std::int64_t kCellsBetweenLooks = 4096;
     const std::int64_t cols = view.GetNumCols();
     const std::int64_t count = cols * view.GetNumRows();
     if (count == 0 || text.empty()) return false;
     const std::int64_t start = row < 0 ? (backwards ? 0 : -1) : row * cols + col;
     for (std::int64_t i = 1; i <= count; ++i) {
+        if (i % kCellsBetweenLooks == 0 && stop.stop_requested()) return false;
         const std::int64_t cell = ((start + (backwards ? -i : i)) % count + count) % count;
         if (!CellContains(view.Cell(static_cast<int>(cell / cols), static_cast<int>(cell % cols)), text))
             continue;
@@ -83,9 +86,11 @@ bool FindCell(const ListCtrlView& view, const std::string& text, bool backwards,
     return false;
 }
 
-std::string CopyRows(const ListCtrlView& view, const std::vector<int>& rows, const std::vector<int>& cols) {
+std::string CopyRows(const ListCtrlView& view, const std::vector<int>& rows, const std::vector<int>& cols,
+                     const std::stop_token& stop) {
     std::string text;
     for (const int row : rows) {
+        if (stop.stop_requested()) break;
         for (std::size_t i = 0; i < cols.size(); ++i) {
             if (i > 0) text += '\t';
             text += EscapeTsv(ParseCell(view.Cell(row, cols[i])).text);

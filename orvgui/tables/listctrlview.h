@@ -58,8 +58,10 @@ struct ListCtrlViewResult {
 ListCtrlViewResult ComputeView(const ListCtrlViewRequest& request, const std::stop_token& stop = {});
 
 // The next shown cell that contains the text, row by row, from behind the given cell (row -1: from the start), around the
-// end once; backwards before it. False, and the cell unchanged, when there is none.
-bool FindCell(const ListCtrlView& view, const std::string& text, bool backwards, int& row, int& col);
+// end once; backwards before it. False, and the cell unchanged, when there is none or the search was stopped. Any thread.
+bool FindCell(const ListCtrlView& view, const std::string& text, bool backwards, int& row, int& col,
+              const std::stop_token& stop = {});
 
-// The cells of some shown rows and of some columns as TSV, labels not included.
-std::string CopyRows(const ListCtrlView& view, const std::vector<int>& rows, const std::vector<int>& cols);
+// The cells of some shown rows and of some columns as TSV, labels not included; after a stop only a part. Any thread.
+std::string CopyRows(const ListCtrlView& view, const std::vector<int>& rows, const std::vector<int>& cols,
+                     const std::stop_token& stop = {});

@@ -298,6 +298,41 @@ TEST_F(ListCtrlTest, LargeTablesAreSortedWithoutTheWindow) {
     list->Destroy();
 }
 
+TEST_F(ListCtrlTest, LargeTablesAreSearchedAndCopiedWithoutTheWindow) {
+    auto* list = new OrvListCtrl(Frame(), NumberedRows(150000), OrvListCtrl::kQuickFill,
+                                 wxGrid::wxGridSelectRows, wxHORIZONTAL);
+    ShowFrame();
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_TRUE(list->Find("name149998"));
+    EXPECT_TRUE(list->Find("name149999"));  // the newest wish counts
+    list->SelectAll();
+    EXPECT_TRUE(list->CopySelection());
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(300));
+    EXPECT_TRUE(list->IsSearching());
+    EXPECT_TRUE(list->IsCopying());
+    ASSERT_TRUE(PumpUntil([&] { return !list->IsCopying(); }));
+    const std::string text = ClipboardText();
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 150000);
+    EXPECT_NE(text.find("name149999"), std::string::npos);
+    ASSERT_TRUE(PumpUntil([&] { return !list->IsSearching(); }));
+    EXPECT_EQ(list->GetGridCursorRow(), 149999);
+    DialogAnswers answers{wxID_OK};
+    EXPECT_TRUE(list->Find("absent"));
+    ASSERT_TRUE(PumpUntil([&] { return !answers.Seen().empty(); }));
+    EXPECT_EQ(answers.Seen()[0], "Find|The text was not found in the table.");
+    list->Find("absent again");  // destroyed while it searches
+    list->CopySelection();
+    list->Destroy();
+}
+
+TEST_F(ListCtrlTest, RowsAreAsHighAsPicturesThatComeLater) {
+    TableString rows{{"Picture", "Name"}};
+    for (int i = 0; i < 40; ++i) rows.push_back({i < 30 ? "" : ThumbnailCell(0), ToString(i)});
+    auto* list = MakeBatch(std::move(rows));
+    list->SetThumbnails({Image(cv::Mat(96, 64, CV_8UC3, cv::Scalar(0, 0, 255)))});
+    EXPECT_GE(list->GetRowSize(35), 96);
+}
+
 TEST_F(ListCtrlTest, KeysCopyAndFind) {
     OrvListCtrl* list = Make({{"a", "b"}, {"1", "=2+3"}, {"3", "four"}, {"5", "four more"}});
     ShowFrame();
@@ -570,6 +605,7 @@ TEST_F(ListCtrlTest, SpreadsheetGetsTheTableOrAMessageSaysWhy) {
         Export(*list, OrvListOpenInExcel);
         EXPECT_EQ(answers.Seen()[0],
                   "|Failed to create Excel instance. Excel must be installed for this function to work.");
+        EXPECT_TRUE(std::filesystem::is_empty(home / "Desktop")) << "what nobody opened does not stay";
     }
     wxString opened;
     SetSpreadsheetOpener([&opened](const wxString& file) {
@@ -580,9 +616,21 @@ TEST_F(ListCtrlTest, SpreadsheetGetsTheTableOrAMessageSaysWhy) {
         DialogAnswers answers{wxID_OK};
         Export(*list, OrvListOpenInExcel);
         EXPECT_EQ(answers.Seen()[0], "|Failed to open " + FromWx(opened) + ".");
+        EXPECT_FALSE(FileExists(PathFromWx(opened)));
     }
-    SetSpreadsheetOpener({});
+    SetSpreadsheetOpener([&opened](const wxString& file) {
+        opened = file;
+        return SpreadsheetResult::Opened;
+    });
+    Export(*list, OrvListOpenInExcel);
     EXPECT_EQ(ReadFile(PathFromWx(opened)), "n\n'=1+1\n");
+    // No desktop folder: the documents folder.
+    std::filesystem::remove_all(home / "Desktop");
+    const ScopedVariable documents("ORVANE_DOCUMENTS", (home / "documents").c_str());
+    std::filesystem::create_directory(home / "documents");
+    Export(*list, OrvListOpenInExcel);
+    EXPECT_EQ(PathFolder(PathFromWx(opened)), home / "documents");
+    SetSpreadsheetOpener({});
 }
 
 TEST_F(ListCtrlTest, TrialEditionRefusesEveryExport) {
