@@ -88,6 +88,10 @@ void InspectorPanel::ClearValues() {
     ShowNothing();
 }
 
+wxString InspectorPanel::GetText() const {
+    return m_text->GetLabelText();
+}
+
 void InspectorPanel::ShowNothing() {
     if (m_text->GetLabelText().empty()) return;
     m_text->SetLabelText(wxString());

@@ -16,6 +16,7 @@ class ORVGUI_API InspectorPanel : public OrvToolPanelBase {
     void ClearValues() override;
     void ViewerMouseOn(wxMouseEvent& event, Canvas* canvas, bool useZoomCentre) override;
 
+    wxString GetText() const;  // the read-out as it is shown
     // The text of the read-out at an image point; empty where there is no pixel.
     static wxString DescribePixel(Canvas* canvas, int x, int y);
 

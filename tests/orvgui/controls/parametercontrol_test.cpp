@@ -405,7 +405,49 @@ TEST_F(ControlTest, RegionsAreAddedChangedAndRemoved) {
     control->OnButtonRemove(event);
     EXPECT_EQ(regions(), (std::vector<Roi>{Roi(3, 3, 3, 3)}));
     EXPECT_EQ(control->GetListBox()->GetCount(), 1U);
-    EXPECT_EQ(reports, 3);
+    EXPECT_EQ(control->GetField()->GetValue(), "3, 3, 3, 3") << "the text is that of the chosen region";
+    control->OnButtonRemove(event);
+    EXPECT_TRUE(control->GetField()->GetValue().empty())
+        << "nothing of what was removed is left to be edited";
+    EXPECT_EQ(reports, 4);
+}
+
+// Both kinds of field: what was refused is gone when another field is entered, and stays in a dialog, which asks for another.
+TEST_F(ControlTest, ARefusedNumberIsTakenBackOnAPage) {
+    frame->Show();
+    auto* other = new wxTextCtrl(panel, wxID_ANY);
+    for (const char* name : {"count", "offset", "sigma"}) {
+        const VecParameter inputs = EveryTypeFilter::Inputs();
+        const Parameter* parameter = inputs.Find(name);
+        if (parameter == nullptr || dynamic_cast<ParameterControlInt*>(Make(*parameter)) == nullptr) continue;
+        wxTextCtrl* field = Field(controls.back().get());
+        frame->Layout();
+        const wxString before = field->GetValue();
+        field->SetFocus();
+        Pump();
+        field->SetValue("nonsense");
+        other->SetFocus();
+        EXPECT_TRUE(PumpUntil([&] { return field->GetValue() == before; })) << name;
+    }
+    EXPECT_EQ(reports, 0);
+}
+
+TEST_F(ControlTest, ProseIsWrappedAndColumnsAreNot) {
+    frame->Show();
+    wxString prose;
+    for (int i = 0; i < 40; ++i) prose += "words of a sentence that goes on ";
+    Parameter parameter = Parameter::Output(ParameterType::OutputText, "t", "T");
+    parameter.SetValue(FromWx(prose));
+    auto* control = Make<ParameterControlOutputText>(parameter);
+    wxTextCtrl* field = Field(control);
+    panel->Layout();
+    Pump();
+    EXPECT_EQ(field->GetWindowStyleFlag() & wxTE_DONTWRAP, 0);
+    EXPECT_GT(field->GetMinSize().y, 5 * field->GetCharHeight()) << "room for what was wrapped";
+    parameter.SetValue(std::string("a    b\nlonger    c"));
+    control->SetControlValue(parameter);
+    EXPECT_NE(field->GetWindowStyleFlag() & wxTE_DONTWRAP, 0);
+    EXPECT_LT(field->GetMinSize().y, 5 * field->GetCharHeight());
 }
 
 TEST_F(ControlTest, BrowsingAsksWithTheRightTitle) {

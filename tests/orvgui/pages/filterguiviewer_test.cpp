@@ -11,6 +11,7 @@
 #include <random>
 
 #include "orvgui/viewer/canvas.h"
+#include "orvgui/viewer/inspectorpanel.h"
 #include "orvgui/viewer/navigatorcanvas.h"
 #include "orvgui/viewer/selectorpanel.h"
 #include "orvgui/viewer/toolpanel.h"
@@ -118,6 +119,26 @@ class ViewerPageTest : public testing::Test {
             Second()->GetPixelCoordinates(point.x, point.y, x2, y2, false, false);
             ASSERT_EQ(x1, x2) << after;
             ASSERT_EQ(y1, y2) << after;
+        }
+    }
+
+    // Where a zoom step about an image point has to bring the view, by the canvas's own range: the point's relative place in the
+    // picture becomes the relative scroll position.
+    static wxPoint AskedPlace(Canvas* canvas, IntPair centre) {
+        const IntPair scroll =
+            ScrollForCentre({canvas->GetScrollLines(wxHORIZONTAL), canvas->GetScrollLines(wxVERTICAL)},
+                            {canvas->GetScrollPageSize(wxHORIZONTAL), canvas->GetScrollPageSize(wxVERTICAL)},
+                            centre, canvas->GetProperties()->GetPixelSize());
+        return {std::max(scroll.x, 0), std::max(scroll.y, 0)};
+    }
+    // Scroll bars that come or go change the range a little after the step.
+    void ExpectPlace(const wxPoint& asked, const std::string& after) {
+        constexpr int kBarPixels = 24;
+        const int tolerance = 1 + kBarPixels / std::max(m_shared.scrollRate, 1);
+        for (Canvas* canvas : {First(), Second()}) {
+            if (!canvas->GetParent()->IsShown() || !canvas->HasImage()) continue;
+            EXPECT_NEAR(canvas->GetViewStart().x, asked.x, tolerance) << after;
+            EXPECT_NEAR(canvas->GetViewStart().y, asked.y, tolerance) << after;
         }
     }
 
@@ -316,6 +337,227 @@ TEST_F(ViewerPageTest, HalvesStayInStepThroughAnything) {
     EXPECT_GT(moved, 200);  // the sequence has to move what it tests
     PumpFor(100);
     ExpectInStep("everything");
+}
+
+// Two photographs side by side: every way to zoom brings the point that it is about to where it belongs.
+TEST_F(ViewerPageTest, AZoomStepKeepsThePlaceThatWasAskedFor) {
+    Load(WritePattern("e.png", 4000, 3000, 10), WritePattern("r.png", 4000, 3000, 60));
+    Build();
+    std::mt19937 random(7);
+    const auto pick = [&random](int count) {
+        return static_cast<int>(random() % static_cast<unsigned>(count));
+    };
+    ZoomPanel* zoom = m_page->GetOrvToolPanel()->GetZoomPanel();
+    int steps = 0;
+    for (const int mode : {7, 2, 6}) {
+        Choose(mode);
+        for (int i = 0; i < 60; ++i) {
+            Canvas* canvas = pick(2) ? First() : Second();
+            m_page->ZoomSlider(14 + pick(9));  // 25 % to 500 %
+            Enter(canvas);
+            const wxSize client = canvas->GetClientSize();
+            const IntPair mouse{pick(client.x), pick(client.y)};
+            IntPair point;
+            canvas->GetPixelCoordinates(mouse.x, mouse.y, point.x, point.y, true, false);
+            const double before = m_shared.zoom;
+            std::string what = "wheel";
+            switch (pick(4)) {
+                case 0:
+                    SendMouse(canvas, wxEVT_MOUSEWHEEL, mouse.x, mouse.y, false, false, pick(2) ? 120 : -120);
+                    break;
+                case 1:
+                    what = "click";
+                    SendMouse(canvas, wxEVT_LEFT_DOWN, mouse.x, mouse.y, true);
+                    SendMouse(canvas, wxEVT_LEFT_UP, mouse.x, mouse.y);
+                    break;
+                default: {
+                    // Buttons and keys: the last centre, or the middle of the view when it has been moved since.
+                    what = "button";
+                    SendKey(canvas, wxEVT_KEY_DOWN, WXK_RIGHT);
+                    SendKey(canvas, wxEVT_KEY_DOWN, WXK_DOWN);
+                    if (canvas->DoesImageFit()) continue;
+                    point = canvas->GetViewCentre();
+                    if (pick(2)) {
+                        m_page->ZoomPlus();
+                    } else {
+                        m_page->ZoomEnter(std::to_string(30 + pick(300)));
+                    }
+                    break;
+                }
+            }
+            if (m_shared.zoom == before) continue;
+            ++steps;
+            const std::string after = what + " in mode " + std::to_string(mode) + ", step " +
+                                      std::to_string(i) + ", to " +
+                                      zoom->GetZoomField()->GetValue().utf8_string() + " %";
+            ExpectPlace(AskedPlace(canvas, point), after);
+            Pump();
+            ExpectPlace(AskedPlace(canvas, point), after + ", a moment later");
+            ExpectInStep(after);
+            if (HasFailure()) return;
+        }
+    }
+    EXPECT_GT(steps, 100);
+}
+
+TEST_F(ViewerPageTest, AtAnEdgeTheViewKeepsItsMiddle) {
+    Load(WritePattern("e.png", 3000, 2000, 10), "");
+    Build();
+    Canvas* canvas = m_page->GetCanvasFromActiveWin();
+    const std::pair<const char*, std::function<void()>> steps[] = {
+        {"+", [&] { m_page->ZoomPlus(); }},
+        {"-", [&] { m_page->ZoomMinus(); }},
+        {"100", [&] { m_page->Zoom100(); }},
+        {"slider", [&] { m_page->ZoomSlider(20); }},
+    };
+    for (const auto& [name, step] : steps) {
+        m_page->ZoomEnter("150");
+        // To the corner and a little along one edge, as a user scrolls.
+        canvas->ScrollTo(0, 0);
+        SendKey(canvas, wxEVT_KEY_DOWN, WXK_DOWN);
+        ASSERT_EQ(m_shared.scrollPosition.x, 0);
+        const IntPair middle = canvas->GetViewCentre();
+        step();
+        const wxPoint asked = AskedPlace(canvas, middle);
+        EXPECT_EQ(canvas->GetViewStart(), asked) << name;
+        EXPECT_LT(canvas->GetViewCentre().x, 1300) << name << " jumped to the middle of the picture";
+    }
+}
+
+TEST_F(ViewerPageTest, AChangeOfModeOrAKnownResultKeepsThePlace) {
+    Load(WritePattern("e.png", 2400, 1800, 10), WritePattern("r.png", 2400, 1800, 60));
+    Build();
+    m_page->Zoom100();
+    for (int i = 0; i < 13; ++i) {
+        const int mode = std::vector<int>{7, 1, 4, 2, 6}[static_cast<std::size_t>(i % 5)];
+        Canvas* canvas = m_page->GetCanvasFromActiveWin();
+        canvas->ScrollTo(400 + 13 * i, 300 + 7 * i);
+        SendKey(canvas, wxEVT_KEY_DOWN, WXK_RIGHT);
+        PumpFor(20);
+        const wxPoint before = canvas->GetViewStart();
+        Choose(mode);
+        EXPECT_TRUE(
+            PumpUntil([&] { return m_page->GetCanvasFromActiveWin()->GetViewStart() == before; }, 500))
+            << "mode " << mode << ": " << m_page->GetCanvasFromActiveWin()->GetViewStart().x << " for "
+            << before.x;
+        m_page->UpdateGui();
+        PumpFor(20);
+        EXPECT_EQ(m_page->GetCanvasFromActiveWin()->GetViewStart(), before) << "the same result again";
+    }
+}
+
+TEST_F(ViewerPageTest, TheReadOutTellsOfWhatIsSeen) {
+    Load(WritePattern("e.png", 640, 480, 10), WritePattern("r.png", 640, 480, 60));
+    Build();
+    m_page->Zoom100();
+    InspectorPanel* inspector = m_page->GetOrvToolPanel()->GetInspectorPanel();
+    Enter(First());
+    SendMouse(First(), wxEVT_MOTION, 100, 100);
+    const wxString own = inspector->GetText();
+    EXPECT_TRUE(own.Contains(" B 245")) << own;
+    m_page->WindowSwap(1);
+    EXPECT_TRUE(inspector->GetText().Contains(" B 195")) << "the other picture: " << inspector->GetText();
+    m_page->WindowSwap(2);
+    EXPECT_EQ(inspector->GetText(), own);
+    Load(WritePattern("f.png", 640, 480, 110), WritePattern("r.png", 640, 480, 60));
+    m_page->UpdateGui();
+    EXPECT_TRUE(inspector->GetText().Contains(" B 145")) << "a new result: " << inspector->GetText();
+    SendMouse(First(), wxEVT_LEAVE_WINDOW, -1, -1);
+    EXPECT_TRUE(inspector->GetText().empty()) << "the pointer has left";
+    Enter(First());
+    SendMouse(First(), wxEVT_MOTION, 100, 100);
+    m_page->ResetViewerPanel();
+    EXPECT_TRUE(inspector->GetText().empty()) << "another page";
+    m_page->UpdateGui();
+    Enter(First());
+    SendMouse(First(), wxEVT_MOTION, 100, 100);
+    Load("", "");
+    m_page->UpdateGui();
+    EXPECT_TRUE(inspector->GetText().empty()) << "no file";
+}
+
+// With the evidence alone, one half of a comparison is empty; nothing goes dead over it.
+TEST_F(ViewerPageTest, AnEmptyHalfLeavesTheControlsToTheOther) {
+    Load(WritePattern("e.png", 1600, 1200, 10), "");
+    Build();
+    Choose(6);
+    ASSERT_TRUE(First()->HasImage());
+    ASSERT_FALSE(Second()->HasImage());
+    Enter(Second());
+    SendMouse(Second(), wxEVT_MOTION, 50, 50);
+    m_page->Zoom100();
+    EXPECT_DOUBLE_EQ(m_shared.zoom, 1.0);
+    EXPECT_TRUE(m_page->GetDisplayedImage().IsValid());
+    First()->ScrollTo(200, 100);
+    SendKey(Second(), wxEVT_KEY_DOWN, WXK_RIGHT);
+    EXPECT_GT(First()->GetViewStart().x, 200) << "the arrow key moves what is seen";
+    const wxPoint start = First()->GetViewStart();
+    m_page->UpdateGui();
+    PumpFor(30);
+    EXPECT_EQ(First()->GetViewStart(), start);
+    EXPECT_EQ(m_shared.scrollPosition, (IntPair{start.x, start.y}));
+    wxMouseEvent press(wxEVT_LEFT_DOWN);
+    press.SetEventObject(m_page->GetNavigator());
+    press.SetLeftDown(true);
+    press.SetPosition(wxPoint(60, 45));
+    m_page->GetNavigator()->ProcessWindowEvent(press);
+    EXPECT_NE(First()->GetViewStart(), start) << "the overview is not blank";
+}
+
+TEST_F(ViewerPageTest, TheOverviewHasTheShapeOfThePictureInUse) {
+    Load(WritePattern("e.png", 800, 600, 10), WritePattern("r.png", 400, 800, 60));
+    Build();
+    for (Canvas* canvas : {First(), Second(), First()}) {
+        Enter(canvas);
+        SendMouse(canvas, wxEVT_MOTION, 30, 30);
+        EXPECT_EQ(m_page->GetNavigator()->GetMinSize().y, canvas == First() ? 90 : 240);
+    }
+}
+
+TEST_F(ViewerPageTest, DragsAndWheelDoNotMix) {
+    Load(WritePattern("e.png", 2000, 1500, 10), "");
+    Build();
+    m_page->Zoom100();
+    Canvas* canvas = m_page->GetCanvasFromActiveWin();
+    Enter(canvas);
+    SendMouse(canvas, wxEVT_LEFT_DOWN, 100, 100, true);
+    SendMouse(canvas, wxEVT_MOTION, 110, 110, true);
+    SendMouse(canvas, wxEVT_MOUSEWHEEL, 110, 110, true, false, 120);
+    const double zoom = m_shared.zoom;
+    const wxPoint start = canvas->GetViewStart();
+    SendMouse(canvas, wxEVT_MOTION, 110, 110, true);
+    EXPECT_EQ(canvas->GetViewStart(), start) << "the drag goes on from the new place";
+    SendMouse(canvas, wxEVT_LEFT_UP, 110, 110);
+    EXPECT_DOUBLE_EQ(m_shared.zoom, zoom) << "the release is no click";
+
+    // A drag that begins beside the picture.
+    m_page->ZoomEnter("20");
+    m_page->GetOrvToolPanel()->SetTool(OrvTool::Select);
+    SelectorPanel* selector = m_page->GetOrvToolPanel()->GetSelectorPanel();
+    selector->SetSelector({100, 100}, {300, 250}, true, canvas);
+    const IntRect before = selector->GetSelector(canvas);
+    SendMouse(canvas, wxEVT_LEFT_DOWN, 2, 2, true);
+    SendMouse(canvas, wxEVT_MOTION, 300, 300, true);
+    SendMouse(canvas, wxEVT_LEFT_UP, 300, 300);
+    EXPECT_EQ(selector->GetSelector(canvas), before);
+}
+
+TEST_F(ViewerPageTest, TheDifferenceOfLargePicturesComesByItself) {
+    Load(WritePattern("e.png", 2000, 1200, 10), WritePattern("r.png", 2000, 1200, 60));
+    Build();
+    Choose(8);
+    ASSERT_TRUE(PumpUntil([this] { return Second()->HasImage(); }));
+    EXPECT_EQ(PixelOf(Second(), 1999, 1199), cv::Vec3b(50, 0, 0));
+    EXPECT_EQ(PixelOf(Second(), 0, 0), cv::Vec3b(50, 0, 0));
+    // Asked for and left at once, again and again: nothing waits, nothing of it arrives afterwards.
+    for (int i = 0; i < 20; ++i) {
+        m_page->ResetViewerPanel();
+        m_page->UpdateGui();
+        Choose(i % 2 == 0 ? 8 : 7);
+    }
+    Choose(7);
+    PumpFor(100);
+    EXPECT_EQ(PixelOf(Second(), 30, 20), cv::Vec3b(195, 235, 225));
 }
 
 TEST_F(ViewerPageTest, RealMouseZoomsPansSelectsAndSwaps) {

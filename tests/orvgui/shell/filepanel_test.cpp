@@ -3,11 +3,13 @@
 #include <wx/bmpbuttn.h>
 #include <wx/stattext.h>
 #include <wx/textctrl.h>
+#include <wx/treectrl.h>
 
 #include <filesystem>
 
 #include "orvgui/common/filedrop.h"
 #include "orvgui/shell/commandregistry.h"
+#include "orvgui/shell/filterspanel.h"
 #include "tests/orvgui/framefixture.h"
 
 TEST(FilePanelState, EnablesWhatCanBeDone) {
@@ -137,6 +139,37 @@ TEST_F(FilePanelTest, MovesFilesBetweenTheSlots) {
     wxCommandEvent event;
     Panel(OrvEvidence).OnButtonCopyReferenceFromEvidence(event);
     EXPECT_EQ(1u, assertions.Messages().size());
+}
+
+TEST_F(FilePanelTest, AMistypedNameStaysToBeMended) {
+    Load(paths[0]);
+    wxTextCtrl* field = Panel().GetFilenameField();
+    field->SetFocus();
+    field->ChangeValue("img11.png");
+    wxCommandEvent enter(wxEVT_TEXT_ENTER, field->GetId());
+    enter.SetEventObject(field);
+    {
+        DialogAnswers answers{wxID_OK};
+        field->ProcessWindowEvent(enter);
+        Settle();
+        EXPECT_EQ(1u, answers.Seen().size());
+    }
+    EXPECT_EQ(paths[0], Evidence());
+    EXPECT_EQ("img11.png", Name());
+    field->ChangeValue("img2.png");
+    field->ProcessWindowEvent(enter);
+    Settle();
+    EXPECT_EQ("img2.png", Name());
+    // Given up when the user goes elsewhere.
+    field->ChangeValue("img12.png");
+    DialogAnswers answers{wxID_OK};
+    field->ProcessWindowEvent(enter);
+    Settle();
+    EXPECT_EQ("img12.png", Name());
+    field->SetFocus();
+    Pump();
+    frame->GetFiltersPanel()->GetTree()->SetFocus();
+    EXPECT_TRUE(PumpUntil([&] { return Name() == "img2.png"; })) << Name();
 }
 
 TEST_F(FilePanelTest, LoadsChosenTypedAndDroppedFiles) {

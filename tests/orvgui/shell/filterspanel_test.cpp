@@ -167,6 +167,28 @@ TEST_F(FiltersPanel, AFilterStaysEnabledWhileAnyConfigurationIs) {
     EXPECT_FALSE(gamma->IsConfigurationEnabled(0) || gamma->IsConfigurationEnabled(1));
 }
 
+TEST_F(FiltersPanel, ADisabledRunNoLongerCounts) {
+    LoadEvidence("one");
+    Select(Child(alpha, 1));
+    Settle();
+    EXPECT_EQ(Look(FilterItem(alpha)), "bold red");
+    Send(6016);  // the only one that ran
+    EXPECT_EQ(Look(FilterItem(alpha)), "plain");
+}
+
+TEST_F(FiltersPanel, AGroupFollowsDeletionAndReset) {
+    const wxTreeItemId group = tree->GetItemParent(FilterItem(gamma));
+    Select(Child(gamma, 0));
+    Send(6016);
+    ASSERT_EQ(Look(group), "plain") << "one configuration is left";
+    Select(Child(gamma, 1));
+    Send(6013);
+    EXPECT_EQ(Look(group), "grey") << "the enabled one was deleted";
+    Select(FilterItem(gamma));
+    Send(6018);
+    EXPECT_EQ(Look(group), "plain") << "the defaults are enabled";
+}
+
 TEST_F(FiltersPanel, AGroupSwitchesAllItsFilters) {
     Select(tree->GetItemParent(FilterItem(alpha)));
     Send(6016);
@@ -212,6 +234,21 @@ TEST_F(FiltersPanel, PassingByComputesOnlyWhereTheSelectionRests) {
     EXPECT_EQ(alpha->CountRuns(), before);
     EXPECT_EQ(beta->CountRuns(), 1);
     EXPECT_EQ(core->GetActiveFilter(), beta);
+}
+
+TEST_F(FiltersPanel, AWalkThatEndsOnAGroupComputesThePageInSight) {
+    LoadEvidence("one");
+    Select(Child(gamma, 0));
+    Settle();
+    panel->SetSettleTime(100);
+    PumpFor(150);
+    tree->SelectItem(Child(gamma, 1));
+    tree->SelectItem(Child(alpha, 2));
+    tree->SelectItem(tree->GetItemParent(FilterItem(alpha)));
+    EXPECT_EQ(viewer->GetShownPage(), Page(alpha));
+    EXPECT_TRUE(PumpUntil([this] { return alpha->CountRuns() > 0; }));
+    Settle();
+    EXPECT_EQ(alpha->GetParametersInput(), FakeFilter::Level(2));
 }
 
 TEST_F(FiltersPanel, SelectingFromCodeIsSilent) {

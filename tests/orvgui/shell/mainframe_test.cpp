@@ -129,6 +129,23 @@ TEST_F(FrameTest, MaximisedLayoutIgnoresTheSize) {
     EXPECT_TRUE(PumpUntil([this] { return frame->IsMaximized(); }));
 }
 
+TEST_F(FrameTest, AMaximisedStartComesBackToTheLastNormalSize) {
+    frame->SetSize(900, 650);
+    ASSERT_TRUE(PumpUntil([this] { return frame->GetSize() == wxSize(900, 650); }));
+    frame->Maximize();
+    ASSERT_TRUE(PumpUntil([this] { return frame->IsMaximized() && frame->GetSize().x > 1000; }));
+    CloseFrame();
+    EXPECT_NE(std::string::npos, ReadFile(LayoutPath()).find("900"));
+    for (int round = 0; round < 2; ++round) {  // the second has no size of its own to keep
+        OpenFrame();
+        ASSERT_TRUE(PumpUntil([this] { return frame->IsMaximized() && frame->GetSize().x > 1000; }));
+        Pump();
+        if (round == 0) CloseFrame();
+    }
+    frame->Maximize(false);
+    EXPECT_TRUE(PumpUntil([this] { return frame->GetSize() == wxSize(900, 650); })) << frame->GetSize().x;
+}
+
 TEST_F(FrameTest, DamagedLayoutIsTreatedAsAbsent) {
     CloseFrame();
     const std::string good = ReadFile(LayoutPath());
@@ -442,6 +459,50 @@ TEST_F(FrameTest, ClosesQuicklyWhileTheCoreWorks) {
     const wxLongLong start = wxGetUTCTimeMillis();
     CloseFrame();
     EXPECT_LT((wxGetUTCTimeMillis() - start).ToLong(), 2000);
+}
+
+TEST_F(FrameTest, ClosingWhileProgressIsShownAsksOnce) {
+    probe->sleepMs = 30000;
+    core->SetFile(PathToWx(folder.WritePicture("slow.png")), OrvEvidence);
+    ASSERT_TRUE(PumpUntil([] { return FindProgressDialog() != nullptr; }));
+    EXPECT_TRUE(frame->IsEnabled()) << "a disabled window's close button does nothing";
+    EXPECT_FALSE(frame->GetFiltersPanel()->IsEnabled()) << "everything in it waits";
+    EXPECT_FALSE(frame->GetMenuBar()->IsThisEnabled());
+    {
+        DialogAnswers answers{wxID_NO};
+        frame->Close();
+        EXPECT_NE(std::string::npos, answers.Seen().at(0).find("still working"));
+    }
+    EXPECT_NE(nullptr, FindProgressDialog()) << "the work goes on";
+    DialogAnswers answers{wxID_YES};
+    const wxLongLong start = wxGetUTCTimeMillis();
+    CloseFrame();
+    EXPECT_LT((wxGetUTCTimeMillis() - start).ToLong(), 2000);
+    EXPECT_EQ(1u, answers.Seen().size());
+}
+
+TEST_F(FrameTest, AnEndedProgressGivesThePanesBack) {
+    frame->GetFiltersPanel()->Disable();
+    frame->CreateProgress();
+    ASSERT_TRUE(PumpUntil([] { return FindProgressDialog() != nullptr; }));
+    frame->DestroyProgress();
+    EXPECT_TRUE(frame->GetViewerPanel()->IsEnabled());
+    EXPECT_TRUE(frame->GetMenuBar()->IsThisEnabled());
+    EXPECT_FALSE(frame->GetFiltersPanel()->IsThisEnabled()) << "what was disabled before stays so";
+}
+
+TEST_F(FrameTest, TheStatusBarSaysNothingOfThePictureBefore) {
+    const auto described = [this] { return frame->GetStatusBar()->GetStatusText(1).utf8_string(); };
+    Load(folder.WritePicture("a.png", 100, 16));
+    EXPECT_NE(std::string::npos, described().find("16 x 16"));
+    probe->sleepMs = 300;
+    const int started = probe->started;
+    core->SetFile(PathToWx(folder.WritePicture("b.png", 100, 32)), OrvEvidence);
+    ASSERT_TRUE(PumpUntil([&] { return probe->started > started; }));
+    EXPECT_TRUE(PumpUntil([&] { return Evidence().ends_with("b.png") && described().empty(); }, 250))
+        << described();
+    Settle();
+    EXPECT_NE(std::string::npos, described().find("32 x 32"));
 }
 
 TEST_F(FrameTest, LogIsCollectedAndShownOnDoubleClick) {

@@ -52,24 +52,26 @@ TEST(ZoomText, WhatIsTaken) {
         const char* text;
         double zoom;  // 0: refused
     } cases[] = {
-        {"150", 1.5},   {"150%", 1.5}, {" 66.7 % ", 0.667}, {"1.5x", 1.5},
-        {"1.5X", 1.5},  {".5x", 0.5},  {"12800", 128.0},    {"", 0},
-        {"%", 0},       {"x", 0},      {"-50", 0},          {"0", 0},
-        {"12800.1", 0}, {"1e3", 0},    {"inf", 0},          {"nan", 0},
-        {"150%%", 0},   {"0x10", 0},   {"fits", 0},         {"1.5.2", 0},
-        {"129x", 0},
+        {"150", 1.5},   {"150%", 1.5},      {" 66.7 % ", 0.667}, {"1.5x", 1.5},
+        {"1.5X", 1.5},  {".5x", 0.5},       {"12800", 128.0},    {"", 0},
+        {"%", 0},       {"x", 0},           {"-50", 0},          {"0", 0},
+        {"12800.1", 0}, {"1e3", 0},         {"inf", 0},          {"nan", 0},
+        {"150%%", 0},   {"0x10", 0},        {"fits", 0},         {"1.5.2", 0},
+        {"129x", 0},    {"0.333", 0.00333}, {"0.33", 0},         {"0.001x", 0},
     };
     for (const auto& c : cases) {
-        const auto entry = ParseZoomText(c.text, 128.0);
+        const auto entry = ParseZoomText(c.text, 0.00333, 128.0);
         ASSERT_EQ(entry.has_value(), c.zoom > 0.0) << c.text;
         if (!entry) continue;
         EXPECT_FALSE(entry->fit);
         EXPECT_DOUBLE_EQ(entry->zoom, c.zoom) << c.text;
     }
-    for (const char* text : {"fit", "Fit", " FIT "}) EXPECT_TRUE(ParseZoomText(text, 128.0)->fit) << text;
+    for (const char* text : {"fit", "Fit", " FIT "})
+        EXPECT_TRUE(ParseZoomText(text, 0.00333, 128.0)->fit) << text;
     // What the field shows can be entered again.
     for (const double percent : DefaultZoomPercents()) {
-        EXPECT_NEAR(ParseZoomText(ZoomPercentText(percent / 100.0), 128.0)->zoom, percent / 100.0, 1e-5)
+        EXPECT_NEAR(ParseZoomText(ZoomPercentText(percent / 100.0), 0.00333, 128.0)->zoom, percent / 100.0,
+                    1e-5)
             << percent;
     }
 }
@@ -132,6 +134,19 @@ TEST(Borders, BandsInDevicePixels) {
     EXPECT_EQ(small[3], (IntRect{250, 0, 300, 300}));
     EXPECT_TRUE(BorderBands({400, 300}, {1000, 1500}, {0, 0}, 1.0).empty());
     EXPECT_TRUE(BorderBands({400, 300}, {100, 100}, {10, 10}, 0.0).empty());
+}
+
+TEST(Borders, APatternedLineIsCutToWhatIsSeen) {
+    const struct {
+        LineSpan line, seen, rest;
+    } cases[] = {
+        {{10, 90}, {0, 100}, {10, 90}},
+        {{10, 900}, {0, 100}, {10, 100}},
+        {{-1001, 50}, {0, 100}, {-1, 50}},  // a whole number of periods later
+        {{-512000, 512000}, {-4, 1004}, {-4, 1004}},
+        {{-50, -10}, {0, 100}, {-2, -10}},  // ends before it begins: nothing is seen
+    };
+    for (const auto& c : cases) EXPECT_EQ(ClipPatternedLine(c.line, c.seen, 4.0), c.rest) << c.line.begin;
 }
 
 TEST(Coordinates, WindowPointToImagePoint) {
