@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "orvcore/filter/mappictures.h"
 #include "orvcore/filter/resultcache.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"
@@ -94,7 +95,7 @@ Image OrvFilter::GetInputImage(OrvFileId slot) const {
 
 Image OrvFilter::GetOutputImage(OrvFileId slot) const {
     const OrvFilterResultPtr result = GetResult();
-    return result && result->slot[slot] ? result->slot[slot]->outputImage : Image();
+    return result ? result->GetPicture(slot) : Image();
 }
 
 OrvPlotData OrvFilterPlot::GetPlotDataCopy(OrvFileId slot) const {
@@ -115,9 +116,39 @@ OrvFilterGuiBase* OrvFilter::CreatePanel(wxWindow* parent, OrvFilter* filter) {
     return PageFactory() ? PageFactory()(parent, filter) : nullptr;
 }
 
+std::string OrvFilter::WhyNot(const OrvLoadedFile&, const VecParameter&) const {
+    return {};
+}
+
 void OrvFilter::Compute(const OrvLoadedFile&, const VecParameter&, const OrvJob&, OrvSlotResult&) const {}
 
 void OrvFilter::PostProcess(const VecParameter&, const OrvJob&, OrvSlotResult&) const {}
+
+// The numbers of both files in one table, a row per quantity, in the order of the evidence.
+static void MergeNumbers(VecParameter& output) {
+    Parameter* numbers = output.Find("numbers");
+    if (numbers == nullptr || numbers->Type() != ParameterType::TableString || !numbers->IsRefSet()) return;
+    TableString table = numbers->IsSet() ? numbers->Get<TableString>() : TableString{{"Quantity"}};
+    const TableString reference = numbers->Get<TableString>(true);
+    const bool hasEvidence = numbers->IsSet();
+    if (hasEvidence) table.front() = {"Quantity", "Evidence"};
+    table.front().emplace_back("Reference");
+    for (std::size_t i = 1; i < table.size(); ++i) table[i].resize(table.front().size());
+    for (std::size_t i = 1; i < reference.size(); ++i) {
+        const auto same = [&](const std::vector<std::string>& row) {
+            return row.front() == reference[i].front();
+        };
+        auto row = std::find_if(table.begin() + 1, table.end(), same);
+        if (row == table.end()) {
+            table.emplace_back(table.front().size());
+            row = table.end() - 1;
+            row->front() = reference[i].front();
+        }
+        row->back() = reference[i].back();
+    }
+    numbers->ClearReference();
+    numbers->SetValue(table);
+}
 
 void OrvFilter::Merge(const OrvSlotResult* evidence, const OrvSlotResult* reference,
                       VecParameter& output) const {
@@ -130,6 +161,7 @@ void OrvFilter::Merge(const OrvSlotResult* evidence, const OrvSlotResult* refere
         if (reference != nullptr && output[i].IsSet() && !output[i].IsRefSet())
             output[i].SetReference(std::string());
     }
+    MergeNumbers(output);
 }
 
 // Carries out work on one file; what fails is told with the file's name, because two may be loaded.
@@ -147,12 +179,60 @@ static void NamingFile(const OrvLoadedFile& file, const Work& work) {
     }
 }
 
+// What a map says of itself and its automatic range, once per map.
+static void FinishMaps(const OrvLoadedFile& file, OrvSlotResult& result) {
+    for (OrvMap& map : result.maps) {
+        if (map.image.empty()) map.image = {file.GetInfo().width, file.GetInfo().height};
+        if (map.isAutomatic && map.range.low == map.range.high) map.range = AutomaticRange(map);
+    }
+}
+
+OrvSlotResultPtr OrvFilter::RunSlot(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,
+                                    const OrvResultCache* cache) const {
+    auto fresh = std::make_shared<OrvSlotResult>();
+    fresh->output = m_outputPrototype;
+    if (const std::string reason = WhyNot(file, input); !reason.empty()) {
+        fresh->SayNothing(reason);
+        fresh->isSkipped = true;
+        return fresh;
+    }
+    constexpr double kDecodingShare = 0.25;
+    double begin = 0.0;
+    if (NeedsPicture() && !file.IsDecoded()) {
+        const OrvJob decoding = job.Piece(0.0, kDecodingShare, {});
+        begin = kDecodingShare;
+        try {
+            file.GetDecoded(decoding);
+        } catch (const ZorException& exception) {
+            // What cannot be decoded is the filter's own to judge: it meets the same failure.
+            if (exception.GetKind() != ZorException::Kind::Format) throw;
+        }
+    }
+    std::shared_ptr<OrvSlotResult> kept = cache != nullptr ? cache->Load(*this, file, input) : nullptr;
+    if (kept) {
+        fresh = std::move(kept);
+    } else {
+        Compute(file, input, job.Piece(begin, 1.0, {}), *fresh);
+        FinishMaps(file, *fresh);
+        if (cache != nullptr) cache->Store(*this, file, input, *fresh);
+    }
+    if (!fresh->maps.empty() && !fresh->inputImage.IsValid() && NeedsPicture())
+        fresh->inputImage = file.GetDecoded(job)->image;
+    return fresh;
+}
+
 OrvFilterResultPtr OrvFilter::Run(const OrvFilterResult& request, const std::vector<OrvFilterResultPtr>& held,
                                   const OrvJob& job, const OrvResultCache* cache) const {
     auto result = std::make_shared<OrvFilterResult>(request);
+    result->pictures = std::make_shared<OrvMapPictures>();
+    const int files = (request.file[OrvEvidence] ? 1 : 0) + (request.file[OrvReference] ? 1 : 0);
+    int filesDone = 0;
     for (int slot = 0; slot < kFileSlots; ++slot) {
         if (!request.file[slot]) continue;
         const OrvLoadedFile& file = *request.file[slot];
+        const OrvJob part =
+            job.Piece(static_cast<double>(filesDone) / files, static_cast<double>(filesDone + 1) / files, {});
+        ++filesDone;
         // What an earlier result holds for this very snapshot and these parameters is taken over, whichever
         // slot it was in then.
         for (const OrvFilterResultPtr& old : held)
@@ -162,21 +242,17 @@ OrvFilterResultPtr OrvFilter::Run(const OrvFilterResult& request, const std::vec
                     if (old->postProcessing == request.postProcessing)
                         result->slot[slot] = old->slot[oldSlot];
                 }
-        if (!result->computed[slot] && cache != nullptr)
-            result->computed[slot] = cache->Load(*this, file, request.input);
-        if (!result->computed[slot]) {
-            auto fresh = std::make_shared<OrvSlotResult>();
-            fresh->output = m_outputPrototype;
-            NamingFile(file, [&] { Compute(file, request.input, job, *fresh); });
-            if (cache != nullptr) cache->Store(*this, file, request.input, *fresh);
-            result->computed[slot] = std::move(fresh);
-        }
+        if (!result->computed[slot])
+            NamingFile(file, [&] { result->computed[slot] = RunSlot(file, request.input, part, cache); });
         if (!result->slot[slot]) {
-            if (m_postPrototype.empty()) {
+            if (m_postPrototype.empty() || result->computed[slot]->isSkipped) {
                 result->slot[slot] = result->computed[slot];
             } else {
                 auto finished = std::make_shared<OrvSlotResult>(*result->computed[slot]);
-                NamingFile(file, [&] { PostProcess(request.postProcessing, job, *finished); });
+                NamingFile(file, [&] {
+                    PostProcess(request.postProcessing, part, *finished);
+                    FinishMaps(file, *finished);
+                });
                 result->slot[slot] = std::move(finished);
             }
         }
@@ -208,7 +284,7 @@ void OrvFilter::Publish(OrvFilterResultPtr result) {
 void OrvFilter::PublishLocked(OrvFilterResultPtr result) {
     bool hasImages = false;
     for (const OrvSlotResultPtr& slot : result->slot)
-        hasImages = hasImages || (slot && slot->outputImage.IsValid());
+        hasImages = hasImages || (slot && (slot->outputImage.IsValid() || !slot->maps.empty()));
     const std::size_t keep = hasImages ? 2 : 8;
     const bool hasFile = result->file[OrvEvidence] || result->file[OrvReference];
 

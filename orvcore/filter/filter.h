@@ -51,6 +51,12 @@ class OrvFilter {
     virtual bool GivesVerdict() const { return false; }
     // Whether results are worth keeping on disk (they cost more than loading them).
     virtual bool IsCacheable() const { return false; }
+    // Whether it works on the decoded picture, which is then decoded beforehand.
+    virtual bool NeedsPicture() const { return GetPageKind() != OrvPageKind::Text; }
+    // "" when the filter can say something about this file, otherwise why not, in a few words ("Not a JPEG", "Smaller than one
+    // block"). Asked before any work, so it looks at headers and parameters only. It is no failure: the result then holds this
+    // reason as a verdict of kind NotApplicable, and nothing else. Any thread.
+    virtual std::string WhyNot(const OrvLoadedFile& file, const VecParameter& input) const;
     // A filter with one configuration shows no configurations in the tree.
     virtual bool HasSingleConfiguration() const { return m_inputPrototype.empty(); }
 
@@ -69,7 +75,7 @@ class OrvFilter {
     OrvFilterResultPtr GetResult() const;
     wxString GetErrorMessage() const;  // of the last failed run, "" after a good one
 
-    // Images of the newest result; empty when there is none for the slot.
+    // Pictures of the newest result; empty when there is none for the slot. A map is drawn, over the range that both files share.
     Image GetInputImage(OrvFileId slot) const;
     Image GetOutputImage(OrvFileId slot) const;
 
@@ -98,14 +104,16 @@ class OrvFilter {
   protected:
     virtual OrvFilterGuiBase* CreatePanel(wxWindow* parent, OrvFilter* filter);
 
-    // One file, one parameter set. Outputs start as a copy of the prototype. Throws ZorException.
+    // One file, one parameter set. Outputs start as a copy of the prototype. job's progress is this file's own 0..1, after the
+    // picture has been decoded. A pure function: the same bits for any number of threads. Throws ZorException.
     virtual void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,
                          OrvSlotResult& result) const;
     // Cheap second stage, run again when only post-processing values change. `result` starts as a copy of the
     // computed one.
     virtual void PostProcess(const VecParameter& postProcessing, const OrvJob& job,
                              OrvSlotResult& result) const;
-    // Brings both slots together; the base sets evidence and reference values parameter by parameter.
+    // Brings both slots together; the base sets evidence and reference values parameter by parameter, and makes one table of both
+    // files' numbers (see OrvSlotResult::AddNumber).
     virtual void Merge(const OrvSlotResult* evidence, const OrvSlotResult* reference,
                        VecParameter& output) const;
 
@@ -120,6 +128,8 @@ class OrvFilter {
     friend class OrvFilterStore;
     friend class OrvFilterRunner;
 
+    std::shared_ptr<const OrvSlotResult> RunSlot(const OrvLoadedFile& file, const VecParameter& input,
+                                                 const OrvJob& job, const OrvResultCache* cache) const;
     // The held result that answers this request completely, or null.
     OrvFilterResultPtr FindHeld(const OrvFilterResult& request) const;
     std::vector<OrvFilterResultPtr> GetHeld() const;  // newest first

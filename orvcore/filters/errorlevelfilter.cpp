@@ -1,72 +1,65 @@
-#include "orvcore/filters/errorlevelfilter.h"
-
-#include <cmath>
-#include <cstdio>
-
 #include "orvcore/analysis/errorlevel.h"
+
+#include "orvcore/filter/intermediates.h"
+#include "orvcore/filters/filterlist.h"
 
 namespace {
 
-std::string Levels(double value) {
-    if (std::isnan(value)) return {};
-    char text[32];
-    std::snprintf(text, sizeof text, "%.3f", value);
-    return text;
-}
+// Untouched photographs at quality 90 stay below this nearly everywhere.
+constexpr double kCalmLevels = 12.0;
+constexpr double kHighestLevel = 255.0;
 
-// The picture as JPEG takes it: 8 bits, grey or colour.
-cv::Mat EightBits(const Image& image) {
-    return image.GetChannels() <= 2 ? image.ToGray().GetMat() : image.ToColor().GetMat();
-}
+// How much each pixel changes when the picture is saved as JPEG once more.
+class ErrorLevelFilter : public OrvFilterImage {
+  public:
+    ErrorLevelFilter() : OrvFilterImage("Error Level Analysis", "error-level") {
+        Describe(
+            "Compression",
+            "The picture is saved once more as JPEG at the chosen quality; the brighter a place, the more it changes. A part "
+            "that was saved fewer times than its surroundings, or at another quality, can stand out as a whole area. Compare "
+            "like with like: texture, edges and saturated colours are always brighter than smooth areas. After several saves "
+            "at the same quality, or after a reduction in size, nothing can be seen.");
+        SetParameters({Parameter::Slider("quality", "JPEG Quality", 90, 1, 100),
+                       Parameter::Choice("subsampling", "Subsampling", 0, {"4:4:4", "4:2:2", "4:2:0"}),
+                       Parameter::Choice("channels", "Channels", 0, {"Each on its own", "Mean (grey)"})},
+                      {Parameter::Slider("gain", "Brightness Gain (0: automatic)", 0, 0, 100)},
+                      {Parameter::Output(ParameterType::TableString, "numbers", "Error Levels (0 to 255)")});
+    }
+    int GetVersion() const override { return 2; }
+
+  protected:
+    void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,
+                 OrvSlotResult& result) const override {
+        ErrorLevelSettings settings;
+        settings.quality = input.Get<int>("quality");
+        settings.subsampling = static_cast<ErrorLevelSubsampling>(input.Get<int>("subsampling"));
+        settings.grey = input.Get<int>("channels") == 1;
+        const cv::Mat picture = GetEightBits(file, job);
+        job.SetProgress(0.0, "Saving as JPEG once more");
+        OrvMap map;
+        map.name = "Error Level";
+        map.unit = "levels";
+        map.values = ComputeErrorLevel(picture, settings, job.Part());
+        map.floor = {0.0, kCalmLevels};
+        const ErrorLevelStatistics statistics = MeasureErrorLevel(map.values, Roi());
+        result.AddNumber("Mean (levels)", FixedText(statistics.mean, 3));
+        result.AddNumber("Largest (levels)", std::to_string(statistics.maximum));
+        result.AddMap(std::move(map));
+    }
+
+    void PostProcess(const VecParameter& postProcessing, const OrvJob&,
+                     OrvSlotResult& result) const override {
+        const int gain = postProcessing.Get<int>("gain");
+        for (OrvMap& map : result.maps) {
+            if (gain == 0) continue;
+            map.isAutomatic = false;
+            map.range = {0.0, kHighestLevel / gain};
+        }
+    }
+};
 
 }  // namespace
 
-ErrorLevelFilter::ErrorLevelFilter() : OrvFilterImage("Error Level Analysis", "error-level") {
-    Describe(
-        "Local",
-        "The picture is saved once more as JPEG at the chosen quality; the brighter a place, the more it changes. A part "
-        "that was saved fewer times than its surroundings, or at another quality, can stand out as a whole area. Compare "
-        "like with like: texture, edges and saturated colours are always brighter than smooth areas. After several saves "
-        "at the same quality, or after a reduction in size, nothing can be seen.");
-    SetParameters({Parameter::Slider("quality", "JPEG Quality", 90, 1, 100),
-                   Parameter::Choice("subsampling", "Subsampling", 0, {"4:4:4", "4:2:2", "4:2:0"}),
-                   Parameter::Choice("channels", "Channels", 0, {"Each on its own", "Mean (grey)"}),
-                   Parameter::Region("region", "Region (selection)", Roi(), ParameterType::OrvRoi)},
-                  {Parameter::Slider("gain", "Brightness Gain", 20, 1, 100)},
-                  {Parameter::Output(ParameterType::OutputString, "mean", "Mean Error Level (0-255)"),
-                   Parameter::Output(ParameterType::OutputString, "maximum", "Largest Error Level (0-255)"),
-                   Parameter::Output(ParameterType::OutputString, "inside", "Mean Inside The Region"),
-                   Parameter::Output(ParameterType::OutputString, "outside", "Mean Outside The Region")});
-}
-
-void ErrorLevelFilter::Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,
-                               OrvSlotResult& result) const {
-    const auto decoded = file.GetDecoded(job);
-    ErrorLevelSettings settings;
-    settings.quality = input.Get<int>("quality");
-    settings.subsampling = static_cast<ErrorLevelSubsampling>(input.Get<int>("subsampling"));
-    settings.grey = input.Get<int>("channels") == 1;
-    job.SetProgress(0.0, "Saving as JPEG once more");
-    const cv::Mat levels = ComputeErrorLevel(EightBits(decoded->image), settings, job.Part());
-    const Roi& region = input.Get<Roi>("region");
-    const ErrorLevelStatistics statistics = MeasureErrorLevel(levels, region);
-    const auto set = [&result](const char* name, const std::string& text) {
-        result.output.Find(name)->SetValue(text);
-    };
-    set("mean", Levels(statistics.mean));
-    set("maximum", std::to_string(statistics.maximum));
-    if (!region.IsEmpty()) {
-        set("inside", Levels(statistics.meanInside));
-        set("outside", Levels(statistics.meanOutside));
-    }
-    result.inputImage = decoded->image;
-    result.outputImage = Image(levels);
-}
-
-void ErrorLevelFilter::PostProcess(const VecParameter& postProcessing, const OrvJob&,
-                                   OrvSlotResult& result) const {
-    const int gain = postProcessing.Get<int>("gain");
-    if (gain == 1 || !result.outputImage.IsValid()) return;
-    const cv::Mat& levels = result.outputImage.GetMat();
-    result.outputImage = Image(AmplifyErrorLevel(levels, gain, cv::Rect(0, 0, levels.cols, levels.rows)));
+std::unique_ptr<OrvFilter> MakeErrorLevelFilter() {
+    return std::make_unique<ErrorLevelFilter>();
 }

@@ -1,5 +1,6 @@
 #include "orvcore/filters/fileformatfilter.h"
 
+#include "orvcore/filters/filterlist.h"
 #include "zorbase/text.h"
 
 namespace {
@@ -108,4 +109,8 @@ void FileFormatFilter::Compute(const OrvLoadedFile& file, const VecParameter&, c
     set("sha256", hashes.sha256);
     set("warnings", info.warnings.empty() ? std::string("None") : Join(info.warnings, "\n"));
     Judge(info, file.GetPath(), result);
+}
+
+std::unique_ptr<OrvFilter> MakeFileFormatFilter() {
+    return std::make_unique<FileFormatFilter>();
 }

@@ -1,5 +1,6 @@
 #include "orvcore/filters/hexviewfilter.h"
 
+#include "orvcore/filters/filterlist.h"
 #include "orvcore/formats/hexdump.h"
 #include "zorbase/text.h"
 
@@ -38,4 +39,8 @@ void HexViewFilter::Compute(const OrvLoadedFile& file, const VecParameter& input
     range->SetValue(ToString(static_cast<std::int64_t>(offset)) + " to " +
                     ToString(static_cast<std::int64_t>(last)) + " of " + size);
     hex->SetValue(HexDump(bytes, offset, length, input.Get<int>("bytesPerLine") == 0 ? 16 : 32));
+}
+
+std::unique_ptr<OrvFilter> MakeHexViewFilter() {
+    return std::make_unique<HexViewFilter>();
 }

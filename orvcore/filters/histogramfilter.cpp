@@ -1,10 +1,9 @@
-#include "orvcore/filters/histogramfilter.h"
-
-#include <algorithm>
-#include <cmath>
-#include <cstdio>
-
 #include "orvcore/analysis/histogram.h"
+
+#include <cmath>
+#include <iterator>
+
+#include "orvcore/filters/filterlist.h"
 #include "zorbase/text.h"
 #include "zorbase/zorexception.h"
 
@@ -21,26 +20,20 @@ constexpr std::uint64_t kFewestColours = 4096;
 constexpr double kHighContrastMeasure = 2.0;
 constexpr int kManyEmptyBins = 8;
 
-std::string Fixed(double value, int digits) {
-    char text[64];
-    std::snprintf(text, sizeof text, "%.*f", digits, value);
-    return text;
-}
-
 std::string Saturation(const ChannelHistogram& channel, int levels) {
-    return Fixed(100 * channel.saturatedBelow, 3) + " % at 0, " + Fixed(100 * channel.saturatedAbove, 3) +
-           " % at " + ToString(levels - 1);
+    return FixedText(100 * channel.saturatedBelow, 3) + " % at 0, " +
+           FixedText(100 * channel.saturatedAbove, 3) + " % at " + ToString(levels - 1);
 }
 
 std::vector<std::string> Row(const ChannelHistogram& channel, int levels) {
-    return {Fixed(channel.mean, 3),
-            Fixed(channel.deviation, 3),
+    return {FixedText(channel.mean, 3),
+            FixedText(channel.deviation, 3),
             ToString(channel.minimum),
             ToString(channel.maximum),
-            Fixed(channel.median, 1),
+            FixedText(channel.median, 1),
             ToString(channel.emptyBins),
             Saturation(channel, levels),
-            levels == 256 ? Fixed(channel.contrastMeasure, 2)
+            levels == 256 ? FixedText(channel.contrastMeasure, 2)
                           : std::string("Not computed: it is defined for 8-bit levels")};
 }
 
@@ -48,34 +41,52 @@ void Judge(const PictureHistogram& histogram, OrvSlotResult& result) {
     const ChannelHistogram& luminance = histogram.channels[0];
     if (histogram.levels != 256 || luminance.pixels < kFewestPixels ||
         histogram.uniqueColours < (histogram.isGrey ? 64 : kFewestColours)) {
-        result.verdict = OrvVerdict::NotApplicable;
-        result.verdictText = histogram.levels != 256            ? "More than 8 bits"
-                             : luminance.pixels < kFewestPixels ? "Too few pixels"
-                                                                : "Too few colours";
+        result.SayNothing(histogram.levels != 256            ? "More than 8 bits"
+                          : luminance.pixels < kFewestPixels ? "Too few pixels"
+                                                             : "Too few colours");
         return;
     }
+    OrvMeasurement measurement{"contrast measure", 0.0, kHighContrastMeasure};
     static constexpr const char* kNames[] = {"luminance", "red", "green", "blue"};
     for (std::size_t i = 0; i < (histogram.isGrey ? 1U : histogram.channels.size()); ++i) {
         const ChannelHistogram& channel = histogram.channels[i];
-        if (channel.contrastMeasure < kHighContrastMeasure || channel.emptyBins < kManyEmptyBins) continue;
-        result.findings.push_back(
-            std::string("The histogram of ") + kNames[i] + " has " + ToString(channel.emptyBins) +
-            " empty levels inside its range and a contrast measure of " + Fixed(channel.contrastMeasure, 2) +
-            ". A brightness, contrast or gamma curve applied to 8-bit levels leaves such gaps; a camera's own "
-            "processing at 8 bits and palettes can do so too.");
-        break;
+        if (channel.contrastMeasure < kHighContrastMeasure || channel.emptyBins < kManyEmptyBins) {
+            measurement.value = std::max(measurement.value, channel.contrastMeasure);
+            continue;
+        }
+        measurement.value = channel.contrastMeasure;
+        return result.Judge(
+            OrvVerdict::WorthALook, "Gaps and peaks in the levels", measurement,
+            {std::string("The histogram of ") + kNames[i] + " has " + ToString(channel.emptyBins) +
+             " empty levels inside its range and a contrast measure of " +
+             FixedText(channel.contrastMeasure, 2) +
+             ". A brightness, contrast or gamma curve applied to 8-bit levels leaves such gaps; a camera's own "
+             "processing at 8 bits and palettes can do so too."});
     }
-    const bool isOdd = !result.findings.empty();
-    result.verdict = isOdd ? OrvVerdict::WorthALook : OrvVerdict::NothingFound;
-    result.verdictText = isOdd ? "Gaps and peaks in the levels" : "Nothing found";
-    result.status = isOdd ? FilterStatus::StandsOut : FilterStatus::Processed;
+    if (measurement.value < measurement.threshold)
+        result.Judge(OrvVerdict::NothingFound, "Nothing found", measurement);
+    else
+        result.Judge(OrvVerdict::NothingFound, "Peaks without gaps, as drawings have them");
 }
 
-}  // namespace
+// How often each level occurs, as bars per channel, with its numbers and a measure of contrast enhancement.
+// A file without a picture that can be decoded gets no plot and says why.
+class HistogramFilter : public OrvFilterPlot {
+  public:
+    HistogramFilter();
+    bool GivesVerdict() const override { return true; }
+    int GetVersion() const override { return 2; }
+
+  protected:
+    void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,
+                 OrvSlotResult& result) const override;
+    void PostProcess(const VecParameter& postProcessing, const OrvJob& job,
+                     OrvSlotResult& result) const override;
+};
 
 HistogramFilter::HistogramFilter() : OrvFilterPlot("Histogram", "histogram") {
     Describe(
-        "Global",
+        "Looking",
         "How often each level occurs, in 256 bins. A curve of brightness, contrast or gamma applied to 8-bit levels "
         "leaves gaps and peaks, which the contrast measure adds up: the energy of the histogram's spectrum from a "
         "quarter of its highest frequency upwards, per pixel. Photographs straight from a camera stay below about 2, "
@@ -111,9 +122,8 @@ HistogramFilter::HistogramFilter() : OrvFilterPlot("Histogram", "histogram") {
 void HistogramFilter::Compute(const OrvLoadedFile& file, const VecParameter&, const OrvJob& job,
                               OrvSlotResult& result) const {
     const auto refuse = [&result](const std::string& why) {
-        result.output.Find("warnings")->SetValue(why);
-        result.verdict = OrvVerdict::NotApplicable;
-        result.verdictText = "No picture to count";
+        result.Set("warnings", why);
+        result.SayNothing("No picture to count");
     };
     std::shared_ptr<const DecodedImage> decoded;
     try {
@@ -125,7 +135,7 @@ void HistogramFilter::Compute(const OrvLoadedFile& file, const VecParameter&, co
     }
     if (!decoded->image.IsValid()) return refuse("Nothing of the picture could be decoded.");
 
-    const PictureHistogram histogram = ComputeHistogram(decoded->image.GetMat(), job.Part(0.5));
+    const PictureHistogram histogram = ComputeHistogram(decoded->image.GetMat(), job.Part());
     const int binWidth = histogram.levels / kHistogramBins;
     OrvPlotData& plot = result.plot;
     plot.layerCount = static_cast<int>(histogram.channels.size());
@@ -139,11 +149,10 @@ void HistogramFilter::Compute(const OrvLoadedFile& file, const VecParameter&, co
     plot.xLabel =
         binWidth == 1 ? "Level (0 to 255, bins of 1 level)" : "Level (0 to 65535, bins of 256 levels)";
     plot.yLabel = "Pixels";
-    result.output.Find("channels")->SetValue(rows);
-    result.output.Find("pixels")->SetValue(static_cast<std::int64_t>(histogram.channels[0].pixels));
-    result.output.Find("colours")->SetValue(static_cast<std::int64_t>(histogram.uniqueColours));
-    result.output.Find("warnings")
-        ->SetValue(decoded->warnings.empty() ? std::string("None") : Join(decoded->warnings, "\n"));
+    result.Set("channels", rows);
+    result.SetCount("pixels", static_cast<std::int64_t>(histogram.channels[0].pixels));
+    result.SetCount("colours", static_cast<std::int64_t>(histogram.uniqueColours));
+    result.Set("warnings", decoded->warnings.empty() ? std::string("None") : Join(decoded->warnings, "\n"));
     Judge(histogram, result);
 }
 
@@ -154,7 +163,7 @@ void HistogramFilter::PostProcess(const VecParameter& post, const OrvJob&, OrvSl
     const auto layer = static_cast<std::size_t>(post.Get<int>("layer"));
     if (layer >= rows.size() || rows[layer].size() != std::size(kChannelOutputs)) return;
     for (std::size_t i = 0; i < std::size(kChannelOutputs); ++i)
-        result.output.Find(kChannelOutputs[i])->SetValue(rows[layer][i]);
+        result.Set(kChannelOutputs[i], rows[layer][i]);
 
     OrvPlotData& plot = result.plot;
     plot.text = post.Find("layer")->GetValueAsString();
@@ -168,4 +177,10 @@ void HistogramFilter::PostProcess(const VecParameter& post, const OrvJob&, OrvSl
     }
     plot.counts.clear();
     plot.yLabel = "log10(1 + pixels)";
+}
+
+}  // namespace
+
+std::unique_ptr<OrvFilter> MakeHistogramFilter() {
+    return std::make_unique<HistogramFilter>();
 }

@@ -1,5 +1,6 @@
 #include "orvcore/filters/metadatafilter.h"
 
+#include "orvcore/filters/filterlist.h"
 #include "orvcore/formats/metadatacheck.h"
 #include "orvcore/formats/metadatatable.h"
 #include "zorbase/text.h"
@@ -124,4 +125,8 @@ void MetadataFilter::Merge(const OrvSlotResult* evidence, const OrvSlotResult* r
     output.Find("rows")->Reset();
     const ::TableString table = MergeMetadataRows(rowsOf(evidence), rowsOf(reference));
     if (!table.empty()) output.Find("table")->SetValue(table);
+}
+
+std::unique_ptr<OrvFilter> MakeMetadataFilter() {
+    return std::make_unique<MetadataFilter>();
 }

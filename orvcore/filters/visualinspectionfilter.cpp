@@ -1,11 +1,12 @@
 #include "orvcore/filters/visualinspectionfilter.h"
 
+#include "orvcore/filters/filterlist.h"
 #include "orvcore/analysis/adjustment.h"
 #include "zorbase/text.h"
 
 VisualInspectionFilter::VisualInspectionFilter() : OrvFilterImage("Visual Inspection", "visual-inspection") {
     Describe(
-        "Global",
+        "Looking",
         "The picture as the file holds it, at any zoom. Brightness, contrast, gamma and the choice of a channel change only "
         "how it is shown: look into shadows and highlights, along edges and at one colour at a time. What looks odd is a "
         "reason to measure, not a finding.");
@@ -35,4 +36,8 @@ void VisualInspectionFilter::PostProcess(const VecParameter& postProcessing, con
     adjustment.channel = static_cast<ViewChannel>(postProcessing.Get<int>("channel"));
     if (adjustment.IsNeutral() || !result.outputImage.IsValid()) return;
     result.outputImage = Image(AdjustImage(result.outputImage.ToColor().GetMat(), adjustment, job.Part()));
+}
+
+std::unique_ptr<OrvFilter> MakeVisualInspectionFilter() {
+    return std::make_unique<VisualInspectionFilter>();
 }

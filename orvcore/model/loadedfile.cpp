@@ -46,7 +46,7 @@ OrvFilePtr OrvLoadedFile::Load(const std::string& path, std::uint64_t maximumByt
 }
 
 const FileHashes& OrvLoadedFile::GetHashes(const OrvJob& job) const {
-    const std::lock_guard lock(m_lazyMutex);
+    const std::lock_guard lock(m_hashMutex);
     if (!m_hashes)
         m_hashes = std::make_unique<FileHashes>(
             ComputeHashes(std::span<const std::uint8_t>(m_bytes), [&job](double) { job.CheckAbort(); }));
@@ -54,7 +54,6 @@ const FileHashes& OrvLoadedFile::GetHashes(const OrvJob& job) const {
 }
 
 const ImageInfo& OrvLoadedFile::GetInfo() const {
-    // Not the lock that decoding holds for as long as it takes.
     const std::lock_guard lock(m_infoMutex);
     if (!m_info) m_info = std::make_unique<ImageInfo>(ReadImageInfo(m_bytes));
     return *m_info;
@@ -68,10 +67,14 @@ const EvidenceFacts& OrvLoadedFile::GetEvidenceFacts() const {
 }
 
 std::shared_ptr<const DecodedImage> OrvLoadedFile::GetDecoded(const OrvJob& job) const {
-    const std::lock_guard lock(m_lazyMutex);
-    if (!m_decoded) {
-        m_decoded = std::make_shared<const DecodedImage>(
-            DecodeImage(m_bytes, [&job](double done) { job.SetProgress(done, "Decoding the picture"); }));
-    }
-    return m_decoded;
+    return GetShared<DecodedImage>(
+        kDecoded,
+        [&] {
+            return DecodeImage(m_bytes,
+                               [&job](double done) { job.SetProgress(done, "Decoding the picture"); });
+        },
+        [](const DecodedImage& decoded) {
+            const cv::Mat& mat = decoded.image.GetMat();
+            return mat.total() * mat.elemSize();
+        });
 }

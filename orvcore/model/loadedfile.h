@@ -7,6 +7,7 @@
 
 #include "orvcore/formats/evidencefacts.h"
 #include "orvcore/model/job.h"
+#include "orvcore/model/sharedvalues.h"
 #include "zorbase/files.h"
 #include "zorbase/hash.h"
 #include "zorimage/imageio.h"
@@ -36,8 +37,23 @@ class OrvLoadedFile {
     // The decoded picture, shared by everybody who asks. Throws ZorException when it cannot be decoded; an
     // aborted decode is tried again by the next caller.
     std::shared_ptr<const DecodedImage> GetDecoded(const OrvJob& job) const;
+    bool IsDecoded() const { return m_shared.Has(kDecoded); }
+
+    // What several analyses need of this file (see orvcore/filter/intermediates.h): made by `make` once per key, as a T, however
+    // many ask; the key names the quantity with every parameter that it depends on. bytesOf tells how much memory the value holds.
+    // An exception of make reaches the caller. One key always stands for one T.
+    template <typename T, typename Make, typename BytesOf>
+    std::shared_ptr<const T> GetShared(const std::string& key, const Make& make,
+                                       const BytesOf& bytesOf) const {
+        return std::static_pointer_cast<const T>(m_shared.Get(key, [&]() -> OrvSharedValues::Made {
+            auto value = std::make_shared<const T>(make());
+            return {value, bytesOf(*value)};
+        }));
+    }
 
   private:
+    static constexpr const char* kDecoded = "decoded";
+
     OrvLoadedFile() = default;
 
     std::uint64_t m_serial = 0;
@@ -45,12 +61,12 @@ class OrvLoadedFile {
     Bytes m_bytes;
     FileFacts m_facts;
     std::string m_sha256;
-    mutable std::mutex m_lazyMutex;
+    mutable std::mutex m_hashMutex;
     mutable std::mutex m_infoMutex;
     mutable std::unique_ptr<FileHashes> m_hashes;
     mutable std::unique_ptr<ImageInfo> m_info;
     mutable std::unique_ptr<EvidenceFacts> m_evidenceFacts;
-    mutable std::shared_ptr<const DecodedImage> m_decoded;
+    mutable OrvSharedValues m_shared;
 };
 
 using OrvFilePtr = std::shared_ptr<const OrvLoadedFile>;

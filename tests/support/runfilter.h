@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 #include "orvcore/filter/filter.h"
+#include "orvcore/filters/filterlist.h"
 
 inline OrvFilePtr LoadForTest(const std::string& path) {
     return OrvLoadedFile::Load(path, std::uint64_t{1} << 32, OrvJob());
@@ -25,4 +27,12 @@ inline OrvFilterResultPtr RunFilter(const OrvFilter& filter, const std::string& 
 inline std::string OutputOf(const OrvFilterResultPtr& result, const std::string& name,
                             bool reference = false) {
     return result->output.Find(name)->GetValueAsString(reference);
+}
+
+// One of the program's filters; null when there is none of that id.
+inline std::unique_ptr<OrvFilter> MakeFilter(const std::string& id) {
+    std::vector<std::unique_ptr<OrvFilter>> filters = CreateAllFilters();
+    for (std::unique_ptr<OrvFilter>& filter : filters)
+        if (filter->GetId() == id) return std::move(filter);
+    return nullptr;
 }

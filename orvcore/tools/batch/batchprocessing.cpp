@@ -118,7 +118,7 @@ class BatchReport {
         std::string images[kFileSlots];
         for (int slot = 0; slot < kFileSlots; ++slot)
             if (section.result && section.result->slot[slot])
-                images[slot] = Keep(tool, section.result->slot[slot]->outputImage, slot);
+                images[slot] = Keep(tool, section.result->GetPicture(slot), slot);
         if (m_isTable) {
             AddLines(tool, section, images);
             return;
@@ -258,11 +258,13 @@ class Batch {
                                                                              : CellMark::None;
             result = MarkCell(mark, found->verdictText.empty() ? "Processed" : found->verdictText);
             findings = Join(found->findings, "\n");
-            if (found->outputImage.IsValid() && m_table.thumbnails.size() >= kMaxThumbnails) {
+            const bool hasPicture = found->outputImage.IsValid() || !found->maps.empty();
+            if (hasPicture && m_table.thumbnails.size() >= kMaxThumbnails) {
                 thumbnail = "Not made";
-            } else if (found->outputImage.IsValid()) {
+            } else if (hasPicture) {
                 thumbnail = ThumbnailCell(static_cast<int>(m_table.thumbnails.size()));
-                m_table.thumbnails.push_back(ShrinkImage(found->outputImage, kThumbnailSide));
+                m_table.thumbnails.push_back(
+                    ShrinkImage(section.result->GetPicture(OrvEvidence), kThumbnailSide));
             }
         }
         m_table.table.push_back({thumbnail, TableCell(ToValidUtf8(PathName(file->GetPath()))),

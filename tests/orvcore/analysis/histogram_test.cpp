@@ -6,7 +6,6 @@
 #include <random>
 #include <set>
 
-#include "orvcore/filters/histogramfilter.h"
 #include "tests/orvcore/formats/formatsupport.h"
 #include "tests/support/runfilter.h"
 #include "tests/support/temporaryfolder.h"
@@ -125,7 +124,8 @@ TEST(Histogram, ContrastMeasureFollowsItsDefinition) {
 TEST(HistogramFilter, TellsACurveFromAnUntouchedPicture) {
     const TemporaryFolder folder;
     const cv::Mat original = Smooth();
-    const HistogramFilter filter;
+    const auto made = MakeFilter("histogram");
+    const OrvFilter& filter = *made;
     const OrvFilterResultPtr result =
         RunFilter(filter, Write(folder, "a.png", Gamma(original, 0.7)), Write(folder, "b.png", original));
     EXPECT_EQ(result->slot[OrvEvidence]->verdict, OrvVerdict::WorthALook);
@@ -137,7 +137,8 @@ TEST(HistogramFilter, TellsACurveFromAnUntouchedPicture) {
 TEST(HistogramFilter, ChannelAndScaleAreChosenWithoutCountingAgain) {
     const TemporaryFolder folder;
     const std::string path = Write(folder, "a.png", cv::Mat(400, 400, CV_8UC3, cv::Scalar(10, 20, 30)));
-    const HistogramFilter filter;
+    const auto made = MakeFilter("histogram");
+    const OrvFilter& filter = *made;
     VecParameter post = filter.GetPostProcessingPrototype();
     OrvFilterResultPtr result = RunFilter(filter, path, {}, nullptr, &post);
     const OrvPlotData bars = result->slot[OrvEvidence]->plot;
@@ -169,7 +170,8 @@ TEST(HistogramFilter, AFileWithoutAPictureIsAnAnswerAndNoFailure) {
     Bytes cut = EncodeImage(picture, "jpg");
     cut.resize(40);
     WriteFile(folder / "cut.jpg", cut);
-    const HistogramFilter filter;
+    const auto made = MakeFilter("histogram");
+    const OrvFilter& filter = *made;
     for (const char* name : {"text.jpg", "empty.jpg", "cut.jpg"}) {
         const OrvFilterResultPtr result = RunFilter(filter, folder / name);
         EXPECT_EQ(result->slot[OrvEvidence]->verdict, OrvVerdict::NotApplicable) << name;
@@ -185,7 +187,8 @@ TEST(HistogramFilter, AbortLeavesByException) {
     std::stop_source stop;
     OrvFilterResult request;
     request.file[OrvEvidence] = LoadForTest(path);
-    const HistogramFilter filter;
+    const auto made = MakeFilter("histogram");
+    const OrvFilter& filter = *made;
     request.postProcessing = filter.GetPostProcessingPrototype();
     stop.request_stop();
     EXPECT_THROW(filter.Run(request, {}, OrvJob(stop.get_token()), nullptr), ZorException);

@@ -1,0 +1,106 @@
+#include "orvcore/filter/filterresult.h"
+
+#include <cmath>
+#include <cstdio>
+
+#include "orvcore/filter/mapimage.h"
+#include "orvcore/filter/mappictures.h"
+#include "zorbase/text.h"
+#include "zorbase/zorexception.h"
+
+namespace {
+
+constexpr char kNumbers[] = "numbers";
+
+const OrvMap* FindMap(const OrvSlotResultPtr& slot, const std::string& name) {
+    if (!slot) return nullptr;
+    for (const OrvMap& map : slot->maps)
+        if (map.name == name) return &map;
+    return nullptr;
+}
+
+}  // namespace
+
+void ThrowOutput(const std::string& name, bool exists) {
+    ZOR_THROW(Argument, exists ? "The output \"" + name + "\" is of another type."
+                               : "There is no output \"" + name + "\".");
+}
+
+std::string FixedText(double value, int digits) {
+    if (std::isnan(value)) return {};
+    char text[64];
+    std::snprintf(text, sizeof text, "%.*f", digits, value);
+    return text;
+}
+
+std::string MeasurementText(const OrvMeasurement& measurement) {
+    const auto number = [&](double value) {
+        return FixedText(value, measurement.digits) +
+               (measurement.unit.empty() ? "" : " " + measurement.unit);
+    };
+    std::string text = measurement.quantity + " " + number(measurement.value) + ", threshold " +
+                       number(measurement.threshold);
+    if (measurement.falseAlarmRate) {
+        char share[32];
+        std::snprintf(share, sizeof share, "%.2g", 100.0 * *measurement.falseAlarmRate);
+        text += std::string("; ") + share + " % of untouched pictures lie beyond it";
+    }
+    return text;
+}
+
+void OrvSlotResult::AddNumber(const std::string& label, const std::string& value) {
+    Parameter* numbers = output.Find(kNumbers);
+    if (numbers == nullptr || numbers->Type() != ParameterType::TableString)
+        ThrowOutput(kNumbers, numbers != nullptr);
+    TableString table = numbers->IsSet() ? numbers->Get<TableString>() : TableString{{"Quantity", "Value"}};
+    table.push_back({label, value});
+    numbers->SetValue(table);
+}
+
+void OrvSlotResult::AddMap(OrvMap map) {
+    if (const std::string fault = DescribeMapFault(map); !fault.empty()) ZOR_THROW(Argument, fault);
+    maps.push_back(std::move(map));
+}
+
+void OrvSlotResult::SayNothing(const std::string& reason) {
+    verdict = OrvVerdict::NotApplicable;
+    verdictText = reason;
+    findings.clear();
+    status = FilterStatus::Processed;
+}
+
+void OrvSlotResult::Judge(OrvVerdict newVerdict, const std::string& text,
+                          std::vector<std::string> sentences) {
+    const bool isOdd = newVerdict == OrvVerdict::WorthALook || newVerdict == OrvVerdict::StrongSign;
+    verdict = newVerdict;
+    verdictText = text;
+    findings = std::move(sentences);
+    if (isOdd && findings.empty()) findings.push_back(text + ".");
+    status = isOdd ? FilterStatus::StandsOut : FilterStatus::Processed;
+}
+
+void OrvSlotResult::Judge(OrvVerdict newVerdict, const std::string& text, const OrvMeasurement& measurement,
+                          std::vector<std::string> sentences) {
+    Judge(newVerdict, text + " (" + MeasurementText(measurement) + ")", std::move(sentences));
+}
+
+std::vector<OrvMap> OrvFilterResult::GetMaps(int ofSlot) const {
+    if (!slot[ofSlot]) return {};
+    std::vector<OrvMap> maps = slot[ofSlot]->maps;
+    for (OrvMap& map : maps) {
+        if (!map.isAutomatic) continue;
+        const OrvMap* other = FindMap(slot[1 - ofSlot], map.name);
+        if (other == nullptr || !other->isAutomatic) continue;
+        map.range.low = std::min(map.range.low, other->range.low);
+        map.range.high = std::max(map.range.high, other->range.high);
+    }
+    return maps;
+}
+
+Image OrvFilterResult::GetPicture(int ofSlot) const {
+    if (!slot[ofSlot]) return {};
+    const OrvSlotResult& result = *slot[ofSlot];
+    if (result.outputImage.IsValid() || result.maps.empty()) return result.outputImage;
+    const auto draw = [&] { return DrawMap(GetMaps(ofSlot).front()); };
+    return pictures ? pictures->Get(ofSlot, draw) : draw();
+}
