@@ -50,6 +50,7 @@ dep_pkg(raw libraw_r)
 dep_pkg(qpdf libqpdf)
 dep_pkg(curl libcurl)
 dep_pkg(crypto libcrypto)
+dep_pkg(brotli libbrotlidec)
 dep_pkg(ssl openssl)
 dep_pkg(mathplot cb_wxmathplot)
 # The library's own headers are found through the folder below its Cflags folder.
