@@ -52,6 +52,7 @@ dep_pkg(curl libcurl)
 dep_pkg(crypto libcrypto)
 dep_pkg(brotli libbrotlidec)
 dep_pkg(ssl openssl)
+dep_pkg(sqlite sqlite3)
 dep_pkg(mathplot cb_wxmathplot)
 # The library's own headers are found through the folder below its Cflags folder.
 target_include_directories(dep_mathplot SYSTEM INTERFACE /usr/include/codeblocks)
