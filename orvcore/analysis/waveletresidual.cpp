@@ -322,3 +322,12 @@ cv::Mat WaveletResidual(const cv::Mat& plane, double sigma, const AnalysisProgre
     }
     return noise;
 }
+
+cv::Mat NoisePartOf(const cv::Mat& plane, double sigma, const AnalysisProgress& progress) {
+    cv::Mat result(plane.size(), CV_32F);
+    ForEachStrip(plane.rows, kStripRows, progress, [&](int first, int end) {
+        NoisePart noise(plane.cols, sigma);
+        for (int y = first; y < end; ++y) noise.Row(plane, y, result.ptr<float>(y));
+    });
+    return result;
+}

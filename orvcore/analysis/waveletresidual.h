@@ -18,3 +18,7 @@ constexpr double kDefaultWaveletSigma = 3.0;  // s, in levels of 0..255; 2 to 5 
 // Argument) for an empty plane, another type or a sigma that is not above 0; leaves by whatever progress throws.
 cv::Mat WaveletResidual(const cv::Mat& plane, double sigma = kDefaultWaveletSigma,
                         const AnalysisProgress& progress = {});
+
+// The noise part of every value of a plane as it is done for a detail band above, for values of other kinds (Fourier magnitudes).
+// plane: CV_32FC1, not empty; the result has its size.
+cv::Mat NoisePartOf(const cv::Mat& plane, double sigma, const AnalysisProgress& progress = {});
