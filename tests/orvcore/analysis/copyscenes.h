@@ -1,0 +1,147 @@
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <opencv2/imgproc.hpp>
+
+// The library's header needs the ones above.
+#include <jpeglib.h>
+
+// Scenes for the searches for copies and for registration: irregular ones as photographs are, and those that repeat by nature.
+
+// Something like a photograph: detail of all scales in which no two places are alike, and noise. B, G, R of 8 bits.
+inline cv::Mat CopyScene(int width, int height, std::uint64_t seed) {
+    cv::RNG random(seed * 7919 + 1);
+    cv::Mat sum(height, width, CV_32FC3, cv::Scalar::all(120));
+    for (double sigma = 1.2; sigma < 50.0; sigma *= 2.2) {
+        cv::Mat layer(height, width, CV_32FC3);
+        random.fill(layer, cv::RNG::NORMAL, 0.0, 22.0 * sigma);
+        cv::GaussianBlur(layer, layer, cv::Size(), sigma);
+        sum += layer;
+    }
+    cv::Mat noise(height, width, CV_32FC3);
+    random.fill(noise, cv::RNG::NORMAL, 0.0, 2.0);
+    sum += noise;
+    cv::Mat picture;
+    sum.convertTo(picture, CV_8U);
+    return picture;
+}
+
+inline void AddNoise(cv::Mat& picture, double deviation, std::uint64_t seed) {
+    cv::Mat noise(picture.size(), CV_16SC3);
+    cv::RNG(seed).fill(noise, cv::RNG::NORMAL, 0.0, deviation);
+    cv::add(picture, noise, picture, cv::noArray(), CV_8U);
+}
+
+// Bricks that are all alike, lit from one side, with the sensor's noise.
+inline cv::Mat BrickWall(int width, int height, double noise) {
+    cv::Mat brick = CopyScene(58, 26, 99);
+    brick.convertTo(brick, -1, 0.4, 60.0);
+    cv::Mat wall(height, width, CV_8UC3, cv::Scalar(170, 175, 180));
+    for (int row = 0; row * 32 < height; ++row) {
+        for (int x = row % 2 == 0 ? 0 : -32; x < width; x += 64) {
+            const cv::Rect place = cv::Rect(x, row * 32, 58, 26) & cv::Rect(0, 0, width, height);
+            if (!place.empty())
+                brick(cv::Rect(place.x - x, 0, place.width, place.height)).copyTo(wall(place));
+        }
+    }
+    if (noise > 0) AddNoise(wall, noise, 5);
+    return wall;
+}
+
+// Windows at even distances on a plastered wall.
+inline cv::Mat Facade(int width, int height) {
+    cv::Mat wall = CopyScene(width, height, 98);
+    wall.convertTo(wall, -1, 0.15, 140.0);
+    for (int y = 30; y + 80 < height; y += 130) {
+        for (int x = 25; x + 60 < width; x += 97) {
+            cv::rectangle(wall, cv::Rect(x, y, 60, 80), cv::Scalar(240, 240, 240), cv::FILLED);
+            cv::rectangle(wall, cv::Rect(x + 5, y + 5, 50, 70), cv::Scalar(90, 70, 50), cv::FILLED);
+            cv::line(wall, {x + 30, y}, {x + 30, y + 80}, cv::Scalar(240, 240, 240), 4);
+            cv::line(wall, {x, y + 30}, {x + 60, y + 30}, cv::Scalar(240, 240, 240), 4);
+            cv::circle(wall, {x + 40, y + 55}, 8, cv::Scalar(60, 120, 160), cv::FILLED, cv::LINE_AA);
+        }
+    }
+    AddNoise(wall, 1.5, 6);
+    return wall;
+}
+
+inline cv::Mat TextPage(int width, int height) {
+    cv::Mat page(height, width, CV_8UC3, cv::Scalar(243, 246, 247));
+    const char* const lines[] = {
+        "the evidence was seized on the third of", "march and the seal of the exhibit was",
+        "broken in the presence of both experts", "whose reports are annexed to the file",
+        "the court heard the first of them at the"};
+    int line = 0;
+    for (int y = 40; y < height; y += 34, ++line)
+        cv::putText(page, lines[line % 5], {30, y}, cv::FONT_HERSHEY_COMPLEX, 0.9, cv::Scalar(30, 25, 25), 1,
+                    cv::LINE_AA);
+    return page;
+}
+
+inline cv::Mat Stripes(int width, int height) {
+    cv::Mat picture(height, width, CV_8UC3);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            picture.at<cv::Vec3b>(y, x) =
+                (2 * x + y) / 40 % 2 == 0 ? cv::Vec3b(60, 80, 90) : cv::Vec3b(180, 190, 170);
+    cv::GaussianBlur(picture, picture, cv::Size(), 1.0);
+    AddNoise(picture, 2.0, 7);
+    return picture;
+}
+
+inline cv::Mat PureNoise(int width, int height) {
+    cv::Mat picture(height, width, CV_8UC3);
+    cv::RNG(8).fill(picture, cv::RNG::UNIFORM, 0, 256);
+    return picture;
+}
+
+inline cv::Mat SmoothSky(int width, int height) {
+    cv::Mat picture(height, width, CV_8UC3);
+    for (int y = 0; y < height; ++y)
+        picture.row(y).setTo(cv::Scalar(220 - y / 8, 170 - y / 10, 120 - y / 16));
+    AddNoise(picture, 1.0, 9);
+    return picture;
+}
+
+// Saved as JPEG of that quality without chroma subsampling, and decoded.
+inline cv::Mat SaveAgain(const cv::Mat& picture, int quality) {
+    jpeg_error_mgr errors{};
+    jpeg_compress_struct encoder{};
+    encoder.err = jpeg_std_error(&errors);
+    jpeg_create_compress(&encoder);
+    unsigned char* data = nullptr;
+    unsigned long size = 0;
+    jpeg_mem_dest(&encoder, &data, &size);
+    encoder.image_width = static_cast<JDIMENSION>(picture.cols);
+    encoder.image_height = static_cast<JDIMENSION>(picture.rows);
+    encoder.input_components = 3;
+    encoder.in_color_space = JCS_EXT_BGR;
+    jpeg_set_defaults(&encoder);
+    jpeg_set_quality(&encoder, quality, TRUE);
+    encoder.comp_info[0].h_samp_factor = encoder.comp_info[0].v_samp_factor = 1;
+    jpeg_start_compress(&encoder, TRUE);
+    for (int y = 0; y < picture.rows; ++y) {
+        JSAMPROW row = const_cast<JSAMPROW>(picture.ptr(y));
+        jpeg_write_scanlines(&encoder, &row, 1);
+    }
+    jpeg_finish_compress(&encoder);
+    jpeg_destroy_compress(&encoder);
+    jpeg_decompress_struct decoder{};
+    decoder.err = jpeg_std_error(&errors);
+    jpeg_create_decompress(&decoder);
+    jpeg_mem_src(&decoder, data, size);
+    jpeg_read_header(&decoder, TRUE);
+    decoder.out_color_space = JCS_EXT_BGR;
+    jpeg_start_decompress(&decoder);
+    cv::Mat decoded(picture.size(), CV_8UC3);
+    for (int y = 0; y < decoded.rows; ++y) {
+        JSAMPROW row = decoded.ptr(y);
+        jpeg_read_scanlines(&decoder, &row, 1);
+    }
+    jpeg_finish_decompress(&decoder);
+    jpeg_destroy_decompress(&decoder);
+    std::free(data);
+    return decoded;
+}
