@@ -224,8 +224,8 @@ DecodedImage DecodeBmp(ByteSpan bytes, const DecodeProgress& progress) {
         ZOR_THROW(Format, "The BMP file's coding, " + header.codingName + ", cannot be decoded.");
     }
     const bool isRuns = header.coding == Coding::Rle8 || header.coding == Coding::Rle4;
-    CheckPlausible(header.width, header.height, bytes.size(), isRuns ? 20000 : 64);
     const int depth = header.bits > 8 && WidestMask(header) > 8 ? CV_16U : CV_8U;
+    CheckPlausible(header.width, header.height, bytes.size(), depth == CV_16U ? 8 : 4);
     cv::Mat pixels = NewPixels(header.width, header.height, CV_MAKETYPE(depth, header.masks[3] == 0 ? 3 : 4));
     DecodedImage result;
     result.warnings = header.warnings;

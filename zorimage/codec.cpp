@@ -6,6 +6,7 @@
 #include <new>
 
 #include "zorbase/zorexception.h"
+#include "zorimage/plausibility.h"
 
 namespace codec {
 
@@ -13,9 +14,6 @@ namespace {
 
 constexpr std::size_t kMaxWarnings = 20;
 constexpr std::uint64_t kMaxPixels = std::numeric_limits<std::int32_t>::max();
-
-// Pictures of fewer pixels cost too little to be doubted.
-constexpr std::uint64_t kUndoubtedPixels = 64ULL << 20;
 
 constexpr Codec kCodecs[] = {
     {FileFormat::Jpeg, ReadJpegInfo, DecodeJpeg},
@@ -54,13 +52,13 @@ void CheckSides(std::uint64_t width, std::uint64_t height) {
 }
 
 void CheckPlausible(std::uint64_t width, std::uint64_t height, std::uint64_t fileBytes,
-                    std::uint64_t maxPixelsPerByte) {
+                    std::uint64_t bytesPerPixel) {
     CheckSides(width, height);
-    const std::uint64_t pixels = width * height;
-    if (pixels > kUndoubtedPixels && pixels / maxPixelsPerByte > fileBytes) {
+    const std::uint64_t needed = width * height * bytesPerPixel;
+    if (needed > MemoryLimit(fileBytes)) {
         ZOR_THROW(Format, "The file says that its picture has " + SidesText(width, height) +
-                              " pixels, but its " + std::to_string(fileBytes) +
-                              " bytes cannot hold so many.");
+                              " pixels, which take " + std::to_string(needed >> 20) + " MB to decode; its " +
+                              std::to_string(fileBytes) + " bytes cannot hold so many.");
     }
 }
 

@@ -50,11 +50,11 @@ DecodedImage DecodeRaw(ByteSpan bytes, const DecodeProgress& progress);
 cv::Mat NewPixels(std::uint64_t width, std::uint64_t height, int type);
 // The check of NewPixels alone.
 void CheckSides(std::uint64_t width, std::uint64_t height);
-// For formats whose coding cannot shrink a picture without limit: throws ZorException (kind Format) when the
-// file is absurdly short for its picture, so that a few bytes cannot claim gigabytes.
-// Deflate shrinks one-bit pixels 8256 to 1; no coding that is checked does better than the usual limit.
+// Throws ZorException when decoding would need more memory than a file of that size may ask for (MemoryLimit), so that
+// a few bytes cannot claim gigabytes. bytesPerPixel: of everything that is held at once while decoding, the library's
+// own buffers included.
 void CheckPlausible(std::uint64_t width, std::uint64_t height, std::uint64_t fileBytes,
-                    std::uint64_t maxPixelsPerByte = 20000);
+                    std::uint64_t bytesPerPixel);
 
 // "the last 120 of 600 rows are missing.", to follow a colon; empty when none is.
 std::string MissingRowsText(int rowsDone, int rows);

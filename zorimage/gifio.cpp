@@ -178,7 +178,7 @@ DecodedImage DecodeGif(ByteSpan bytes, const DecodeProgress& progress) {
         result.warnings.emplace_back(
             "The first picture is larger than the canvas that the file states; the canvas was widened.");
     }
-    CheckPlausible(static_cast<std::uint64_t>(width), static_cast<std::uint64_t>(height), bytes.size());
+    CheckPlausible(static_cast<std::uint64_t>(width), static_cast<std::uint64_t>(height), bytes.size(), 4);
     const bool isCovered = frame.Width == width && frame.Height == height;
     const int channels = isCovered && transparent < 0 ? 3 : 4;
     cv::Mat pixels =

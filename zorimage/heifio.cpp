@@ -110,11 +110,12 @@ std::string ColourText(int chroma, bool hasAlpha) {
 // The library multiplies in 32 bits when it converts colours, and the tiles of a picture may claim another
 // size than its headers: no side may be longer than the stated ones, and a square of the longest must be
 // safe.
-void LimitSides(const Context& context, const Handle& handle, bool isDeep) {
+void LimitSides(const Context& context, const Handle& handle, bool isDeep, std::size_t fileBytes) {
     const int width = heif_image_handle_get_ispe_width(handle.get());
     const int height = heif_image_handle_get_ispe_height(handle.get());
-    codec::CheckSides(static_cast<std::uint64_t>(std::max(width, 0)),
-                      static_cast<std::uint64_t>(std::max(height, 0)));
+    // What is coded, as luminance and chroma of half the size mostly, then as colours, and the picture.
+    codec::CheckPlausible(static_cast<std::uint64_t>(std::max(width, 0)),
+                          static_cast<std::uint64_t>(std::max(height, 0)), fileBytes, isDeep ? 16 : 8);
     const int side = std::max(width, height);
     const int most = isDeep ? 16383 : 23169;
     if (side > most) {
@@ -175,7 +176,7 @@ DecodedImage DecodeHeif(ByteSpan bytes, const DecodeProgress& progress) {
     options->ignore_transformations = 1;
     const bool hasAlpha = heif_image_handle_has_alpha_channel(handle.get()) != 0;
     const bool isDeep = heif_image_handle_get_luma_bits_per_pixel(handle.get()) > 8;
-    LimitSides(context, handle, isDeep);
+    LimitSides(context, handle, isDeep, bytes.size());
     const heif_chroma chroma =
         isDeep ? (hasAlpha ? heif_chroma_interleaved_RRGGBBAA_LE : heif_chroma_interleaved_RRGGBB_LE)
                : (hasAlpha ? heif_chroma_interleaved_RGBA : heif_chroma_interleaved_RGB);

@@ -5,12 +5,17 @@
 #include "zorbase/files.h"
 #include "zorbase/zorexception.h"
 #include "zorimage/codec.h"
+#include "zorimage/plausibility.h"
 
 ImageInfo ReadImageInfo(std::span<const std::uint8_t> bytes) {
     ImageInfo info;
     info.format = DetectFormat(bytes);
     const codec::Codec* codec = codec::FindCodec(info.format);
     if (codec == nullptr) return info;
+    if (std::string problem = StructureProblem(bytes); !problem.empty()) {
+        info.warnings.push_back(std::move(problem));
+        return info;
+    }
     try {
         codec->readInfo(bytes, info);
     } catch (const std::exception& exception) {
@@ -29,6 +34,7 @@ DecodedImage DecodeImage(std::span<const std::uint8_t> bytes, const DecodeProgre
                               : "The file is of the format " + FormatName(format) +
                                     ", which cannot be shown as a picture.");
     }
+    if (const std::string problem = StructureProblem(bytes); !problem.empty()) ZOR_THROW(Format, problem);
     try {
         return codec->decode(
             bytes, progress ? progress : [](double) {});

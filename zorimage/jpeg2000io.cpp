@@ -113,9 +113,8 @@ void CheckHeader(const Jpeg2000Header& header, std::size_t fileBytes) {
         ZOR_THROW(Format, "The JPEG 2000 file claims " + std::to_string(header.components.size()) +
                               " components; only 1 to 64 are understood.");
     }
-    // An empty code block costs next to nothing, so a large picture may be tiny; a claim of gigabytes in a
-    // few bytes is none.
-    codec::CheckPlausible(header.width, header.height, fileBytes, 500000);
+    // The library holds each component twice, as whole numbers of four bytes.
+    codec::CheckPlausible(header.width, header.height, fileBytes, 8 * header.components.size() + 8);
 }
 
 // Samples of one decoded component, scaled to 0..full.

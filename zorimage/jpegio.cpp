@@ -152,8 +152,10 @@ void CheckHeader(const JpegHeader& header, std::size_t fileBytes) {
         ZOR_THROW(Format, "This JPEG file has " + std::to_string(count) +
                               " components; only 1, 3 and 4 are understood.");
     }
+    // Of a file with several scans the library keeps every coefficient.
+    const bool isProgressive = (header.frameMarker & 3) == 2;
     codec::CheckPlausible(static_cast<std::uint64_t>(header.width), static_cast<std::uint64_t>(header.height),
-                          fileBytes);
+                          fileBytes, (count == 1 ? 1 : 3) + (isProgressive ? 2 * count : 0));
 }
 
 bool Start(Reader& reader, J_COLOR_SPACE colour) {

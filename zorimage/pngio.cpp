@@ -233,7 +233,7 @@ DecodedImage DecodePng(ByteSpan bytes, const DecodeProgress& progress) {
     Header header;
     if (!ReadHeader(bytes, header))
         ZOR_THROW(Format, "The PNG file has no header chunk: there is nothing to decode.");
-    CheckPlausible(header.width, header.height, bytes.size());
+    CheckPlausible(header.width, header.height, bytes.size(), header.bits == 16 ? 8 : 4);
     auto reader = std::make_unique<Reader>(bytes);
     reader->png = png_create_read_struct(PNG_LIBPNG_VER_STRING, reader.get(), OnError, OnWarning);
     if (reader->png != nullptr) reader->info = png_create_info_struct(reader->png);

@@ -90,9 +90,9 @@ DecodedImage DecodeRaw(ByteSpan bytes, const DecodeProgress& progress) {
     stop.progress = &progress;
     const std::unique_ptr<LibRaw> raw = Open(bytes, stop);
     const libraw_image_sizes_t& sizes = raw->imgdata.sizes;
-    // The library's own bounds are sides of 65535; its work needs eight bytes a pixel.
+    // What the sensor gave, four colours of every pixel, and the picture: 2 + 8 + 6 bytes.
     CheckPlausible(std::max(sizes.raw_width, sizes.width), std::max(sizes.raw_height, sizes.height),
-                   bytes.size(), 1000);
+                   bytes.size(), 16);
     libraw_output_params_t& parameters = raw->imgdata.params;
     parameters.use_camera_wb = 1;
     parameters.no_auto_bright = 1;

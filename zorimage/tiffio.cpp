@@ -13,6 +13,7 @@ using codec::TiffReader;
 namespace {
 
 constexpr int kStripRows = 64;
+constexpr std::uint64_t kMaxWorkBytes = std::uint64_t{256} << 20;  // of one row or tile
 
 // How the first page stores its pixels.
 struct Page {
@@ -84,7 +85,12 @@ bool Describe(TiffReader& tiff, Page& page) {
 }
 
 void CheckPage(const Page& page, std::size_t fileBytes) {
-    codec::CheckPlausible(page.width, page.height, fileBytes);
+    // What the library converts itself comes as four bytes a pixel beside the picture.
+    const std::uint64_t unit = static_cast<std::uint64_t>(page.Channels()) * (page.Depth() == CV_8U ? 1 : 2);
+    codec::CheckPlausible(page.width, page.height, fileBytes, std::max<std::uint64_t>(unit, 4));
+    const std::uint64_t stored =
+        static_cast<std::uint64_t>(page.samples) * ((static_cast<std::uint64_t>(page.bits) + 7) / 8);
+    if (page.samples > 64) codec::CheckPlausible(page.width, page.height, fileBytes, stored);
     if (page.format == SAMPLEFORMAT_IEEEFP || page.format == SAMPLEFORMAT_COMPLEXIEEEFP ||
         page.format == SAMPLEFORMAT_COMPLEXINT) {
         ZOR_THROW(
@@ -221,7 +227,8 @@ class RowWriter {
 std::vector<std::uint8_t> WorkBuffer(tmsize_t size, const Page& page) {
     const std::uint64_t picture =
         static_cast<std::uint64_t>(page.width) * page.height * static_cast<std::uint64_t>(page.samples) * 4;
-    if (size <= 0 || static_cast<std::uint64_t>(size) > picture + (64U << 20)) {
+    const std::uint64_t most = std::min(picture + (64U << 20), kMaxWorkBytes);
+    if (size <= 0 || static_cast<std::uint64_t>(size) > most) {
         ZOR_THROW(Format, "The TIFF file cannot be decoded: the sizes of its rows or tiles are absurd.");
     }
     return std::vector<std::uint8_t>(static_cast<std::size_t>(size));
@@ -354,8 +361,9 @@ DecodedImage DecodeTiff(ByteSpan bytes, const DecodeProgress& progress) {
                                 : ReadScanlines(reader.Get(), page, pixels, progress);
     result.warnings = reader.GetWarnings().Take();
     if (missing >= pixels.rows) {
-        ZOR_THROW(Format, "The TIFF file cannot be decoded" +
-                              (result.warnings.empty() ? std::string(".") : ": " + result.warnings.back()));
+        ZOR_THROW(Format,
+                  "The TIFF file cannot be decoded" +
+                      (reader.GetError().empty() ? std::string(".") : ": " + reader.GetError() + "."));
     }
     if (missing > 0) {
         result.warnings.insert(result.warnings.begin(),

@@ -35,17 +35,16 @@ TiffReader::TiffReader(ByteSpan bytes) : m_bytes(bytes) {
     if (options) {
         TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(),
                                             static_cast<tmsize_t>(bytes.size()) * 2 + kWorkBytes);
-        TIFFOpenOptionsSetErrorHandlerExtR(options.get(), OnMessage, this);
-        TIFFOpenOptionsSetWarningHandlerExtR(options.get(), OnMessage, this);
+        TIFFOpenOptionsSetErrorHandlerExtR(options.get(), OnError, this);
+        TIFFOpenOptionsSetWarningHandlerExtR(options.get(), OnWarning, this);
         m_tiff = TIFFClientOpenExt(
             "TIFF", "r", this, OnRead, RefuseWrite, OnSeek, CloseNothing,
             [](thandle_t handle) -> toff_t { return static_cast<TiffReader*>(handle)->m_bytes.size(); },
             OnMap, UnmapNothing, options.get());
     }
     if (m_tiff == nullptr) {
-        const std::vector<std::string> texts = m_warnings.Take();
         ZOR_THROW(Format, "The TIFF file cannot be opened" +
-                              (texts.empty() ? std::string(".") : ": " + texts.back()));
+                              (m_error.empty() ? std::string(".") : ": " + m_error + "."));
     }
 }
 
@@ -75,7 +74,7 @@ int TiffReader::OnMap(thandle_t handle, void** base, toff_t* size) {
     return 1;
 }
 
-int TiffReader::OnMessage(TIFF*, void* user, const char* module, const char* format, va_list arguments) {
+int TiffReader::OnWarning(TIFF*, void* user, const char* module, const char* format, va_list arguments) {
     std::array<char, 400> text{};
     std::vsnprintf(text.data(), text.size(), format, arguments);
     try {
@@ -85,6 +84,22 @@ int TiffReader::OnMessage(TIFF*, void* user, const char* module, const char* for
         // Without memory for a sentence the picture still comes.
     }
     return 1;
+}
+
+int TiffReader::OnError(TIFF* tiff, void* user, const char* module, const char* format, va_list arguments) {
+    std::array<char, 400> text{};
+    va_list again;
+    va_copy(again, arguments);
+    std::vsnprintf(text.data(), text.size(), format, again);
+    va_end(again);
+    try {
+        std::string& error = static_cast<TiffReader*>(user)->m_error;
+        error = text.data();
+        while (!error.empty() && error.back() == '.') error.pop_back();
+    } catch (const std::exception&) {
+        // As above.
+    }
+    return OnWarning(tiff, user, module, format, arguments);
 }
 
 std::uint32_t TiffReader::Get32(std::uint32_t tag, std::uint32_t otherwise) const {

@@ -151,9 +151,8 @@ DecodedImage DecodeWebp(ByteSpan bytes, const DecodeProgress& progress) {
     const int height =
         std::max(isAnimation ? static_cast<int>(layout.canvasHeight) : 0, place.y + place.height);
     const bool isCovered = width == place.width && height == place.height;
-    // A canvas costs no bytes in the file; its frame does.
-    if (!isCovered)
-        CheckPlausible(static_cast<std::uint64_t>(width), static_cast<std::uint64_t>(height), bytes.size());
+    // The library's own buffer and the picture.
+    CheckPlausible(static_cast<std::uint64_t>(width), static_cast<std::uint64_t>(height), bytes.size(), 8);
     const bool hasAlpha = features.has_alpha != 0 || !isCovered;
     cv::Mat pixels = NewPixels(static_cast<std::uint64_t>(width), static_cast<std::uint64_t>(height),
                                hasAlpha ? CV_8UC4 : CV_8UC3);

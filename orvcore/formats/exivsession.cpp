@@ -7,6 +7,7 @@
 #include "orvcore/formats/metadatablocks.h"
 #include "zorbase/text.h"
 #include "zorimage/imageformat.h"
+#include "zorimage/plausibility.h"
 
 namespace {
 
@@ -119,6 +120,12 @@ Exiv2::Image::AutoPtr ExivSession::Open(ByteSpan bytes) {
     const FileFormat format = DetectFormat(Slice(bytes, 0, kFormatSniffBytes));
     Exiv2::Image::AutoPtr image;
     if (!IsReadFormat(format)) return image;
+    // The library follows boxes as deep as they go, and copies each of them.
+    if (const std::string problem = StructureProblem(bytes); !problem.empty()) {
+        Warn("The metadata were not read. " + problem);
+        m_reading = MetadataReading::NotRead;
+        return image;
+    }
     if (bytes.size() > static_cast<std::size_t>(LONG_MAX)) return image;
     bool isWhole =
         Guard([&] { image = Exiv2::ImageFactory::open(bytes.data(), static_cast<long>(bytes.size())); });

@@ -67,14 +67,26 @@ const EvidenceFacts& OrvLoadedFile::GetEvidenceFacts() const {
 }
 
 std::shared_ptr<const DecodedImage> OrvLoadedFile::GetDecoded(const OrvJob& job) const {
-    return GetShared<DecodedImage>(
-        kDecoded,
-        [&] {
-            return DecodeImage(m_bytes,
-                               [&job](double done) { job.SetProgress(done, "Decoding the picture"); });
-        },
-        [](const DecodedImage& decoded) {
-            const cv::Mat& mat = decoded.image.GetMat();
-            return mat.total() * mat.elemSize();
-        });
+    {
+        const std::lock_guard lock(m_lazyMutex);
+        if (m_decodeFailure) throw ZorException(*m_decodeFailure);
+    }
+    try {
+        return GetShared<DecodedImage>(
+            kDecoded,
+            [&] {
+                return DecodeImage(m_bytes,
+                                   [&job](double done) { job.SetProgress(done, "Decoding the picture"); });
+            },
+            [](const DecodedImage& decoded) {
+                const cv::Mat& mat = decoded.image.GetMat();
+                return mat.total() * mat.elemSize();
+            });
+    } catch (const ZorException& exception) {
+        if (exception.GetKind() == ZorException::Kind::Format) {
+            const std::lock_guard lock(m_lazyMutex);
+            m_decodeFailure = std::make_unique<ZorException>(exception);
+        }
+        throw;
+    }
 }

@@ -10,6 +10,7 @@
 #include "orvcore/model/sharedvalues.h"
 #include "zorbase/files.h"
 #include "zorbase/hash.h"
+#include "zorbase/zorexception.h"
 #include "zorimage/imageio.h"
 
 // One loaded file as an immutable snapshot: its bytes as they were when it was read, and what follows from
@@ -34,8 +35,8 @@ class OrvLoadedFile {
     // Already worked out for a file in a slot, so that the GUI thread may ask.
     const EvidenceFacts& GetEvidenceFacts() const;
 
-    // The decoded picture, shared by everybody who asks. Throws ZorException when it cannot be decoded; an
-    // aborted decode is tried again by the next caller.
+    // The decoded picture, shared by everybody who asks. Throws ZorException when it cannot be decoded, then the same to
+    // every further caller; an aborted decode, and one that lacked memory, is tried again by the next.
     std::shared_ptr<const DecodedImage> GetDecoded(const OrvJob& job) const;
     bool IsDecoded() const { return m_shared.Has(kDecoded); }
 
@@ -67,6 +68,7 @@ class OrvLoadedFile {
     mutable std::unique_ptr<ImageInfo> m_info;
     mutable std::unique_ptr<EvidenceFacts> m_evidenceFacts;
     mutable OrvSharedValues m_shared;
+    mutable std::unique_ptr<ZorException> m_decodeFailure;
 };
 
 using OrvFilePtr = std::shared_ptr<const OrvLoadedFile>;

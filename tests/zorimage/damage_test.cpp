@@ -7,6 +7,7 @@
 #include "tests/zorimage/samples.h"
 #include "zorbase/zorexception.h"
 #include "zorimage/imageio.h"
+#include "zorimage/plausibility.h"
 
 namespace {
 
@@ -179,6 +180,95 @@ TEST(Hostile, AbsurdSizesFailFast) {
     ExpectRefusal(gif, Kind::Memory, "65535 x 65535");
     ExpectRefusal({}, Kind::Format, "The file is empty.");
     ExpectRefusal({'P', 'K', 3, 4}, Kind::Format, "ZIP archive");
+}
+
+// Boxes of that name inside each other, behind the usual first one.
+Bytes NestedBoxes(const std::string& name, std::size_t depth, std::size_t head = 0) {
+    Bytes bytes = {0, 0, 0, 24, 'f', 't', 'y', 'p', 'h', 'e', 'i', 'c',
+                   0, 0, 0, 0,  'm', 'i', 'f', '1', 'h', 'e', 'i', 'c'};
+    for (std::size_t i = depth; i > 0; --i) {
+        const std::size_t size = i * (8 + head);
+        for (int shift = 24; shift >= 0; shift -= 8)
+            bytes.push_back(static_cast<std::uint8_t>(size >> shift));
+        bytes.insert(bytes.end(), name.begin(), name.end());
+        bytes.insert(bytes.end(), head, std::uint8_t{0});
+    }
+    return bytes;
+}
+
+// A directory of width, height, samples per pixel and the place of the next directory.
+Bytes BareTiff(std::uint32_t width, std::uint32_t height, std::uint32_t samplesPerPixel, std::uint32_t next) {
+    Bytes bytes = {'I', 'I', 42, 0, 8, 0, 0, 0, 3, 0};
+    for (const auto& [tag, value] : {std::pair{256U, width}, {257U, height}, {277U, samplesPerPixel}}) {
+        samples::Append16(bytes, tag);
+        samples::Append16(bytes, 4);
+        samples::Append32(bytes, 1);
+        samples::Append32(bytes, value);
+    }
+    samples::Append32(bytes, next);
+    return bytes;
+}
+
+TEST(Hostile, AFewBytesThatClaimMuchReachNoLibrary) {
+    struct Case {
+        const char* what;
+        Bytes bytes;
+        const char* problem;  // "" for what may be read
+    };
+    Bytes manyBoxes = NestedBoxes("moov", 1);
+    for (int i = 0; i < 100001; ++i) manyBoxes.insert(manyBoxes.end(), {0, 0, 0, 8, 'f', 'r', 'e', 'e'});
+    Bytes manyDirectories = {'I', 'I', 42, 0, 8, 0, 0, 0};
+    for (std::uint32_t i = 0; i < 1100; ++i) {
+        samples::Append16(manyDirectories, 0);
+        samples::Append32(manyDirectories, 8 + 6 * (i + 1));
+    }
+    const Case cases[] = {
+        {"boxes in boxes", NestedBoxes("moov", 20000), "nested more than"},
+        {"just too deep", NestedBoxes("trak", 25), "nested more than"},
+        {"just deep enough", NestedBoxes("trak", 24), ""},
+        {"with a head", NestedBoxes("meta", 30, 4), "nested more than"},
+        {"extended by name", NestedBoxes("uuid", 30, 16), "nested more than"},
+        {"no container", NestedBoxes("mdat", 20000), ""},
+        {"boxes in a row", manyBoxes, "more than 100000 boxes"},
+        {"samples", BareTiff(65535, 900, 65535, 0), "65535 samples"},
+        {"few samples", BareTiff(5000, 4000, 4, 0), ""},
+        {"a directory that leads to itself", BareTiff(1, 1, 1, 8), ""},
+        {"directories without end", manyDirectories, "more than 1000 directories"},
+        {"nothing", {}, ""},
+    };
+    for (const Case& one : cases) {
+        const std::string problem = StructureProblem(one.bytes);
+        EXPECT_EQ(problem.empty(), *one.problem == 0) << one.what << ": " << problem;
+        EXPECT_NE(problem.find(one.problem), std::string::npos) << one.what << ": " << problem;
+        if (problem.empty()) continue;
+        ExpectRefusal(one.bytes, ZorException::Kind::Format, one.problem);
+        const ImageInfo info = ReadImageInfo(one.bytes);
+        ASSERT_EQ(info.warnings.size(), 1U) << one.what;
+        EXPECT_EQ(info.warnings[0], problem) << one.what;
+    }
+}
+
+// What is decoded is bounded by the bytes that there are, whatever the format; the bound of a 5 MB file is the aim.
+TEST(Hostile, NoSmallFileMayAskForAGigabyte) {
+    EXPECT_LT(MemoryLimit(5000000), 950000000U);
+    EXPECT_GT(MemoryLimit(5000000), 500000000U) << "a sound picture of 48 megapixels";
+    EXPECT_GT(MemoryLimit(60000000), 3000000000U);
+    using Kind = ZorException::Kind;
+    const Bytes png = EncodeImage(samples::MakeScene(4, 4, 3), "png");
+    ExpectRefusal(WithBig32(WithBig32(png, 16, 13000), 20, 13000), Kind::Format, "MB to decode");
+    Bytes jpeg = EncodeImage(samples::MakeScene(4, 4, 3), "jpg");
+    const std::size_t frame = Find(jpeg, "\xff\xc0");
+    ExpectRefusal(WithBig32(jpeg, frame + 5, 0x40004000), Kind::Format, "MB to decode");
+    jpeg[frame + 1] = 0xc2;  // every coefficient is kept
+    ExpectRefusal(WithBig32(jpeg, frame + 5, 0x24002400), Kind::Format, "MB to decode");
+    const std::size_t size = Find(samples::kGreyJp2, "\xff\x51");
+    Bytes jp2 = samples::kGreyJp2;
+    for (const std::size_t at : {6, 10, 22, 26}) jp2 = WithBig32(jp2, size + at, 10000);  // picture and one tile
+    ExpectRefusal(jp2, Kind::Format, "MB to decode");
+    Bytes gif = samples::MakeGif(2, 2, {0, 1, 2, 3}, false);
+    gif[6] = gif[8] = 0;
+    gif[7] = gif[9] = 60;
+    ExpectRefusal(gif, Kind::Format, "MB to decode");
 }
 
 TEST(Hostile, ThousandsOfScansAreRefused) {

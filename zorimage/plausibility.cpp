@@ -1,0 +1,176 @@
+#include "zorimage/plausibility.h"
+
+#include <algorithm>
+#include <array>
+#include <set>
+#include <string_view>
+#include <vector>
+
+#include "zorimage/codec.h"
+
+using codec::ByteSpan;
+
+namespace {
+
+constexpr std::size_t kMaxDepth = 24;
+constexpr std::size_t kMaxBoxes = 100000;
+constexpr std::size_t kMaxDirectories = 1000;
+constexpr std::uint64_t kFreeMemory = std::uint64_t{576} << 20;
+constexpr std::uint64_t kMemoryPerByte = 64;
+
+std::uint64_t Big64(const std::uint8_t* p) {
+    return std::uint64_t{codec::Be32(p)} << 32 | codec::Be32(p + 4);
+}
+
+// Boxes that hold boxes, whatever reader looks into them, and how many bytes stand before the first.
+struct Container {
+    std::string_view name;
+    std::size_t head;
+};
+constexpr std::array kContainers = {
+    Container{"meta", 4},  Container{"moov", 0}, Container{"trak", 0}, Container{"mdia", 0},
+    Container{"minf", 0},  Container{"stbl", 0}, Container{"dinf", 0}, Container{"iprp", 0},
+    Container{"ipco", 0},  Container{"jp2h", 0}, Container{"uinf", 0}, Container{"udta", 0},
+    Container{"edts", 0},  Container{"moof", 0}, Container{"traf", 0}, Container{"mvex", 0},
+    Container{"sinf", 0},  Container{"schi", 0}, Container{"grpl", 0}, Container{"jumb", 0},
+    Container{"iinf", 0},  Container{"iref", 4}, Container{"asoc", 0}, Container{"res ", 0},
+    Container{"uuid", 16}, Container{"dref", 8}, Container{"stsd", 8}};
+
+const Container* FindContainer(ByteSpan bytes, std::size_t at) {
+    for (const Container& container : kContainers)
+        if (codec::HasText(bytes, at, container.name)) return &container;
+    return nullptr;
+}
+
+// One box: where its content begins and ends. False where none fits.
+bool ReadBox(ByteSpan bytes, std::size_t at, std::size_t end, std::size_t& body, std::size_t& boxEnd) {
+    if (end - at < 8) return false;
+    std::uint64_t length = codec::Be32(&bytes[at]);
+    body = at + 8;
+    if (length == 1) {
+        if (end - at < 16) return false;
+        length = Big64(&bytes[at + 8]);
+        body = at + 16;
+    }
+    // A box of no length goes on to the end; one that claims more is cut there by every reader.
+    if (length == 0 || length > end - at) length = end - at;
+    boxEnd = at + static_cast<std::size_t>(length);
+    return boxEnd >= body;
+}
+
+// Without recursion: the ends of the boxes that lie around the place.
+std::string BoxProblem(ByteSpan bytes) {
+    std::vector<std::size_t> ends = {bytes.size()};
+    std::size_t boxes = 0;
+    for (std::size_t at = 0; !ends.empty();) {
+        std::size_t body = 0;
+        std::size_t boxEnd = 0;
+        if (at >= ends.back() || !ReadBox(bytes, at, ends.back(), body, boxEnd)) {
+            at = ends.back();
+            ends.pop_back();
+            continue;
+        }
+        if (++boxes > kMaxBoxes)
+            return "The file holds more than " + std::to_string(kMaxBoxes) + " boxes and was not read.";
+        const Container* container = FindContainer(bytes, at + 4);
+        if (container == nullptr || boxEnd - body < container->head) {
+            at = boxEnd;
+            continue;
+        }
+        if (ends.size() > kMaxDepth)
+            return "The file's boxes are nested more than " + std::to_string(kMaxDepth) +
+                   " deep; no sound file is built like this, and it was not read.";
+        ends.push_back(boxEnd);
+        at = body + container->head;
+    }
+    return {};
+}
+
+// Directories of a plain TIFF, each looked at once.
+class Directories {
+  public:
+    explicit Directories(ByteSpan bytes) : m_bytes(bytes), m_isBig(codec::HasText(bytes, 0, "MM")) {}
+
+    std::string Problem() {
+        std::vector<std::size_t> waiting = {Get32(4)};
+        while (!waiting.empty()) {
+            const std::size_t at = waiting.back();
+            waiting.pop_back();
+            if (at < 8 || at + 2 > m_bytes.size() || !m_seen.insert(at).second) continue;
+            if (m_seen.size() > kMaxDirectories)
+                return "The file holds more than " + std::to_string(kMaxDirectories) +
+                       " directories and was not read.";
+            if (std::string problem = Look(at, waiting); !problem.empty()) return problem;
+        }
+        return {};
+    }
+
+  private:
+    std::uint32_t Get16(std::size_t at) const {
+        if (at + 2 > m_bytes.size()) return 0;
+        return m_isBig ? codec::Be16(&m_bytes[at]) : codec::Le16(&m_bytes[at]);
+    }
+    std::uint32_t Get32(std::size_t at) const {
+        if (at + 4 > m_bytes.size()) return 0;
+        return m_isBig ? codec::Be32(&m_bytes[at]) : codec::Le32(&m_bytes[at]);
+    }
+
+    std::string Look(std::size_t at, std::vector<std::size_t>& waiting) const {
+        const std::size_t count = Get16(at);
+        std::uint64_t width = 0;
+        std::uint64_t height = 0;
+        std::uint64_t samples = 1;
+        std::uint64_t bits = 8;
+        for (std::size_t i = 0; i < count; ++i) {
+            const std::size_t entry = at + 2 + i * 12;
+            if (entry + 12 > m_bytes.size()) break;
+            const bool isShort = Get16(entry + 2) == 3;
+            const std::uint32_t value = isShort ? Get16(entry + 8) : Get32(entry + 8);
+            const std::uint32_t tag = Get16(entry);
+            if (tag == 256) width = value;
+            if (tag == 257) height = value;
+            if (tag == 258 && Get32(entry + 4) == 1) bits = value;
+            if (tag == 277) samples = value;
+            if (tag == 0x14a || tag == 0x8769 || tag == 0x8825 || tag == 0xa005) Follow(entry, waiting);
+        }
+        waiting.push_back(Get32(at + 2 + count * 12));
+        // Unpacked, what the directory describes passes through memory once, row by row: time counts, not only room.
+        const double unpacked = static_cast<double>(width) * static_cast<double>(height) *
+                                static_cast<double>(samples) * static_cast<double>((bits + 7) / 8);
+        if (samples > 64 && unpacked > static_cast<double>(MemoryLimit(m_bytes.size())))
+            return "The file says that its picture has " + std::to_string(width) + " x " +
+                   std::to_string(height) + " pixels of " + std::to_string(samples) +
+                   " samples each, which its " + std::to_string(m_bytes.size()) + " bytes cannot hold.";
+        return {};
+    }
+
+    // One place, or a list of them elsewhere.
+    void Follow(std::size_t entry, std::vector<std::size_t>& waiting) const {
+        const std::size_t count = std::min<std::size_t>(Get32(entry + 4), 64);
+        if (count <= 1) {
+            waiting.push_back(Get32(entry + 8));
+            return;
+        }
+        const std::size_t list = Get32(entry + 8);
+        for (std::size_t i = 0; i < count; ++i) waiting.push_back(Get32(list + 4 * i));
+    }
+
+    ByteSpan m_bytes;
+    bool m_isBig;
+    std::set<std::size_t> m_seen;
+};
+
+}  // namespace
+
+std::uint64_t MemoryLimit(std::uint64_t fileBytes) {
+    return kFreeMemory + kMemoryPerByte * fileBytes;
+}
+
+std::string StructureProblem(ByteSpan bytes) {
+    if (bytes.size() < 12) return {};
+    if (codec::HasText(bytes, 4, "ftyp") || codec::HasText(bytes, 4, "jP  ")) return BoxProblem(bytes);
+    using namespace std::string_view_literals;
+    if (codec::HasText(bytes, 0, "II*\0"sv) || codec::HasText(bytes, 0, "MM\0*"sv))
+        return Directories(bytes).Problem();
+    return {};
+}
