@@ -68,7 +68,7 @@ const EvidenceFacts& OrvLoadedFile::GetEvidenceFacts() const {
 
 std::shared_ptr<const DecodedImage> OrvLoadedFile::GetDecoded(const OrvJob& job) const {
     {
-        const std::lock_guard lock(m_lazyMutex);
+        const std::lock_guard lock(m_decodeMutex);
         if (m_decodeFailure) throw ZorException(*m_decodeFailure);
     }
     try {
@@ -84,7 +84,7 @@ std::shared_ptr<const DecodedImage> OrvLoadedFile::GetDecoded(const OrvJob& job)
             });
     } catch (const ZorException& exception) {
         if (exception.GetKind() == ZorException::Kind::Format) {
-            const std::lock_guard lock(m_lazyMutex);
+            const std::lock_guard lock(m_decodeMutex);
             m_decodeFailure = std::make_unique<ZorException>(exception);
         }
         throw;

@@ -68,6 +68,7 @@ class OrvLoadedFile {
     mutable std::unique_ptr<ImageInfo> m_info;
     mutable std::unique_ptr<EvidenceFacts> m_evidenceFacts;
     mutable OrvSharedValues m_shared;
+    mutable std::mutex m_decodeMutex;
     mutable std::unique_ptr<ZorException> m_decodeFailure;
 };
 
