@@ -51,6 +51,7 @@ dep_pkg(qpdf libqpdf)
 dep_pkg(curl libcurl)
 dep_pkg(crypto libcrypto)
 dep_pkg(brotli libbrotlidec)
+dep_pkg(brotlienc libbrotlienc)  # tests only
 dep_pkg(ssl openssl)
 dep_pkg(sqlite sqlite3)
 dep_pkg(mathplot cb_wxmathplot)

@@ -169,7 +169,7 @@ std::vector<std::string> CheckSignerForm(X509* certificate, const std::vector<st
     const std::uint32_t flags = X509_get_extension_flags(certificate);
     demand((flags & EXFLAG_INVALID) == 0, "Its extensions are damaged.");
     demand(X509_get_version(certificate) == X509_VERSION_3, "It is not of version 3.");
-    demand(X509_check_ca(certificate) == 0, "It is one that issues certificates, not one that signs.");
+    demand((flags & EXFLAG_CA) == 0, "It is one that issues certificates, not one that signs.");
     const std::uint32_t keyUsage = X509_get_key_usage(certificate);
     demand((flags & EXFLAG_KUSAGE) != 0 && (keyUsage & KU_DIGITAL_SIGNATURE) != 0,
            "It does not say that its key makes digital signatures.");
