@@ -19,6 +19,12 @@ if(ORVANE_SANITIZE)
     target_link_options(orvane_options INTERFACE -fsanitize=${ORVANE_SANITIZE})
 endif()
 
+if(ORVANE_FUZZ)
+    target_compile_options(orvane_options INTERFACE -fsanitize=fuzzer-no-link,address,undefined -fno-omit-frame-pointer
+                           -fno-sanitize-recover=all)
+    target_link_options(orvane_options INTERFACE -fsanitize=address,undefined)
+endif()
+
 # A library of ours: every .cpp of its folder and of all folders below it but those named.
 function(orvane_library name kind)
     file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
