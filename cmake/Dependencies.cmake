@@ -69,13 +69,17 @@ add_library(dep_jbig2dec INTERFACE)
 target_link_libraries(dep_jbig2dec INTERFACE ${JBIG2DEC_LIBRARY})
 add_library(dep::jbig2dec ALIAS dep_jbig2dec)
 
-# Two modules of OpenCV only: its image-codec module costs more at start-up than everything else together.
+# A few modules of OpenCV only: its image-codec module costs more at start-up than everything else together.
 pkg_check_modules(PKG_OPENCV REQUIRED opencv4)
 add_library(dep_opencv INTERFACE)
 target_include_directories(dep_opencv SYSTEM INTERFACE ${PKG_OPENCV_INCLUDE_DIRS})
 target_link_directories(dep_opencv INTERFACE ${PKG_OPENCV_LIBRARY_DIRS})
 target_link_libraries(dep_opencv INTERFACE opencv_core opencv_imgproc)
 add_library(dep::opencv ALIAS dep_opencv)
+# The keypoint detector; it brings one more small module of the same library, and nothing else.
+add_library(dep_opencvfeatures INTERFACE)
+target_link_libraries(dep_opencvfeatures INTERFACE dep_opencv opencv_features2d)
+add_library(dep::opencvfeatures ALIAS dep_opencvfeatures)
 
 # The library that the window toolkit draws with; its runtime comes with the toolkit, and no header of it is used.
 find_library(CAIRO_LIBRARY NAMES cairo libcairo.so.2 REQUIRED)

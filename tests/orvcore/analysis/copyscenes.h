@@ -28,6 +28,19 @@ inline cv::Mat CopyScene(int width, int height, std::uint64_t seed) {
     return picture;
 }
 
+// A disc of that radius about `from`, turned clockwise as seen and scaled, put about `to`.
+inline void PasteTurned(cv::Mat& picture, const cv::Point& from, const cv::Point& to, int radius,
+                        double degrees, double scale) {
+    cv::Mat model = cv::getRotationMatrix2D(cv::Point2f(from), -degrees, scale);
+    model.at<double>(0, 2) += to.x - from.x;
+    model.at<double>(1, 2) += to.y - from.y;
+    cv::Mat turned;
+    cv::warpAffine(picture, turned, model, picture.size(), cv::INTER_CUBIC, cv::BORDER_REFLECT);
+    cv::Mat disc = cv::Mat::zeros(picture.size(), CV_8U);
+    cv::circle(disc, to, cvRound(radius * scale), cv::Scalar(255), cv::FILLED);
+    turned.copyTo(picture, disc);
+}
+
 inline void AddNoise(cv::Mat& picture, double deviation, std::uint64_t seed) {
     cv::Mat noise(picture.size(), CV_16SC3);
     cv::RNG(seed).fill(noise, cv::RNG::NORMAL, 0.0, deviation);
