@@ -175,7 +175,7 @@ void CopyBlockRow(const JCOEF* blocks, cv::Mat& coefficients, int blockRow) {
     }
 }
 
-bool CopyCoefficients(Reader& reader, int index, JpegComponent& component) {
+bool CopyCoefficients(Reader& reader, int index, JpegCoefficientPlane& component) {
     jpeg_decompress_struct& info = reader.info;
     return Run(reader, [&] {
         for (int row = 0; row < component.blocks.height; ++row) {
@@ -187,8 +187,8 @@ bool CopyCoefficients(Reader& reader, int index, JpegComponent& component) {
     });
 }
 
-JpegComponent DescribeComponent(const jpeg_component_info& info) {
-    JpegComponent component;
+JpegCoefficientPlane DescribeComponent(const jpeg_component_info& info) {
+    JpegCoefficientPlane component;
     component.id = info.component_id;
     component.horizontal = info.h_samp_factor;
     component.vertical = info.v_samp_factor;
@@ -208,7 +208,7 @@ void LimitToWholeRows(const Reader& reader, JpegCoefficients& result) {
     if (!reader.endedEarly) return;
     const bool hasScans =
         result.isProgressive || jpeg_has_multiple_scans(const_cast<j_decompress_ptr>(&reader.info)) != 0;
-    for (JpegComponent& component : result.components) {
+    for (JpegCoefficientPlane& component : result.components) {
         if (!component.hasSteps) {
             component.wholeBlockRows = 0;
         } else if (!hasScans || reader.scan < 2) {
@@ -255,7 +255,7 @@ JpegCoefficients ReadJpegCoefficients(std::span<const std::uint8_t> bytes, JpegC
     LimitToWholeRows(*reader, result);
     const std::size_t wanted = choice == JpegComponentChoice::First ? 1 : result.components.size();
     for (std::size_t i = 0; i < wanted; ++i) {
-        JpegComponent& component = result.components[i];
+        JpegCoefficientPlane& component = result.components[i];
         try {
             component.coefficients.create(component.blocks.height * DCTSIZE, component.blocks.width * DCTSIZE,
                                           CV_16SC1);

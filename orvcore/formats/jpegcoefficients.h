@@ -11,7 +11,7 @@
 // What a JPEG file itself holds of its picture: the quantised DCT coefficients and the quantisation steps, before any of the rounding,
 // clipping and upsampling that decoding adds. Baseline, progressive and arithmetic files of 8 bits per sample.
 
-struct JpegComponent {
+struct JpegCoefficientPlane {
     int id = 0;          // as stored, mostly 1, 2, 3
     int horizontal = 1;  // sampling factors, 1..4
     int vertical = 1;
@@ -32,7 +32,7 @@ struct JpegCoefficients {
     bool isProgressive = false;
     bool isArithmetic = false;
     int restartInterval = 0;  // MCUs; 0 without
-    std::vector<JpegComponent>
+    std::vector<JpegCoefficientPlane>
         components;  // 1..4, in the order of the frame header; the first of a YCbCr file is luminance
     std::vector<std::string> warnings;  // what is damaged, as sentences, at most 20; empty when nothing is
 };
