@@ -8,6 +8,7 @@
 #include "orvcore/facade/interface.h"
 #include "orvgui/common/framehost.h"
 #include "orvgui/common/statictext.h"
+#include "zorbase/text.h"
 
 namespace {
 
@@ -236,6 +237,29 @@ void OrvFilterGui::FitContent() {
     if (content == m_fittedSize) return;
     m_fittedSize = content;
     FitInside();
+}
+
+wxString OrvFilterGui::GetSilence(bool& isAll) const {
+    isAll = false;
+    const OrvFilterResultPtr result = m_filter->GetResult();
+    if (!result) return {};
+    const bool hasBoth = result->slot[OrvEvidence] && result->slot[OrvReference];
+    wxString text;
+    int speaking = 0;
+    for (const OrvFileId slot : {OrvEvidence, OrvReference}) {
+        const OrvSlotResultPtr& found = result->slot[slot];
+        if (!found) continue;
+        if (!found->SaysNothing()) {
+            ++speaking;
+            continue;
+        }
+        if (!text.empty()) text += "\n";
+        if (hasBoth) text += (slot == OrvEvidence ? _("Evidence") : _("Reference")) + ": ";
+        text += found->verdictText.empty() ? wxString(_("Not applicable to this file."))
+                                           : wxGetTranslation(ToWx(found->verdictText));
+    }
+    isAll = !text.empty() && speaking == 0;
+    return text;
 }
 
 bool OrvFilterGui::HasAnyFile() {

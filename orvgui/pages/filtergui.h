@@ -97,6 +97,9 @@ class ORVGUI_API OrvFilterGui : public wxPanel, public OrvFilterGuiBase, public 
     void SetNotice(const wxString& text);
     // Recomputes the scrolled size when a control asks for another size than before.
     void FitContent();
+    // Why the filter says nothing about what is loaded, a line per file where there are two; "" when it says something about
+    // all. isAll: about none of them.
+    wxString GetSilence(bool& isAll) const;
     // Whether the core holds a file in one of the slots.
     static bool HasAnyFile();
     // What a page without a file says, in the user's language.

@@ -11,10 +11,9 @@
 #include "orvcore/facade/interface.h"
 #include "orvgui/common/filedrop.h"
 #include "orvgui/common/statictext.h"
+#include "orvgui/pages/plotdialog.h"
 #include "orvgui/pages/plotlayers.h"
 #include "orvgui/pages/plotpanel.h"
-#include "zorbase/gui/imageconvert.h"
-#include "zorbase/text.h"
 
 namespace {
 
@@ -34,11 +33,6 @@ int lastLoadedSlots = 0;  // bit 0 the evidence, bit 1 the reference
 bool HasFile(OrvFileId slot) {
     const OrvInterface* core = GetInterface();
     return core != nullptr && core->HasFile(slot);
-}
-
-// The core's texts are looked up here; an empty one has no translation.
-wxString Translated(const std::string& text) {
-    return text.empty() ? wxString() : wxGetTranslation(ToWx(text));
 }
 
 wxGridBagSizer* AddGrid(wxBoxSizer* row, int proportion) {
@@ -121,14 +115,7 @@ void OrvFilterGuiPlot::ResetViewerPanel() {
 void OrvFilterGuiPlot::ConfigurePlot(PlotPanel* panel, OrvFileId slot) {
     OrvPlotData data;
     if (const OrvFilterPlot* filter = GetFilterPlot()) data = filter->GetPlotDataCopy(slot);
-    wxImage picture;
-    if (data.image.IsValid()) IplImageToWxImage(data.image.ToColor().GetMat(), picture);
-    wxString title = slot == OrvEvidence ? _("Evidence") : _("Reference");
-    if (!data.text.empty()) title += ": " + Translated(data.text);
-    panel->SetTexts(Translated(data.xLabel), Translated(data.yLabel), title);
-    panel->ConfigurePlot(data.x, data.curves, data.layerCount,
-                         data.counts.empty() ? nullptr : data.counts.data(), picture, m_visibleLayer,
-                         data.marks, data.helpLines);
+    ShowPlotData(*panel, std::move(data), slot, m_visibleLayer);
 }
 
 void OrvFilterGuiPlot::ConfigurePlots() {
@@ -172,6 +159,8 @@ void OrvFilterGuiPlot::ConfigurePlots() {
     }
     wxString reason = m_filter->GetErrorMessage();
     if (reason.empty() && !evidence && !reference) reason = GetNoDataMessage();
+    bool isAll = false;
+    if (reason.empty()) reason = GetSilence(isAll);
     SetNotice(reason);
 
     if (changed) {

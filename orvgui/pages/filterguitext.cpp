@@ -16,8 +16,10 @@ void OrvFilterGuiText::CreateControlsOutput() {
 void OrvFilterGuiText::UpdateControlsCustom() {
     wxString reason = m_filter->GetErrorMessage();
     if (reason.empty() && !HasAnyFile()) reason = GetNoDataMessage();
-    SetNotice(reason);
+    bool isAll = false;
+    const wxString silence = reason.empty() ? GetSilence(isAll) : wxString();
+    SetNotice(reason + silence);
     for (const auto& control : m_controlsOutput) {
-        if (control) control->Show(reason.empty());
+        if (control) control->Show(reason.empty() && !isAll);
     }
 }

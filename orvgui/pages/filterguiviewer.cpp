@@ -15,8 +15,12 @@
 #include "orvcore/facade/interface.h"
 #include "orvgui/common/framehost.h"
 #include "orvgui/common/textfocus.h"
+#include "orvgui/pages/plotdialog.h"
+#include "orvgui/pages/plotlayers.h"
+#include "orvgui/pages/plotpanel.h"
 #include "orvgui/viewer/canvas.h"
 #include "orvgui/viewer/inspectorpanel.h"
+#include "orvgui/viewer/mappanel.h"
 #include "orvgui/viewer/navigatorcanvas.h"
 #include "orvgui/viewer/settingspanel.h"
 #include "orvgui/viewer/toolpanel.h"
@@ -35,6 +39,7 @@ constexpr int kSliderWidth = 76;
 constexpr int kFieldWidth = 120;
 constexpr int kScrollStep = 16;
 constexpr int kKeyScrollPixels = 48;
+constexpr int kSmallPlotHeight = 180;
 constexpr double kDifferenceAtOncePixels = 2.0e6;  // cheaper to do than to be felt
 constexpr int kDifferenceRows = 256;               // between two looks whether it was stopped
 
@@ -117,6 +122,9 @@ void OrvFilterGuiViewer::CreateSidePanel() {
         m_outputParent = outputs;
         m_outputSizer = outputs->GetGrid();
     }
+    m_mapPanel = new MapPanel(m_sideScroll, this);
+    list->Add(m_mapPanel, 0, wxEXPAND | wxALL, kGap);
+    m_sideList = list;
     m_sideScroll->SetSizer(list);
 
     auto* column = new wxBoxSizer(wxVERTICAL);
@@ -178,8 +186,11 @@ void OrvFilterGuiViewer::ShowSidePanel(bool show) {
 
 void OrvFilterGuiViewer::UpdateControlsCustom() {
     if (m_toolPanel == nullptr) return;
-    const bool failed = !m_filter->GetErrorMessage().empty();
-    SetNotice(failed ? m_filter->GetErrorMessage() : wxString());
+    bool isAll = false;
+    const wxString error = m_filter->GetErrorMessage();
+    SetNotice(error.empty() ? GetSilence(isAll) : error);
+    ShowMaps();
+    ShowPlots();
 }
 
 void OrvFilterGuiViewer::RefreshControlsCustom() {
@@ -206,6 +217,10 @@ void OrvFilterGuiViewer::ResetViewerPanel() {
     m_differenceOf[0].Reset();
     m_differenceOf[1].Reset();
     m_differenceTask.Stop();
+    for (const OrvFileId slot : {OrvEvidence, OrvReference}) {
+        m_overlayTask[slot].Stop();
+        m_overlay[slot] = Overlay();
+    }
 }
 
 std::vector<Canvas*> OrvFilterGuiViewer::GetCanvases() const {
@@ -247,6 +262,123 @@ void OrvFilterGuiViewer::ConfigureViewer(int mode, bool keepUnprocessed) {
     const auto canvases = GetCanvases();
     if (canvases.size() == 2) canvases[1]->SetEmptyMessage(m_differenceMessage);
     m_viewerPanel->ConfigureViewer(first, second);
+    ShowMarks();
+}
+
+void OrvFilterGuiViewer::ShowMaps() {
+    std::vector<OrvMap> maps[kFileSlots];
+    if (const OrvFilterResultPtr result = m_filter->GetResult())
+        for (int slot = 0; slot < kFileSlots; ++slot) maps[slot] = result->GetMaps(slot);
+    m_mapPanel->SetMaps(maps);
+}
+
+PlotPanel* OrvFilterGuiViewer::AddPlot() {
+    auto* panel = new PlotPanel(m_sideScroll, wxID_ANY);
+    panel->SetMinSize(wxSize(-1, kSmallPlotHeight));
+    panel->SetToolTip(_("Double click: large"));
+    m_sideList->Add(panel, 0, wxEXPAND | wxALL, kGap);
+    const std::size_t index = m_plots.size();
+    panel->GetPlotWindow()->Bind(wxEVT_LEFT_DCLICK, [this, index](wxMouseEvent&) {
+        PlotDialog dialog(this, wxGetTranslation(m_filter->GetName()), m_plots[index].data,
+                          m_plots[index].slot);
+        dialog.ShowModal();
+    });
+    m_plots.push_back({panel, {}, OrvEvidence});
+    return panel;
+}
+
+void OrvFilterGuiViewer::ShowPlots() {
+    std::size_t used = 0;
+    const OrvFilterResultPtr result = m_filter->GetResult();
+    for (const OrvFileId slot : {OrvEvidence, OrvReference}) {
+        if (!result || !result->slot[slot]) continue;
+        std::vector<OrvPlotData> plots{result->slot[slot]->plot};
+        plots.insert(plots.end(), result->slot[slot]->morePlots.begin(), result->slot[slot]->morePlots.end());
+        for (const OrvPlotData& data : plots) {
+            if (data.IsEmpty()) continue;
+            if (used == m_plots.size()) AddPlot();
+            SmallPlot& small = m_plots[used++];
+            small.data = data;
+            small.slot = slot;
+            ShowPlotData(*small.panel, data, slot, 0);
+            small.panel->Show();
+        }
+    }
+    for (; used < m_plots.size(); ++used) m_plots[used].panel->Hide();
+}
+
+// Lines and regions of the chosen map lie over the processed picture; the untouched one stays untouched.
+void OrvFilterGuiViewer::ShowMarks() {
+    const auto canvases = GetCanvases();
+    for (std::size_t i = 0; i < canvases.size(); ++i) {
+        const Shown& shown = m_shown[i];
+        const OrvMap* map = shown.isProcessed ? m_mapPanel->GetMap(shown.slot) : nullptr;
+        if (map != nullptr) {
+            canvases[i]->SetMarks(map->lines, map->regions);
+        } else {
+            canvases[i]->SetMarks({}, {});
+        }
+    }
+}
+
+void OrvFilterGuiViewer::MapDisplayChanged() {
+    ConfigureViewer(-1, true);
+    ViewChanged(false);
+}
+
+void OrvFilterGuiViewer::SelectionChanged(const Roi& region) {
+    if (m_mapPanel != nullptr) m_mapPanel->SetRegion(region);
+}
+
+const OrvMap* OrvFilterGuiViewer::MapOnCanvas(const Canvas* canvas) const {
+    const auto canvases = GetCanvases();
+    for (std::size_t i = 0; i < canvases.size(); ++i) {
+        if (canvases[i] != canvas) continue;
+        // While the other picture is shown in place, its map counts.
+        const Shown& shown = m_shown[canvas->IsShowingOther() ? 1 - i : i];
+        return m_mapPanel->GetMap(shown.slot);
+    }
+    return nullptr;
+}
+
+wxString OrvFilterGuiViewer::DescribeMap(const Canvas* canvas, int x, int y) const {
+    const OrvMap* map = m_mapPanel != nullptr ? MapOnCanvas(canvas) : nullptr;
+    if (map == nullptr) return {};
+    const std::string text = MapValueText(*map, MapValueAt(*map, x, y));
+    return text.empty() ? wxString() : MapTitle(*map).BeforeFirst('(').Trim() + " " + ToWx(text);
+}
+
+// What the filter gives as processed, or its map as the user wants to see it: laid over the picture. Large ones are drawn beside the
+// GUI thread; until they are there, what was shown before stays.
+Image OrvFilterGuiViewer::ProcessedImage(OrvFileId slot) {
+    const OrvMap* map = m_mapPanel->GetMap(slot);
+    const MapDisplay display = m_mapPanel->GetDisplay();
+    const Image plain = m_filter->GetOutputImage(slot);
+    if (map == nullptr || display == MapDisplay()) return plain;
+    Overlay& overlay = m_overlay[slot];
+    if (overlay.IsOf(*map, display)) return overlay.image;
+    const Image picture = m_filter->GetInputImage(slot);
+    Overlay wanted;
+    wanted.values = map->values;
+    wanted.range = map->range;
+    wanted.display = display;
+    if (static_cast<double>(map->image.width) * map->image.height <= kDifferenceAtOncePixels) {
+        m_overlayTask[slot].Stop();
+        wanted.image = OverlayMap(picture.ToColor(), *map, display);
+        overlay = wanted;
+        return overlay.image;
+    }
+    const auto made = std::make_shared<Overlay>(wanted);
+    m_overlayTask[slot].Start(
+        [made, picture, map = *map](const std::stop_token& stop) {
+            made->image = OverlayMap(picture.ToColor(), map, made->display, stop);
+        },
+        [this, made, slot](const std::string& error) {
+            if (!error.empty()) return;
+            m_overlay[slot] = *made;
+            MapDisplayChanged();
+        });
+    return overlay.image.IsValid() && overlay.values.data == map->values.data ? overlay.image : plain;
 }
 
 void OrvFilterGuiViewer::WindowSplit() {
@@ -258,13 +390,14 @@ void OrvFilterGuiViewer::GetInputOutputImages(Image& first, Image& second, int m
     const OrvInterface* core = GetInterface();
     const bool hasReference = core != nullptr && core->HasFile(OrvReference);
     Image evidenceInput = m_filter->GetInputImage(OrvEvidence);
-    Image evidenceOutput = m_filter->GetOutputImage(OrvEvidence);
+    Image evidenceOutput = ProcessedImage(OrvEvidence);
     Image referenceInput;
     Image referenceOutput;
     if (hasReference) {
         referenceInput = m_filter->GetInputImage(OrvReference);
-        referenceOutput = m_filter->GetOutputImage(OrvReference);
+        referenceOutput = ProcessedImage(OrvReference);
     }
+    m_shown[0] = m_shown[1] = {evidenceOutput.IsValid() ? OrvEvidence : OrvReference, true};
     m_differenceMessage.clear();
     if (IsSingleViewer()) {
         first = evidenceOutput.IsValid() ? evidenceOutput : referenceOutput;
@@ -276,7 +409,9 @@ void OrvFilterGuiViewer::GetInputOutputImages(Image& first, Image& second, int m
         evidenceOutput = MakeDifference(evidenceInput, referenceInput);
         evidenceInput.Reset();
     } else if (view != nullptr && view->second == ViewImage::DifferenceOutput) {
-        evidenceOutput = MakeDifference(evidenceOutput, referenceOutput);
+        // Of the pictures as the analysis gives them; what the user laid over one another is another question.
+        evidenceOutput = MakeDifference(m_filter->GetOutputImage(OrvEvidence),
+                                        hasReference ? m_filter->GetOutputImage(OrvReference) : Image());
         evidenceInput.Reset();
     }
     m_viewerPanel->SetInputOutputImages(evidenceInput, evidenceOutput, referenceInput, referenceOutput);
@@ -300,6 +435,13 @@ void OrvFilterGuiViewer::GetInputOutputImages(Image& first, Image& second, int m
     };
     first = choose(view->first);
     second = choose(view->second);
+    const auto describe = [](ViewImage image) {
+        const bool isReference = image == ViewImage::ReferenceInput || image == ViewImage::ReferenceOutput;
+        const bool isProcessed = image == ViewImage::EvidenceOutput || image == ViewImage::ReferenceOutput;
+        return Shown{isReference ? OrvReference : OrvEvidence, isProcessed};
+    };
+    m_shown[0] = describe(view->first);
+    m_shown[1] = describe(view->second);
 }
 
 Image OrvFilterGuiViewer::MakeDifference(const Image& a, const Image& b) {

@@ -6,9 +6,12 @@
 #include "orvgui/common/backgroundtask.h"
 #include "orvgui/common/orvgui.h"
 #include "orvgui/pages/filtergui.h"
+#include "orvgui/viewer/mapview.h"
 #include "orvgui/viewer/viewerhost.h"
 
+class MapPanel;
 class NavigatorCanvas;
+class PlotPanel;
 class ViewerPanel;
 class ZoomPanel;
 
@@ -57,6 +60,9 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost 
     void ZoomSlider(int step) override;
     void ApplySelection(const Roi& region) override { OrvFilterGui::ApplySelection(region); }
     wxString GetFilterDescription() const override { return m_filter->GetDescription(); }
+    wxString DescribeMap(const Canvas* canvas, int x, int y) const override;
+    void SelectionChanged(const Roi& region) override;
+    void MapDisplayChanged() override;
     virtual void ZoomNavigatorMouseOn(wxMouseEvent&) {}
     virtual void ZoomNavigatorPaint(wxPaintEvent&) {}
 
@@ -67,6 +73,7 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost 
     OrvToolPanel* GetOrvToolPanel() const override { return m_toolPanel; }
     ViewerPanel* GetViewerPanel() const { return m_viewerPanel; }
     NavigatorCanvas* GetNavigator() const { return m_navigator; }
+    MapPanel* GetMapPanel() const { return m_mapPanel; }
     std::vector<Canvas*> GetCanvases() const override;
     int GetActiveWinId() const { return m_activeWinId; }
     void SetActiveWinId(int id) { m_activeWinId = id; }
@@ -95,6 +102,12 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost 
     bool ScrollByKey(int key, bool fine, Canvas* canvas);
     Image MakeDifference(const Image& a, const Image& b);
     void StartDifference(const Image& a, const Image& b);
+    void ShowMaps();
+    void ShowPlots();
+    PlotPanel* AddPlot();
+    void ShowMarks();
+    Image ProcessedImage(OrvFileId slot);
+    const OrvMap* MapOnCanvas(const Canvas* canvas) const;
 
     wxWindow* m_sidePanel = nullptr;
     wxScrolledWindow* m_sideScroll = nullptr;
@@ -102,6 +115,34 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost 
     Image m_difference;            // the newest, and what it was made of
     Image m_differenceOf[2];
     BackgroundTask m_differenceTask{*this};
+    MapPanel* m_mapPanel = nullptr;
+    wxSizer* m_sideList = nullptr;
+    // The plots of the result, small; those that are not needed are hidden.
+    struct SmallPlot {
+        PlotPanel* panel = nullptr;
+        OrvPlotData data;
+        OrvFileId slot = OrvEvidence;
+    };
+    std::vector<SmallPlot> m_plots;
+    // The newest picture with its map laid over it, and of what it was made.
+    struct Overlay {
+        Image image;
+        cv::Mat values;  // of the map; shared
+        OrvRange range;
+        MapDisplay display;
+        bool IsOf(const OrvMap& map, const MapDisplay& wanted) const {
+            return image.IsValid() && values.data == map.values.data && range == map.range &&
+                   display == wanted;
+        }
+    };
+    Overlay m_overlay[kFileSlots];
+    BackgroundTask m_overlayTask[kFileSlots]{BackgroundTask{*this}, BackgroundTask{*this}};
+    // What the two canvases show: the slot, and whether it is the processed picture.
+    struct Shown {
+        OrvFileId slot = OrvEvidence;
+        bool isProcessed = false;
+    };
+    Shown m_shown[2];
 };
 
 // One canvas: the processed image.

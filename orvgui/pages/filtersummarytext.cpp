@@ -33,7 +33,11 @@ wxString OnOneLine(const std::string& text) {
 wxString Names(const SummaryFile& file, SummaryState state) {
     wxString names;
     for (const SummaryEntry& entry : file.entries)
-        if (entry.state == state) names += (names.empty() ? "" : ", ") + entry.filterName;
+        if (entry.state == state) {
+            names += (names.empty() ? "" : ", ") + entry.filterName;
+            // Why is as good as a result.
+            if (state == SummaryState::NotApplicable && !entry.text.empty()) names += " (" + entry.text + ")";
+        }
     return names;
 }
 

@@ -263,7 +263,14 @@ void OrvFiltersPanel::OnItemToolTip(wxTreeEvent& event) {
                                               configurations[index].IsEnabled()));
         return;
     }
-    event.SetToolTip(FilterToolTip(filter.GetName(), filter.GetDescription(),
-                                   isCurrent ? result->status : FilterStatus::NotProcessed,
-                                   IsAnyEnabled(event.GetItem()), filter.GetErrorMessage()));
+    wxString text = FilterToolTip(filter.GetName(), filter.GetDescription(),
+                                  isCurrent ? result->status : FilterStatus::NotProcessed,
+                                  IsAnyEnabled(event.GetItem()), filter.GetErrorMessage());
+    if (isCurrent) {
+        for (const OrvSlotResultPtr& found : result->slot)
+            if (found && found->SaysNothing() && !found->verdictText.empty())
+                text += "\n" + _("Not applicable to this file:") + " " +
+                        wxGetTranslation(ToWx(found->verdictText));
+    }
+    event.SetToolTip(text);
 }

@@ -298,6 +298,13 @@ void Canvas::GetValue(double& value, int& x, int y) {
     value = (image.rows - y) / m_properties->GetScale();
 }
 
+void Canvas::SetMarks(const std::vector<OrvMapLine>& lines, const std::vector<OrvMapRegion>& regions) {
+    if (lines.empty() && regions.empty() && m_lines.empty() && m_regions.empty()) return;
+    m_lines = lines;
+    m_regions = regions;
+    Refresh(false);
+}
+
 void Canvas::SetDrawRect(wxRect rect, bool enabled) {
     m_drawRect = rect;
     m_drawRectEnabled = enabled;

@@ -8,6 +8,7 @@
 #include <memory>
 #include <vector>
 
+#include "orvcore/filter/map.h"
 #include "orvgui/common/orvgui.h"
 #include "orvgui/viewer/canvasproperties.h"
 #include "orvgui/viewer/paintbuffer.h"
@@ -72,6 +73,9 @@ class ORVGUI_API Canvas : public wxScrolledWindow {
     const wxRect& GetDrawRect() const { return m_drawRect; }
     bool IsDrawRectEnabled() const { return m_drawRectEnabled; }
 
+    // Lines and regions that an analysis names, drawn over the picture while it shows its own image; both empty for none.
+    void SetMarks(const std::vector<OrvMapLine>& lines, const std::vector<OrvMapRegion>& regions);
+
     CanvasProperties* GetProperties() { return m_properties.get(); }
     bool HasImage() const { return m_properties->IsValid(); }
     bool IsInput() const { return m_isInput; }
@@ -118,6 +122,7 @@ class ORVGUI_API Canvas : public wxScrolledWindow {
     void ApplyScrollRange(double zoom, int rate);
     void PaintImage(wxDC& dc, const WindowProperties& shared);
     std::vector<IntRect> MissingParts(const Painted& wanted);
+    void DrawMarks(wxDC& dc, const WindowProperties& shared);
     void DrawMessage(wxDC& dc, int width, int height);
     void OnKey(wxKeyEvent& event);
 
@@ -129,6 +134,8 @@ class ORVGUI_API Canvas : public wxScrolledWindow {
     wxMemoryDC m_memoryDc;
     bool m_drawRectEnabled = false;
     wxRect m_drawRect;  // image pixels
+    std::vector<OrvMapLine> m_lines;
+    std::vector<OrvMapRegion> m_regions;
     wxString m_emptyMessage;
     // A zoom that was asked for before the window had a size.
     enum class Pending { None, Init, Follow };

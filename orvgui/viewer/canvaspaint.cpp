@@ -8,9 +8,12 @@
 
 #include "orvcore/facade/context.h"
 #include "orvgui/viewer/canvas.h"
+#include "zorbase/text.h"
 
 namespace {
 
+const wxColour kMarkColour(255, 220, 0);
+constexpr std::size_t kMostLines = 5000;
 constexpr double kDashPeriod = 4.0;  // a dash and a gap, screen pixels
 
 struct BorderTools {
@@ -70,6 +73,7 @@ void Canvas::Draw(wxDC& dc) {
     DrawBorders(&dc, area.x, area.y);
     if (shared->zoom > 0.0) {
         PaintImage(dc, *shared);
+        if (!m_isShowingOther) DrawMarks(dc, *shared);
         if (m_drawRectEnabled) DrawSpecialRectangle(&dc, m_drawRect);
     }
 }
@@ -91,6 +95,54 @@ void Canvas::PaintImage(wxDC& dc, const WindowProperties& shared) {
         m_painted = wanted;
     }
     m_buffer.Draw(dc, m_paintedPart);
+}
+
+// Marks are one screen pixel of colour on a dark edge, whatever the zoom; their ends are the centres of pixels.
+void Canvas::DrawMarks(wxDC& dc, const WindowProperties& shared) {
+    if (m_lines.empty() && m_regions.empty()) return;
+    const auto place = [&shared](double x, double y) {
+        return wxPoint(RoundToInt((x + shared.offset.x) * shared.zoom),
+                       RoundToInt((y + shared.offset.y) * shared.zoom));
+    };
+    const wxPoint origin = dc.GetDeviceOrigin();
+    const wxRect seen(wxPoint(-origin.x, -origin.y), GetClientSize());
+    const wxPen edge(*wxBLACK, 3);
+    const wxPen colour(kMarkColour, 1);
+    dc.SetBrush(*wxTRANSPARENT_BRUSH);
+    std::size_t drawn = 0;
+    for (const OrvMapLine& line : m_lines) {
+        const wxPoint from = place(line.from.x + 0.5, line.from.y + 0.5);
+        const wxPoint to = place(line.to.x + 0.5, line.to.y + 0.5);
+        const wxRect around(wxPoint(std::min(from.x, to.x), std::min(from.y, to.y)),
+                            wxPoint(std::max(from.x, to.x), std::max(from.y, to.y)));
+        if (!around.Intersects(seen)) continue;
+        if (++drawn > kMostLines) break;  // more are one blot, and cost seconds
+        for (const wxPen* pen : {&edge, &colour}) {
+            dc.SetPen(*pen);
+            dc.DrawLine(from, to);
+        }
+    }
+    dc.SetFont(GetFont());
+    for (const OrvMapRegion& region : m_regions) {
+        const wxPoint topLeft = place(region.box.x, region.box.y);
+        const wxPoint bottomRight = place(region.box.x + region.box.width, region.box.y + region.box.height);
+        wxRect box(topLeft, bottomRight);
+        box.Intersect(wxRect(seen).Inflate(8));
+        if (box.IsEmpty()) continue;
+        for (const wxPen* pen : {&edge, &colour}) {
+            dc.SetPen(*pen);
+            dc.DrawRectangle(box);
+        }
+        if (region.text.empty()) continue;
+        const wxString text = ToWx(region.text);
+        const wxSize size = dc.GetTextExtent(text);
+        dc.SetPen(*wxTRANSPARENT_PEN);
+        dc.SetBrush(*wxBLACK_BRUSH);
+        dc.DrawRectangle(box.x, box.y, size.x + 6, size.y + 2);
+        dc.SetTextForeground(kMarkColour);
+        dc.DrawText(text, box.x + 3, box.y + 1);
+        dc.SetBrush(*wxTRANSPARENT_BRUSH);
+    }
 }
 
 // What has to be painted anew; what a scroll leaves in sight is moved.

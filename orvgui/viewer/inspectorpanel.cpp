@@ -165,8 +165,10 @@ void InspectorPanel::ShowPixel(Canvas* canvas) {
     int x = 0;
     int y = 0;
     const bool isOffImage = canvas->GetPixelCoordinates(m_mousePoint.x, m_mousePoint.y, x, y, true, false);
-    const wxString text = isOffImage ? wxString() : DescribePixel(canvas, x, y);
+    wxString text = isOffImage ? wxString() : DescribePixel(canvas, x, y);
     if (text.empty()) return ShowNothing();
+    const wxString map = m_page->DescribeMap(canvas, x, y);
+    if (!map.empty()) text += "  " + map;
     if (m_text->GetLabelText() != text) {
         m_text->SetLabelText(text);
         if (OrvFrameHost* frame = GetFrameHost()) frame->SetStatusField(OrvStatusField::Pixel, text);

@@ -117,6 +117,7 @@ void SelectorPanel::ClearValues() {
 }
 
 void SelectorPanel::Outline() {
+    m_page->SelectionChanged(Roi(m_selector.x, m_selector.y, m_selector.width, m_selector.height));
     for (Canvas* canvas : m_page->GetCanvases()) {
         canvas->SetDrawRect(ToWxRect(m_selector), !m_selector.IsEmpty());
         canvas->Refresh(true);

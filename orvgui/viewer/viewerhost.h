@@ -30,6 +30,8 @@ class ORVGUI_API OrvViewerHost {
     virtual Canvas* GetCanvasFromActiveWin() = 0;
     virtual OrvToolPanel* GetOrvToolPanel() const = 0;
     virtual wxString GetFilterDescription() const = 0;
+    // What the map says about a pixel of the picture that a canvas shows, with its unit; "" for nothing.
+    virtual wxString DescribeMap(const Canvas* canvas, int x, int y) const = 0;
 
     // Operations of the tool panels, applied to the active canvas and the one in step with it.
     virtual void WindowSplit() = 0;  // the user has chosen another view
@@ -42,4 +44,6 @@ class ORVGUI_API OrvViewerHost {
     virtual void ZoomSlider(int step) = 0;
     virtual void ApplySelection(const Roi& region) = 0;  // image pixels
     virtual void ShowSidePanel(bool show) = 0;
+    virtual void SelectionChanged(const Roi& region) = 0;  // image pixels; empty for none
+    virtual void MapDisplayChanged() = 0;
 };

@@ -1,0 +1,178 @@
+#include "orvgui/viewer/mappanel.h"
+
+#include <wx/checkbox.h>
+#include <wx/choice.h>
+#include <wx/gbsizer.h>
+#include <wx/intl.h>
+#include <wx/slider.h>
+#include <wx/stattext.h>
+
+#include <algorithm>
+#include <memory>
+
+#include "orvgui/common/statictext.h"
+#include "orvgui/common/wheel.h"
+#include "orvgui/viewer/maplegend.h"
+#include "orvgui/viewer/viewerhost.h"
+#include "zorbase/text.h"
+#include "zorbase/zorexception.h"
+
+namespace {
+
+constexpr int kGap = 4;
+constexpr int kTextWidth = 240;
+constexpr int kRestMs = 80;  // a selection that is being drawn is counted when it rests
+
+struct Counted {
+    bool isDone[kFileSlots] = {false, false};
+    MapStatistics numbers[kFileSlots];
+};
+
+wxString SlotName(int slot) {
+    return slot == OrvEvidence ? _("Evidence") : _("Reference");
+}
+
+}  // namespace
+
+MapPanel::MapPanel(wxWindow* parent, OrvViewerHost* page) : OrvSidePanelBase(parent, page, _("Map")) {
+    wxGridBagSizer* grid = GetGrid();
+    const auto add = [grid](wxWindow* window, int row, int column, int span) {
+        grid->Add(window, wxGBPosition(row, column), wxGBSpan(1, span),
+                  wxEXPAND | wxALIGN_CENTER_VERTICAL | wxRIGHT | wxBOTTOM, kGap);
+    };
+    m_choice = new wxChoice(this, wxID_ANY);
+    m_choice->SetToolTip(_("Which of the maps is shown"));
+    add(m_choice, 0, 0, 2);
+    add(new wxStaticText(this, wxID_ANY, _("Opacity")), 1, 0, 1);
+    m_opacity = new wxSlider(this, wxID_ANY, m_display.opacity, 0, 100);
+    m_opacity->SetName(_("Opacity"));
+    m_opacity->SetToolTip(_("How much of the map lies over the picture, percent"));
+    add(m_opacity, 1, 1, 1);
+    m_beyond = new wxCheckBox(this, wxID_ANY, _("Only beyond the threshold"));
+    add(m_beyond, 2, 0, 2);
+    m_legend = new MapLegend(this);
+    add(m_legend, 3, 0, 2);
+    m_range = new OrvStaticText(this, wxString());
+    m_range->SetMaximumTextWidth(kTextWidth);
+    add(m_range, 4, 0, 2);
+    m_numbers = new OrvStaticText(this, wxString());
+    m_numbers->SetMaximumTextWidth(kTextWidth);
+    add(m_numbers, 5, 0, 2);
+    grid->AddGrowableCol(1);
+    m_choice->Bind(wxEVT_CHOICE, [this](wxCommandEvent&) { OnChange(); });
+    m_beyond->Bind(wxEVT_CHECKBOX, [this](wxCommandEvent&) { OnChange(); });
+    m_opacity->Bind(wxEVT_SLIDER, [this](wxCommandEvent&) { OnChange(); });
+    m_timer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { Count(); });
+    Hide();
+}
+
+const OrvMap* MapPanel::GetMap(OrvFileId slot) const {
+    return m_display.map < m_maps[slot].size() ? &m_maps[slot][m_display.map] : nullptr;
+}
+
+const OrvMap* MapPanel::ShownMap() const {
+    const OrvMap* map = GetMap(OrvEvidence);
+    return map != nullptr ? map : GetMap(OrvReference);
+}
+
+void MapPanel::SetMaps(const std::vector<OrvMap> (&maps)[kFileSlots]) {
+    for (int slot = 0; slot < kFileSlots; ++slot) m_maps[slot] = maps[slot];
+    const std::vector<OrvMap>& named =
+        m_maps[OrvEvidence].empty() ? m_maps[OrvReference] : m_maps[OrvEvidence];
+    if (m_display.map >= named.size()) m_display.map = 0;
+    wxArrayString names;
+    for (const OrvMap& map : named) names.Add(MapTitle(map));
+    if (names != m_choice->GetStrings()) m_choice->Set(names);
+    if (!names.empty()) m_choice->SetSelection(static_cast<int>(m_display.map));
+    m_choice->Show(names.size() > 1);
+    ShowMap();
+    m_task.Stop();
+    Count();
+}
+
+void MapPanel::ShowMap() {
+    const OrvMap* map = ShownMap();
+    Show(map != nullptr);
+    if (map == nullptr) return;
+    m_legend->SetMap(*map);
+    const wxString threshold = ThresholdText(*map);
+    m_beyond->Show(!threshold.empty());
+    wxString text = MapTitle(*map);
+    for (const wxString& line : {RangeText(*map), threshold})
+        if (!line.empty()) text += "\n" + line;
+    m_range->SetText(text);
+    Layout();
+}
+
+void MapPanel::SetDisplay(const MapDisplay& display) {
+    m_display = display;
+    if (display.map < m_choice->GetCount()) m_choice->SetSelection(static_cast<int>(display.map));
+    m_opacity->SetValue(display.opacity);
+    m_beyond->SetValue(display.beyondOnly);
+    ShowMap();
+    Count();
+    m_page->MapDisplayChanged();
+}
+
+void MapPanel::OnChange() {
+    MapDisplay display;
+    display.map = static_cast<std::size_t>(std::max(m_choice->GetSelection(), 0));
+    display.opacity = m_opacity->GetValue();
+    display.beyondOnly = m_beyond->IsShown() && m_beyond->GetValue();
+    if (display == m_display) return;
+    const bool isOther = display.map != m_display.map;
+    m_display = display;
+    if (isOther) {
+        ShowMap();
+        Count();
+    }
+    m_page->MapDisplayChanged();
+}
+
+void MapPanel::SetRegion(const Roi& region) {
+    if (region == m_region) return;
+    m_region = region;
+    if (HasMaps()) m_timer.StartOnce(kRestMs);
+}
+
+void MapPanel::Count() {
+    m_timer.Stop();
+    if (ShownMap() == nullptr) return m_task.Stop();
+    const auto counted = std::make_shared<Counted>();
+    std::vector<OrvMap> maps(kFileSlots);
+    for (const OrvFileId slot : {OrvEvidence, OrvReference}) {
+        const OrvMap* map = GetMap(slot);
+        counted->isDone[slot] = map != nullptr;
+        if (map != nullptr) maps[slot] = *map;
+    }
+    m_task.Start(
+        [counted, maps, region = m_region](const std::stop_token& stop) {
+            const auto progress = [&stop](double) {
+                if (stop.stop_requested()) ZOR_THROW(Aborted, "The counting was stopped.");
+            };
+            for (std::size_t slot = 0; slot < maps.size(); ++slot)
+                if (counted->isDone[slot]) counted->numbers[slot] = MeasureMap(maps[slot], region, progress);
+        },
+        [this, counted, maps](const std::string& error) {
+            wxString text = ToWx(error);
+            const bool hasBoth = counted->isDone[OrvEvidence] && counted->isDone[OrvReference];
+            for (int slot = 0; slot < kFileSlots && error.empty(); ++slot) {
+                if (!counted->isDone[slot]) continue;
+                const OrvMap& map = maps[static_cast<std::size_t>(slot)];
+                const MapStatistics& numbers = counted->numbers[slot];
+                const wxString inside = NumbersText(map, numbers.inside);
+                if (!text.empty()) text += "\n";
+                if (hasBoth) text += SlotName(slot) + "\n";
+                if (inside.empty()) {
+                    text += _("Whole map: ") + NumbersText(map, numbers.outside);
+                } else {
+                    text += _("Inside the selection: ") + inside + "\n";
+                    text += _("Outside: ") + NumbersText(map, numbers.outside);
+                }
+            }
+            m_numbersText = text;
+            m_numbers->SetText(text);
+            Layout();
+            FitScrolledParents(this);
+        });
+}

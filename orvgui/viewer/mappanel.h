@@ -1,0 +1,56 @@
+#pragma once
+
+#include <wx/timer.h>
+
+#include "orvcore/filter/mapstatistics.h"
+#include "orvcore/model/fileid.h"
+#include "orvgui/common/backgroundtask.h"
+#include "orvgui/viewer/mapview.h"
+#include "orvgui/viewer/settingspanel.h"
+
+class MapLegend;
+class OrvStaticText;
+class wxCheckBox;
+class wxChoice;
+class wxSlider;
+
+// The panel of an image page that explains its maps: which one, how much of it over the picture, the legend with range and
+// threshold, and its numbers inside and outside the selection. The numbers are counted beside the GUI thread. GUI thread.
+class ORVGUI_API MapPanel : public OrvSidePanelBase {
+  public:
+    MapPanel(wxWindow* parent, OrvViewerHost* page);
+
+    // The maps of the newest result, per slot, with the ranges that they are drawn with; the panel hides itself where there are
+    // none. They share their values with the result.
+    void SetMaps(const std::vector<OrvMap> (&maps)[kFileSlots]);
+    bool HasMaps() const { return !m_maps[OrvEvidence].empty() || !m_maps[OrvReference].empty(); }
+    // The chosen map of a slot, or null.
+    const OrvMap* GetMap(OrvFileId slot) const;
+    const MapDisplay& GetDisplay() const { return m_display; }
+    // As if the user had chosen it.
+    void SetDisplay(const MapDisplay& display);
+
+    // The selection, image pixels; empty for none. The numbers follow a moment later.
+    void SetRegion(const Roi& region);
+    bool IsCounting() const { return m_task.IsRunning() || m_timer.IsRunning(); }
+    wxString GetNumbersText() const { return m_numbersText; }
+
+  private:
+    const OrvMap* ShownMap() const;
+    void ShowMap();
+    void OnChange();
+    void Count();
+
+    std::vector<OrvMap> m_maps[kFileSlots];
+    MapDisplay m_display;
+    Roi m_region;
+    wxChoice* m_choice = nullptr;
+    wxSlider* m_opacity = nullptr;
+    wxCheckBox* m_beyond = nullptr;
+    MapLegend* m_legend = nullptr;
+    OrvStaticText* m_range = nullptr;
+    OrvStaticText* m_numbers = nullptr;
+    wxString m_numbersText;
+    wxTimer m_timer;
+    BackgroundTask m_task{*this};
+};
