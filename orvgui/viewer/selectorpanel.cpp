@@ -10,6 +10,7 @@
 
 #include "orvgui/viewer/canvas.h"
 #include "orvgui/viewer/viewerhost.h"
+#include "zorbase/roi.h"
 
 namespace {
 
