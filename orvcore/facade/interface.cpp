@@ -244,6 +244,11 @@ void OrvInterface::SetProgramOptions(const VecVecParameter& options) {
     m->options.Set(options);
     m->Push(
         OrvCommand::Kind::Other, [this](const OrvJob&) { m->options.Save(); }, true);
+    // What is shown may rest on an option.
+    OrvFilter* active = GetActiveFilter();
+    const OrvFilterResultPtr shown = active != nullptr ? active->GetResult() : nullptr;
+    if (shown && shown->surroundings != active->GetSurroundings())
+        m->Push(OrvCommand::Kind::Other, [this](const OrvJob& job) { m->RunActive({}, job); });
 }
 
 // --- what the tools' dialogs remember ---

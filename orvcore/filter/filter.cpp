@@ -225,6 +225,7 @@ OrvFilterResultPtr OrvFilter::Run(const OrvFilterResult& request, const std::vec
                                   const OrvJob& job, const OrvResultCache* cache) const {
     auto result = std::make_shared<OrvFilterResult>(request);
     result->pictures = std::make_shared<OrvMapPictures>();
+    result->surroundings = GetSurroundings();
     const int files = (request.file[OrvEvidence] ? 1 : 0) + (request.file[OrvReference] ? 1 : 0);
     int filesDone = 0;
     for (int slot = 0; slot < kFileSlots; ++slot) {
@@ -237,7 +238,8 @@ OrvFilterResultPtr OrvFilter::Run(const OrvFilterResult& request, const std::vec
         // slot it was in then.
         for (const OrvFilterResultPtr& old : held)
             for (int oldSlot = 0; oldSlot < kFileSlots && !result->computed[slot]; ++oldSlot)
-                if (old->file[oldSlot] == request.file[slot] && old->input == request.input) {
+                if (old->file[oldSlot] == request.file[slot] && old->input == request.input &&
+                    old->surroundings == result->surroundings) {
                     result->computed[slot] = old->computed[oldSlot];
                     if (old->postProcessing == request.postProcessing)
                         result->slot[slot] = old->slot[oldSlot];
@@ -263,9 +265,11 @@ OrvFilterResultPtr OrvFilter::Run(const OrvFilterResult& request, const std::vec
 }
 
 OrvFilterResultPtr OrvFilter::FindHeld(const OrvFilterResult& request) const {
+    const std::string surroundings = GetSurroundings();
     const std::lock_guard lock(m_mutex);
     for (const OrvFilterResultPtr& held : m_held)
-        if (held->input == request.input && held->postProcessing == request.postProcessing &&
+        if (held->input == request.input && held->surroundings == surroundings &&
+            held->postProcessing == request.postProcessing &&
             std::equal(std::begin(held->file), std::end(held->file), std::begin(request.file)))
             return held;
     return nullptr;

@@ -57,6 +57,9 @@ class OrvFilter {
     // block"). Asked before any work, so it looks at headers and parameters only. It is no failure: the result then holds this
     // reason as a verdict of kind NotApplicable, and nothing else. Any thread.
     virtual std::string WhyNot(const OrvLoadedFile& file, const VecParameter& input) const;
+    // What a result rests on beside the file and the parameters (what the program options say, say), as a text that changes with it. A
+    // result that was found under other circumstances is not taken over. Any thread.
+    virtual std::string GetSurroundings() const { return {}; }
     // A filter with one configuration shows no configurations in the tree.
     virtual bool HasSingleConfiguration() const { return m_inputPrototype.empty(); }
 

@@ -104,6 +104,7 @@ struct OrvFilterResult {
     OrvSlotResultPtr slot[kFileSlots];      // after post-processing
     VecParameter output;                    // both slots merged: evidence values and reference values
     FilterStatus status = FilterStatus::NotProcessed;
+    std::string surroundings;  // the filter's, when the work began
 
     // The maps as they are to be drawn: an automatic range is the one that a map shares with the other file's map of its name.
     // Cheap: values are shared. Empty where the slot has no result.

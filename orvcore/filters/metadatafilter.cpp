@@ -3,6 +3,8 @@
 #include "orvcore/filters/filterlist.h"
 #include "orvcore/formats/metadatacheck.h"
 #include "orvcore/formats/metadatatable.h"
+#include "orvcore/formats/provenance/provenance.h"
+#include "orvcore/model/trust.h"
 #include "zorbase/text.h"
 
 namespace {
@@ -15,9 +17,15 @@ std::string Size(int width, int height) {
     return ToString(width) + " x " + ToString(height) + " pixels";
 }
 
-std::string Credentials(const OrvLoadedFile& file) {
-    if (file.GetInfo().format != FileFormat::Jpeg) return "Looked for in JPEG files only";
-    return HasContentCredentials(file.GetBytes()) ? "Present; the signature is not checked" : "None";
+// A word or two; the filter Provenance tells all of it.
+std::string Credentials(const OrvLoadedFile& file, const MetadataSet& metadata, const OrvJob& job) {
+    ProvenanceOptions options;
+    options.metadata = &metadata;
+    options.wantsMarks = false;
+    options.between = [&job] { job.CheckAbort(); };
+    const provenance::Report report = ReadProvenance(file.GetBytes(), GetTrust()->settings, options);
+    const bool isThere = report.presence == provenance::Presence::Embedded;
+    return isThere ? "Present: " + report.Summary() : report.Summary();
 }
 
 }  // namespace
@@ -89,7 +97,7 @@ void MetadataFilter::Compute(const OrvLoadedFile& file, const VecParameter& inpu
     set("thumbnail", thumbnail.empty()           ? std::string("None")
                      : around.thumbnailWidth > 0 ? Size(around.thumbnailWidth, around.thumbnailHeight)
                                                  : std::string("Present, cannot be read"));
-    set("credentials", Credentials(file));
+    set("credentials", Credentials(file, metadata, job));
     set("warnings", metadata.warnings.empty() ? std::string("None") : Join(metadata.warnings, "\n"));
 
     if (metadata.entries.empty()) {

@@ -245,19 +245,3 @@ bool IsEditingSoftware(const std::string& software) {
 std::vector<MetadataFinding> CheckMetadata(const MetadataSet& set, const MetadataSurroundings& surroundings) {
     return Checker(set, surroundings).Run();
 }
-
-bool HasContentCredentials(std::span<const std::uint8_t> jpeg) {
-    return HasContentCredentials(jpeg, ParseJpegStructure(jpeg));
-}
-
-bool HasContentCredentials(std::span<const std::uint8_t> jpeg, const JpegStructure& structure) {
-    constexpr std::uint8_t kApp11 = 0xEB;
-    static constexpr std::string_view kLabel = "c2pa";
-    for (const JpegSegment& segment : structure.segments) {
-        if (segment.marker != kApp11) continue;
-        const auto payload = jpeg.subspan(segment.PayloadOffset(), segment.PayloadSize());
-        if (std::search(payload.begin(), payload.end(), kLabel.begin(), kLabel.end()) != payload.end())
-            return true;
-    }
-    return false;
-}

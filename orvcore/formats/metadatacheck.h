@@ -29,8 +29,3 @@ std::vector<MetadataFinding> CheckMetadata(const MetadataSet& set, const Metadat
 
 // Whether the name of a software is that of a program for changing pictures, by a list of common ones.
 bool IsEditingSoftware(const std::string& software);
-
-// Whether a JPEG holds a block of content credentials (C2PA): APP11 with JUMBF that names it. The signature is
-// not looked at.
-bool HasContentCredentials(std::span<const std::uint8_t> jpeg);
-bool HasContentCredentials(std::span<const std::uint8_t> jpeg, const JpegStructure& structure);

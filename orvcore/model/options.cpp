@@ -1,5 +1,6 @@
 #include "orvcore/model/options.h"
 
+#include "orvcore/model/trust.h"
 #include "zorbase/files.h"
 #include "zorbase/json.h"
 #include "zorbase/text.h"
@@ -52,6 +53,13 @@ OrvOptions::OrvOptions() {
              .SetToolTip("Applies to the analysis and the comparison of a folder."),
          Parameter::Bool("batchHashes", "Batch analysis computes MD5 and SHA-1", false)
              .SetToolTip("Besides SHA-256. Takes three to four times as long.")},
+        {Parameter::Path(ParameterType::Folder, "trustFolder", "Trusted certificates", "")
+             .SetToolTip(
+                 "A folder of certificates (PEM) that signers of content credentials may lead to. Files whose names "
+                 "contain \"tsa\" count for time stamps only. Without a folder nobody is trusted."),
+         Text(
+             "signerUsages", "Further uses that may sign", "",
+             "Extended key usages, as dotted numbers, that a signer's certificate may state beside the usual ones.")},
         WebServiceOptions(),
     };
 }
@@ -61,10 +69,14 @@ std::string OrvOptions::Path() {
 }
 
 std::vector<std::string> OrvOptions::GroupTitles() {
-    return {"Files", "Results and Reports", "Folders", "Web Services"};
+    return {"Files", "Results and Reports", "Folders", "Content Credentials", "Web Services"};
 }
 
 std::vector<std::string> OrvOptions::Load() {
+    {
+        const std::lock_guard lock(m_mutex);
+        TellTrust();
+    }
     Json json;
     try {
         if (!FileExists(Path())) return {};
@@ -85,7 +97,19 @@ std::vector<std::string> OrvOptions::Load() {
         else if (!option->ValueFromJson(value))
             problems.push_back(option->GetDescription() + ": a value that does not fit");
     }
+    TellTrust();
     return problems;
+}
+
+// Under the lock.
+void OrvOptions::TellTrust() const {
+    std::string folder;
+    std::string usages;
+    for (const VecParameter& group : m_groups) {
+        if (const Parameter* option = group.Find("trustFolder")) folder = option->Get<std::string>();
+        if (const Parameter* option = group.Find("signerUsages")) usages = option->Get<std::string>();
+    }
+    SetTrust(folder, usages);
 }
 
 void OrvOptions::Save() const {
@@ -106,6 +130,7 @@ void OrvOptions::Set(const VecVecParameter& options) {
         for (Parameter& option : group)
             for (const VecParameter& given : options)
                 if (const Parameter* value = given.Find(option.Name())) option.Set(*value);
+    TellTrust();
 }
 
 template <typename T>

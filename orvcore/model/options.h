@@ -50,6 +50,7 @@ class OrvOptions {
   private:
     template <typename T>
     T Value(const char* name) const;
+    void TellTrust() const;  // who verifies credentials asks orvcore/model/trust.h
 
     mutable std::mutex m_mutex;
     VecVecParameter m_groups;

@@ -6,7 +6,7 @@
 #include "orvcore/formats/exifscan.h"
 #include "orvcore/formats/jpegstructure.h"
 #include "orvcore/formats/jpegwalk.h"
-#include "orvcore/formats/metadatacheck.h"
+#include "orvcore/formats/provenance/provenance.h"
 #include "zorbase/hash.h"
 #include "zorbase/text.h"
 #include "zorimage/imageio.h"
@@ -144,9 +144,19 @@ void TakeJpeg(ByteSpan bytes, FileExamination& file) {
     file.bitsPerSample = structure.frame.precision;
     file.channels = static_cast<int>(structure.frame.components.size());
     file.profile = ProfileName(bytes, structure);
-    file.hasCredentials = HasContentCredentials(bytes, structure);
     file.warnings = structure.warnings;
     TakeJpegMetadata(bytes, structure, file);
+}
+
+void TakeCredentials(ByteSpan bytes, FileExamination& file) {
+    if (!HasProvenance(bytes)) return;
+    const provenance::Report report = ReadProvenance(bytes, {});
+    file.hasCredentials = true;
+    file.credentialSignature = report.signature.answer;
+    file.credentialContent = report.content.answer;
+    if (const provenance::Manifest* active = report.Active())
+        file.credentialSigner =
+            active->signerOrganisation.empty() ? active->signerName : active->signerOrganisation;
 }
 
 }  // namespace
@@ -172,5 +182,6 @@ FileExamination ExamineFile(const std::string& path, std::span<const std::uint8_
         file.warnings = info.warnings;
         TakeWholeMetadata(bytes, file);
     }
+    if (IsReadableFormat(file.format)) TakeCredentials(bytes, file);
     return file;
 }

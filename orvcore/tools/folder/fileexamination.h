@@ -7,6 +7,7 @@
 
 #include "orvcore/formats/jpegquality.h"
 #include "orvcore/formats/metadata.h"
+#include "orvcore/formats/provenance/report.h"
 #include "zorimage/imageformat.h"
 
 // What one file of a folder says in its headers and metadata, as typed facts; nothing is judged here and no
@@ -28,9 +29,12 @@ struct FileExamination {
     int pictures = 0;  // in the file, those that a JPEG's index names among them; 0 when not known
     int bitsPerSample = 0;
     int channels = 0;
-    std::string profile;                // name of the embedded colour profile
-    bool hasCredentials = false;        // content credentials (C2PA) in a JPEG
-    JpegQuality quality;                // by the luminance table
+    std::string profile;          // name of the embedded colour profile
+    bool hasCredentials = false;  // content credentials (C2PA)
+    provenance::Answer credentialSignature = provenance::Answer::NotThere;  // does their signature verify
+    provenance::Answer credentialContent = provenance::Answer::NotThere;    // is the content what was signed
+    std::string credentialSigner;                                           // organisation or name
+    JpegQuality quality;                                                    // by the luminance table
     bool chrominanceAgrees = true;      // false: luminance standard, chrominance not of the same quality
     bool isComplete = true;             // false: cut, or with holes
     std::uint64_t bytesAfterEnd = 0;    // after a JPEG's end, other than the pictures its index names

@@ -142,6 +142,23 @@ bool HasOddShape(const FileExamination& file) {
            longPicture < kUsual;
 }
 
+// Present, content, signer.
+std::string CredentialsText(const FileExamination& file) {
+    using provenance::Answer;
+    if (!file.hasCredentials) return "No";
+    std::string text = "Yes, ";
+    if (file.credentialSignature == Answer::No)
+        text += "signature does not verify";
+    else if (file.credentialSignature != Answer::Yes)
+        text += "signature not checked";
+    else
+        text += file.credentialContent == Answer::Yes      ? "content matches"
+                : file.credentialContent == Answer::Partly ? "content matches in part"
+                : file.credentialContent == Answer::No     ? "content differs"
+                                                           : "content not checked";
+    return file.credentialSigner.empty() ? text : text + ", signer " + file.credentialSigner;
+}
+
 void AddPicture(const FileExamination& file, RowMaker& row) {
     row.Set(kWidth, file.width > 0 ? ToString(file.width) : "");
     row.Set(kHeight, file.height > 0 ? ToString(file.height) : "");
@@ -154,7 +171,11 @@ void AddPicture(const FileExamination& file, RowMaker& row) {
     row.Set(kDepth, file.bitsPerSample > 0 ? ToString(file.bitsPerSample) : "");
     row.Set(kChannels, file.channels > 0 ? ToString(file.channels) : "");
     row.Set(kProfile, ToValidUtf8(file.profile));
-    if (IsReadableFormat(file.format)) row.Set(kCredentials, file.hasCredentials ? "Yes" : "No");
+    if (IsReadableFormat(file.format)) row.Set(kCredentials, CredentialsText(file));
+    if (file.credentialSignature == provenance::Answer::No)
+        row.Mark(kCredentials, CellMark::StandsOut, "The content credentials' signature does not verify.");
+    else if (file.credentialContent == provenance::Answer::No)
+        row.Mark(kCredentials, CellMark::StandsOut, "The content is not what its credentials were made for.");
     const int statedWidth = file.facts.pixelXDimension;
     const int statedHeight = file.facts.pixelYDimension;
     if (statedWidth > 0 && statedHeight > 0 && file.width > 0 &&

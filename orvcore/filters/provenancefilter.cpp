@@ -1,0 +1,207 @@
+#include <algorithm>
+
+#include "orvcore/filter/intermediates.h"
+#include "orvcore/filters/filterlist.h"
+#include "orvcore/formats/provenance/provenance.h"
+#include "orvcore/model/trust.h"
+#include "zorbase/text.h"
+#include "zorbase/utf8.h"
+
+namespace {
+
+using namespace provenance;
+
+constexpr const char* kDash = "-";
+
+std::string OrDash(const std::string& text) {
+    return text.empty() ? kDash : text;
+}
+
+std::string SignerOf(const Manifest& manifest) {
+    const bool isSame = manifest.signerOrganisation == manifest.signerName;
+    std::vector<std::string> parts;
+    if (!manifest.signerName.empty()) parts.push_back(manifest.signerName);
+    if (!manifest.signerOrganisation.empty() && !isSame) parts.push_back(manifest.signerOrganisation);
+    const std::string name = Join(parts, ", ");
+    return name.empty() ? "Not named" : name + " (certificate of " + OrDash(manifest.issuerCommonName) + ")";
+}
+
+std::string TimeOfSigning(const Manifest& manifest) {
+    if (!manifest.stamp) return "No time stamp";
+    const std::string says = UtcText(manifest.stamp->time) + ", by " + OrDash(manifest.stamp->authority);
+    if (!manifest.stamp->isIntact) return "The time stamp does not belong to this signature";
+    return says + (manifest.stamp->isTrusted ? "" : " (authority not checked or not trusted)");
+}
+
+std::string PlaceText(const FileRange& place) {
+    return place.size == 0 ? std::string(kDash) : std::to_string(place.offset);
+}
+
+::TableString LineageTable(const Report& report) {
+    ::TableString table = {{"What", "Name", "Detail", "Source Type", "Status", "Offset", "Bytes"}};
+    for (const LineageRow& row : report.lineage) {
+        std::string indent;
+        for (int i = 0; i < row.depth; ++i) indent += "    ";
+        table.push_back({indent + row.what, row.name, row.detail, row.sourceType, row.status,
+                         PlaceText(row.place), std::to_string(row.place.size)});
+    }
+    return table;
+}
+
+::TableString CheckTable(const Report& report) {
+    static constexpr const char* kWords[] = {"Holds", "Note", "Fault"};
+    ::TableString table = {{"Result", "Check", "About", "Meaning", "Offset"}};
+    for (const Status& status : report.statuses)
+        table.push_back({status.wasRecorded ? "Fault, known to the later signer"
+                                            : kWords[static_cast<int>(status.severity)],
+                         status.code, OrDash(status.subject), status.sentence, PlaceText(status.place)});
+    return table;
+}
+
+::TableString MarkTable(const Report& report) {
+    ::TableString table = {{"Mark", "Where", "Written By", "Known From", "Vouched For", "Offset"}};
+    for (const Mark& mark : report.marks)
+        table.push_back({mark.text, mark.where, OrDash(mark.writer), OrDash(mark.source),
+                         mark.isSigned ? "By the signer" : "By nobody",
+                         mark.place ? PlaceText(*mark.place) : std::string(kDash)});
+    return table;
+}
+
+::TableString ThumbnailTable(const Report& report) {
+    ::TableString table = {{"Thumbnail", "Kind", "Dimensions", "Offset", "Bytes"}};
+    for (const Thumbnail& thumbnail : report.thumbnails) {
+        const ImageInfo info = ReadImageInfo(thumbnail.bytes);
+        table.push_back(
+            {ToValidUtf8(thumbnail.label), ToValidUtf8(thumbnail.mediaType),
+             info.width > 0 ? ToString(info.width) + " x " + ToString(info.height) : "Cannot be read",
+             PlaceText(thumbnail.place), std::to_string(thumbnail.bytes.size())});
+    }
+    return table;
+}
+
+std::string ClaimsText(const Report& report) {
+    std::string text;
+    for (std::size_t i = report.manifests.size(); i-- > 0;) {
+        const Manifest& manifest = report.manifests[i];
+        text += manifest.label + (i == report.active ? " (the file's own)" : "") + "\n" + manifest.claimText +
+                "\n\n";
+    }
+    return text;
+}
+
+// What credentials say about a file's origin and whether they hold, and what generators leave beside them.
+class ProvenanceFilter : public OrvFilter {
+  public:
+    ProvenanceFilter() : OrvFilter("Provenance", "provenance") {
+        Describe(
+            "File",
+            "Content credentials (C2PA) that cameras, editors and generators sign into a file: whether they are there, what they "
+            "say, whether the signature verifies, whether they belong to these bytes, and whether you trust the signer; and the "
+            "marks that generators leave as plain text. It cannot see: whether what a signer says is true. Valid credentials "
+            "prove who signed and that nothing changed since, not that a scene was real. Without credentials nothing follows: "
+            "most files have none, and services remove them. Marks in text can be written and removed by anybody.");
+        using enum ParameterType;
+        SetParameters({}, {},
+                      {
+                          Parameter::Output(OutputString, "present", "Content Credentials (C2PA)"),
+                          Parameter::Output(OutputString, "verdict", "Verdict"),
+                          Parameter::Output(OutputString, "generator", "Written By"),
+                          Parameter::Output(OutputString, "signer", "Signer"),
+                          Parameter::Output(OutputString, "time", "Time Of Signing"),
+                          Parameter::Output(OutputText, "signature", "Does The Signature Verify?"),
+                          Parameter::Output(OutputText, "content", "Is The Content What Was Signed?"),
+                          Parameter::Output(OutputText, "trust", "Is The Signer Trusted?"),
+                          Parameter::Output(OutputString, "anchors", "Trusted Certificates"),
+                          Parameter::Output(OutputText, "findings", "What Deserves A Look"),
+                          Parameter::Output(OutputText, "warnings", "Warnings"),
+                          Parameter::Output(TableString, "lineage", "Lineage"),
+                          Parameter::Output(TableString, "marks", "Marks Of Generated Pictures"),
+                          Parameter::Output(TableString, "checks", "Checks"),
+                          Parameter::Output(TableString, "thumbnails", "Thumbnails In The Credentials"),
+                          Parameter::Output(OutputText, "claims", "The Claims As They Are"),
+                      });
+    }
+    bool GivesVerdict() const override { return true; }
+    std::string GetSurroundings() const override { return GetTrustState(); }
+
+    std::string WhyNot(const OrvLoadedFile& file, const VecParameter&) const override {
+        return IsReadableFormat(file.GetInfo().format) || HasProvenance(file.GetBytes()) ? ""
+                                                                                         : "Not a picture";
+    }
+
+  protected:
+    void Compute(const OrvLoadedFile& file, const VecParameter&, const OrvJob& job,
+                 OrvSlotResult& result) const override {
+        job.SetProgress(0.0, "Reading content credentials");
+        const auto trust = GetTrust();
+        const auto metadata = GetMetadata(file);
+        ProvenanceOptions options;
+        options.metadata = metadata.get();
+        options.between = [&job] { job.CheckAbort(); };
+        const Report report = ReadProvenance(file.GetBytes(), trust->settings, options);
+        Show(report, *trust, result);
+        Decide(report, result);
+    }
+
+  private:
+    static void Show(const Report& report, const Trust& trust, OrvSlotResult& result) {
+        static constexpr const char* kPresence[] = {"None", "Kept elsewhere, not fetched", "Present",
+                                                    "Present several times", "Present, damaged"};
+        result.Set("present", kPresence[static_cast<int>(report.presence)]);
+        result.Set("verdict", report.Summary());
+        const Manifest* active = report.Active();
+        result.Set("generator", active != nullptr ? OrDash(active->generator) : std::string(kDash));
+        result.Set("signer", active != nullptr ? SignerOf(*active) : std::string(kDash));
+        result.Set("time", active != nullptr ? TimeOfSigning(*active) : std::string(kDash));
+        result.Set("signature", OrDash(report.signature.sentence));
+        result.Set("content", OrDash(report.content.sentence));
+        result.Set("trust", OrDash(report.trust.sentence));
+        result.Set("anchors", trust.folder.empty()
+                                  ? std::string("None chosen in the program options")
+                                  : ToString(static_cast<int>(trust.settings.anchors.Size())) + " of " +
+                                        PathToUtf8(trust.folder) + ", judged on " +
+                                        UtcText(trust.settings.now).substr(0, 10));
+        std::vector<std::string> sentences;
+        for (const Finding& finding : report.findings)
+            sentences.push_back(finding.text + (finding.place
+                                                    ? " (At byte " + PlaceText(*finding.place) + ".)"
+                                                    : std::string()));
+        result.Set("findings", sentences.empty() ? std::string("Nothing found") : Join(sentences, "\n"));
+        std::vector<std::string> warnings = report.warnings;
+        warnings.insert(warnings.end(), trust.warnings.begin(), trust.warnings.end());
+        result.Set("warnings", warnings.empty() ? std::string("None") : Join(warnings, "\n"));
+        if (!report.lineage.empty()) result.Set("lineage", LineageTable(report));
+        if (!report.marks.empty()) result.Set("marks", MarkTable(report));
+        if (!report.statuses.empty()) result.Set("checks", CheckTable(report));
+        if (!report.thumbnails.empty()) result.Set("thumbnails", ThumbnailTable(report));
+        if (!report.manifests.empty()) result.Set("claims", ClaimsText(report));
+    }
+
+    static void Decide(const Report& report, OrvSlotResult& result) {
+        std::vector<std::string> sentences;
+        bool isStrong = false;
+        for (const Finding& finding : report.findings) {
+            sentences.push_back(finding.text);
+            isStrong = isStrong || finding.isStrong;
+        }
+        const bool isBare = report.presence == Presence::None;
+        const bool isGenerated = std::any_of(report.marks.begin(), report.marks.end(),
+                                             [](const Mark& mark) { return mark.isSigned; });
+        const std::string text = isGenerated && report.content.answer != Answer::No ? "Declared as generated"
+                                 : isBare && !report.marks.empty()                  ? "Mark of a generator"
+                                                                                    : report.Summary();
+        if (sentences.empty() && isBare)
+            result.SayNothing("No credentials");
+        else
+            result.Judge(isStrong             ? OrvVerdict::StrongSign
+                         : !sentences.empty() ? OrvVerdict::WorthALook
+                                              : OrvVerdict::NothingFound,
+                         text, sentences);
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<OrvFilter> MakeProvenanceFilter() {
+    return std::make_unique<ProvenanceFilter>();
+}

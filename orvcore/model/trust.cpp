@@ -1,0 +1,81 @@
+#include "orvcore/model/trust.h"
+
+#include <dirent.h>
+
+#include <algorithm>
+#include <ctime>
+#include <mutex>
+
+#include "zorbase/files.h"
+#include "zorbase/text.h"
+
+namespace {
+
+constexpr std::time_t kDay = 24 * 60 * 60;
+
+struct Chosen {
+    std::mutex mutex;
+    std::string folder;
+    std::string usages;
+    std::string state;                   // for which `trust` was read
+    std::shared_ptr<const Trust> trust;  // null: not read yet
+};
+
+Chosen& TheChosen() {
+    static Chosen chosen;
+    return chosen;
+}
+
+// Names, sizes and times of a folder's files.
+std::string ListOf(const std::string& folder) {
+    if (folder.empty()) return {};
+    const std::unique_ptr<DIR, int (*)(DIR*)> listing(opendir(folder.c_str()), closedir);
+    if (!listing) return "not readable";
+    std::vector<std::string> files;
+    while (const dirent* entry = readdir(listing.get())) {
+        const auto facts = GetFileFacts(PathJoin(folder, entry->d_name));
+        if (facts && !facts->isFolder)
+            files.push_back(std::string(entry->d_name) + "\n" + std::to_string(facts->size) + " " +
+                            std::to_string(facts->modified) + " " + std::to_string(facts->changed));
+    }
+    std::sort(files.begin(), files.end());
+    return Join(files, "\n");
+}
+
+std::string StateOf(const Chosen& chosen) {
+    return chosen.folder + "\n" + chosen.usages + "\n" + std::to_string(std::time(nullptr) / kDay) + "\n" +
+           ListOf(chosen.folder);
+}
+
+}  // namespace
+
+void SetTrust(const std::string& folder, const std::string& usages) {
+    Chosen& chosen = TheChosen();
+    const std::lock_guard lock(chosen.mutex);
+    chosen.folder = folder;
+    chosen.usages = usages;
+}
+
+std::shared_ptr<const Trust> GetTrust() {
+    Chosen& chosen = TheChosen();
+    const std::lock_guard lock(chosen.mutex);
+    const std::string state = StateOf(chosen);
+    if (!chosen.trust || chosen.state != state) {
+        auto trust = std::make_shared<Trust>();
+        trust->folder = chosen.folder;
+        trust->settings.anchors = ReadTrustFolder(chosen.folder, trust->warnings);
+        std::string list = chosen.usages;
+        std::replace(list.begin(), list.end(), ',', ' ');
+        trust->settings.usages = StringToVecString(list, " ", SplitMode::SkipEmpty, true);
+        trust->settings.now = std::time(nullptr) / kDay * kDay;
+        chosen.trust = std::move(trust);
+        chosen.state = state;
+    }
+    return chosen.trust;
+}
+
+std::string GetTrustState() {
+    Chosen& chosen = TheChosen();
+    const std::lock_guard lock(chosen.mutex);
+    return StateOf(chosen);
+}

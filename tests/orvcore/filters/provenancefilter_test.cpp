@@ -1,0 +1,128 @@
+#include <gtest/gtest.h>
+
+#include "orvcore/model/trust.h"
+#include "tests/orvcore/formats/formatsupport.h"
+#include "tests/orvcore/formats/provenance/storemaker.h"
+#include "tests/support/runfilter.h"
+#include "tests/support/testcore.h"
+
+namespace {
+
+class ProvenanceFilterTest : public ::testing::Test {
+  protected:
+    ~ProvenanceFilterTest() override { SetTrust({}, {}); }
+
+    std::string Write(const std::string& name, const Bytes& content) {
+        WriteFile(folder / name, content);
+        return folder / name;
+    }
+    static bool HasRow(const ::TableString& table, std::size_t column, const std::string& text) {
+        for (const auto& row : table)
+            if (row[column].find(text) != std::string::npos) return true;
+        return false;
+    }
+
+    CaseFolder folder;
+    std::unique_ptr<OrvFilter> filter = MakeFilter("provenance");
+    storemaker::Signer signer = storemaker::MakeSigner();
+    Bytes picture = formatsupport::MakeJpeg();
+};
+
+TEST_F(ProvenanceFilterTest, ShowsBothFilesSideBySide) {
+    storemaker::ManifestRecipe recipe;
+    recipe.assertions = {
+        {"c2pa.actions.v2",
+         storemaker::Map({{"actions", storemaker::List({storemaker::Map(
+                                          {{"action", storemaker::Text("c2pa.created")},
+                                           {"digitalSourceType",
+                                            storemaker::Text("http://cv.iptc.org/newscodes/digitalsourcetype/"
+                                                             "trainedAlgorithmicMedia")}})})}})}};
+    const Bytes sound = storemaker::SignedJpeg(picture, recipe, signer);
+    Bytes changed = storemaker::SignedJpeg(picture, {}, signer);
+    changed[changed.size() - 20] ^= 1;
+    const auto result = RunFilter(*filter, Write("sound.jpg", sound), Write("changed.jpg", changed));
+    EXPECT_EQ(OutputOf(result, "present"), "Present");
+    EXPECT_EQ(OutputOf(result, "verdict"), "Content matches, signer not checked");
+    EXPECT_EQ(OutputOf(result, "verdict", true), "Content differs");
+    EXPECT_EQ(OutputOf(result, "generator"), "test maker");
+    EXPECT_EQ(OutputOf(result, "signer"), "Test Signer (certificate of Test Issuer)");
+    EXPECT_EQ(result->slot[OrvEvidence]->verdict, OrvVerdict::StrongSign);
+    EXPECT_EQ(result->slot[OrvEvidence]->verdictText, "Declared as generated");
+    EXPECT_EQ(result->slot[OrvReference]->verdict, OrvVerdict::StrongSign);
+    EXPECT_EQ(result->slot[OrvReference]->verdictText, "Content differs");
+    EXPECT_EQ(result->status, FilterStatus::StandsOut);
+    const auto& lineage = result->output.Find("lineage")->Get<::TableString>();
+    EXPECT_TRUE(HasRow(lineage, 1, "made.jpg"));
+    EXPECT_TRUE(HasRow(lineage, 3, "made by a trained model"));
+    const auto& checks = result->output.Find("checks")->Get<::TableString>();
+    EXPECT_TRUE(HasRow(checks, 1, "claimSignature.validated"));
+    EXPECT_NE(OutputOf(result, "claims").find("\"claim_generator_info\""), std::string::npos);
+}
+
+TEST_F(ProvenanceFilterTest, FindsNothingInTheAbsenceOfCredentials) {
+    const auto plain =
+        RunFilter(*filter, Write("plain.jpg", picture), Write("note.txt", formatsupport::ToBytes("text")));
+    EXPECT_EQ(plain->slot[OrvEvidence]->verdict, OrvVerdict::NotApplicable);
+    EXPECT_EQ(plain->slot[OrvEvidence]->verdictText, "No credentials");
+    EXPECT_TRUE(plain->slot[OrvEvidence]->findings.empty());
+    EXPECT_EQ(OutputOf(plain, "present"), "None");
+    EXPECT_EQ(plain->slot[OrvReference]->verdictText, "Not a picture");
+    EXPECT_EQ(plain->status, FilterStatus::Processed);
+}
+
+// A result that rests on the options is not taken for one under others.
+TEST_F(ProvenanceFilterTest, JudgesAnewWhenOtherCertificatesAreTrusted) {
+    const std::string path = Write("sound.jpg", storemaker::SignedJpeg(picture, {}, signer));
+    OrvFilterResult request;
+    request.input = filter->GetInputPrototype();
+    request.file[OrvEvidence] = LoadForTest(path);
+    const auto first = filter->Run(request, {}, OrvJob(), nullptr);
+    EXPECT_EQ(OutputOf(first, "verdict"), "Content matches, signer not checked");
+    EXPECT_EQ(first->slot[OrvEvidence]->verdict, OrvVerdict::NothingFound);
+
+    Write("roots/one.pem", storemaker::Pem(signer.issuer));
+    SetTrust(folder / "roots", {});
+    const auto second = filter->Run(request, {first}, OrvJob(), nullptr);
+    EXPECT_EQ(OutputOf(second, "verdict"), "Content matches, signer trusted");
+    EXPECT_EQ(OutputOf(second, "anchors").rfind("1 of ", 0), 0U);
+    EXPECT_EQ(filter->Run(request, {second}, OrvJob(), nullptr)->computed[OrvEvidence],
+              second->computed[OrvEvidence]);
+
+    // Another's certificate; one for time stamps says nothing of signers.
+    const storemaker::Signer other = storemaker::MakeSigner();
+    Write("roots/one.pem", storemaker::Pem(other.issuer));
+    const auto third = filter->Run(request, {second}, OrvJob(), nullptr);
+    EXPECT_EQ(OutputOf(third, "verdict"), "Content matches, signer not trusted");
+    EXPECT_EQ(third->slot[OrvEvidence]->verdict, OrvVerdict::WorthALook);
+    RemoveFolder(folder / "roots");
+    Write("roots/tsa-list.pem", storemaker::Pem(signer.issuer));
+    const auto fourth = filter->Run(request, {third}, OrvJob(), nullptr);
+    EXPECT_EQ(OutputOf(fourth, "verdict"), "Content matches, signer not checked");
+    // A folder that is not there.
+    SetTrust(folder / "nowhere", {});
+    EXPECT_NE(OutputOf(filter->Run(request, {fourth}, OrvJob(), nullptr), "warnings").find("cannot be read"),
+              std::string::npos);
+}
+
+TEST_F(ProvenanceFilterTest, AcceptsFurtherUsesOnRequest) {
+    storemaker::SignerRecipe recipe;
+    recipe.usages = "1.3.6.1.4.1.311.76.59.1.9";
+    const storemaker::Signer special = storemaker::MakeSigner(recipe);
+    const std::string path = Write("special.jpg", storemaker::SignedJpeg(picture, {}, special));
+    Write("roots/one.pem", storemaker::Pem(special.issuer));
+    SetTrust(folder / "roots", {});
+    EXPECT_EQ(OutputOf(RunFilter(*filter, path), "verdict"), "Content matches, signer not trusted");
+    SetTrust(folder / "roots", "1.2.3, 1.3.6.1.4.1.311.76.59.1.9");
+    EXPECT_EQ(OutputOf(RunFilter(*filter, path), "verdict"), "Content matches, signer trusted");
+}
+
+TEST_F(ProvenanceFilterTest, LendsItsAnswerToTheMetadata) {
+    const auto metadata = MakeFilter("metadata");
+    Bytes changed = storemaker::SignedJpeg(picture, {}, signer);
+    changed[changed.size() - 20] ^= 1;
+    const auto result = RunFilter(*metadata, Write("changed.jpg", changed), Write("plain.jpg", picture));
+    EXPECT_EQ(OutputOf(result, "credentials"), "Present: Content differs");
+    EXPECT_EQ(OutputOf(result, "credentials", true), "None");
+}
+
+}  // namespace
