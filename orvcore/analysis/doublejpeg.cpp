@@ -1,0 +1,305 @@
+#include "orvcore/analysis/doublejpeg.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <opencv2/imgproc.hpp>
+
+#include "orvcore/analysis/blockdct.h"
+#include "orvcore/formats/jpegquality.h"
+
+namespace {
+
+constexpr int kPieceBlocks = 8;  // rows of blocks
+constexpr int kReach = 64;       // levels -64..64; larger ones say nothing
+constexpr int kLevels = 2 * kReach + 1;
+constexpr int kLargestFirstStep = 60;
+constexpr int kLeastBlocks = 64;
+constexpr double kLeastGain = 0.02;  // a gap is never taken as certain
+
+using Levels = std::array<std::uint32_t, kLevels>;
+using Histograms = std::array<Levels, kDoubleJpegFrequencies>;
+
+constexpr int kZigzagU[kDoubleJpegFrequencies] = {1, 0, 0, 1, 2, 3, 2, 1, 0, 0, 1, 2, 3, 4};
+constexpr int kZigzagV[kDoubleJpegFrequencies] = {0, 1, 2, 1, 0, 0, 1, 2, 3, 4, 3, 2, 1, 0};
+
+void Count(Levels& levels, int level) {
+    if (level >= -kReach && level <= kReach) ++levels[static_cast<std::size_t>(level + kReach)];
+}
+
+void Add(Histograms& sum, const Histograms& part) {
+    for (std::size_t i = 0; i < sum.size(); ++i)
+        for (std::size_t k = 0; k < sum[i].size(); ++k) sum[i][k] += part[i][k];
+}
+
+// Levels of the file's own coefficients.
+Histograms CountStored(const JpegComponent& component, const AnalysisProgress& progress) {
+    Histograms sum{};
+    std::mutex mutex;
+    ForEachStrip(component.wholeBlockRows, kPieceBlocks, progress, [&](int first, int end) {
+        auto part = std::make_unique<Histograms>();
+        for (int row = first; row < end; ++row) {
+            for (std::size_t k = 0; k < part->size(); ++k) {
+                const auto* levels =
+                    component.coefficients.ptr<std::int16_t>(8 * row + kZigzagV[k]) + kZigzagU[k];
+                for (int block = 0; block < component.blocks.width; ++block)
+                    Count((*part)[k], levels[8 * block]);
+            }
+        }
+        const std::scoped_lock lock(mutex);
+        Add(sum, *part);
+    });
+    return sum;
+}
+
+// Decoded samples, not rounded, of rows of blocks first..end-1.
+void Decode(const JpegComponent& component, int first, int end, std::vector<float>& samples) {
+    const auto width = static_cast<std::size_t>(component.blocks.width) * 8;
+    samples.resize(width * 8 * static_cast<std::size_t>(end - first));
+    for (int row = first; row < end; ++row) {
+        float* target = samples.data() + width * 8 * static_cast<std::size_t>(row - first);
+        for (std::size_t v = 0; v < 8; ++v) {
+            const auto* levels = component.coefficients.ptr<std::int16_t>(8 * row + static_cast<int>(v));
+            const std::uint16_t* steps = component.steps.data() + 8 * v;
+            float* line = target + width * v;
+            for (std::size_t x = 0; x < width; x += 8)
+                for (std::size_t u = 0; u < 8; ++u)
+                    line[x + u] = static_cast<float>(levels[x + u] * steps[u]);
+        }
+        InverseBlockDct(target, width, target, width, component.blocks.width);
+    }
+}
+
+// Levels that the same picture has on a grid moved by (4, 4), where no save has left its trace.
+Histograms CountMoved(const JpegComponent& component, const AnalysisProgress& progress) {
+    Histograms sum{};
+    std::mutex mutex;
+    ForEachStrip(std::max(component.wholeBlockRows - 1, 0), kPieceBlocks, progress, [&](int first, int end) {
+        auto part = std::make_unique<Histograms>();
+        const int across = component.blocks.width - 1;
+        const auto width = static_cast<std::size_t>(component.blocks.width) * 8;
+        std::vector<float> samples;
+        Decode(component, first, end + 1, samples);
+        std::vector<float> moved(static_cast<std::size_t>(across) * 64);
+        const auto step = static_cast<std::size_t>(across) * 8;
+        for (int row = first; row < end; ++row) {
+            ForwardBlockDct(samples.data() + width * (8 * static_cast<std::size_t>(row - first) + 4) + 4,
+                            width, moved.data(), step, across);
+            for (std::size_t k = 0; k < part->size(); ++k) {
+                const auto u = static_cast<std::size_t>(kZigzagU[k]);
+                const auto v = static_cast<std::size_t>(kZigzagV[k]);
+                const float inverse = 1.0F / static_cast<float>(component.steps[8 * v + u]);
+                const float* coefficients = moved.data() + v * step + u;
+                for (int block = 0; block < across; ++block)
+                    Count((*part)[k], static_cast<int>(std::lround(coefficients[8 * block] * inverse)));
+            }
+        }
+        const std::scoped_lock lock(mutex);
+        Add(sum, *part);
+    });
+    return sum;
+}
+
+using Gains = std::array<double, kLevels>;
+
+Gains GainsOf(int q1, int q2) {
+    Gains gains{};
+    for (int u = -kReach; u <= kReach; ++u)
+        gains[static_cast<std::size_t>(u + kReach)] = DoubleQuantisationGain(u, q1, q2);
+    return gains;
+}
+
+// The first step whose peaks and gaps explain best how the stored levels differ from those without a first save; level 0 is left
+// out, it depends on the picture most.
+void FitFirstStep(const Levels& stored, const Levels& moved, DoubleJpegFrequency& result) {
+    std::array<double, kLevels> h{};
+    std::array<double, kLevels> plain{};
+    double sumStored = 0.0;
+    double sumPlain = 0.0;
+    for (std::size_t i = 0; i < h.size(); ++i) {
+        if (i == kReach) continue;
+        sumStored += h[i] = stored[i];
+        sumPlain += plain[i] = moved[i];
+    }
+    if (sumStored < 100.0 || sumPlain < 100.0) return;
+    double single = 0.0;
+    for (std::size_t i = 0; i < h.size(); ++i) {
+        h[i] /= sumStored;
+        plain[i] /= sumPlain;
+        single += (h[i] - plain[i]) * (h[i] - plain[i]);
+    }
+    double least = single;
+    for (int q1 = 1; q1 <= kLargestFirstStep; ++q1) {
+        if (result.lastStep % q1 == 0) continue;
+        const Gains gains = GainsOf(q1, result.lastStep);
+        double product = 0.0;
+        double square = 0.0;
+        for (std::size_t i = 0; i < h.size(); ++i) {
+            const double change = (gains[i] - 1.0) * plain[i];
+            product += (h[i] - plain[i]) * change;
+            square += change * change;
+        }
+        if (square <= 0.0 || product <= 0.0) continue;
+        const double share = std::min(product / square, 1.0);
+        if (share <= 0.25) continue;
+        const double error = single - 2.0 * share * product + share * share * square;
+        if (error >= least) continue;
+        least = error;
+        result.firstStep = q1;
+        result.share = share;
+    }
+    result.errorRatio = single > 0.0 ? least / single : 1.0;
+}
+
+// Sums of log gain over the frequencies found, less its sign: positive where the levels do not know the first step.
+void ComputeBlocks(const JpegComponent& component, DoubleJpegResult& result,
+                   const AnalysisProgress& progress) {
+    std::array<std::array<float, kLevels>, kDoubleJpegFrequencies> logarithms{};
+    for (std::size_t k = 0; k < logarithms.size(); ++k) {
+        const DoubleJpegFrequency& frequency = result.frequencies[k];
+        if (!frequency.IsFound()) continue;
+        const Gains gains = GainsOf(frequency.firstStep, frequency.lastStep);
+        for (std::size_t i = 0; i < gains.size(); ++i)
+            logarithms[k][i] = static_cast<float>(-std::log(std::max(gains[i], kLeastGain)));
+    }
+    cv::Mat values(component.blocks, CV_32FC1, cv::Scalar(0));
+    cv::Mat known(component.blocks, CV_8UC1, cv::Scalar(0));
+    ForEachStrip(component.wholeBlockRows, kPieceBlocks, progress, [&](int first, int end) {
+        for (int row = first; row < end; ++row) {
+            auto* sums = values.ptr<float>(row);
+            for (std::size_t k = 0; k < logarithms.size(); ++k) {
+                const auto* levels =
+                    component.coefficients.ptr<std::int16_t>(8 * row + kZigzagV[k]) + kZigzagU[k];
+                for (int block = 0; block < component.blocks.width; ++block) {
+                    const int level = levels[8 * block];
+                    if (level != 0) known.ptr(row)[block] = 1;
+                    if (level >= -kReach && level <= kReach)
+                        sums[block] += logarithms[k][static_cast<std::size_t>(level + kReach)];
+                }
+            }
+        }
+    });
+    AnalysisMap& map = result.map;
+    cv::blur(values, map.values, {3, 3}, {-1, -1}, cv::BORDER_REPLICATE);
+    map.known = known;
+    map.cell = {8, 8};
+}
+
+void MeasureMap(DoubleJpegResult& result) {
+    const AnalysisMap& map = result.map;
+    std::vector<float> values;
+    for (int y = 0; y < map.values.rows; ++y)
+        for (int x = 0; x < map.values.cols; ++x)
+            if (map.IsKnown(x, y)) values.push_back(map.values.at<float>(y, x));
+    if (values.empty()) return;
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    result.median = *middle;
+    cv::Mat labels;
+    cv::Mat facts;
+    cv::Mat middles;
+    const cv::Mat above = (map.values > 0.0) & (map.known != 0);
+    const int count = cv::connectedComponentsWithStats(above, labels, facts, middles, 4, CV_32S);
+    int largest = 0;
+    for (int i = 1; i < count; ++i) {
+        const int area = facts.at<int>(i, cv::CC_STAT_AREA);
+        if (area <= result.regionBlocks) continue;
+        result.regionBlocks = area;
+        largest = i;
+    }
+    if (largest == 0) return;
+    result.regionBox = cv::Rect(
+        8 * facts.at<int>(largest, cv::CC_STAT_LEFT), 8 * facts.at<int>(largest, cv::CC_STAT_TOP),
+        8 * facts.at<int>(largest, cv::CC_STAT_WIDTH), 8 * facts.at<int>(largest, cv::CC_STAT_HEIGHT));
+    result.regionMean = cv::mean(map.values, labels == largest)[0];
+}
+
+void NameFirstQuality(DoubleJpegResult& result) {
+    double least = 1e9;
+    for (int quality = 1; quality <= 100; ++quality) {
+        const QuantizationTable table = StandardQuantizationTable(quality, false);
+        double deviation = 0.0;
+        int agreeing = 0;
+        for (const DoubleJpegFrequency& frequency : result.frequencies) {
+            if (!frequency.IsFound()) continue;
+            const int step =
+                table.values[static_cast<std::size_t>(8 * frequency.frequency.y + frequency.frequency.x)];
+            deviation += std::abs(std::log(static_cast<double>(step) / frequency.firstStep));
+            agreeing += step == frequency.firstStep ? 1 : 0;
+        }
+        if (agreeing < result.agreeing || (agreeing == result.agreeing && deviation >= least)) continue;
+        least = deviation;
+        result.firstQuality = quality;
+        result.agreeing = agreeing;
+    }
+}
+
+}  // namespace
+
+cv::Point DoubleJpegFrequencyAt(int index) {
+    return {kZigzagU[index], kZigzagV[index]};
+}
+
+double DoubleQuantisationGain(int level, int q1, int q2, double noise) {
+    const double low = q2 * (level - 0.5);
+    const double high = q2 * (level + 0.5);
+    const auto below = [&](double x) { return 0.5 * std::erfc(-x / (noise * std::sqrt(2.0))); };
+    const double margin = 5.0 * noise;
+    const int first = static_cast<int>(std::ceil((low - margin) / q1));
+    const int last = static_cast<int>(std::floor((high + margin) / q1));
+    double count = 0.0;
+    for (int n = first; n <= last; ++n) count += below(high - n * q1) - below(low - n * q1);
+    return count * q1 / q2;
+}
+
+DoubleJpegResult ComputeDoubleJpeg(const JpegComponent& luminance, const AnalysisProgress& progress) {
+    DoubleJpegResult result;
+    if (luminance.coefficients.empty() || !luminance.hasSteps) return result;
+    result.blocks = luminance.blocks.width * luminance.wholeBlockRows;
+    if (luminance.blocks.width < 2 || luminance.wholeBlockRows < 2) return result;
+    const Histograms stored = CountStored(luminance, PartOf(progress, 0.0, 0.2));
+    const Histograms moved = CountMoved(luminance, PartOf(progress, 0.2, 0.8));
+    for (int k = 0; k < kDoubleJpegFrequencies; ++k) {
+        DoubleJpegFrequency frequency;
+        frequency.frequency = DoubleJpegFrequencyAt(k);
+        frequency.lastStep = luminance.steps[static_cast<std::size_t>(8 * kZigzagV[k] + kZigzagU[k])];
+        const auto index = static_cast<std::size_t>(k);
+        if (frequency.lastStep > 0) FitFirstStep(stored[index], moved[index], frequency);
+        result.found += frequency.IsFound() ? 1 : 0;
+        result.frequencies.push_back(frequency);
+    }
+    if (result.found == 0) return result;
+    ComputeBlocks(luminance, result, PartOf(progress, 0.8, 1.0));
+    MeasureMap(result);
+    NameFirstQuality(result);
+    return result;
+}
+
+bool HasForeignRegion(const DoubleJpegResult& result) {
+    return result.found >= 3 && result.median <= -3.0 && result.regionBlocks >= 256 &&
+           result.regionMean > 3.0;
+}
+
+AnalysisDecision JudgeDoubleJpeg(const DoubleJpegResult& result) {
+    AnalysisDecision decision;
+    if (result.blocks < kLeastBlocks) {
+        decision.text = "The file holds no luminance coefficients, or fewer than 64 blocks of them.";
+        return decision;
+    }
+    decision.measured = result.median;
+    decision.threshold = -3.0;
+    const bool isSavedTwice = result.found >= 3 && result.median <= decision.threshold;
+    decision.finding = isSavedTwice ? Finding::StrongSign : Finding::Nothing;
+    if (HasForeignRegion(result)) {
+        decision.text = "The picture was saved before on the same grid, but a part of it was not.";
+    } else if (isSavedTwice) {
+        decision.text = "The picture was saved before on the same grid, with other steps.";
+    } else {
+        decision.text =
+            "No first save is seen; one with finer steps, or with steps that divide the file's own, would not be.";
+    }
+    return decision;
+}

@@ -1,0 +1,80 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <opencv2/core.hpp>
+#include <vector>
+
+#include "orvcore/analysis/analysisresult.h"
+#include "orvcore/analysis/blockrows.h"
+#include "orvcore/analysis/parallel.h"
+
+// How much a picture changes when it is saved as JPEG once more, at every quality: the curve falls as the quality rises, with a dip where the
+// picture was saved before on the same grid (Farid, IEEE TIFS 4(1), 2009; Krawetz 2007 for the mean of the absolute error).
+
+// How often each size of a luminance coefficient occurs, per frequency: what a quality does to a picture depends on nothing else.
+class FrequencyCounts {
+  public:
+    static constexpr int kPerUnit = 8;  // bins per unit of the coefficient; bin i holds |c| * 8 rounded to i
+    static constexpr int kBins = 1100 * kPerUnit;
+
+    FrequencyCounts() : m_counts(64U * kBins) {}
+    // natural order of frequencies, 8 v + u
+    std::uint32_t* Of(int frequency) { return m_counts.data() + static_cast<std::size_t>(frequency) * kBins; }
+    const std::uint32_t* Of(int frequency) const {
+        return m_counts.data() + static_cast<std::size_t>(frequency) * kBins;
+    }
+    std::uint64_t GetBlocks() const { return m_blocks; }
+    // Adds one row of coefficients as BlockRows gives them, of `blocks` blocks: those from begin to end (exclusive).
+    void AddBlocks(const std::vector<float>& coefficients, int blocks, int begin, int end);
+    void Add(const FrequencyCounts& other);
+
+  private:
+    std::vector<std::uint32_t> m_counts;
+    std::uint64_t m_blocks = 0;
+};
+
+// Of all whole blocks; those whose middle lies in `region` go to `inside` where that is given, the others to the result.
+FrequencyCounts CountFrequencies(const BlockRows& rows, const cv::Rect& region, FrequencyCounts* inside,
+                                 const AnalysisProgress& progress = {});
+
+struct QualityCurve {
+    // Root of the mean squared change of luminance, levels, by quality: [0] is quality 1, [99] quality 100. NaN without blocks.
+    std::array<double, 100> all{};
+    std::array<double, 100> inside{};
+    std::array<double, 100> outside{};
+    std::uint64_t blocks = 0;
+    std::uint64_t blocksInside = 0;
+};
+
+// A quality at which a curve has a dip: measured on the logarithm against the line between the qualities at `reach` on both sides.
+struct CurveDip {
+    int quality = 0;
+    double value = 0.0;  // of the curve, levels
+    double depth = 0.0;  // log of (line / value), above 0
+};
+
+// picture: 8 or 16 bits unsigned, 1 to 4 channels, or luminance (CV_32FC1); origin: of the grid, each 0..7. Without a whole block `blocks` is 0.
+// Throws ZorException (kind Argument) for another type. The steps are those of the example tables of the standard at each quality.
+QualityCurve ComputeQualityCurve(const cv::Mat& picture, cv::Point origin = {}, const cv::Rect& region = {},
+                                 const AnalysisProgress& progress = {});
+
+// Local minima of at least this depth, the deepest first. Neighbouring qualities with equal tables count as one.
+std::vector<CurveDip> FindDips(const std::array<double, 100>& curve, double leastDepth = 0.05);
+
+// A dip tells of an earlier save with these very tables: a fact about the file, not of a forgery, so worth a look at most. lastQuality: of
+// the JPEG file itself, which has its own dip (0: not a JPEG, or none of the standard's tables).
+AnalysisDecision JudgeQualityCurve(const QualityCurve& curve, int lastQuality);
+
+struct ErrorLevelCurve {
+    // Mean absolute change of luminance, rounded to levels as a decoder gives them, by quality as above.
+    std::array<double, 100> inside{};
+    std::array<double, 100> outside{};
+    int blocksInside = 0;  // how many were measured
+    int blocksOutside = 0;
+};
+
+// The error level over the qualities, inside and outside the region (empty: everything is outside), measured on at most
+// `blocks` blocks of each, evenly spread.
+ErrorLevelCurve ComputeErrorLevelCurve(const cv::Mat& picture, const cv::Rect& region, int blocks = 4096,
+                                       const AnalysisProgress& progress = {});
