@@ -45,7 +45,7 @@ ORV_WIDE_WHERE_POSSIBLE(DownRows, Down, (const float* const* rows, int count, fl
             vectors::Forward(v);
             for (int i = row == 0 ? 1 : 0; i < 8; ++i) sum -= (v[i] < 0.5F) & (v[i] > -0.5F);
         }
-        *reinterpret_cast<vectors::UnalignedIntVector*>(zeros + x) = -sum;
+        *reinterpret_cast<vectors::UnalignedIntVector*>(zeros + x) = sum;
     }
 }
 ORV_WIDE_WHERE_POSSIBLE(AcrossRow, Across, (const float* const* frequencies, int count, std::int32_t* zeros),
