@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <opencv2/imgproc.hpp>
 
+#include "orvcore/analysis/alignment.h"
+#include "orvcore/analysis/copymovedense.h"
 #include "orvcore/analysis/copymoveregions.h"
 #include "orvcore/analysis/copymovewindows.h"
 #include "orvcore/analysis/pixelrows.h"
@@ -14,7 +17,13 @@ constexpr int kMostCandidates = 48;
 constexpr int kLeastCount = 12;
 constexpr std::size_t kMostChecks = 96;
 constexpr int kStripRows = 64;
+constexpr double kDensePixels = 3e6;
+constexpr double kLeastTwinDistance = 24;
+constexpr int kDenseRounds = 8;
+constexpr int kLeastDenseArea = 300;
 constexpr double kSignWindows = 60;
+constexpr double kSignArea = 1200;
+
 constexpr double kSignDistinctness = 4.0;
 constexpr double kSignDetail = 0.3;
 
@@ -25,6 +34,32 @@ cv::Mat RoundedLuminance(const cv::Mat& picture, const AnalysisProgress& progres
         FloatLuminance(picture.rowRange(first, end)).convertTo(target, CV_8U);
     });
     return luminance;
+}
+
+cv::Matx33d Square(const cv::Matx23d& m) {
+    return {m(0, 0), m(0, 1), m(0, 2), m(1, 0), m(1, 1), m(1, 2), 0, 0, 1};
+}
+
+// The model with the levels themselves fitted; as it was where that does not help.
+cv::Matx23d Refined(const cv::Mat& luminance, const cv::Matx33d& model, const cv::Rect& place) {
+    const cv::Rect whole(0, 0, luminance.cols, luminance.rows);
+    // No more of the picture than is needed, with room for the model to be wrong.
+    constexpr int kRoom = 48;
+    const cv::Matx33d back = cv::Matx33d(1, 0, -place.x, 0, 1, -place.y, 0, 0, 1) * model.inv();
+    std::vector<cv::Point> corners;
+    for (const int x : {place.x, place.x + place.width})
+        for (const int y : {place.y, place.y + place.height})
+            corners.emplace_back(Apply(model.get_minor<2, 3>(0, 0), cv::Point2d(x, y)));
+    cv::Rect there = cv::boundingRect(corners);
+    there =
+        cv::Rect(there.x - kRoom, there.y - kRoom, there.width + 2 * kRoom, there.height + 2 * kRoom) & whole;
+    if (there.empty()) return model.get_minor<2, 3>(0, 0);
+    const cv::Matx33d out(1, 0, there.x, 0, 1, there.y, 0, 0, 1);
+    const Alignment fit = Align(luminance(place & whole), luminance(there), back * out, Freedom::Affine);
+    if (fit.correlation < 0.5) return model.get_minor<2, 3>(0, 0);
+    const cv::Matx33d found =
+        (fit.model * out.inv()).inv() * cv::Matx33d(1, 0, -place.x, 0, 1, -place.y, 0, 0, 1);
+    return cv::Matx33d(found * (1.0 / found(2, 2))).get_minor<2, 3>(0, 0);
 }
 
 // What no window that says something covers.
@@ -137,7 +172,59 @@ void FindByShifts(const cv::Mat& luminance, const CopyMoveBlocksSettings& settin
         pair.log10Chance =
             std::min(std::log10(shifts) + Log10Tail(static_cast<double>(distinct), trials, chance), 0.0);
     }
-    result.isRepetitive = IsRepetitive(result.pairs);
+}
+
+void FindByTwins(const cv::Mat& luminance, const CopyMoveBlocksSettings& settings,
+                 const AnalysisProgress& progress, CopyMoveResult& result) {
+    const double factor = std::min(std::sqrt(kDensePixels / static_cast<double>(luminance.total())), 1.0);
+    cv::Mat small = luminance;
+    if (factor < 1.0) cv::resize(luminance, small, cv::Size(), factor, factor, cv::INTER_AREA);
+    const double across = static_cast<double>(small.cols) / luminance.cols;
+    const double down = static_cast<double>(small.rows) / luminance.rows;
+    result.workingScale = std::min(across, down);
+    const double distance =
+        std::max(std::clamp(settings.leastDistance, 16, 512) * across, kLeastTwinDistance);
+    const cv::Mat shifts =
+        FindNearestTwins(small, static_cast<int>(distance), kDenseRounds, PartOf(progress, 0.0, 0.75));
+    const std::vector<DenseRegion> regions =
+        FindLinearRegions(shifts, distance, kLeastDenseArea, PartOf(progress, 0.75, 0.8));
+
+    CopyCheckSettings check;
+    check.leastArea = std::clamp(settings.leastArea, 256, 1'000'000);
+    check.leastDistance = std::clamp(settings.leastDistance, 16, 512);
+    std::vector<CopyCheck> checks(regions.size());
+    std::vector<cv::Matx23d> models(regions.size());
+    ForEachPiece(static_cast<int>(regions.size()), PartOf(progress, 0.8, 1.0), [&](int i) {
+        const auto index = static_cast<std::size_t>(i);
+        const DenseRegion& region = regions[index];
+        // From the reduced picture's pixel centres to the whole one's.
+        const cv::Matx33d up(1 / across, 0, 0.5 / across - 0.5, 0, 1 / down, 0.5 / down - 0.5, 0, 0, 1);
+        const cv::Matx33d whole = up * Square(region.model) * up.inv();
+        std::vector<cv::Point> seeds;
+        for (const cv::Point& place : region.places)
+            seeds.emplace_back(cvRound(up(0, 0) * place.x + up(0, 2)),
+                               cvRound(up(1, 1) * place.y + up(1, 2)));
+        models[index] = Refined(luminance, whole, cv::boundingRect(seeds));
+        checks[index] = CheckCopy(luminance, models[index], seeds, check);
+        if (!checks[index].isFound) return;
+        // Once more on what agrees, which is mostly more than where the field was linear.
+        const cv::Matx23d again = Refined(luminance, Square(models[index]), checks[index].from);
+        CopyCheck better = CheckCopy(luminance, again, seeds, check);
+        if (better.isFound &&
+            better.area * better.similarity >= checks[index].area * checks[index].similarity) {
+            models[index] = again;
+            checks[index] = std::move(better);
+        }
+    });
+    result.candidates += static_cast<int>(regions.size());
+    for (std::size_t i = 0; i < checks.size(); ++i) {
+        if (!AddPair(checks[i], models[i], result)) continue;
+        // What agrees, counted in places that do not overlap; each of them had all others to choose from.
+        CopiedPair& pair = result.pairs.back();
+        pair.matches = pair.area;
+        pair.log10Chance =
+            -std::log10(static_cast<double>(small.total())) * std::max(pair.area / 225.0 - 3.0, 0.0);
+    }
 }
 
 }  // namespace
@@ -153,7 +240,11 @@ CopyMoveResult FindCopiedBlocks(const cv::Mat& picture, const CopyMoveBlocksSett
     result.map = cv::Mat::zeros(picture.size(), CV_8U);
     result.mask = cv::Mat::zeros(picture.size(), CV_8U);
     const cv::Mat luminance = RoundedLuminance(picture, PartOf(progress, 0.0, 0.05));
-    FindByShifts(luminance, settings, PartOf(progress, 0.05, 1.0), result);
+    FindByShifts(luminance, settings, PartOf(progress, 0.05, settings.rotationAndScale ? 0.2 : 1.0), result);
+    // What was found by shifts comes first, so that it is not found a second time.
+    if (settings.rotationAndScale && result.isApplicable)
+        FindByTwins(luminance, settings, PartOf(progress, 0.2, 1.0), result);
+    result.isRepetitive = IsRepetitive(result.pairs);
     return result;
 }
 
@@ -165,7 +256,13 @@ CopyMoveVerdict JudgeCopiedBlocks(const CopyMoveResult& result) {
     }
     for (const CopiedPair& pair : result.pairs) {
         if (pair.distinctness < kSignDistinctness || pair.fineSimilarity < kSignDetail) continue;
-        verdict.measured = std::max(verdict.measured, static_cast<double>(pair.matches));
+        // Pairs that were not found by a shift of windows count their pixels.
+        const bool isByShift = pair.matches != pair.area;
+        const double threshold = isByShift ? kSignWindows : kSignArea;
+        if (pair.matches * verdict.threshold < verdict.measured * threshold) continue;
+        verdict.measured = pair.matches;
+        verdict.threshold = threshold;
+        verdict.quantity = isByShift ? "alike windows" : "agreeing pixels";
     }
     verdict.isSign = verdict.measured >= verdict.threshold && !result.isRepetitive;
     if (result.isRepetitive && verdict.measured >= verdict.threshold) {

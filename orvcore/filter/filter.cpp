@@ -122,6 +122,9 @@ std::string OrvFilter::WhyNot(const OrvLoadedFile&, const VecParameter&) const {
 
 void OrvFilter::Compute(const OrvLoadedFile&, const VecParameter&, const OrvJob&, OrvSlotResult&) const {}
 
+void OrvFilter::ComputeBoth(const OrvLoadedFile&, const OrvLoadedFile&, const VecParameter&, const OrvJob&,
+                            OrvSlotResult&, OrvSlotResult&) const {}
+
 void OrvFilter::PostProcess(const VecParameter&, const OrvJob&, OrvSlotResult&) const {}
 
 // The numbers of both files in one table, a row per quantity, in the order of the evidence.
@@ -221,6 +224,34 @@ OrvSlotResultPtr OrvFilter::RunSlot(const OrvLoadedFile& file, const VecParamete
     return fresh;
 }
 
+bool OrvFilter::Answers(const OrvFilterResult& held, int heldSlot, const OrvFilterResult& request,
+                        int slot) const {
+    if (held.file[heldSlot] != request.file[slot] || held.input != request.input ||
+        held.surroundings != request.surroundings)
+        return false;
+    // What rests on both files holds for these two, in these places.
+    return !ComparesFiles() ||
+           std::equal(std::begin(held.file), std::end(held.file), std::begin(request.file));
+}
+
+void OrvFilter::RunBoth(OrvFilterResult& result, const OrvJob& job) const {
+    std::shared_ptr<OrvSlotResult> fresh[kFileSlots];
+    for (int slot = 0; slot < kFileSlots; ++slot) {
+        fresh[slot] = std::make_shared<OrvSlotResult>();
+        fresh[slot]->output = m_outputPrototype;
+        const OrvLoadedFile& file = *result.file[slot];
+        NamingFile(file, [&] { file.GetDecoded(job.Piece(0.15 * slot, 0.15 * (slot + 1), {})); });
+    }
+    ComputeBoth(*result.file[OrvEvidence], *result.file[OrvReference], result.input, job.Piece(0.3, 1.0, {}),
+                *fresh[OrvEvidence], *fresh[OrvReference]);
+    for (int slot = 0; slot < kFileSlots; ++slot) {
+        FinishMaps(*result.file[slot], *fresh[slot]);
+        if (!fresh[slot]->inputImage.IsValid())
+            fresh[slot]->inputImage = result.file[slot]->GetDecoded(job)->image;
+        result.computed[slot] = std::move(fresh[slot]);
+    }
+}
+
 OrvFilterResultPtr OrvFilter::Run(const OrvFilterResult& request, const std::vector<OrvFilterResultPtr>& held,
                                   const OrvJob& job, const OrvResultCache* cache) const {
     auto result = std::make_shared<OrvFilterResult>(request);
@@ -238,13 +269,14 @@ OrvFilterResultPtr OrvFilter::Run(const OrvFilterResult& request, const std::vec
         // slot it was in then.
         for (const OrvFilterResultPtr& old : held)
             for (int oldSlot = 0; oldSlot < kFileSlots && !result->computed[slot]; ++oldSlot)
-                if (old->file[oldSlot] == request.file[slot] && old->input == request.input &&
-                    old->surroundings == result->surroundings) {
+                if (Answers(*old, oldSlot, *result, slot)) {
                     result->computed[slot] = old->computed[oldSlot];
                     if (old->postProcessing == request.postProcessing)
                         result->slot[slot] = old->slot[oldSlot];
                 }
-        if (!result->computed[slot])
+        if (!result->computed[slot] && ComparesFiles() && files == kFileSlots)
+            RunBoth(*result, job.Piece(0.0, 0.95, {}));
+        else if (!result->computed[slot])
             NamingFile(file, [&] { result->computed[slot] = RunSlot(file, request.input, part, cache); });
         if (!result->slot[slot]) {
             if (m_postPrototype.empty() || result->computed[slot]->isSkipped) {

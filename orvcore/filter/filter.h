@@ -53,6 +53,8 @@ class OrvFilter {
     virtual bool IsCacheable() const { return false; }
     // Whether it works on the decoded picture, which is then decoded beforehand.
     virtual bool NeedsPicture() const { return GetPageKind() != OrvPageKind::Text; }
+    // Whether it holds the evidence against the reference: then both are computed together by ComputeBoth, and one alone by Compute.
+    virtual bool ComparesFiles() const { return false; }
     // "" when the filter can say something about this file, otherwise why not, in a few words ("Not a JPEG", "Smaller than one
     // block"). Asked before any work, so it looks at headers and parameters only. It is no failure: the result then holds this
     // reason as a verdict of kind NotApplicable, and nothing else. Any thread.
@@ -111,6 +113,11 @@ class OrvFilter {
     // picture has been decoded. A pure function: the same bits for any number of threads. Throws ZorException.
     virtual void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,
                          OrvSlotResult& result) const;
+    // The evidence against the reference, for a filter with ComparesFiles. Both results start as copies of the prototype; neither goes to the
+    // cache on disk. Otherwise as Compute.
+    virtual void ComputeBoth(const OrvLoadedFile& evidence, const OrvLoadedFile& reference,
+                             const VecParameter& input, const OrvJob& job, OrvSlotResult& ofEvidence,
+                             OrvSlotResult& ofReference) const;
     // Cheap second stage, run again when only post-processing values change. `result` starts as a copy of the
     // computed one.
     virtual void PostProcess(const VecParameter& postProcessing, const OrvJob& job,
@@ -133,6 +140,10 @@ class OrvFilter {
 
     std::shared_ptr<const OrvSlotResult> RunSlot(const OrvLoadedFile& file, const VecParameter& input,
                                                  const OrvJob& job, const OrvResultCache* cache) const;
+    // Both slots of a filter with ComparesFiles.
+    void RunBoth(OrvFilterResult& result, const OrvJob& job) const;
+    // Whether what a slot of the held result holds answers the request's slot.
+    bool Answers(const OrvFilterResult& held, int heldSlot, const OrvFilterResult& request, int slot) const;
     // The held result that answers this request completely, or null.
     OrvFilterResultPtr FindHeld(const OrvFilterResult& request) const;
     std::vector<OrvFilterResultPtr> GetHeld() const;  // newest first

@@ -26,3 +26,9 @@ cv::Mat GetEightBits(const OrvLoadedFile& file, const OrvJob& job) {
     if (!image.IsValid()) ZOR_THROW(Format, "Nothing of the picture could be decoded.");
     return image.GetChannels() <= 2 ? image.ToGray().GetMat() : image.ToColor().GetMat();
 }
+
+cv::Mat GetSamples(const OrvLoadedFile& file, const OrvJob& job) {
+    const auto decoded = file.GetDecoded(job);
+    if (!decoded->image.IsValid()) ZOR_THROW(Format, "Nothing of the picture could be decoded.");
+    return decoded->image.GetMat();
+}

@@ -26,3 +26,6 @@ std::shared_ptr<const MetadataSet> GetMetadata(const OrvLoadedFile& file);
 // decoded picture where it is that already. Throws what GetDecoded throws, and ZorException (kind Format) when nothing of the
 // picture could be decoded.
 cv::Mat GetEightBits(const OrvLoadedFile& file, const OrvJob& job);
+
+// The picture as it was decoded: 8 or 16 bits, 1 to 4 channels (grey, grey + alpha, B G R, B G R + alpha). Errors as above.
+cv::Mat GetSamples(const OrvLoadedFile& file, const OrvJob& job);

@@ -7,6 +7,7 @@
 #include <opencv2/imgproc.hpp>
 #include <stdexcept>
 
+#include "orvcore/analysis/copymovedense.h"
 #include "orvcore/analysis/copymoveregions.h"
 #include "orvcore/analysis/copymovewindows.h"
 #include "tests/orvcore/analysis/copyscenes.h"
@@ -208,6 +209,73 @@ TEST(CopyMoveBlocks, ThreadsChangeNothingAndItCanBeStopped) {
         last = done;
     });
     EXPECT_EQ(last, 1.0);
+}
+
+TEST(CopyMoveDense, TurnedAndScaledCopiesAreFound) {
+    const struct {
+        double degrees, scale;
+        int quality;
+    } cases[] = {{20, 1, 85}, {90, 1, 85}, {0, 1.1, 85}, {-10, 0.95, 90}, {180, 1, 0}};
+    const cv::Point from(160, 150);
+    const cv::Point to(480, 330);
+    constexpr int kRadius = 70;
+    for (const auto& c : cases) {
+        cv::Mat picture = CopyScene(640, 480, 8);
+        PasteTurned(picture, from, to, kRadius, c.degrees, c.scale);
+        if (c.quality > 0) picture = SaveAgain(picture, c.quality);
+        const CopyMoveResult result = FindCopiedBlocks(picture, {true});
+        ASSERT_EQ(result.pairs.size(), 1U) << c.degrees << " degrees, " << c.scale;
+        // Either twin may come first.
+        const CopiedPair& pair = result.pairs[0];
+        const bool isTurned = pair.fromCentre.y > pair.toCentre.y;
+        const double rotation = isTurned ? -pair.rotation : pair.rotation;
+        const double scale = isTurned ? 1.0 / pair.scale : pair.scale;
+        EXPECT_NEAR(std::remainder(rotation - c.degrees, 360.0), 0.0, 1.0) << c.degrees;
+        EXPECT_NEAR(scale / c.scale, 1.0, 0.02) << c.scale;
+        cv::Mat truth = cv::Mat::zeros(picture.size(), CV_8U);
+        cv::circle(truth, from, kRadius, cv::Scalar(255), cv::FILLED);
+        cv::circle(truth, to, cvRound(kRadius * c.scale), cv::Scalar(255), cv::FILLED);
+        const double hit = cv::countNonZero((result.map != 0) & truth);
+        EXPECT_GT(2.0 * hit / (cv::countNonZero(result.map) + cv::countNonZero(truth)), 0.85)
+            << c.degrees << ' ' << c.scale;
+        const CopyMoveVerdict verdict = JudgeCopiedBlocks(result);
+        EXPECT_TRUE(verdict.isSign) << verdict.measured << ' ' << pair.distinctness << ' '
+                                    << pair.fineSimilarity;
+    }
+    // Without asking for it there is no turned copy.
+    cv::Mat turned = CopyScene(640, 480, 8);
+    PasteTurned(turned, from, to, kRadius, 20, 1);
+    EXPECT_TRUE(FindCopiedBlocks(turned, {}).pairs.empty());
+}
+
+TEST(CopyMoveDense, UntouchedScenesGiveNoSign) {
+    const struct {
+        const char* name;
+        cv::Mat picture;
+    } cases[] = {{"untouched", CopyScene(480, 360, 9)}, {"bricks", BrickWall(480, 360, 2.0)},
+                 {"a facade", Facade(500, 400)},        {"text", TextPage(500, 300)},
+                 {"stripes", Stripes(400, 300)},        {"noise", PureNoise(300, 200)},
+                 {"a sky", SmoothSky(400, 300)},        {"tiny", CopyScene(64, 64, 10)}};
+    for (const auto& c : cases) {
+        const CopyMoveResult result = FindCopiedBlocks(c.picture, {true});
+        const CopyMoveVerdict verdict = JudgeCopiedBlocks(result);
+        EXPECT_FALSE(verdict.isSign) << c.name << ": " << verdict.measured << " of " << result.pairs.size();
+    }
+}
+
+TEST(CopyMoveDense, TheFieldIsTheSameForAnyNumberOfThreads) {
+    cv::Mat luminance;
+    cv::cvtColor(CopyScene(320, 250, 11), luminance, cv::COLOR_BGR2GRAY);
+    const auto run = [&](int count) {
+        const Threads threads(count);
+        return FindNearestTwins(luminance, 24, 3);
+    };
+    EXPECT_TRUE(IsEqual(run(1), run(4)));
+    EXPECT_THROW(FindNearestTwins(luminance, 24, 8,
+                                  [](double done) {
+                                      if (done > 0.5) throw std::runtime_error("stop");
+                                  }),
+                 std::runtime_error);
 }
 
 TEST(CopyMoveRegions, ChanceIsAnUpperBoundOfTheBinomialTail) {
