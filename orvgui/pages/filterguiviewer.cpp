@@ -13,6 +13,7 @@
 #include <opencv2/core.hpp>
 
 #include "orvcore/facade/interface.h"
+#include "orvgui/common/dragedge.h"
 #include "orvgui/common/framehost.h"
 #include "orvgui/common/textfocus.h"
 #include "orvgui/pages/plotdialog.h"
@@ -27,6 +28,7 @@
 #include "orvgui/viewer/viewerpanel.h"
 #include "orvgui/viewer/viewmodes.h"
 #include "orvgui/viewer/zoompanel.h"
+#include "zorbase/files.h"
 #include "zorbase/text.h"
 
 namespace {
@@ -34,7 +36,8 @@ namespace {
 constexpr int kGap = 4;
 constexpr int kMinimumSide = 300;
 constexpr int kSidePanelWidth = 264;
-constexpr int kSidePanelMaximum = 360;
+constexpr int kSidePanelMaximum = 360;  // before the user sizes it
+constexpr int kSidePanelLeast = 160;
 constexpr int kSliderWidth = 76;
 constexpr int kFieldWidth = 120;
 constexpr int kScrollStep = 16;
@@ -71,6 +74,8 @@ bool IsSameBuffer(const Image& a, const Image& b) {
 
 }  // namespace
 
+double OrvFilterGuiViewer::m_fitZoom = -1.0;
+
 OrvFilterGuiViewer::OrvFilterGuiViewer(wxWindow* parent, OrvFilter* filter)
     : OrvFilterGui(parent, filter), m_activeWinId(kFirstCanvasId) {
     SetMinSize(wxSize(kMinimumSide, kMinimumSide));
@@ -87,7 +92,11 @@ void OrvFilterGuiViewer::CreateControlsCustom() {
 
     auto* middle = new wxBoxSizer(wxHORIZONTAL);
     middle->Add(m_viewerPanel, 1, wxEXPAND);
-    middle->Add(m_sidePanel, 0, wxEXPAND | wxLEFT, kGap);
+    m_sideEdge = new DragEdge(
+        this, [this] { m_sideWidthBefore = m_sidePanel->GetSize().x; },
+        [this](int distance) { SetSideWidth(m_sideWidthBefore - distance); });
+    middle->Add(m_sideEdge, 0, wxEXPAND);
+    middle->Add(m_sidePanel, 0, wxEXPAND);
     auto* column = new wxBoxSizer(wxVERTICAL);
     column->Add(m_toolPanel, 0, wxEXPAND);
     column->Add(middle, 1, wxEXPAND);
@@ -181,7 +190,16 @@ void OrvFilterGuiViewer::OnPageSize(wxSizeEvent& event) {
 
 void OrvFilterGuiViewer::ShowSidePanel(bool show) {
     m_sidePanel->Show(show);
+    m_sideEdge->Show(show);
     Layout();
+}
+
+// Wide tables and plots want more than parameters do; the picture keeps its least width.
+void OrvFilterGuiViewer::SetSideWidth(int width) {
+    const int most = std::max(GetClientSize().x - kMinimumSide, kSidePanelLeast);
+    m_sidePanel->SetMinSize(wxSize(std::clamp(width, kSidePanelLeast, most), -1));
+    Layout();
+    m_sideScroll->FitInside();
 }
 
 void OrvFilterGuiViewer::UpdateControlsCustom() {
@@ -262,7 +280,36 @@ void OrvFilterGuiViewer::ConfigureViewer(int mode, bool keepUnprocessed) {
     const auto canvases = GetCanvases();
     if (canvases.size() == 2) canvases[1]->SetEmptyMessage(m_differenceMessage);
     m_viewerPanel->ConfigureViewer(first, second);
+    if (Canvas* canvas = GetLeadCanvas(); canvas != nullptr && canvas->HasImage()) {
+        // A picture that is shown afresh and larger than its window is a fitted one.
+        const double fit = FitZoom(canvas->GetZoomArea(), canvas->GetProperties()->GetPixelSize());
+        if (shared->zoom == fit) m_fitZoom = fit;
+        KeepFit();
+    }
     ShowMarks();
+    ShowCaptions();
+}
+
+// What each half shows: evidence or reference, of which file, as it is or processed.
+void OrvFilterGuiViewer::ShowCaptions() {
+    const OrvInterface* core = GetInterface();
+    const auto canvases = GetCanvases();
+    for (std::size_t i = 0; i < canvases.size(); ++i) {
+        const Canvas& canvas = *canvases[i];
+        const Shown& shown = m_shown[canvas.IsShowingOther() && canvases.size() == 2 ? 1 - i : i];
+        wxString text;
+        if (canvas.HasImage() && core != nullptr) {
+            const wxString name = ToWx(PathName(PathFromWx(core->GetFilename(shown.slot))));
+            text = shown.slot == OrvEvidence ? _("Evidence") : _("Reference");
+            if (shown.isDifference)
+                text = _("Difference");
+            else
+                text += ": " + name + wxString::FromUTF8("  \u00b7  ") +
+                        (shown.isProcessed ? _("processed") : _("original"));
+            if (canvas.IsShowingOther()) text += wxString::FromUTF8("  \u00b7  ") + _("swapped");
+        }
+        m_viewerPanel->SetCaption(static_cast<int>(i), text);
+    }
 }
 
 void OrvFilterGuiViewer::ShowMaps() {
@@ -438,7 +485,8 @@ void OrvFilterGuiViewer::GetInputOutputImages(Image& first, Image& second, int m
     const auto describe = [](ViewImage image) {
         const bool isReference = image == ViewImage::ReferenceInput || image == ViewImage::ReferenceOutput;
         const bool isProcessed = image == ViewImage::EvidenceOutput || image == ViewImage::ReferenceOutput;
-        return Shown{isReference ? OrvReference : OrvEvidence, isProcessed};
+        const bool isDifference = image == ViewImage::DifferenceInput || image == ViewImage::DifferenceOutput;
+        return Shown{isReference ? OrvReference : OrvEvidence, isProcessed, isDifference};
     };
     m_shown[0] = describe(view->first);
     m_shown[1] = describe(view->second);
@@ -492,6 +540,7 @@ void OrvFilterGuiViewer::ViewChanged(bool scrolled) {
     Canvas* canvas = GetLeadCanvas();
     if (shared == nullptr || canvas == nullptr || m_toolPanel == nullptr) return;
     if (shared->syncViews) WindowSync();
+    ShowCaptions();
     if (scrolled) {
         // A new result keeps this view, and the next zoom step its middle.
         const wxPoint start = canvas->GetViewStart();
@@ -499,6 +548,7 @@ void OrvFilterGuiViewer::ViewChanged(bool scrolled) {
         shared->zoomCentre = {0, 0};
     }
     m_toolPanel->GetZoomPanel()->RefreshValues();
+    m_toolPanel->GetZoomPanel()->ShowFit(IsFit() && canvas->HasImage());
     m_toolPanel->GetInspectorPanel()->RefreshValues();
     if (m_navigator != nullptr) m_navigator->Refresh(false);
     if (OrvFrameHost* frame = GetFrameHost(); frame != nullptr && IsShown()) {
@@ -525,7 +575,27 @@ void OrvFilterGuiViewer::ApplyZoom(const Operation& operation) {
 }
 
 void OrvFilterGuiViewer::WindowFit() {
-    ApplyZoom([this](ZoomPanel&, Canvas* canvas) { m_toolPanel->WindowFit(canvas); });
+    ApplyZoom([this](ZoomPanel&, Canvas* canvas) {
+        m_toolPanel->WindowFit(canvas);
+        m_fitZoom = GetSharedWindowProperties()->zoom;
+        m_toolPanel->GetZoomPanel()->ShowFit(true);
+    });
+}
+
+bool OrvFilterGuiViewer::IsFit() {
+    const WindowProperties* shared = GetSharedWindowProperties();
+    return shared != nullptr && shared->zoom > 0.0 && shared->zoom == m_fitZoom;
+}
+
+void OrvFilterGuiViewer::KeepFit() {
+    Canvas* canvas = GetLeadCanvas();
+    if (!IsFit() || canvas == nullptr || !canvas->HasImage()) return;
+    const double wanted = FitZoom(canvas->GetZoomArea(), canvas->GetProperties()->GetPixelSize());
+    if (wanted > 0.0 && wanted != m_fitZoom) WindowFit();
+}
+
+void OrvFilterGuiViewer::ViewerResized(Canvas* canvas) {
+    if (canvas == GetLeadCanvas()) KeepFit();
 }
 
 void OrvFilterGuiViewer::Zoom100() {

@@ -47,7 +47,7 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost 
     virtual bool IsOutputWin() { return true; }  // the active canvas shows a processed image
     void ViewerScroll(wxScrollWinEvent& event, Canvas* canvas) override;
     bool ViewerKey(wxKeyEvent& event, Canvas* canvas) override;
-    void ViewerResized(Canvas*) override {}
+    void ViewerResized(Canvas* canvas) override;
     void ViewerMouseLeft() override;
     void WindowFit() override;
     virtual void WindowSplit(int /*mode*/) {}
@@ -78,6 +78,7 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost 
     int GetActiveWinId() const { return m_activeWinId; }
     void SetActiveWinId(int id) { m_activeWinId = id; }
     void ShowSidePanel(bool show) override;
+    void SetSideWidth(int width);  // pixels, within what the page allows
 
   protected:
     // Applies a zoom operation to the active canvas, then brings the other half in line.
@@ -88,6 +89,10 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost 
     // After anything that moved or zoomed the active canvas.
     void ViewChanged(bool scrolled);
     void TakeFocus(Canvas* canvas);
+    // Whether the whole picture was fitted and not zoomed since: it then stays fitted through changes of size, mode and page.
+    static bool IsFit();
+    // Fits again after a change of size, where the picture was fitted before.
+    void KeepFit();
     // The overview takes the shape of the picture that it shows.
     void FitNavigator();
 
@@ -106,10 +111,13 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost 
     void ShowPlots();
     PlotPanel* AddPlot();
     void ShowMarks();
+    void ShowCaptions();
     Image ProcessedImage(OrvFileId slot);
     const OrvMap* MapOnCanvas(const Canvas* canvas) const;
 
     wxWindow* m_sidePanel = nullptr;
+    wxWindow* m_sideEdge = nullptr;
+    int m_sideWidthBefore = 0;  // before the edge was dragged
     wxScrolledWindow* m_sideScroll = nullptr;
     wxString m_differenceMessage;  // why there is no difference to see, "" when there is
     Image m_difference;            // the newest, and what it was made of
@@ -141,8 +149,10 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost 
     struct Shown {
         OrvFileId slot = OrvEvidence;
         bool isProcessed = false;
+        bool isDifference = false;
     };
     Shown m_shown[2];
+    static double m_fitZoom;  // of the last fit, shared like the zoom itself; -1 for none
 };
 
 // One canvas: the processed image.

@@ -162,6 +162,7 @@ void OrvFilterGuiViewerDouble::ViewerScroll(wxScrollWinEvent& event, Canvas* can
 }
 
 void OrvFilterGuiViewerDouble::ViewerResized(Canvas* canvas) {
+    OrvFilterGuiViewer::ViewerResized(canvas);
     const WindowProperties* shared = GetSharedWindowProperties();
     if (shared == nullptr || canvas == nullptr || !shared->syncViews) return;
     WindowSync();

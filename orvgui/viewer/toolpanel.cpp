@@ -100,6 +100,12 @@ void OrvToolPanel::SetTool(OrvTool tool) {
     m_tool = tool;
     m_navigateButton->SetValue(tool == OrvTool::Navigate);
     m_selectButton->SetValue(tool == OrvTool::Select);
+    // The selection's numbers take a row of their own in a narrow window: only where they are wanted.
+    wxWindow* cell = m_selectorPanel;
+    if (cell->IsShown() == (tool == OrvTool::Select)) return;
+    cell->Show(tool == OrvTool::Select);
+    if (wxWindow* page = GetParent()) page->PostSizeEvent();
+    Layout();
 }
 
 void OrvToolPanel::OnTool(wxCommandEvent& event) {

@@ -1,11 +1,14 @@
 #include "orvgui/viewer/viewerpanel.h"
 
+#include <wx/stattext.h>
+
 #include <algorithm>
 
 namespace {
 
 constexpr int kGap = 4;  // pixels between the two canvases
 constexpr int kMinimumSide = 300;
+constexpr int kCaptionRoom = 6;  // above and below a caption's letters
 
 // The canvas's own frame lies outside its panel: the picture's room is exactly the panel, which is what the fit is made for.
 void FillParent(Canvas* canvas) {
@@ -34,9 +37,34 @@ wxPanel* ViewerPanel::CreateCanvasWin(int canvasId, bool isInput, bool isPlot, c
     return panel;
 }
 
+wxStaticText* ViewerPanel::CreateCaption() {
+    auto* caption = new wxStaticText(this, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize,
+                                     wxST_NO_AUTORESIZE | wxST_ELLIPSIZE_MIDDLE);
+    caption->SetFont(caption->GetFont().Smaller());
+    return caption;
+}
+
+int ViewerPanel::GetCaptionHeight() const {
+    return GetFont().Smaller().GetPixelSize().y + kCaptionRoom;
+}
+
 SingleViewerPanel::SingleViewerPanel(wxWindow* parent, bool isPlot) : ViewerPanel(parent) {
     m_canvasWin = CreateCanvasWin(kFirstCanvasId, false, isPlot, "canvas", m_canvas);
-    Bind(wxEVT_SIZE, [this](wxSizeEvent&) { m_canvasWin->SetSize(GetClientSize()); });
+    m_caption = CreateCaption();
+    Bind(wxEVT_SIZE, [this](wxSizeEvent&) {
+        const wxSize size = GetClientSize();
+        const int top = GetCaptionHeight();
+        m_caption->SetSize(0, 0, size.x, top);
+        m_canvasWin->SetSize(0, top, size.x, std::max(size.y - top, 1));
+    });
+}
+
+void SingleViewerPanel::SetCaption(int canvas, const wxString& text) {
+    if (canvas == 0 && m_caption->GetLabelText() != text) m_caption->SetLabelText(text);
+}
+
+wxString SingleViewerPanel::GetCaption(int canvas) const {
+    return canvas == 0 ? m_caption->GetLabelText() : wxString();
 }
 
 void SingleViewerPanel::ConfigureViewer(Image& first, Image&) {
@@ -60,7 +88,16 @@ void SingleViewerPanel::SetInputOutputImages(Image& evidenceInput, Image& eviden
 SplitterViewerPanel::SplitterViewerPanel(wxWindow* parent, bool isPlot) : ViewerPanel(parent) {
     m_canvasWin1 = CreateCanvasWin(kFirstCanvasId, true, isPlot, "canvas1", m_canvas1);
     m_canvasWin2 = CreateCanvasWin(kSecondCanvasId, false, isPlot, "canvas2", m_canvas2);
+    for (wxStaticText*& caption : m_captions) caption = CreateCaption();
     Bind(wxEVT_SIZE, [this](wxSizeEvent&) { LayOutPanels(); });
+}
+
+void SplitterViewerPanel::SetCaption(int canvas, const wxString& text) {
+    if (m_captions[canvas]->GetLabelText() != text) m_captions[canvas]->SetLabelText(text);
+}
+
+wxString SplitterViewerPanel::GetCaption(int canvas) const {
+    return m_captions[canvas]->GetLabelText();
 }
 
 Canvas* SplitterViewerPanel::FindCanvas(int id) {
@@ -76,15 +113,18 @@ void SplitterViewerPanel::SetLayout(ViewLayout layout) {
 void SplitterViewerPanel::LayOutPanels() {
     const wxSize size = GetClientSize();
     const PanelWidths widths = WidthsForTotal(m_layout, size.x, kGap);
-    const auto place = [&size](wxPanel* panel, int x, int width) {
-        const wxSize wanted(width, width == 1 ? 1 : size.y);
+    const int top = GetCaptionHeight();
+    const auto place = [&size, top](wxPanel* panel, wxStaticText* caption, int x, int width) {
+        const wxSize wanted(width, width == 1 ? 1 : std::max(size.y - top, 1));
         panel->SetMinSize(wanted);
-        panel->SetSize(x, 0, wanted.x, wanted.y);
+        panel->SetSize(x, top, wanted.x, wanted.y);
+        caption->SetSize(x, 0, width, top);
+        caption->Show(width > 1);
     };
     // An odd pixel goes between the halves: they must be equal to stay in step.
     const int second = m_layout == ViewLayout::Split ? size.x - widths.second : 0;
-    place(m_canvasWin1, 0, widths.first);
-    place(m_canvasWin2, second, widths.second);
+    place(m_canvasWin1, m_captions[0], 0, widths.first);
+    place(m_canvasWin2, m_captions[1], second, widths.second);
 }
 
 void SplitterViewerPanel::ResetImages() {

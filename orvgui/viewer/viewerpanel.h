@@ -6,6 +6,8 @@
 #include "orvgui/viewer/canvas.h"
 #include "orvgui/viewer/viewmodes.h"
 
+class wxStaticText;
+
 // Window ids of the canvases: the first (left) and the second (right) one.
 constexpr int kFirstCanvasId = 6000;
 constexpr int kSecondCanvasId = 6001;
@@ -23,8 +25,12 @@ class ORVGUI_API ViewerPanel : public wxPanel {
     virtual void ResetImages() = 0;
     // The canvas that was used last leads where two are zoomed one after the other.
     virtual Canvas* FindCanvas(int id) = 0;
+    // The quiet line above a canvas (0 or 1) that says what it shows. A sibling of the canvas's panel.
+    virtual void SetCaption(int canvas, const wxString& text) = 0;
 
   protected:
+    wxStaticText* CreateCaption();
+    int GetCaptionHeight() const;
     // A panel of 1 x 1 pixels with a canvas that always fills it.
     wxPanel* CreateCanvasWin(int canvasId, bool isInput, bool isPlot, const wxString& name, Canvas*& canvas);
 };
@@ -39,6 +45,8 @@ class ORVGUI_API SingleViewerPanel : public ViewerPanel {
                               Image& referenceOutput) override;
     void ResetImages() override { m_canvas->Reset(); }
     Canvas* FindCanvas(int id) override { return id == kFirstCanvasId ? m_canvas : nullptr; }
+    void SetCaption(int canvas, const wxString& text) override;
+    wxString GetCaption(int canvas) const;
 
     Canvas* GetCanvas() const { return m_canvas; }
     wxPanel* GetCanvasWin() const { return m_canvasWin; }
@@ -47,6 +55,7 @@ class ORVGUI_API SingleViewerPanel : public ViewerPanel {
   private:
     Canvas* m_canvas = nullptr;
     wxPanel* m_canvasWin = nullptr;
+    wxStaticText* m_caption = nullptr;
 };
 
 // Two canvases of exactly the same size side by side, or one of them alone.
@@ -59,6 +68,8 @@ class ORVGUI_API SplitterViewerPanel : public ViewerPanel {
                               Image& referenceOutput) override;
     void ResetImages() override;
     Canvas* FindCanvas(int id) override;
+    void SetCaption(int canvas, const wxString& text) override;
+    wxString GetCaption(int canvas) const;
 
     // Widths and places of the two panels for the layout; kept when the panel is resized.
     void SetLayout(ViewLayout layout);
@@ -79,6 +90,7 @@ class ORVGUI_API SplitterViewerPanel : public ViewerPanel {
     Canvas* m_canvas2 = nullptr;
     wxPanel* m_canvasWin1 = nullptr;
     wxPanel* m_canvasWin2 = nullptr;
+    wxStaticText* m_captions[2] = {nullptr, nullptr};
     ViewLayout m_layout = ViewLayout::First;
     int m_leader = kFirstCanvasId;
 };

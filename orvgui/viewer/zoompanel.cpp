@@ -7,6 +7,7 @@
 #include <wx/slider.h>
 #include <wx/stattext.h>
 #include <wx/textctrl.h>
+#include <wx/tglbtn.h>
 
 #include "orvgui/viewer/canvas.h"
 #include "orvgui/viewer/viewerhost.h"
@@ -68,7 +69,10 @@ void ZoomPanel::CreateControls() {
     sizer->Add(new wxStaticText(this, wxID_ANY, "%"), 0, wxALIGN_CENTER_VERTICAL | wxLEFT, kGap / 2);
     wxButton* plus = AddButton(sizer, "+", _("Zoom in by one step (+)"));
     wxButton* full = AddButton(sizer, "100", _("One image pixel per screen pixel (0)"));
-    wxButton* fit = AddButton(sizer, _("Fit"), _("The whole picture (F)"));
+    m_fitButton =
+        new wxToggleButton(this, wxID_ANY, _("Fit"), wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT);
+    m_fitButton->SetToolTip(_("The whole picture, also when the window changes (F)"));
+    sizer->Add(m_fitButton, 0, wxALIGN_CENTER_VERTICAL | wxLEFT, kGap);
     m_slider =
         new wxSlider(this, wxID_ANY, GetNearestZoomId(100.0), 0, static_cast<int>(m_defaultZoom.size()) - 1,
                      wxDefaultPosition, wxSize(kSliderWidth, -1));
@@ -83,7 +87,7 @@ void ZoomPanel::CreateControls() {
     minus->Bind(wxEVT_BUTTON, &ZoomPanel::OnZoomMinus, this);
     plus->Bind(wxEVT_BUTTON, &ZoomPanel::OnZoomPlus, this);
     full->Bind(wxEVT_BUTTON, &ZoomPanel::OnZoom100, this);
-    fit->Bind(wxEVT_BUTTON, &ZoomPanel::OnZoomFit, this);
+    m_fitButton->Bind(wxEVT_TOGGLEBUTTON, &ZoomPanel::OnZoomFit, this);
     m_zoomText->Bind(wxEVT_TEXT_ENTER, &ZoomPanel::OnZoomEnter, this);
     m_zoomText->Bind(wxEVT_KILL_FOCUS, &ZoomPanel::OnZoomSelect, this);
     for (const auto& type :
@@ -99,6 +103,10 @@ void ZoomPanel::RefreshValues() {
     m_zoomText->ChangeValue(ToWx(ZoomPercentText(shared->zoom)));
     const int step = GetNearestZoomId(shared->zoom * 100.0);
     if (step >= 0 && step != m_slider->GetValue()) m_slider->SetValue(step);
+}
+
+void ZoomPanel::ShowFit(bool isFit) {
+    if (m_fitButton != nullptr && m_fitButton->GetValue() != isFit) m_fitButton->SetValue(isFit);
 }
 
 void ZoomPanel::ClearValues() {

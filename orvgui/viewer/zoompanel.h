@@ -2,6 +2,8 @@
 
 #include <vector>
 
+#include <wx/tglbtn.h>
+
 #include "orvgui/viewer/toolpanel.h"
 
 class wxButton;
@@ -54,6 +56,8 @@ class ORVGUI_API ZoomPanel : public OrvToolPanelBase {
     void OnZoom100(wxCommandEvent& event);
     void OnZoomEnter(wxCommandEvent& event);
     void OnZoomFit(wxCommandEvent& event);
+    void ShowFit(bool isFit);  // whether the button looks pressed
+    bool IsFitShown() const { return m_fitButton->GetValue(); }
     void OnZoomMinus(wxCommandEvent& event);
     void OnZoomPlus(wxCommandEvent& event);
     void OnZoomSelect(wxFocusEvent& event);
@@ -70,6 +74,7 @@ class ORVGUI_API ZoomPanel : public OrvToolPanelBase {
     IntPair m_dragEnd{-1, -1};
     bool m_dragging = false;
     wxButton* m_swapButton = nullptr;
+    wxToggleButton* m_fitButton = nullptr;
     wxChoice* m_viewChoice = nullptr;
     wxTextCtrl* m_zoomText = nullptr;
     wxSlider* m_slider = nullptr;

@@ -446,6 +446,62 @@ TEST_F(ViewerPageTest, AChangeOfModeOrAKnownResultKeepsThePlace) {
     }
 }
 
+TEST_F(ViewerPageTest, AFittedPictureStaysFitted) {
+    Load(WritePattern("e.png", 2400, 1800, 10), WritePattern("r.png", 2400, 1800, 60));
+    Build();
+    ZoomPanel* zoom = m_page->GetOrvToolPanel()->GetZoomPanel();
+    const auto isFitted = [this] {
+        Canvas* canvas = m_page->GetCanvasFromActiveWin();
+        return m_shared.zoom == FitZoom(canvas->GetZoomArea(), canvas->GetProperties()->GetPixelSize());
+    };
+    EXPECT_TRUE(isFitted());
+    EXPECT_TRUE(zoom->IsFitShown());
+    for (const int mode : {1, 7, 4, 2}) {
+        Choose(mode);
+        EXPECT_TRUE(PumpUntil(isFitted)) << mode;
+    }
+    m_page->SetSize(900, 600);
+    m_page->SendSizeEvent();
+    EXPECT_TRUE(PumpUntil(isFitted));
+    m_page->ZoomPlus();
+    EXPECT_FALSE(zoom->IsFitShown());
+    const double chosen = m_shared.zoom;
+    Choose(1);
+    m_page->SetSize(1100, 700);
+    m_page->SendSizeEvent();
+    PumpFor(50);
+    EXPECT_DOUBLE_EQ(m_shared.zoom, chosen) << "the user has zoomed since";
+    m_page->WindowFit();
+    EXPECT_TRUE(zoom->IsFitShown());
+}
+
+TEST_F(ViewerPageTest, CaptionsSayWhatEachHalfShows) {
+    Load(WritePattern("one.png", 640, 480, 10), WritePattern("two.png", 640, 480, 60));
+    Build();
+    auto* panel = static_cast<SplitterViewerPanel*>(m_page->GetViewerPanel());
+    const struct {
+        int mode;
+        const char *first, *second;
+    } cases[] = {{7, "Evidence: one.png  \u00b7  processed", "Reference: two.png  \u00b7  processed"},
+                 {6, "Evidence: one.png  \u00b7  original", "Reference: two.png  \u00b7  original"},
+                 {5, "Reference: two.png  \u00b7  original", "Reference: two.png  \u00b7  processed"},
+                 {9, "", "Difference"}};
+    for (const auto& c : cases) {
+        Choose(c.mode);
+        EXPECT_EQ(panel->GetCaption(0), wxString::FromUTF8(c.first)) << c.mode;
+        EXPECT_EQ(panel->GetCaption(1), wxString::FromUTF8(c.second)) << c.mode;
+    }
+    Choose(7);
+    m_page->WindowSwap(1);
+    EXPECT_EQ(panel->GetCaption(0),
+              wxString::FromUTF8("Reference: two.png  \u00b7  processed  \u00b7  swapped"));
+    m_page->WindowSwap(2);
+    EXPECT_EQ(panel->GetCaption(0), wxString::FromUTF8(cases[0].first));
+    // The page is three parents above the canvas, and the canvas alone in its parent.
+    EXPECT_EQ(First()->GetParent()->GetParent()->GetParent(), m_page);
+    EXPECT_EQ(First()->GetParent()->GetChildren().size(), 1U);
+}
+
 TEST_F(ViewerPageTest, TheReadOutTellsOfWhatIsSeen) {
     Load(WritePattern("e.png", 640, 480, 10), WritePattern("r.png", 640, 480, 60));
     Build();
