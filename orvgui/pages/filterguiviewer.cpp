@@ -209,6 +209,12 @@ void OrvFilterGuiViewer::UpdateControlsCustom() {
     SetNotice(error.empty() ? GetSilence(isAll) : error);
     ShowMaps();
     ShowPlots();
+    // A reference that comes to a view which nobody chose is there to be compared with: as if the page were new.
+    const OrvInterface* core = GetInterface();
+    const bool hasReference = core != nullptr && core->HasFile(OrvReference);
+    if (hasReference && !m_hadReference && !m_isViewChosen)
+        m_toolPanel->GetZoomPanel()->ClearWindowSplitVal();
+    m_hadReference = hasReference;
 }
 
 void OrvFilterGuiViewer::RefreshControlsCustom() {
@@ -429,6 +435,7 @@ Image OrvFilterGuiViewer::ProcessedImage(OrvFileId slot) {
 }
 
 void OrvFilterGuiViewer::WindowSplit() {
+    m_isViewChosen = true;
     ConfigureViewer(m_toolPanel->GetZoomPanel()->GetWindowSplitMode(), true);
     RefreshControlsCustom();
 }

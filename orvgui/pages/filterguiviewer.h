@@ -152,7 +152,9 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost 
         bool isDifference = false;
     };
     Shown m_shown[2];
-    static double m_fitZoom;  // of the last fit, shared like the zoom itself; -1 for none
+    bool m_hadReference = false;  // at the last update
+    bool m_isViewChosen = false;  // by the user, on this page
+    static double m_fitZoom;      // of the last fit, shared like the zoom itself; -1 for none
 };
 
 // One canvas: the processed image.

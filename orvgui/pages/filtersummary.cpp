@@ -9,6 +9,7 @@
 
 #include "orvcore/facade/interface.h"
 #include "orvgui/common/statictext.h"
+#include "orvgui/common/wheel.h"
 #include "zorbase/text.h"
 
 namespace {
@@ -106,6 +107,7 @@ void FilterSummaryPanel::CreateResultPanel() {
     AddToSizer(m_mainSizer, label, CountCells(m_mainSizer).GetRow(), 0, kResultSpan, 1);
     m_result = new wxTextCtrl(this, wxID_ANY, wxString(), wxDefaultPosition, wxSize(-1, kResultHeight),
                               wxTE_MULTILINE | wxTE_READONLY);
+    PassWheelOn(m_result);
     AddToSizer(m_mainSizer, m_result, CountCells(m_mainSizer).GetRow(), 0, kResultSpan, 2);
     m_mainSizer->AddGrowableCol(kResultSpan - 1);
     UpdateControlsCustom();

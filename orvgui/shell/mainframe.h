@@ -2,6 +2,7 @@
 
 #include <wx/frame.h>
 #include <wx/timer.h>
+#include <wx/weakref.h>
 
 #include <map>
 #include <memory>
@@ -140,6 +141,7 @@ class ORVGUI_API OrvMainFrame : public wxFrame, public OrvProgressHandler, publi
     OrvProgressDialog* m_progressDialog = nullptr;
     bool m_isUpdatingProgress = false;
     std::vector<wxWindow*> m_blocked;  // what the progress dialog keeps from being used; our children
+    wxWeakRef<wxWindow> m_focusBefore;  // what had the keyboard before the progress dialog
     wxSize m_normalSize{1024, 768};    // the last one that was neither maximised nor iconised
     enum class StartMaximised { No, Wanted, Seen };
     StartMaximised m_startMaximised = StartMaximised::No;

@@ -32,6 +32,7 @@ void OrvMainFrame::OnTimerProgressStart(wxTimerEvent&) {
         m_progressStartTimer.StartOnce(kProgressDelayMs);
         return;
     }
+    m_focusBefore = wxGetTopLevelParent(wxWindow::FindFocus()) == this ? wxWindow::FindFocus() : nullptr;
     m_progressDialog =
         new OrvProgressDialog(_("Processing"), _("Processing"), 100, this,
                               wxPD_CAN_ABORT | wxPD_APP_MODAL | wxPD_AUTO_HIDE | wxPD_ELAPSED_TIME);
@@ -71,6 +72,11 @@ void OrvMainFrame::BlockPanes(bool block) {
         for (wxWindow* child : m_blocked) child->Enable();
         m_blocked.clear();
         SetAcceleratorTable(OrvGuiCommandRegistry::GetAcceleratorTableGlobal());
+        // What was disabled has lost the keyboard, which goes on where it was.
+        CallAfter([this] {
+            const bool isElsewhere = wxWindow::FindFocus() != nullptr && wxWindow::FindFocus() != this;
+            if (m_focusBefore && !isElsewhere && m_progressDialog == nullptr) m_focusBefore->SetFocus();
+        });
     }
 }
 

@@ -1,10 +1,12 @@
 #include "orvgui/viewer/settingspanel.h"
 
+#include <wx/button.h>
 #include <wx/gbsizer.h>
 #include <wx/intl.h>
 #include <wx/sizer.h>
 
 #include "orvgui/common/statictext.h"
+#include "orvgui/common/wheel.h"
 #include "orvgui/viewer/viewerhost.h"
 
 namespace {
@@ -36,10 +38,28 @@ OutputsPanel::OutputsPanel(wxWindow* parent, OrvViewerHost* page)
 
 DescriptionPanel::DescriptionPanel(wxWindow* parent, OrvViewerHost* page)
     : OrvSidePanelBase(parent, page, wxString()) {
+    m_title = new wxButton(this, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize,
+                           wxBU_EXACTFIT | wxBU_LEFT | wxBORDER_NONE);
+    m_title->SetFont(m_title->GetFont().Bold());
+    m_title->SetToolTip(_("Shows or hides the description"));
+    m_title->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { ShowText(!IsTextShown()); });
     m_text = new OrvStaticText(this, wxString());
     m_text->SetMaximumTextWidth(kTextWidth);
-    GetGrid()->Add(m_text, wxGBPosition(0, 0), wxDefaultSpan, wxEXPAND);
+    GetGrid()->Add(m_title, wxGBPosition(0, 0), wxDefaultSpan, wxALIGN_LEFT);
+    GetGrid()->Add(m_text, wxGBPosition(1, 0), wxDefaultSpan, wxEXPAND);
+    ShowText(true);
     RefreshValues();
+}
+
+bool DescriptionPanel::IsTextShown() const {
+    return m_text->IsShown();
+}
+
+void DescriptionPanel::ShowText(bool show) {
+    m_text->Show(show);
+    m_title->SetLabelText(wxString::FromUTF8(show ? "\u25be " : "\u25b8 ") + _("Description"));
+    Layout();
+    FitScrolledParents(this);
 }
 
 void DescriptionPanel::RefreshValues() {

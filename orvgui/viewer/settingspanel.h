@@ -3,6 +3,7 @@
 #include "orvgui/viewer/toolpanel.h"
 
 class OrvStaticText;
+class wxButton;
 class wxGridBagSizer;
 
 // The panels beside the canvases. The page puts its parameter controls into their grids; they decide nothing.
@@ -34,7 +35,11 @@ class ORVGUI_API DescriptionPanel : public OrvSidePanelBase {
   public:
     DescriptionPanel(wxWindow* parent, OrvViewerHost* page);
     void RefreshValues() override;
+    // Open at first; once read it need not stand in the way of what is below it.
+    void ShowText(bool show);
+    bool IsTextShown() const;
 
   private:
+    wxButton* m_title = nullptr;
     OrvStaticText* m_text = nullptr;
 };

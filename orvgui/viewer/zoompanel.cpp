@@ -246,6 +246,10 @@ void ZoomPanel::SetWindowSplitVal(int mode) {
     if (mode >= 0 && mode < GetWindowSplitChoices()) m_viewChoice->SetSelection(mode);
 }
 
+void ZoomPanel::ClearWindowSplitVal() {
+    m_viewChoice->SetSelection(wxNOT_FOUND);
+}
+
 void ZoomPanel::SetZoomChoices(const wxString& kind) {
     m_viewChoice->Clear();
     if (kind == "plot") {

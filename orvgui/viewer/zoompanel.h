@@ -56,6 +56,7 @@ class ORVGUI_API ZoomPanel : public OrvToolPanelBase {
     void OnZoom100(wxCommandEvent& event);
     void OnZoomEnter(wxCommandEvent& event);
     void OnZoomFit(wxCommandEvent& event);
+    void ClearWindowSplitVal();  // nothing is chosen
     void ShowFit(bool isFit);  // whether the button looks pressed
     bool IsFitShown() const { return m_fitButton->GetValue(); }
     void OnZoomMinus(wxCommandEvent& event);

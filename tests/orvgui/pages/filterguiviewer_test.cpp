@@ -475,6 +475,25 @@ TEST_F(ViewerPageTest, AFittedPictureStaysFitted) {
     EXPECT_TRUE(zoom->IsFitShown());
 }
 
+TEST_F(ViewerPageTest, AReferenceGoesToTheComparisonUnlessTheUserChoseAView) {
+    const std::string evidence = WritePattern("e.png", 640, 480, 10);
+    const std::string reference = WritePattern("r.png", 640, 480, 60);
+    Load(evidence, "");
+    Build();
+    ZoomPanel* zoom = m_page->GetOrvToolPanel()->GetZoomPanel();
+    EXPECT_EQ(zoom->GetWindowSplitMode(), 1);
+    Load(evidence, reference);
+    m_page->UpdateGui();
+    EXPECT_EQ(zoom->GetWindowSplitMode(), 7);
+    EXPECT_TRUE(m_shared.syncViews);
+    Load(evidence, "");
+    m_page->UpdateGui();
+    Choose(1);
+    Load(evidence, reference);
+    m_page->UpdateGui();
+    EXPECT_EQ(zoom->GetWindowSplitMode(), 1) << "the user has chosen";
+}
+
 TEST_F(ViewerPageTest, CaptionsSayWhatEachHalfShows) {
     Load(WritePattern("one.png", 640, 480, 10), WritePattern("two.png", 640, 480, 60));
     Build();

@@ -481,6 +481,18 @@ TEST_F(FrameTest, ClosingWhileProgressIsShownAsksOnce) {
     EXPECT_EQ(1u, answers.Seen().size());
 }
 
+TEST_F(FrameTest, TheKeyboardIsWhereItWasBeforeTheProgress) {
+    frame->Raise();
+    wxWindow* tree = frame->GetFiltersPanel()->GetTree();
+    tree->SetFocus();
+    ASSERT_TRUE(PumpUntil([&] { return tree->HasFocus() || wxWindow::FindFocus() == tree; }));
+    frame->CreateProgress();
+    ASSERT_TRUE(PumpUntil([] { return FindProgressDialog() != nullptr; }));
+    PumpFor(100);
+    frame->DestroyProgress();
+    EXPECT_TRUE(PumpUntil([&] { return wxWindow::FindFocus() == tree; }));
+}
+
 TEST_F(FrameTest, AnEndedProgressGivesThePanesBack) {
     frame->GetFiltersPanel()->Disable();
     frame->CreateProgress();
