@@ -27,17 +27,51 @@ wxString NumberWithUnit(const OrvMap& map, double value) {
     return ToWx(MapNumberText(map, value) + unit);
 }
 
+template <typename Value>
+void MarkCells(const OrvMap& map, bool beyondOnly, const std::stop_token& stop, cv::Mat& shown) {
+    const int channels = map.values.channels();
+    for (int row = 0; row < shown.rows && !stop.stop_requested(); ++row) {
+        std::uint8_t* cells = shown.ptr<std::uint8_t>(row);
+        const Value* values = map.values.ptr<Value>(row);
+        const std::uint8_t* mask = map.mask.empty() ? nullptr : map.mask.ptr<std::uint8_t>(row);
+        for (int column = 0; column < shown.cols; ++column, values += channels) {
+            if (mask != nullptr && mask[column] != 0) continue;
+            bool isShown = !beyondOnly;
+            for (int c = 0; c < channels; ++c) {
+                const double value = static_cast<double>(values[c]);
+                if (!std::isfinite(value)) {
+                    isShown = false;
+                    break;
+                }
+                isShown = isShown || IsBeyond(map, value);
+            }
+            cells[column] = isShown ? 255 : 0;
+        }
+    }
+}
+
 // Not 0 for the cells whose colours are shown, in the map's own resolution.
 cv::Mat ShownCells(const OrvMap& map, bool beyondOnly, const std::stop_token& stop) {
     cv::Mat shown(map.values.rows, map.values.cols, CV_8U, cv::Scalar(0));
-    for (int row = 0; row < shown.rows && !stop.stop_requested(); ++row) {
-        std::uint8_t* cells = shown.ptr<std::uint8_t>(row);
-        for (int column = 0; column < shown.cols; ++column) {
-            const Roi cell = MapCell(map, column, row);
-            if (cell.width <= 0 || cell.height <= 0) continue;
-            const OrvMapValue value = MapValueAt(map, cell.x, cell.y);
-            cells[column] = value.count > 0 && (!beyondOnly || IsBeyond(map, value)) ? 255 : 0;
-        }
+    switch (map.values.depth()) {
+        case CV_8U:
+            MarkCells<std::uint8_t>(map, beyondOnly, stop, shown);
+            break;
+        case CV_8S:
+            MarkCells<std::int8_t>(map, beyondOnly, stop, shown);
+            break;
+        case CV_16U:
+            MarkCells<std::uint16_t>(map, beyondOnly, stop, shown);
+            break;
+        case CV_16S:
+            MarkCells<std::int16_t>(map, beyondOnly, stop, shown);
+            break;
+        case CV_32S:
+            MarkCells<std::int32_t>(map, beyondOnly, stop, shown);
+            break;
+        default:
+            MarkCells<float>(map, beyondOnly, stop, shown);
+            break;
     }
     return shown;
 }
