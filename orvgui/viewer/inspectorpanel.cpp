@@ -17,6 +17,7 @@ namespace {
 constexpr int kGap = 4;
 constexpr int kSwatch = 16;
 constexpr int kTextDigits = 38;      // of the usual read-out
+constexpr int kMapTextDigits = 28;   // name, value and unit of a map
 constexpr int kDeepTextDigits = 66;  // with stored samples of 16 bits or an alpha
 
 int Sample(const cv::Mat& mat, int x, int y, int channel) {
@@ -71,7 +72,11 @@ void InspectorPanel::ConfigureControls() {
     const bool isDeep = std::any_of(canvases.begin(), canvases.end(), [](Canvas* canvas) {
         return canvas->HasImage() && HasStoredSamples(canvas->GetProperties()->GetIplImage());
     });
-    const int digits = isDeep ? kDeepTextDigits : kTextDigits;
+    const bool isMapped = std::any_of(canvases.begin(), canvases.end(), [this](Canvas* canvas) {
+        const IntPair size = canvas->GetProperties()->GetPixelSize();
+        return canvas->HasImage() && !m_page->DescribeMap(canvas, size.x / 2, size.y / 2).empty();
+    });
+    const int digits = (isDeep ? kDeepTextDigits : kTextDigits) + (isMapped ? kMapTextDigits : 0);
     const wxSize size(m_text->GetTextExtent(wxString('0', static_cast<std::size_t>(digits))).x, -1);
     if (m_text->GetMinSize() == size) return;
     m_text->SetMinSize(size);
