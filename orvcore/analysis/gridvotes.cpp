@@ -228,15 +228,17 @@ cv::Mat SaveAt99(const cv::Mat& picture, const AnalysisProgress& progress) {
 }
 
 void Mark(const cv::Mat& votes, const std::vector<GridRegion>& regions, std::uint8_t value, cv::Mat& mask) {
-    constexpr int kClosing = 19;  // radius 9
+    constexpr int kClosing = 9;
     if (regions.empty()) return;
     if (mask.empty()) mask = cv::Mat(votes.size(), CV_8UC1, cv::Scalar(0));
     for (const GridRegion& region : regions) {
-        const cv::Mat agreeing = votes(region.box) == region.grid;
         cv::Mat closed;
-        cv::morphologyEx(agreeing, closed, cv::MORPH_CLOSE,
-                         cv::getStructuringElement(cv::MORPH_RECT, {kClosing, kClosing}), {-1, -1}, 1,
-                         cv::BORDER_CONSTANT, cv::Scalar(0));
+        cv::copyMakeBorder(votes(region.box) == region.grid, closed, kClosing, kClosing, kClosing, kClosing,
+                           cv::BORDER_CONSTANT, cv::Scalar(0));
+        const cv::Mat square =
+            cv::getStructuringElement(cv::MORPH_RECT, {2 * kClosing + 1, 2 * kClosing + 1});
+        cv::morphologyEx(closed, closed, cv::MORPH_CLOSE, square);
+        closed = closed(cv::Rect(cv::Point(kClosing, kClosing), region.box.size()));
         mask(region.box).setTo(cv::Scalar(value), closed);
     }
 }

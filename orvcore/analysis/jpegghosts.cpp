@@ -294,29 +294,21 @@ AnalysisDecision JudgeGhosts(const GhostResult& result) {
     }
     const GhostQuality* best = nullptr;
     int cells = -1;
-    bool isLacking = false;
     for (const GhostQuality& line : result.table) {
-        if (line.dippingCells > cells) {
-            best = &line;
-            cells = line.dippingCells;
-            isLacking = false;
-        }
-        if (line.lackingCells > cells) {
-            best = &line;
-            cells = line.lackingCells;
-            isLacking = true;
-        }
+        // A quality at which the picture as a whole dips is its own last save: there, smooth parts differ from rough ones.
+        if (line.medianDip >= kDip || line.dippingCells <= cells) continue;
+        best = &line;
+        cells = line.dippingCells;
+    }
+    if (best == nullptr) {
+        decision.text = "No quality was tried at which a part could dip on its own.";
+        return decision;
     }
     decision.finding = cells >= kLook ? Finding::WorthALook : Finding::Nothing;
     decision.measured = cells;
     decision.threshold = kLook;
-    if (decision.finding == Finding::Nothing) {
-        decision.text = "No connected area has a dip of its own at one of the qualities.";
-    } else {
-        decision.text =
-            std::string(isLacking ? "An area lacks the dip that the rest of the picture has at quality "
-                                  : "An area has a dip of its own at quality ") +
-            std::to_string(best->quality) + ".";
-    }
+    decision.text = decision.finding == Finding::WorthALook
+                        ? "An area has a dip of its own at quality " + std::to_string(best->quality) + "."
+                        : "No connected area has a dip of its own at one of the qualities.";
     return decision;
 }
