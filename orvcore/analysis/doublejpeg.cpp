@@ -36,7 +36,7 @@ void Add(Histograms& sum, const Histograms& part) {
 }
 
 // Levels of the file's own coefficients.
-Histograms CountStored(const JpegComponent& component, const AnalysisProgress& progress) {
+Histograms CountStored(const JpegCoefficientPlane& component, const AnalysisProgress& progress) {
     Histograms sum{};
     std::mutex mutex;
     ForEachStrip(component.wholeBlockRows, kPieceBlocks, progress, [&](int first, int end) {
@@ -56,7 +56,7 @@ Histograms CountStored(const JpegComponent& component, const AnalysisProgress& p
 }
 
 // Decoded samples, not rounded, of rows of blocks first..end-1.
-void Decode(const JpegComponent& component, int first, int end, std::vector<float>& samples) {
+void Decode(const JpegCoefficientPlane& component, int first, int end, std::vector<float>& samples) {
     const auto width = static_cast<std::size_t>(component.blocks.width) * 8;
     samples.resize(width * 8 * static_cast<std::size_t>(end - first));
     for (int row = first; row < end; ++row) {
@@ -74,7 +74,7 @@ void Decode(const JpegComponent& component, int first, int end, std::vector<floa
 }
 
 // Levels that the same picture has on a grid moved by (4, 4), where no save has left its trace.
-Histograms CountMoved(const JpegComponent& component, const AnalysisProgress& progress) {
+Histograms CountMoved(const JpegCoefficientPlane& component, const AnalysisProgress& progress) {
     Histograms sum{};
     std::mutex mutex;
     ForEachStrip(std::max(component.wholeBlockRows - 1, 0), kPieceBlocks, progress, [&](int first, int end) {
@@ -155,7 +155,7 @@ void FitFirstStep(const Levels& stored, const Levels& moved, DoubleJpegFrequency
 }
 
 // Sums of log gain over the frequencies found, less its sign: positive where the levels do not know the first step.
-void ComputeBlocks(const JpegComponent& component, DoubleJpegResult& result,
+void ComputeBlocks(const JpegCoefficientPlane& component, DoubleJpegResult& result,
                    const AnalysisProgress& progress) {
     std::array<std::array<float, kLevels>, kDoubleJpegFrequencies> logarithms{};
     for (std::size_t k = 0; k < logarithms.size(); ++k) {
@@ -255,7 +255,7 @@ double DoubleQuantisationGain(int level, int q1, int q2, double noise) {
     return count * q1 / q2;
 }
 
-DoubleJpegResult ComputeDoubleJpeg(const JpegComponent& luminance, const AnalysisProgress& progress) {
+DoubleJpegResult ComputeDoubleJpeg(const JpegCoefficientPlane& luminance, const AnalysisProgress& progress) {
     DoubleJpegResult result;
     if (luminance.coefficients.empty() || !luminance.hasSteps) return result;
     result.blocks = luminance.blocks.width * luminance.wholeBlockRows;

@@ -49,7 +49,7 @@ struct DoubleJpegResult {
 };
 
 // luminance: the first component of a JPEG file, with its coefficients. Without them, or without steps, `blocks` is 0 and nothing else is set.
-DoubleJpegResult ComputeDoubleJpeg(const JpegComponent& luminance, const AnalysisProgress& progress = {});
+DoubleJpegResult ComputeDoubleJpeg(const JpegCoefficientPlane& luminance, const AnalysisProgress& progress = {});
 
 // Strong: at least 3 of the 14 frequencies found and the median at most -3, that is, the picture as a whole was saved before; with a region of at least
 // 256 blocks and a mean above 3 the text names it.

@@ -28,7 +28,7 @@ const cv::Mat& Host() {
     return host;
 }
 
-JpegComponent LuminanceOf(const std::vector<std::uint8_t>& file) {
+JpegCoefficientPlane LuminanceOf(const std::vector<std::uint8_t>& file) {
     return ReadJpegCoefficients(file, JpegComponentChoice::First).components.front();
 }
 
@@ -100,7 +100,7 @@ TEST(DoubleJpeg, SaysNothingWhereThereIsNothingToSee) {
     const DoubleJpegResult whole = ComputeDoubleJpeg(LuminanceOf(SaveJpeg(ThroughJpeg(Host(), 60), 90)));
     EXPECT_EQ(JudgeDoubleJpeg(whole).finding, Finding::StrongSign);
     EXPECT_FALSE(HasForeignRegion(whole));
-    EXPECT_EQ(JudgeDoubleJpeg(ComputeDoubleJpeg(JpegComponent())).finding, Finding::NotApplicable);
+    EXPECT_EQ(JudgeDoubleJpeg(ComputeDoubleJpeg(JpegCoefficientPlane())).finding, Finding::NotApplicable);
 }
 
 TEST(DoubleJpeg, GainIsTheCountOfMultiples) {
@@ -384,7 +384,7 @@ TEST(Compression, OddPicturesGetAnAnswer) {
 TEST(Compression, ThreadsDoNotMatterAndAnOrderToStopIsObeyed) {
     const ForgedPhoto forged = SpliceMisaligned(Host(), kPatch, 75, {5, 3});
     const auto file = SaveJpeg(SpliceNeverSaved(Host(), kPatch, 60).image, 90);
-    const JpegComponent component = LuminanceOf(file);
+    const JpegCoefficientPlane component = LuminanceOf(file);
     std::vector<std::vector<cv::Mat>> runs;
     for (const int threads : {1, 2, 5}) {
         SetAnalysisThreads(threads);

@@ -30,7 +30,7 @@ TEST(JpegCoefficients, AreThePictureInSteps) {
     ASSERT_EQ(read.components.size(), 1U);
     EXPECT_EQ(read.size, grey.size());
     EXPECT_TRUE(read.warnings.empty());
-    const JpegComponent& component = read.components[0];
+    const JpegCoefficientPlane& component = read.components[0];
     EXPECT_EQ(component.blocks, cv::Size(30, 19));
     EXPECT_EQ(component.wholeBlockRows, 19);
     const QuantizationTable table = StandardQuantizationTable(80, false);
@@ -71,7 +71,7 @@ TEST(JpegCoefficients, DamageIsTold) {
     const Bytes half(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(file.size() / 2));
     const JpegCoefficients read = ReadJpegCoefficients(half);
     EXPECT_FALSE(read.warnings.empty());
-    const JpegComponent& component = read.components[0];
+    const JpegCoefficientPlane& component = read.components[0];
     EXPECT_GT(component.wholeBlockRows, 3);
     EXPECT_LT(component.wholeBlockRows, component.blocks.height - 3);
     const cv::Rect kept(0, 0, component.coefficients.cols, 8 * component.wholeBlockRows);
@@ -87,7 +87,7 @@ TEST(JpegCoefficients, DamageIsTold) {
                 random.uniform(0, std::min(static_cast<int>(bent.size()), k < 2 ? 700 : 1 << 20)))] =
                 static_cast<std::uint8_t>(random.uniform(0, 256));
         try {
-            for (const JpegComponent& c : ReadJpegCoefficients(bent).components) {
+            for (const JpegCoefficientPlane& c : ReadJpegCoefficients(bent).components) {
                 EXPECT_LE(c.wholeBlockRows, c.blocks.height);
                 EXPECT_EQ(c.coefficients.size(), c.blocks * 8);
             }
