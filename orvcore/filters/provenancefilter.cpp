@@ -143,7 +143,32 @@ class ProvenanceFilter : public OrvFilter {
         Decide(report, result);
     }
 
+    // Tables of two files become one, with the file in front of each row.
+    void Merge(const OrvSlotResult* evidence, const OrvSlotResult* reference,
+               VecParameter& output) const override {
+        OrvFilter::Merge(evidence, reference, output);
+        for (const char* name : {"lineage", "marks", "checks", "thumbnails"}) {
+            ::TableString table;
+            if (reference != nullptr) {
+                AddRows(evidence, name, "Evidence", table);
+                AddRows(reference, name, "Reference", table);
+            }
+            output.Find(name)->ClearReference();
+            if (!table.empty()) output.Find(name)->SetValue(table);
+        }
+    }
+
   private:
+    static void AddRows(const OrvSlotResult* slot, const char* name, const char* file, ::TableString& table) {
+        const Parameter* parameter = slot != nullptr ? slot->output.Find(name) : nullptr;
+        if (parameter == nullptr || !parameter->IsSet()) return;
+        const auto& rows = parameter->Get<::TableString>();
+        for (std::size_t i = table.empty() ? 0 : 1; i < rows.size(); ++i) {
+            table.push_back(rows[i]);
+            table.back().insert(table.back().begin(), i == 0 ? "File" : file);
+        }
+    }
+
     static void Show(const Report& report, const Trust& trust, OrvSlotResult& result) {
         static constexpr const char* kPresence[] = {"None", "Kept elsewhere, not fetched", "Present",
                                                     "Present several times", "Present, damaged"};

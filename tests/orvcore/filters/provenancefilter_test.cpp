@@ -52,10 +52,17 @@ TEST_F(ProvenanceFilterTest, ShowsBothFilesSideBySide) {
     EXPECT_EQ(result->slot[OrvReference]->verdictText, "Content differs");
     EXPECT_EQ(result->status, FilterStatus::StandsOut);
     const auto& lineage = result->output.Find("lineage")->Get<::TableString>();
-    EXPECT_TRUE(HasRow(lineage, 1, "made.jpg"));
-    EXPECT_TRUE(HasRow(lineage, 3, "made by a trained model"));
+    EXPECT_EQ(lineage[0][0], "File");
+    EXPECT_EQ(lineage[1][0], "Evidence");
+    EXPECT_EQ(lineage.back()[0], "Reference");
+    EXPECT_TRUE(HasRow(lineage, 2, "made.jpg"));
+    EXPECT_TRUE(HasRow(lineage, 4, "made by a trained model"));
     const auto& checks = result->output.Find("checks")->Get<::TableString>();
-    EXPECT_TRUE(HasRow(checks, 1, "claimSignature.validated"));
+    EXPECT_TRUE(HasRow(checks, 2, "claimSignature.validated"));
+    EXPECT_TRUE(HasRow(checks, 2, "assertion.dataHash.mismatch"));
+    // Of one file alone its tables are as they are.
+    const auto alone = RunFilter(*filter, folder / "sound.jpg");
+    EXPECT_EQ(alone->output.Find("lineage")->Get<::TableString>()[0][0], "What");
     EXPECT_NE(OutputOf(result, "claims").find("\"claim_generator_info\""), std::string::npos);
 }
 

@@ -5,6 +5,7 @@
 #include <ctime>
 #include <random>
 
+#include "orvcore/formats/provenance/jumbf.h"
 #include "orvcore/formats/provenance/provenance.h"
 #include "tests/orvcore/formats/formatsupport.h"
 #include "tests/orvcore/formats/provenance/storemaker.h"
@@ -94,7 +95,6 @@ TEST(MadeStore, NeverStaysSoundWhenSignedPartsOfTheStoreChange) {
 TEST(MadeStore, TellsWhatTheHashLeavesOut) {
     const Bytes plain = SignedJpeg(Picture(), {}, TheSigner());
     const std::uint64_t size = plain.size() + 200;
-    // The last bytes of the picture, whose place the longer record moves by an unknown few: taken from the end.
     Bytes file = SignedJpeg(Picture(), {}, TheSigner(), {{0, 2}});
     Report report = Read(file);
     EXPECT_EQ(report.content.answer, Answer::Partly);
@@ -107,9 +107,13 @@ TEST(MadeStore, TellsWhatTheHashLeavesOut) {
     report = Read(file);
     EXPECT_EQ(report.content.answer, Answer::No);
     EXPECT_TRUE(Has(report, "assertion.dataHash.mismatch"));
-    // A length whose sum with the start wraps around.
-    file = SignedJpeg(Picture(), {}, TheSigner(), {{size - 10, ~std::uint64_t{0} - 5}});
-    EXPECT_EQ(Read(file).content.answer, Answer::No);
+    // From inside the file to beyond its end, also by a sum that wraps around. The record's size does not change with the range.
+    const std::uint64_t end = file.size();
+    for (const std::uint64_t length : {std::uint64_t{11}, ~std::uint64_t{0} - 5}) {
+        file = SignedJpeg(Picture(), {}, TheSigner(), {{end - 10, length}});
+        ASSERT_EQ(file.size(), end);
+        EXPECT_EQ(Read(file).content.answer, Answer::No);
+    }
     // Overlapping ranges.
     file = SignedJpeg(Picture(), {}, TheSigner(), {{0, 3}, {1, 1}});
     EXPECT_TRUE(Has(Read(file), "assertion.dataHash.malformed"));
@@ -249,6 +253,72 @@ TEST(MadeStore, FollowsIngredientsAndEndsInCircles) {
     const Report twins =
         Read(PutIntoJpeg(Picture(), Store({source, source, MakeManifest(second, TheSigner())})));
     EXPECT_TRUE(Has(twins, "ingredient.manifest.missing"));
+}
+
+// The content is bound by the first manifest; what was added later says that it left the content alone.
+TEST(MadeStore, FollowsUpdatesToTheManifestThatIsBound) {
+    ManifestRecipe bound;
+    bound.label = "urn:c2pa:first";
+    bound.assertions = {{"c2pa.hash.data", DataHash({{2, 100}}, Sha(Picture()))}};
+    const Bytes first = MakeManifest(bound, TheSigner());
+    const auto updated = [&](const char* kind, const Bytes& hash, const Bytes& picture) {
+        ManifestRecipe update;
+        update.kind = kind;
+        update.assertions = {{"c2pa.ingredient.v3", IngredientOf("urn:c2pa:first", hash)}};
+        return Read(PutIntoJpeg(picture, Store({first, MakeManifest(update, TheSigner())})));
+    };
+    EXPECT_TRUE(IsSound(updated("c2um", PayloadSha(first), Picture())));
+    Bytes changed = Picture();
+    changed[changed.size() - 9] ^= 1;
+    EXPECT_EQ(updated("c2um", PayloadSha(first), changed).content.answer, Answer::No);
+    // The first manifest is another than the one that was updated: it says nothing of this file.
+    const Report other = updated("c2um", Bytes(32), Picture());
+    EXPECT_TRUE(Has(other, "ingredient.manifest.mismatch"));
+    EXPECT_EQ(other.contentHashMatches, std::optional(true));
+    EXPECT_EQ(other.content.answer, Answer::Unknown);
+    // Only an update may go without a binding of its own.
+    EXPECT_TRUE(Has(updated("c2ma", PayloadSha(first), Picture()), "claim.hardBindings.missing"));
+}
+
+Bytes SignatureSha(const Bytes& manifest) {
+    std::size_t budget = 100;
+    const JumbfParse parse = ParseJumbf(manifest, budget);
+    for (const JumbfBox& box : parse.root.children)
+        if (box.IsSuperbox(BoxCode("c2cs"))) {
+            const ByteSpan payload = box.Payload(manifest);
+            return Sha(Bytes(payload.begin(), payload.end()));
+        }
+    return {};
+}
+
+TEST(MadeStore, LetsRecordsOfSourcesBeRemovedOpenly) {
+    const auto read = [](const std::vector<std::string>& removed, const std::vector<std::string>& told) {
+        ManifestRecipe source;
+        source.label = "urn:c2pa:first";
+        source.assertions = {{"test.place", Map({{"town", Text("a town")}})},
+                             {"c2pa.hash.data", DataHash({}, Bytes(32))}};
+        source.removed = removed;
+        const Bytes first = MakeManifest(source, TheSigner());
+        ManifestRecipe second;
+        for (const std::string& label : told)
+            second.redacted.push_back("self#jumbf=/c2pa/urn:c2pa:first/c2pa.assertions/" + label);
+        second.assertions = {
+            {"c2pa.ingredient.v3",
+             Map({{"relationship", Text("parentOf")},
+                  {"activeManifest", MakeHashedUri("self#jumbf=/c2pa/urn:c2pa:first", Bytes(32))},
+                  {"claimSignature",
+                   MakeHashedUri("self#jumbf=/c2pa/urn:c2pa:first/c2pa.signature", SignatureSha(first))}})}};
+        return Read(PutIntoJpeg(Picture(), Store({first, MakeManifest(second, TheSigner())})));
+    };
+    const Report open = read({"test.place"}, {"test.place"});
+    EXPECT_TRUE(Has(open, "ingredient.claimSignature.validated"));
+    EXPECT_FALSE(Has(open, "assertion.missing"));
+    EXPECT_TRUE(open.manifests[0].assertionsIntact);
+    const Report secret = read({"test.place"}, {});
+    EXPECT_TRUE(Has(secret, "assertion.missing"));
+    EXPECT_TRUE(Has(secret, "ingredient.manifest.mismatch"));
+    EXPECT_TRUE(Has(read({}, {"test.place"}), "assertion.notRedacted"));
+    EXPECT_TRUE(Has(read({"c2pa.hash.data"}, {"c2pa.hash.data"}), "assertion.dataHash.redacted"));
 }
 
 TEST(MadeStore, KeepsDeepAndLyingBoxesBounded) {

@@ -208,8 +208,10 @@ Bytes MakeManifest(const ManifestRecipe& recipe, const Signer& signer) {
     std::vector<Bytes> boxes;
     std::vector<Bytes> uris;
     for (const auto& [label, content] : recipe.assertions) {
-        boxes.push_back(Superbox("cbor", label, {Box("cbor", content)}));
-        uris.push_back(MakeHashedUri("self#jumbf=c2pa.assertions/" + label, PayloadSha(boxes.back())));
+        const Bytes box = Superbox("cbor", label, {Box("cbor", content)});
+        uris.push_back(MakeHashedUri("self#jumbf=c2pa.assertions/" + label, PayloadSha(box)));
+        if (std::find(recipe.removed.begin(), recipe.removed.end(), label) == recipe.removed.end())
+            boxes.push_back(box);
     }
     boxes.insert(boxes.end(), recipe.extraAssertionBoxes.begin(), recipe.extraAssertionBoxes.end());
     std::vector<std::pair<std::string, Bytes>> claim = {

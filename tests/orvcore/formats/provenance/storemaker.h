@@ -53,6 +53,7 @@ struct ManifestRecipe {
     std::vector<std::pair<std::string, Bytes>> assertions = {};  // label and CBOR
     std::vector<std::string> redacted = {};
     std::vector<Bytes> extraAssertionBoxes = {};  // in the store, not in the claim
+    std::vector<std::string> removed = {};        // in the claim, not in the store
     bool isUnsigned = false;
 };
 // The manifest's superbox; its label as the address of it is "self#jumbf=/c2pa/LABEL".
