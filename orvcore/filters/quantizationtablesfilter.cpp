@@ -15,6 +15,7 @@ std::string ComponentsText(const std::vector<int>& components) {
 std::string StateText(const QuantizationTableUse& use) {
     if (use.isRepeated) return "defined again, equal";
     if (use.isRedefined) return "defined again, different";
+    if (use.components.empty()) return "not used";
     return {};
 }
 
@@ -81,15 +82,13 @@ void QuantizationTablesFilter::Compute(const OrvLoadedFile& file, const VecParam
     result.Set("rows", rows);
     std::vector<std::string> findings;
     for (const QuantizationTableUse& use : tables->quantization) {
-        if (use.components.empty() && !use.isRedefined)
-            findings.push_back("Table " + ToString(use.table.id) +
-                               " is used by no component; few programs write such a table.");
         if (use.isRedefined && !use.isRepeated)
             findings.push_back("Table " + ToString(use.table.id) +
                                " is defined a second time with other steps.");
     }
     if (tables->setText == "standard, with different qualities")
-        findings.push_back("The tables are the standard's at different qualities, which few programs write.");
+        findings.push_back(
+            "The tables are the standard's at different qualities: the writer set luminance and chrominance apart.");
     if (findings.empty()) return result.Judge(OrvVerdict::NothingFound, "Tables are " + tables->setText);
     result.Judge(OrvVerdict::WorthALook, "Unusual set of tables", std::move(findings));
 }

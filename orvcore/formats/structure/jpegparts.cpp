@@ -118,7 +118,8 @@ class Picture {
         if (!identifier.empty()) text = identifier + (text.empty() ? "" : ": " + text);
         if (piece.marker == kSos && piece.size > piece.fill + 2) ++m_scans;
         const std::size_t row = m_writer.Add(piece.offset, piece.size, JpegMarkerName(piece.marker), text);
-        if (piece.fill > 0)
+        // One before the end marker is a camera's padding to an even size.
+        if (piece.fill > 0 && piece.marker != kEoi)
             m_writer.Warn(row, CountText(piece.fill, "fill byte", "fill bytes") + " before the marker.");
         if (piece.cut)
             m_writer.Warn(row, "The segment states " + CountText(piece.length, "byte", "bytes") +

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <map>
 #include <set>
 
 #include "orvcore/formats/structure/structurewriter.h"
@@ -98,6 +99,13 @@ class Reader {
             directory.kind = TiffDirectoryKind::MultiPicture;
         const std::size_t nextAt = at + countSize + count * entrySize;
         directory.size = std::min(m_bytes.size() - at, countSize + count * entrySize + Wide());
+        // Bytes that are already another directory, or the header, are no second one.
+        if (const std::string other = Overlapped(at, at + directory.size); !other.empty()) {
+            Warn(pointer.name + " at offset " + std::to_string(at) + " would lie over " + other +
+                 "; it is not read.");
+            return;
+        }
+        m_ranges[at] = {at + directory.size, pointer.name};
         CheckOrder(directory);
         Follow(directory);
         if (pointer.isChain && count == stated && nextAt + Wide() <= m_bytes.size()) {
@@ -109,6 +117,16 @@ class Reader {
                                  "The pointer to the next directory lies outside the file.";
         }
         m_result.directories.push_back(std::move(directory));
+    }
+
+    // Name of what was read before and shares bytes with this range, "" when there is nothing.
+    std::string Overlapped(std::size_t begin, std::size_t end) const {
+        if (begin < m_result.headerSize) return "the header";
+        auto next = m_ranges.lower_bound(begin);
+        if (next != m_ranges.end() && next->first < end) return next->second.name;
+        if (next == m_ranges.begin()) return {};
+        --next;
+        return next->second.end > begin ? next->second.name : std::string();
     }
 
     TiffEntry ReadEntry(std::size_t at) const {
@@ -174,6 +192,11 @@ class Reader {
     ByteSpan m_bytes;
     TiffDirectories m_result;
     std::vector<Pointer> m_queue;
+    struct Range {
+        std::size_t end;
+        std::string name;
+    };
+    std::map<std::size_t, Range> m_ranges;  // of the directories that were read, by their begin
     std::set<std::size_t> m_seen;
     std::size_t m_entries = 0;
     int m_chain = 0;

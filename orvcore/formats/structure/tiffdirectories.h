@@ -46,8 +46,9 @@ struct TiffDirectories {
 constexpr std::size_t kMaxTiffDirectories = 2000;
 constexpr std::size_t kMaxTiffEntries = 100000;
 
-// Follows every pointer once: a directory that points at itself or back ends the chain with a warning. Never
-// throws on what the bytes say.
+// Follows every pointer once: a directory that points at itself or back ends the chain with a warning, and so does
+// one that would lie over the header or over a directory that was read before it. Never throws on what the bytes
+// say.
 TiffDirectories ReadTiffDirectories(ByteSpan tiff);
 
 // The entry with that number, or nullptr.

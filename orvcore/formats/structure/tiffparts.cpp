@@ -40,10 +40,16 @@ class Writer {
             return;
         }
         Collect();
-        std::stable_sort(m_claims.begin(), m_claims.end(),
-                         [](const Claim& a, const Claim& b) { return a.offset < b.offset; });
+        // At equal offsets directories come first.
+        const auto order = [](const Claim& claim) {
+            return claim.inside == Claim::Inside::Directory ? 0 : 1;
+        };
+        std::stable_sort(m_claims.begin(), m_claims.end(), [&](const Claim& a, const Claim& b) {
+            return a.offset != b.offset ? a.offset < b.offset : order(a) < order(b);
+        });
         const std::size_t header = level.Add(m_tiff.headerSize, "TIFF header", HeaderText());
         for (const std::string& warning : m_tiff.warnings) m_writer.Warn(header, warning);
+        KeepDirectoriesFree();
         for (const Claim& claim : m_claims) WriteClaim(level, claim);
         // What an EXIF block leaves free at its end is its own, not the file's.
         if (m_begin == 0 && m_end == m_writer.File().size())
@@ -159,6 +165,21 @@ class Writer {
             claim.warning = "It states " + std::to_string(length[0]) + " bytes but ends outside.";
         claim.inside = Claim::Inside::Jpeg;
         m_claims.push_back(std::move(claim));
+    }
+
+    // A value or a strip that reaches into a directory ends before it: what was read as a directory is shown as one.
+    void KeepDirectoriesFree() {
+        std::size_t next = static_cast<std::size_t>(-1);  // begin of the directory behind the present claim
+        for (auto claim = m_claims.rbegin(); claim != m_claims.rend(); ++claim) {
+            if (claim->inside == Claim::Inside::Directory) {
+                next = claim->offset;
+                continue;
+            }
+            if (claim->offset >= next || next - claim->offset >= claim->length) continue;
+            claim->warning += std::string(claim->warning.empty() ? "" : " ") + "It states " +
+                              CountText(claim->length, "byte", "bytes") + ", which reach into a directory.";
+            claim->length = next - claim->offset;
+        }
     }
 
     void WriteClaim(StructureLevel& level, const Claim& claim) {

@@ -176,6 +176,17 @@ TEST(FileStructure, TiffClaimsAreNotTrusted) {
         {"partly shared", tiff({{0x010E, 2, 6, 38}, {0x010F, 2, 6, 40}}), "shares 4 bytes"},
     };
     for (const auto& c : cases) EXPECT_TRUE(HasWarning(Read(c.bytes, c.what), c.warning)) << c.what;
+    // A second directory over the first one, and a value over it: the first one is shown nevertheless.
+    const FileStructure over = Read(tiff({{0x0100, 3, 1, 5}, {0x0101, 3, 1, 5}}, 20));
+    EXPECT_TRUE(HasWarning(over, "IFD1 at offset 20 would lie over IFD0"));
+    EXPECT_NE(FindRow(over, "ImageLength"), nullptr);
+    const FileStructure before = Read(TiffHeader(false, 12) + Bytes(4, 0) + [] {
+        Bytes bytes = TiffHeader(false, 8);
+        AppendDirectory(bytes, {{0x010F, 2, 20, 8}, {0x0110, 2, 1, 65}}, 0);
+        return Bytes(bytes.begin() + 8, bytes.end());
+    }());
+    EXPECT_TRUE(HasWarning(before, "reach into a directory"));
+    EXPECT_NE(FindRow(before, "Model"), nullptr);
     // Directories that fan out: every one points at two others, and all are visited once.
     Bytes fan = TiffHeader(false, 8);
     for (unsigned i = 0; i < 3000; ++i) {
