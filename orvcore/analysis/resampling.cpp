@@ -334,6 +334,7 @@ AnalysisDecision DecideResampling(const ResamplingResult& result) {
         const bool isOnAxis = std::min(std::abs(peak.fx), std::abs(peak.fy)) < 2.5 / result.window.width;
         if (peak.isJpeg || isOnAxis || peak.pairStrength < kResamplingThreshold) continue;
         decision.finding = Finding::WorthALook;
+        decision.measured = peak.pairStrength;
         decision.text =
             "Peaks off the axes, in pairs at right angles, as after turning; regular patterns have them too.";
         return decision;
