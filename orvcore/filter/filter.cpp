@@ -230,8 +230,8 @@ bool OrvFilter::Answers(const OrvFilterResult& held, int heldSlot, const OrvFilt
         held.surroundings != request.surroundings)
         return false;
     // What rests on both files holds for these two, in these places.
-    return !ComparesFiles() ||
-           std::equal(std::begin(held.file), std::end(held.file), std::begin(request.file));
+    return !ComparesFiles() || (heldSlot == slot && std::equal(std::begin(held.file), std::end(held.file),
+                                                               std::begin(request.file)));
 }
 
 void OrvFilter::RunBoth(OrvFilterResult& result, const OrvJob& job) const {
