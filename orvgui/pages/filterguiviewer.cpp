@@ -286,12 +286,8 @@ void OrvFilterGuiViewer::ConfigureViewer(int mode, bool keepUnprocessed) {
     const auto canvases = GetCanvases();
     if (canvases.size() == 2) canvases[1]->SetEmptyMessage(m_differenceMessage);
     m_viewerPanel->ConfigureViewer(first, second);
-    if (Canvas* canvas = GetLeadCanvas(); canvas != nullptr && canvas->HasImage()) {
-        // A picture that is shown afresh and larger than its window is a fitted one.
-        const double fit = FitZoom(canvas->GetZoomArea(), canvas->GetProperties()->GetPixelSize());
-        if (shared->zoom == fit) m_fitZoom = fit;
-        KeepFit();
-    }
+    NoteFit();
+    KeepFit();
     ShowMarks();
     ShowCaptions();
 }
@@ -555,7 +551,7 @@ void OrvFilterGuiViewer::ViewChanged(bool scrolled) {
         shared->zoomCentre = {0, 0};
     }
     m_toolPanel->GetZoomPanel()->RefreshValues();
-    m_toolPanel->GetZoomPanel()->ShowFit(IsFit() && canvas->HasImage());
+    NoteFit();
     m_toolPanel->GetInspectorPanel()->RefreshValues();
     if (m_navigator != nullptr) m_navigator->Refresh(false);
     if (OrvFrameHost* frame = GetFrameHost(); frame != nullptr && IsShown()) {
@@ -601,8 +597,20 @@ void OrvFilterGuiViewer::KeepFit() {
     if (wanted > 0.0 && wanted != m_fitZoom) WindowFit();
 }
 
+// However it came to it: a picture that is shown afresh and larger than its window is fitted, too.
+void OrvFilterGuiViewer::NoteFit() {
+    const WindowProperties* shared = GetSharedWindowProperties();
+    Canvas* canvas = GetLeadCanvas();
+    if (shared == nullptr || canvas == nullptr || !canvas->HasImage() || !(shared->zoom > 0.0)) return;
+    if (shared->zoom == FitZoom(canvas->GetZoomArea(), canvas->GetProperties()->GetPixelSize()))
+        m_fitZoom = shared->zoom;
+    m_toolPanel->GetZoomPanel()->ShowFit(IsFit());
+}
+
 void OrvFilterGuiViewer::ViewerResized(Canvas* canvas) {
-    if (canvas == GetLeadCanvas()) KeepFit();
+    if (m_toolPanel == nullptr || canvas != GetLeadCanvas()) return;
+    NoteFit();
+    KeepFit();
 }
 
 void OrvFilterGuiViewer::Zoom100() {

@@ -91,6 +91,7 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost 
     void TakeFocus(Canvas* canvas);
     // Whether the whole picture was fitted and not zoomed since: it then stays fitted through changes of size, mode and page.
     static bool IsFit();
+    void NoteFit();
     // Fits again after a change of size, where the picture was fitted before.
     void KeepFit();
     // The overview takes the shape of the picture that it shows.

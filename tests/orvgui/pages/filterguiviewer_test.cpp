@@ -525,9 +525,10 @@ TEST_F(ViewerPageTest, TheReadOutTellsOfWhatIsSeen) {
     Load(WritePattern("e.png", 640, 480, 10), WritePattern("r.png", 640, 480, 60));
     Build();
     m_page->Zoom100();
+    PumpFor(100);
     InspectorPanel* inspector = m_page->GetOrvToolPanel()->GetInspectorPanel();
     Enter(First());
-    SendMouse(First(), wxEVT_MOTION, 100, 100);
+    SendMouse(First(), wxEVT_MOTION, 100, 300);
     const wxString own = inspector->GetText();
     EXPECT_TRUE(own.Contains(" B 245")) << own;
     m_page->WindowSwap(1);
@@ -540,12 +541,12 @@ TEST_F(ViewerPageTest, TheReadOutTellsOfWhatIsSeen) {
     SendMouse(First(), wxEVT_LEAVE_WINDOW, -1, -1);
     EXPECT_TRUE(inspector->GetText().empty()) << "the pointer has left";
     Enter(First());
-    SendMouse(First(), wxEVT_MOTION, 100, 100);
+    SendMouse(First(), wxEVT_MOTION, 100, 300);
     m_page->ResetViewerPanel();
     EXPECT_TRUE(inspector->GetText().empty()) << "another page";
     m_page->UpdateGui();
     Enter(First());
-    SendMouse(First(), wxEVT_MOTION, 100, 100);
+    SendMouse(First(), wxEVT_MOTION, 100, 300);
     Load("", "");
     m_page->UpdateGui();
     EXPECT_TRUE(inspector->GetText().empty()) << "no file";
@@ -674,6 +675,7 @@ TEST_F(ViewerPageTest, RealMouseZoomsPansSelectsAndSwaps) {
     ExpectInStep("a click");
 
     m_page->GetOrvToolPanel()->SetTool(OrvTool::Select);
+    PumpFor(100);  // the strip makes room for the selection's fields
     to(60, 60);
     mouse.MouseDown();
     PumpFor(50);
