@@ -1,6 +1,7 @@
 #include "orvcore/model/trust.h"
 
 #include <dirent.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <ctime>
@@ -33,10 +34,16 @@ std::string ListOf(const std::string& folder) {
     if (!listing) return "not readable";
     std::vector<std::string> files;
     while (const dirent* entry = readdir(listing.get())) {
-        const auto facts = GetFileFacts(PathJoin(folder, entry->d_name));
-        if (facts && !facts->isFolder)
-            files.push_back(std::string(entry->d_name) + "\n" + std::to_string(facts->size) + " " +
-                            std::to_string(facts->modified) + " " + std::to_string(facts->changed));
+        // To the nanosecond, and which file it is: one that took another's place a moment ago is another.
+        struct stat facts {};
+        if (stat(PathJoin(folder, entry->d_name).c_str(), &facts) != 0 || S_ISDIR(facts.st_mode)) continue;
+        std::string line = entry->d_name;
+        for (const auto number :
+             {static_cast<long long>(facts.st_size), static_cast<long long>(facts.st_ino),
+              static_cast<long long>(facts.st_mtim.tv_sec), static_cast<long long>(facts.st_mtim.tv_nsec),
+              static_cast<long long>(facts.st_ctim.tv_sec), static_cast<long long>(facts.st_ctim.tv_nsec)})
+            line += "\n" + std::to_string(number);
+        files.push_back(std::move(line));
     }
     std::sort(files.begin(), files.end());
     return Join(files, "\n");
