@@ -8,9 +8,11 @@
 #include <system_error>
 
 #include "orvcore/facade/interface.h"
+#include "orvcore/formats/jpegtables/signaturecollection.h"
 #include "orvcore/report/report.h"
 #include "orvcore/tables/tablemarkup.h"
 #include "orvcore/tables/tables.h"
+#include "orvcore/tools/folder/signaturescan.h"
 #include "zorbase/appversion.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"
@@ -110,6 +112,30 @@ int Analyse(OrvInterface& core, const std::string& evidence, const std::string& 
     return Print(BuildTsv(section));
 }
 
+// Builds and hands on a collection of signatures: adds a folder of pictures, takes in or prints a TSV.
+int Signatures(const std::string& collectionFile, const std::string& folder, bool subfolders,
+               const std::string& importFile, bool exports) {
+    SignatureScan scan;
+    if (!folder.empty()) scan = ScanSignatures(folder, subfolders, OrvJob());
+    SignatureCollection collection(collectionFile);
+    for (const std::string& problem : scan.problems) std::fprintf(stderr, "%s\n", problem.c_str());
+    collection.Add(scan.records);
+    std::string told;
+    if (!folder.empty())
+        told = ToString(scan.pictures) + " pictures of " + ToString(static_cast<int>(scan.records.size())) +
+               " kinds of writers added; left out: " + ToString(scan.unnamed) + " that name no camera, " +
+               ToString(scan.others) + " that are no JPEG\n";
+    if (!importFile.empty()) {
+        std::int64_t refused = 0;
+        const std::int64_t taken = collection.Import(ReadFile(importFile), &refused);
+        told += ToString(taken) + " lines taken in, " + ToString(refused) + " are no records\n";
+    }
+    if (!exports) return Print(told);
+    std::string tsv;
+    collection.Export([&tsv](const std::string& line) { tsv += line + "\n"; });
+    return Print(tsv);
+}
+
 // One table of all files of a folder, alone or against the evidence.
 int Batch(OrvInterface& core, const std::string& folder, const std::string& evidence, bool subfolders,
           bool hashes, const std::string& output) {
@@ -192,10 +218,22 @@ int main(int argc, char** argv) {
     batch->add_flag("--hashes", hashes, "Compute MD5 and SHA-1 besides SHA-256");
     batch->add_option("-o,--output", output, "The .tsv or .html file to write; without it, TSV is printed");
 
+    std::string collection;
+    std::string importFile;
+    bool exports = false;
+    CLI::App* signatures = app.add_subcommand("signatures", "Build a collection of compression signatures");
+    signatures->add_option("collection", collection, "The file of the collection; made when there is none")
+        ->required();
+    signatures->add_option("-a,--add", folder, "A folder of pictures whose cameras are known");
+    signatures->add_flag("-r,--subfolders", subfolders, "Look into subfolders too");
+    signatures->add_option("-i,--import", importFile, "A TSV that another collection printed");
+    signatures->add_flag("-e,--export", exports, "Print the collection as TSV");
+
     CLI::App* filters = app.add_subcommand("filters", "List the filters with their parameters and defaults");
 
     CLI11_PARSE(app, argc, argv);
     try {
+        if (signatures->parsed()) return Signatures(collection, folder, subfolders, importFile, exports);
         OrvInterface core;
         std::signal(SIGINT, [](int) { wasInterrupted = 1; });
         if (report->parsed()) return Report(core, evidence, reference, output);

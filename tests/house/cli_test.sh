@@ -42,6 +42,13 @@ expect 'the filter is told' yes "$(holds '"nonsense"' "$err")"
 try 'analyse with a setting that does not fit' 1 analyse "$folder/a.jpg" -f error-level -s quality=many
 expect 'the setting is told' yes "$(holds '"quality=many"' "$err")"
 
+try 'signatures of a folder' 0 signatures "$scratch/known.db" --add "$folder"
+expect 'what cannot be collected is counted' yes "$(holds 'left out: 2 that name no camera' "$out")"
+try 'signatures exported' 0 signatures "$scratch/known.db" --export
+expect 'only the labels: no camera is named' 1 "$(wc -l <<<"$out")"
+try 'a picture is no collection' 1 signatures "$folder/a.jpg" --export
+expect 'the refusal names it' yes "$(holds 'a.jpg' "$err")"
+
 try 'report' 0 report "$folder/a.jpg" -o "$scratch/out/report.html"
 expect 'report tells where it is' "$scratch/out/report.html" "$out"
 expect 'the page is whole' '</html>' "$(tail -1 "$scratch/out/report.html")"

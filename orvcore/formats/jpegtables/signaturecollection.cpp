@@ -55,6 +55,10 @@ bool IsKey(const std::string& key) {
 class SignatureCollection::Implementation {
   public:
     explicit Implementation(const std::string& path) : m_path(path) {
+        // An empty file would pass for an empty database and be written into; it may be anybody's.
+        if (const auto facts = GetFileFacts(path); facts && facts->size == 0)
+            ZOR_THROW(File, "The file " + ToValidUtf8(path) +
+                                " is empty and no signature collection; it is left untouched.");
         if (sqlite3_open_v2(path.c_str(), &m_database, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr) !=
             SQLITE_OK) {
             const std::string reason = Reason();

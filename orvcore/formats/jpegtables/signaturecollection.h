@@ -22,7 +22,7 @@ struct SignatureRecord {
 
 class SignatureCollection {
   public:
-    // Opens the file, making it when there is none.
+    // Opens the file, making it when there is none. A file that is there and empty is refused.
     explicit SignatureCollection(const std::string& path);
     ~SignatureCollection();
     SignatureCollection(const SignatureCollection&) = delete;

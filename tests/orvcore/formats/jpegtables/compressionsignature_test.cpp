@@ -132,6 +132,9 @@ TEST(SignatureCollection, RefusesWhatIsNotACollection) {
     const std::string before = ReadFile(foreign);
     EXPECT_THROW(SignatureCollection{foreign}, ZorException);
     EXPECT_EQ(ReadFile(foreign), before);
+    WriteFile(folder.Path() + "/empty.jpg", std::string());
+    EXPECT_THROW(SignatureCollection(folder.Path() + "/empty.jpg"), ZorException);
+    EXPECT_EQ(ReadFile(folder.Path() + "/empty.jpg"), "");
     EXPECT_THROW(SignatureCollection(folder.Path() + "/none/collection.db"), ZorException);
 }
 
