@@ -78,3 +78,11 @@ int FindStructureRow(const FileStructure& structure, std::size_t offset) {
     }
     return found;
 }
+
+std::string StructurePath(const FileStructure& structure, std::size_t offset) {
+    std::string path;
+    for (const StructureRow& row : structure.rows)
+        if (offset >= row.offset && offset - row.offset < row.length)
+            path += (path.empty() ? "" : " > ") + row.name;
+    return path;
+}

@@ -55,3 +55,6 @@ FileStructure ReadFileStructure(std::span<const std::uint8_t> bytes,
 
 // Index of the deepest row that holds the byte at `offset`, or -1 outside the file. Time linear in the rows.
 int FindStructureRow(const FileStructure& structure, std::size_t offset);
+
+// "APP1 > IFD0 > Orientation": the parts around the byte at `offset`, "" outside the file. Time linear in the rows.
+std::string StructurePath(const FileStructure& structure, std::size_t offset);

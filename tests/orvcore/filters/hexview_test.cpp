@@ -3,7 +3,10 @@
 #include <numeric>
 
 #include "orvcore/filters/hexviewfilter.h"
+#include "orvcore/formats/bytesearch.h"
 #include "orvcore/formats/hexdump.h"
+#include "orvcore/formats/structure/filestructure.h"
+#include "tests/orvcore/formats/formatsupport.h"
 #include "tests/support/runfilter.h"
 #include "tests/support/temporaryfolder.h"
 #include "zorbase/text.h"
@@ -76,4 +79,50 @@ TEST(HexView, ShowsBothFilesAndSaysWhatLiesBeyondTheEnd) {
               "Offset 9007199254740992 lies beyond the end of the file, which has 300 bytes.");
     EXPECT_EQ(OutputOf(result, "hex", true), "The file is empty.");
     EXPECT_EQ(result->status, FilterStatus::Processed);
+}
+
+TEST(ByteSearch, FindsEveryPlaceAndReadsDigits) {
+    const Bytes bytes = {1, 1, 1, 2, 0xFF, 0xD8, 1, 1};
+    const ByteSearch ones = FindBytes(bytes, Bytes{1, 1}, 2);
+    EXPECT_EQ(ones.offsets, (std::vector<std::size_t>{0, 1}));
+    EXPECT_EQ(ones.count, 3U);
+    EXPECT_EQ(FindBytes(bytes, Bytes{}, 5).count, 0U);
+    EXPECT_EQ(FindBytes(bytes, Bytes(9, 1), 5).count, 0U);
+    // Over the border of the pieces that are searched one after the other.
+    Bytes large((std::size_t{16} << 20) + 10, 0);
+    large[(std::size_t{16} << 20) - 1] = 7;
+    large[std::size_t{16} << 20] = 8;
+    EXPECT_EQ(FindBytes(large, Bytes{7, 8}, 5).offsets,
+              (std::vector<std::size_t>{(std::size_t{16} << 20) - 1}));
+    EXPECT_EQ(BytesOfDigits("FF d8 00aB"), (Bytes{0xFF, 0xD8, 0x00, 0xAB}));
+    for (const char* wrong : {"", " ", "F", "FG", "FF D", "0x12"})
+        EXPECT_FALSE(BytesOfDigits(wrong)) << wrong;
+    EXPECT_EQ(Utf16OfText("A\xC3\xB6"), (Bytes{'A', 0, 0xF6, 0}));
+    EXPECT_FALSE(Utf16OfText("\xE2\x82\xAC"));
+}
+
+TEST(HexView, TellsThePartAndFindsTextAndBytes) {
+    const TemporaryFolder folder;
+    const std::string path = folder / "a.jpg";
+    const Bytes wide = {'W', 0, 'i', 0, 'd', 0, 'e', 0};
+    const Bytes jpeg = formatsupport::MakeJpeg({.comment = "Wide word"});
+    WriteFile(path, formatsupport::operator+(jpeg, wide));
+    const FileStructure structure = ReadFileStructure(ReadFileBytes(path));
+    std::size_t comment = 0;
+    for (const StructureRow& row : structure.rows)
+        if (row.name == "COM") comment = row.offset;
+    VecParameter input = At(static_cast<std::int64_t>(comment), 16);
+    EXPECT_EQ(OutputOf(RunFilter(HexViewFilter(), path, {}, &input), "part"), "COM");
+    input.Find("find")->SetValue(std::string("Wide"));
+    const auto found = [&] {
+        return RunFilter(HexViewFilter(), path, {}, &input)->output.Get<std::string>("found");
+    };
+    EXPECT_EQ(found(),
+              std::to_string(comment + 4) + "  COM\n" + std::to_string(jpeg.size()) + "  trailing data");
+    input.Find("find")->SetValue(std::string("ff d8 ff"));
+    EXPECT_EQ(found(), "Not found");
+    input.Find("findAs")->SetValue(1);
+    EXPECT_EQ(found(), "0  SOI");
+    input.Find("find")->SetValue(std::string("xyz"));
+    EXPECT_NE(found().find("no sequence"), std::string::npos);
 }
