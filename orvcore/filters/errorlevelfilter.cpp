@@ -1,5 +1,6 @@
 #include "orvcore/analysis/errorlevel.h"
 
+#include "orvcore/analysis/qualitycurve.h"
 #include "orvcore/filter/intermediates.h"
 #include "orvcore/filters/filterlist.h"
 
@@ -8,6 +9,7 @@ namespace {
 // Untouched photographs at quality 90 stay below this nearly everywhere.
 constexpr double kCalmLevels = 12.0;
 constexpr double kHighestLevel = 255.0;
+constexpr int kCurveBlocks = 1024;
 
 // How much each pixel changes when the picture is saved as JPEG once more.
 class ErrorLevelFilter : public OrvFilterImage {
@@ -17,7 +19,8 @@ class ErrorLevelFilter : public OrvFilterImage {
             "Compression",
             "The picture is saved once more as JPEG at the chosen quality; the brighter a place, the more it changes. A part "
             "that was saved fewer times than its surroundings, or at another quality, can stand out as a whole area. Compare "
-            "like with like: texture, edges and saturated colours are always brighter than smooth areas. After several saves "
+            "like with like: texture, edges and saturated colours are always brighter than smooth areas. The curve shows the mean "
+            "over all qualities: a dip tells of an earlier save at that quality. After several saves "
             "at the same quality, or after a reduction in size, nothing can be seen.");
         SetParameters({Parameter::Slider("quality", "JPEG Quality", 90, 1, 100),
                        Parameter::Choice("subsampling", "Subsampling", 0, {"4:4:4", "4:2:2", "4:2:0"}),
@@ -25,7 +28,7 @@ class ErrorLevelFilter : public OrvFilterImage {
                       {Parameter::Slider("gain", "Brightness Gain (0: automatic)", 0, 0, 100)},
                       {Parameter::Output(ParameterType::TableString, "numbers", "Error Levels (0 to 255)")});
     }
-    int GetVersion() const override { return 2; }
+    int GetVersion() const override { return 3; }
 
   protected:
     void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,
@@ -39,12 +42,28 @@ class ErrorLevelFilter : public OrvFilterImage {
         OrvMap map;
         map.name = "Error Level";
         map.unit = "levels";
-        map.values = ComputeErrorLevel(picture, settings, job.Part());
+        map.values = ComputeErrorLevel(picture, settings, job.Part(0.0, 0.8));
         map.floor = {0.0, kCalmLevels};
         const ErrorLevelStatistics statistics = MeasureErrorLevel(map.values, Roi());
         result.AddNumber("Mean (levels)", FixedText(statistics.mean, 3));
         result.AddNumber("Largest (levels)", std::to_string(statistics.maximum));
         result.AddMap(std::move(map));
+        AddCurve(ComputeErrorLevelCurve(picture, {}, kCurveBlocks, job.Part(0.8, 1.0)), settings.quality,
+                 result);
+    }
+
+    // Where the curve comes near nought, the picture was saved with that quality before.
+    static void AddCurve(const ErrorLevelCurve& curve, int quality, OrvSlotResult& result) {
+        if (curve.blocksOutside == 0) return;
+        OrvPlotData& plot = result.plot;
+        for (int q = 1; q <= 100; ++q) plot.x.push_back(static_cast<float>(q));
+        plot.curves.emplace_back(curve.outside.begin(), curve.outside.end());
+        plot.layerCount = 1;
+        plot.marks = {{static_cast<float>(quality)},
+                      {static_cast<float>(curve.outside[static_cast<std::size_t>(quality - 1)])}};
+        plot.xLabel = "JPEG quality";
+        plot.yLabel = "Mean error level of luminance (levels)";
+        plot.text = "measured on " + std::to_string(curve.blocksOutside) + " blocks";
     }
 
     void PostProcess(const VecParameter& postProcessing, const OrvJob&,
