@@ -30,6 +30,11 @@ void Count(Levels& levels, int level) {
     if (level >= -kReach && level <= kReach) ++levels[static_cast<std::size_t>(level + kReach)];
 }
 
+// The library's lround knows too much to be fast.
+int Nearest(float value) {
+    return static_cast<int>(value < 0.0F ? value - 0.5F : value + 0.5F);
+}
+
 void Add(Histograms& sum, const Histograms& part) {
     for (std::size_t i = 0; i < sum.size(); ++i)
         for (std::size_t k = 0; k < sum[i].size(); ++k) sum[i][k] += part[i][k];
@@ -94,7 +99,7 @@ Histograms CountMoved(const JpegCoefficientPlane& component, const AnalysisProgr
                 const float inverse = 1.0F / static_cast<float>(component.steps[8 * v + u]);
                 const float* coefficients = moved.data() + v * step + u;
                 for (int block = 0; block < across; ++block)
-                    Count((*part)[k], static_cast<int>(std::lround(coefficients[8 * block] * inverse)));
+                    Count((*part)[k], Nearest(coefficients[8 * block] * inverse));
             }
         }
         const std::scoped_lock lock(mutex);
