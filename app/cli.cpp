@@ -12,6 +12,7 @@
 #include "orvcore/report/report.h"
 #include "orvcore/tables/tablemarkup.h"
 #include "orvcore/tables/tables.h"
+#include "orvcore/tools/batch/camerafingerprints.h"
 #include "orvcore/tools/folder/signaturescan.h"
 #include "zorbase/appversion.h"
 #include "zorbase/files.h"
@@ -167,6 +168,15 @@ int Batch(OrvInterface& core, const std::string& folder, const std::string& evid
     return 0;
 }
 
+int MakeFingerprint(const std::string& folder, const std::string& name, const std::string& collection,
+                    bool subfolders) {
+    const FingerprintOutcome outcome =
+        MakeCameraFingerprint({folder, name, collection, subfolders}, OrvJob());
+    std::string text = TableToTsv(outcome.table) + outcome.path + "\n";
+    if (!outcome.warning.empty()) text += outcome.warning + "\n";
+    return Print(text);
+}
+
 int ListFilters(const OrvInterface& core) {
     std::string text;
     for (const OrvFilter* filter : core.GetFilters()) {
@@ -228,12 +238,29 @@ int main(int argc, char** argv) {
     signatures->add_flag("-r,--subfolders", subfolders, "Look into subfolders too");
     signatures->add_option("-i,--import", importFile, "A TSV that another collection printed");
     signatures->add_flag("-e,--export", exports, "Print the collection as TSV");
+    std::string name;
+    CLI::App* fingerprint = app.add_subcommand(
+        "fingerprint", "Make a camera fingerprint from a folder of pictures of one camera");
+    fingerprint->add_option("folder", folder, "The folder")->required();
+    fingerprint->add_option("-n,--name", name, "Its name; without it make, model and serial number");
+    fingerprint->add_option("--collection", collection,
+                            "The folder of fingerprints; without it the documents folder's");
+    fingerprint->add_flag("-r,--subfolders", subfolders, "Look into subfolders too");
+    CLI::App* cameras =
+        app.add_subcommand("cameras", "Test every picture of a folder against camera fingerprints");
+    cameras->add_option("folder", folder, "The folder")->required();
+    cameras->add_option("--collection", collection,
+                        "The folder of fingerprints; without it the documents folder's");
+    cameras->add_flag("-r,--subfolders", subfolders, "Look into subfolders too");
 
     CLI::App* filters = app.add_subcommand("filters", "List the filters with their parameters and defaults");
 
     CLI11_PARSE(app, argc, argv);
     try {
         if (signatures->parsed()) return Signatures(collection, folder, subfolders, importFile, exports);
+        if (fingerprint->parsed()) return MakeFingerprint(folder, name, collection, subfolders);
+        if (cameras->parsed())
+            return Print(TableToTsv(IdentifyCameras(folder, collection, subfolders, OrvJob())));
         OrvInterface core;
         std::signal(SIGINT, [](int) { wasInterrupted = 1; });
         if (report->parsed()) return Report(core, evidence, reference, output);

@@ -287,6 +287,11 @@ FingerprintMatch SearchFingerprint(const CameraResidual& residual, const cv::Mat
     return best;
 }
 
+void RaisePlaces(FingerprintMatch& match, double fingerprints) {
+    match.places *= std::max(fingerprints, 1.0);
+    Judge(match);
+}
+
 AnalysisDecision DecideFingerprint(const FingerprintMatch& match) {
     AnalysisDecision decision;
     if (match.pce == 0.0) {

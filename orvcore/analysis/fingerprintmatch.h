@@ -53,5 +53,8 @@ struct FingerprintSearch {
 FingerprintMatch SearchFingerprint(const CameraResidual& residual, const cv::Mat& pattern,
                                    const FingerprintSearch& search, const AnalysisProgress& progress = {});
 
+// For the best of so many fingerprints: places, threshold and probability rise by that factor.
+void RaisePlaces(FingerprintMatch& match, double fingerprints);
+
 // From a match: strong at the threshold ("strong" that this is the camera). NotApplicable when the picture's noise has no energy.
 AnalysisDecision DecideFingerprint(const FingerprintMatch& match);

@@ -45,6 +45,21 @@ std::shared_ptr<const cv::Mat> GetLuminance(const OrvLoadedFile& file, const Orv
         "luminance", [&] { return ComputeLuminance(decoded->image.GetMat()); }, BytesOfMat);
 }
 
+std::shared_ptr<const CameraResidual> GetCameraResidual(const OrvLoadedFile& file, const OrvJob& job) {
+    const cv::Mat picture = GetEightBits(file, job);
+    return file.GetShared<CameraResidual>(
+        "camera residual",
+        [&] {
+            CameraResidual residual =
+                ComputeCameraResidual(picture, kDefaultWaveletSigma, job.Part(0.0, 0.6));
+            CleanResidual(residual, job.Part(0.6, 0.9));
+            return residual;
+        },
+        [](const CameraResidual& residual) {
+            return BytesOfMat(residual.noise) + BytesOfMat(residual.intensity);
+        });
+}
+
 cv::Mat PlaneOf(const cv::Mat& eightBits, int channel) {
     if (eightBits.channels() == 1) return eightBits;
     if (channel == 0) return Image(eightBits).ToGray().GetMat();

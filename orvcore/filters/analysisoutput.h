@@ -5,6 +5,7 @@
 #include <string>
 
 #include "orvcore/analysis/analysisresult.h"
+#include "orvcore/analysis/camerafingerprint.h"
 #include "orvcore/filter/filterresult.h"
 
 // What filters of pixel analyses share: from what an analysis answers to what a page shows.
@@ -21,6 +22,9 @@ std::string WhyNotSmallerThan(const OrvLoadedFile& file, int side);
 
 // The luminance of the picture as it was decoded (see luminance.h), worked out once per file.
 std::shared_ptr<const cv::Mat> GetLuminance(const OrvLoadedFile& file, const OrvJob& job);
+
+// The picture's noise as camera identification takes it, cleaned, worked out once per file; keeps 8 bytes per pixel.
+std::shared_ptr<const CameraResidual> GetCameraResidual(const OrvLoadedFile& file, const OrvJob& job);
 
 // One channel of eight bits: luminance rounded (0), red, green or blue (1 to 3; what there is, of a grey picture).
 cv::Mat PlaneOf(const cv::Mat& eightBits, int channel);
