@@ -45,15 +45,16 @@ struct PictureComparison {
 };
 
 struct ComparisonSettings {
-    bool fitBrightness =
-        false;  // the reference's channels are brought to the evidence's first: gain and offset
+    // The reference's channels are brought to the evidence's first: gain and offset.
+    bool fitBrightness = false;
 };
 
-// evidence and reference: equal sizes, 8 or 16 bits, 1 to 4 channels (alpha is left out; one grey picture makes both grey; depths may differ: the
-// reference takes the evidence's). covered: CV_8U of that size, 0 where there is nothing to compare, or empty. Structural similarity after Wang, Bovik,
-// Sheikh and Simoncelli, "Image Quality Assessment: From Error Visibility to Structural Similarity", IEEE TIP 13(4), 2004: Gaussian
-// window 11 x 11, sigma 1.5, constants 0.01 and 0.03 of 255; windows that reach outside what is covered or the picture are left out of its
-// mean. Throws ZorException (kind Argument) for other pictures. Memory: 12 bytes per pixel.
+// evidence and reference: equal sizes, 8 or 16 bits, 1 to 4 channels (alpha is left out; one grey picture makes both grey; depths
+// may differ: the reference takes the evidence's). covered: CV_8U of that size, 0 where there is nothing to compare, or empty.
+// Structural similarity after Wang, Bovik, Sheikh and Simoncelli, "Image Quality Assessment: From Error Visibility to Structural
+// Similarity", IEEE TIP 13(4), 2004: Gaussian window 11 x 11, sigma 1.5, constants 0.01 and 0.03 of 255; windows that reach
+// outside what is covered or the picture are left out of its mean. Throws ZorException (kind Argument) for other pictures.
+// Memory: 12 bytes per pixel.
 PictureComparison ComparePictures(const cv::Mat& evidence, const cv::Mat& reference, const cv::Mat& covered,
                                   const ComparisonSettings& settings, const AnalysisProgress& progress = {});
 

@@ -9,8 +9,9 @@
 // Two parts of a picture that are the same but for a shift, a rotation and a scale. Nothing tells which of them is the original:
 // `from` is simply the one that comes first from above.
 struct CopiedPair {
-    cv::Matx23d model;  // where each pixel centre of `from` lies in `to`: (x, y, 1) -> (x', y'), in pixels
-    cv::Rect from;      // bounding boxes of what agrees, in pixels
+    // Where each pixel centre of `from` lies in `to`: (x, y, 1) -> (x', y'), in pixels.
+    cv::Matx23d model;
+    cv::Rect from;  // bounding boxes of what agrees, in pixels
     cv::Rect to;
     cv::Point2d fromCentre;  // centre of gravity, and where the model takes it: the line between twins
     cv::Point2d toCentre;
@@ -19,10 +20,10 @@ struct CopiedPair {
     int matches = 0;        // equal windows, or keypoint pairs that fit the model
     int area = 0;           // pixels of `from` that agree
     double similarity = 0;  // mean local correlation of the levels there, -1..1
-    double fineSimilarity =
-        0;  // correlation of the finest detail (noise and compression): what repeats in nature has little of it
-    // How much worse it fits a few pixels aside: the variance that stays unexplained there, against that at the model itself, at least 1. Straight
-    // edges and stripes fit nearly as well when they are shifted along themselves; a copy does not.
+    // Correlation of the finest detail (noise and compression), -1..1: what repeats in nature has little of it.
+    double fineSimilarity = 0;
+    // How much worse it fits a few pixels aside: the variance that stays unexplained there, against that at the model itself, at
+    // least 1. Straight edges and stripes fit nearly as well when they are shifted along themselves; a copy does not.
     double distinctness = 1;
     // How unlikely so many matches are by chance, as a power of ten, after trying all pairs and shifts: -20 means 1 in 10^20.
     double log10Chance = 0;
@@ -31,9 +32,8 @@ struct CopiedPair {
 struct CopyMoveResult {
     bool isApplicable = false;
     std::string whyNot;
-    cv::Mat
-        map;  // CV_8U of the picture's size: 0, or the number of the pair (1..255) that a pixel belongs to, on either side
-    cv::Mat mask;               // CV_8U of the picture's size: 255 where the method could not look
+    cv::Mat map;   // CV_8U: 0, or the number of the pair (1..255) that a pixel belongs to, on either side
+    cv::Mat mask;  // CV_8U: 255 where the method could not look
     int blockSize = 1;          // of map and mask, in pixels
     cv::Point origin;           // of their first value, in pixels
     double blindShare = 0;      // of the picture, 0..1: what the mask covers
@@ -43,9 +43,9 @@ struct CopyMoveResult {
     double workingScale = 1;    // the picture was looked at in this size (1: as it is)
     bool isCut = false;         // so many candidates that not all were looked at
     int candidates = 0;         // shifts or models that were checked
-    int ambiguous = 0;          // candidates that agree but fit aside as well (edges, stripes): left out
-    bool isRepetitive =
-        false;  // many shifts, or multiples of one, agree: a pattern (text, bricks), not a copy
+    int ambiguous = 0;          // of them: agree, but fit aside as well (edges, stripes); left out
+    // Many shifts, or multiples of one, agree: a pattern (text, bricks), not a copy.
+    bool isRepetitive = false;
     std::vector<CopiedPair> pairs;  // the one with the most matches first, at most 255
 };
 

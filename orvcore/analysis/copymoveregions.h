@@ -4,8 +4,8 @@
 
 #include "orvcore/analysis/copymove.h"
 
-// Whether and where two parts of a picture agree under a model, pixel by pixel: the check behind every candidate of the searches for
-// copies (after Christlein et al., "An Evaluation of Popular Copy-Move Forgery Detection Approaches", IEEE TIFS 7(6), 2012).
+// Whether and where two parts of a picture agree under a model, pixel by pixel: the check behind every candidate of the searches
+// for copies (after Christlein et al., "An Evaluation of Popular Copy-Move Forgery Detection Approaches", IEEE TIFS 7(6), 2012).
 
 struct CopyCheck {
     bool isFound = false;
@@ -28,9 +28,9 @@ struct CopyCheckSettings {
     int mostPixels = 2'000'000;      // of the part looked at; more is cut to a part about its middle
 };
 
-// luminance: CV_8UC1. model as in CopiedPair. seeds: places in `from` (pixels) where candidates matched; at least one. Windows of less than
-// 2 levels of deviation on either side cannot agree. What agrees is opened by 5 x 5; of its pieces those that hold a seed count.
-// Levels are taken by the model with bilinear interpolation, without when it is a whole shift. Single-threaded.
+// luminance: CV_8UC1. model as in CopiedPair. seeds: places in `from` (pixels) where candidates matched; at least one. Windows of
+// less than 2 levels of deviation on either side cannot agree. What agrees is opened by 5 x 5; of its pieces those that hold a
+// seed count. Levels are taken by the model with bilinear interpolation, without when it is a whole shift. Single-threaded.
 CopyCheck CheckCopy(const cv::Mat& luminance, const cv::Matx23d& model, const std::vector<cv::Point>& seeds,
                     const CopyCheckSettings& settings);
 
@@ -42,12 +42,14 @@ inline cv::Point2d Apply(const cv::Matx23d& model, const cv::Point2d& p) {
             model(1, 0) * p.x + model(1, 1) * p.y + model(1, 2)};
 }
 
-// Enters the check into the result as its next pair: pairs (without matches and chance), map. False, and the pairs do not change, when the same
-// place and model are there already, there are 255, or it fits aside as well (distinctness below 2, counted as ambiguous).
+// Enters the check into the result as its next pair: pairs (without matches and chance), map. False, and the pairs do not change,
+// when the same place and model are there already, there are 255, or it fits aside as well (distinctness below 2, counted as
+// ambiguous).
 bool AddPair(const CopyCheck& check, const cv::Matx23d& model, CopyMoveResult& result);
 
 // Whether the pairs speak of a pattern: six or more, or one whose shift is a multiple of another's nearby (shifts only).
 bool IsRepetitive(const std::vector<CopiedPair>& pairs);
 
-// log10 of the chance of at least `successes` of `trials` independent ones of probability p each, an upper bound (Chernoff, Hoeffding 1963).
+// log10 of the chance of at least `successes` of `trials` independent ones of probability p each, an upper bound (Chernoff,
+// Hoeffding 1963).
 double Log10Tail(double successes, double trials, double p);

@@ -18,6 +18,6 @@ struct LuminanceGradient {
 // outermost pixel. picture: 8 or 16 bits, 1 to 4 channels; otherwise ZorException (kind Argument).
 LuminanceGradient ComputeGradient(const cv::Mat& picture, const AnalysisProgress& progress = {});
 
-// CV_8UC3 (B, G, R): red 128 + gain x change to the right, green 128 + gain x change downwards, blue the gain x magnitude; rounded
-// and limited to 0..255.
+// CV_8UC3 (B, G, R): red 128 + gain x change to the right, green 128 + gain x change downwards, blue the gain x magnitude;
+// rounded and limited to 0..255.
 cv::Mat DrawGradient(const cv::Mat& gradient, double gain);

@@ -6,8 +6,8 @@
 #include "orvcore/analysis/parallel.h"
 
 // Principal components of a picture's colours (Hotelling, "Analysis of a Complex of Statistical Variables into Principal
-// Components", 1933): the eigenvectors of the covariance of R, G, B. The first carries nearly all light and shade, the last nearly
-// nothing but noise and compression, in which another history shows.
+// Components", 1933): the eigenvectors of the covariance of R, G, B. The first carries nearly all light and shade, the last
+// nearly nothing but noise and compression, in which another history shows.
 
 struct ColourAxes {
     std::array<double, 3> mean{};         // R, G, B, in 8-bit levels

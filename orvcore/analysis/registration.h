@@ -19,8 +19,8 @@ struct Registration {
     bool isWholeShift = false;  // no interpolation is needed: whole pixels, or none
     bool isMirrored = false;
     bool isProjective = false;
-    double rotation =
-        0;  // degrees, -180..180, clockwise as seen, of the reference on the evidence (after mirroring left to right)
+    // Degrees, -180..180, clockwise as seen, of the reference on the evidence (after mirroring left to right).
+    double rotation = 0;
     double scale = 1;        // linear, of the evidence against the reference
     cv::Rect crop;           // what of the reference the evidence shows, in the reference's pixels, cut to it
     double overlap = 0;      // share of the evidence that the reference covers, 0..1
@@ -29,17 +29,18 @@ struct Registration {
     double residual = 0;     // root of their mean squared distance to the model, in pixels
 };
 
-// Tries, in this order: as it lies (equal sizes), a shift by phase correlation (Kuglin and Hines, "The Phase Correlation Image Alignment
-// Method", 1975), keypoints in overlapping tiles with an affine map, then a projective one where it fits better, then both for the mirrored
-// reference; the result is refined on the levels themselves by Gauss-Newton steps (Lucas and Kanade, 1981, with brightness and contrast
-// free, as in Evangelidis and Psarakis, "Parametric Image Alignment Using Enhanced Correlation Coefficient Maximization", IEEE TPAMI
-// 30(10), 2008), and taken as whole pixels where it is within 0.1 pixels of them everywhere, or within 0.3 and fits as well. model: what is allowed. Pictures: 8 or 16
-// bits, 1 to 4 channels, otherwise ZorException (kind Argument). Not found when nothing correlates by 0.5 or more, or when a picture
-// is smaller than 32 x 32. Memory: 12 bytes per pixel of both, and 180 MB for each thread's tile of keypoints.
+// Tries, in this order: as it lies (equal sizes), a shift by phase correlation (Kuglin and Hines, "The Phase Correlation Image
+// Alignment Method", 1975), keypoints in overlapping tiles with an affine map, then a projective one where it fits better, then
+// both for the mirrored reference; the result is refined on the levels themselves by Gauss-Newton steps (Lucas and Kanade, 1981,
+// with brightness and contrast free, as in Evangelidis and Psarakis, "Parametric Image Alignment Using Enhanced Correlation
+// Coefficient Maximization", IEEE TPAMI 30(10), 2008), and taken as whole pixels where it is within 0.1 pixels of them
+// everywhere, or within 0.3 and fits as well. model: what is allowed. Pictures: 8 or 16 bits, 1 to 4 channels, otherwise
+// ZorException (kind Argument). Not found when nothing correlates by 0.5 or more, or when a picture is smaller than 32 x 32.
+// Memory: 12 bytes per pixel of both, and 180 MB for each thread's tile of keypoints.
 Registration RegisterPictures(const cv::Mat& evidence, const cv::Mat& reference, RegistrationModel model,
                               const AnalysisProgress& progress = {});
 
-// The reference brought onto the evidence: of the evidence's size and the reference's type, bicubic, exact copies for whole shifts. mask: CV_8U, 255 where the
-// reference covers the evidence.
+// The reference brought onto the evidence: of the evidence's size and the reference's type, bicubic, exact copies for whole
+// shifts. mask: CV_8U, 255 where the reference covers the evidence.
 cv::Mat BringOnto(const cv::Mat& reference, const Registration& registration, const cv::Size& evidence,
                   cv::Mat& mask, const AnalysisProgress& progress = {});

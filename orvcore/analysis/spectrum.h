@@ -6,8 +6,8 @@
 
 #include "orvcore/analysis/parallel.h"
 
-// The two-dimensional Fourier spectrum of a picture's luminance, and the picture split at a frequency. Frequencies are in cycles per
-// pixel, 0 to 0.5 on each axis.
+// The two-dimensional Fourier spectrum of a picture's luminance, and the picture split at a frequency. Frequencies are in cycles
+// per pixel, 0 to 0.5 on each axis.
 
 struct SpectrumPeak {
     double fx = 0;             // -0.5..0.5, to the right
@@ -31,11 +31,11 @@ struct SpectrumSettings {
     bool phase = false;
 };
 
-// region: the part wanted, cut to the picture; empty for the whole. Of it the centred part is transformed whose sides are products
-// of 2, 3 and 5 and at most 4096 pixels. The mean is taken off first. Peaks: frequencies at least 0.02 from 0 that are the largest
-// within 5 of their neighbours and at least 15 dB (spectra of noise alone stay below about 13 dB) above the median of their 9 x 9
-// neighbours. picture: 8 or 16 bits, 1 to 4 channels, otherwise ZorException (kind Argument), as when the region holds less than
-// 16 x 16 pixels. Memory: 12 bytes per pixel transformed, 16 with the phase.
+// region: the part wanted, cut to the picture; empty for the whole. Of it the centred part is transformed whose sides are
+// products of 2, 3 and 5 and at most 4096 pixels. The mean is taken off first. Peaks: frequencies at least 0.02 from 0 that are
+// the largest within 5 of their neighbours and at least 15 dB (spectra of noise alone stay below about 13 dB) above the median of
+// their 9 x 9 neighbours. picture: 8 or 16 bits, 1 to 4 channels, otherwise ZorException (kind Argument), as when the region
+// holds less than 16 x 16 pixels. Memory: 12 bytes per pixel transformed, 16 with the phase.
 FourierSpectrum ComputeFourierSpectrum(const cv::Mat& picture, const cv::Rect& region,
                                        const SpectrumSettings& settings,
                                        const AnalysisProgress& progress = {});

@@ -18,7 +18,7 @@ class CopyMoveBlocksFilter : public OrvFilterImage {
             "map; their share is given), for parts below about 28 x 28 pixels, after strong compression, and for turned or scaled "
             "copies unless \"Rotation And Scale\" is chosen, which takes longer and works at no more than 3 megapixels. Bricks, "
             "facades and lettering are alike by nature: said, and not taken as a sign. After Fridrich, Soukal and "
-            "Lukas 2003; with rotation Cozzolino, Poggi and Verdoliva 2015. Needs 10 bytes of memory per pixel.");
+            "Lukas 2003; with rotation Cozzolino, Poggi and Verdoliva 2015. Needs 12 bytes of memory per pixel.");
         SetParameters({Parameter::Bool("rotation", "Rotation And Scale", false),
                        Parameter::Slider("distance", "Least Distance (pixels)", 24, 16, 512),
                        Parameter::Int("area", "Least Area (pixels)", 800, 256, 1000000)},

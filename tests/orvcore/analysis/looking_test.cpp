@@ -288,7 +288,8 @@ TEST(Looking, OddPicturesHaveAResultOrAReasonAndThreadsChangeNothing) {
         [](const cv::Mat& p) { return ComputeScatter(p, BitChannel::Luminance, BitChannel::Blue).counts; },
         [](const cv::Mat& p) { return SplitFrequencies(p, 0.1).high; },
         [](const cv::Mat& p) {
-            return !p.empty() && (p.rows < 16 || p.cols < 16) ? cv::Mat() : ComputeFourierSpectrum(p, {}, {}).magnitude;
+            return !p.empty() && (p.rows < 16 || p.cols < 16) ? cv::Mat()
+                                                              : ComputeFourierSpectrum(p, {}, {}).magnitude;
         },
         [](const cv::Mat& p) { return ComputeRadialSpectrum(p).peakMap; }};
     for (const cv::Mat& picture : pictures) {
