@@ -131,6 +131,7 @@ void FindByShifts(const cv::Mat& luminance, const CopyMoveBlocksSettings& settin
     };
     std::vector<Candidate> candidates;
     for (const ShiftCandidate& candidate : search.candidates) {
+        if (progress) progress(0.8);
         const cv::Matx23d model(1, 0, candidate.shift.x, 0, 1, candidate.shift.y);
         for (auto& cluster : ClusterPlaces(candidate.first, kLeastCount))
             candidates.push_back({model, std::move(cluster), {}});

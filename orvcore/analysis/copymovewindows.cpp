@@ -25,7 +25,7 @@ constexpr int kBuckets = 256;
 constexpr std::uint32_t kLastOfGroup = 0x80000000U;
 constexpr std::uint32_t kMostAlike = 24;
 constexpr int kBin = 4;  // pixels of a vote's bin
-constexpr std::int64_t kMostPairs = 4'000'000;
+constexpr std::int64_t kMostPairs = 2'000'000;
 constexpr std::size_t kMostBins = 4096;
 constexpr int kCell = 16;
 

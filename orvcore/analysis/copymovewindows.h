@@ -48,6 +48,6 @@ struct ShiftSearch {
 
 // Votes of all pairs of alike windows at least `leastDistance` pixels apart; windows that look like more than 24 others in all
 // give none. The `most` shifts with the most votes, no two of them within 2 pixels of each other. keys: as DescribeWindows gives
-// them, fewer than 2^31 entries. Memory: 4 bytes per window, 0.5 for the votes, and at most 8 bytes x 4 million for pairs.
+// them, fewer than 2^31 entries. Memory: 4 bytes per window, 0.5 for the votes, and at most 24 bytes x 2 million for pairs.
 ShiftSearch FindShifts(const WindowKeys& keys, int leastDistance, int leastCount, int most,
                        const AnalysisProgress& progress = {});

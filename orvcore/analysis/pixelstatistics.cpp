@@ -1,6 +1,7 @@
 #include "orvcore/analysis/pixelstatistics.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <bit>
 #include <memory>
@@ -35,7 +36,7 @@ class ShortCounts {
         while (now < 2 && !count.compare_exchange_weak(now, static_cast<std::uint8_t>(now + 1))) {
         }
     }
-    void Finish() {}
+    void Finish(const AnalysisProgress&) {}
     bool IsUnique(const Colour& colour) const { return m_counts[Index(colour)].load() == 1; }
     std::uint64_t Colours(bool onlyOnce) const {
         std::uint64_t colours = 0;
@@ -52,16 +53,51 @@ class ShortCounts {
     std::unique_ptr<std::atomic<std::uint8_t>[]> m_counts;
 };
 
-// The same for 16 bits: all colours, sorted.
+// The same for 16 bits: all colours, in buckets that are sorted one by one.
 class LongCounts {
   public:
     explicit LongCounts(std::size_t pixels) : m_keys(pixels) {}
 
     void Set(std::size_t pixel, const Colour& colour) { m_keys[pixel] = Key(colour); }
-    void Finish() { std::sort(m_keys.begin(), m_keys.end()); }
+    void Finish(const AnalysisProgress& progress) {
+        const std::size_t chunk = m_keys.size() / kChunks + 1;
+        std::vector<std::array<std::size_t, kBuckets>> places(kChunks);
+        const auto ofChunk = [&](int piece, const auto& use) {
+            const std::size_t begin = std::min(static_cast<std::size_t>(piece) * chunk, m_keys.size());
+            const std::size_t end = std::min(begin + chunk, m_keys.size());
+            for (std::size_t i = begin; i < end; ++i) use(places[static_cast<std::size_t>(piece)], m_keys[i]);
+        };
+        ForEachPiece(kChunks, PartOf(progress, 0.0, 0.2), [&](int piece) {
+            ofChunk(piece, [](auto& counts, std::uint64_t key) { ++counts[key >> kBucketShift]; });
+        });
+        std::size_t total = 0;
+        for (std::size_t bucket = 0; bucket < kBuckets; ++bucket) {
+            m_begin[bucket] = total;
+            for (auto& counts : places) {
+                const std::size_t here = counts[bucket];
+                counts[bucket] = total;
+                total += here;
+            }
+        }
+        m_begin[kBuckets] = total;
+        std::vector<std::uint64_t> ordered(m_keys.size());
+        ForEachPiece(kChunks, PartOf(progress, 0.2, 0.4), [&](int piece) {
+            ofChunk(piece,
+                    [&](auto& next, std::uint64_t key) { ordered[next[key >> kBucketShift]++] = key; });
+        });
+        m_keys.swap(ordered);
+        ForEachPiece(kBuckets, PartOf(progress, 0.4, 1.0), [&](int bucket) {
+            const auto index = static_cast<std::size_t>(bucket);
+            std::sort(At(m_begin[index]), At(m_begin[index + 1]));
+        });
+    }
     bool IsUnique(const Colour& colour) const {
-        const auto found = std::lower_bound(m_keys.begin(), m_keys.end(), Key(colour));
-        return std::next(found) == m_keys.end() || *std::next(found) != *found;
+        const std::uint64_t key = Key(colour);
+        const std::size_t bucket = key >> kBucketShift;
+        const auto end = m_keys.begin() + static_cast<std::ptrdiff_t>(m_begin[bucket + 1]);
+        const auto found =
+            std::lower_bound(m_keys.begin() + static_cast<std::ptrdiff_t>(m_begin[bucket]), end, key);
+        return std::next(found) == end || *std::next(found) != *found;
     }
     std::uint64_t Colours(bool onlyOnce) const {
         std::uint64_t colours = 0;
@@ -75,10 +111,21 @@ class LongCounts {
     }
 
   private:
+    static constexpr int kChunks = 128;
+    static constexpr int kBuckets = 256;
+    static constexpr int kBucketShift = 56;
+
+    std::vector<std::uint64_t>::iterator At(std::size_t place) {
+        return m_keys.begin() + static_cast<std::ptrdiff_t>(place);
+    }
+    // The colour, spread by a map that is one to one, so that the buckets are about equally full.
     static std::uint64_t Key(const Colour& c) {
-        return std::uint64_t{c.red} << 32 | std::uint64_t{c.green} << 16 | c.blue;
+        std::uint64_t key = std::uint64_t{c.red} << 32 | std::uint64_t{c.green} << 16 | c.blue;
+        key *= 0x9E3779B97F4A7C15ULL;
+        return key ^ key >> 32;
     }
     std::vector<std::uint64_t> m_keys;
+    std::array<std::size_t, kBuckets + 1> m_begin{};
 };
 
 std::uint8_t TraitsOf(const Colour& c, std::uint32_t highest) {
@@ -114,8 +161,7 @@ void Run(const cv::Mat& picture, Counts& counts, const Note& note, const Analysi
         for (int y = first; y < end; ++y)
             for (int x = 0; x < picture.cols; ++x) note(y, x, ColourAt(picture.ptr<Sample>(y), x, channels));
     });
-    counts.Finish();
-    if (progress) progress(0.5);
+    counts.Finish(PartOf(progress, 0.4, 0.5));
     const auto highest = static_cast<std::uint32_t>(HighestLevel(picture));
     std::vector<PixelStatistics> strips(
         static_cast<std::size_t>((picture.rows + kStripRows - 1) / kStripRows));

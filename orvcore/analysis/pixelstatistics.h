@@ -36,5 +36,5 @@ struct PixelStatistics {
 };
 
 // picture: 8 or 16 bits, 1 to 4 channels (alpha is left out); otherwise ZorException (kind Argument). Of a grey picture the three
-// channels are equal. Memory: 16 MiB for 8 bits; 8 bytes per pixel for 16 bits.
+// channels are equal. Memory: 16 MiB for 8 bits; 16 bytes per pixel for 16 bits.
 PixelStatistics ComputePixelStatistics(const cv::Mat& picture, const AnalysisProgress& progress = {});
