@@ -172,8 +172,8 @@ void OrvMainFrame::OnCloseEvent(wxCloseEvent& event) {
             OrvMessageBox(_("The program is still working. Do you want to stop it and close the program?"),
                           _("Confirm"), wxYES_NO | wxICON_QUESTION, this);
         m_isAskingToClose = false;
+        // The end of the core stops the work, and nobody is told of it any more.
         if (answer != wxYES) return;
-        m_core->AbortProcessing();
     }
     OnCloseWindow(event);
     if (!m_restartScheduled) return;

@@ -1,5 +1,6 @@
 // The part of the main window that shows how far the core is.
 
+#include <wx/menu.h>
 #include <wx/translation.h>
 
 #include "orvcore/facade/interface.h"
@@ -61,8 +62,10 @@ void OrvMainFrame::OnTimerProgressUpdate(wxTimerEvent&) {
 // disabled instead.
 void OrvMainFrame::BlockPanes(bool block) {
     if (block) {
-        for (wxWindow* child : GetChildren()) {
-            if (child->IsTopLevel() || !child->IsThisEnabled()) continue;
+        std::vector<wxWindow*> parts(GetChildren().begin(), GetChildren().end());
+        parts.push_back(GetMenuBar());  // which the toolkit does not count among the children
+        for (wxWindow* child : parts) {
+            if (child == nullptr || child->IsTopLevel() || !child->IsThisEnabled()) continue;
             child->Disable();
             m_blocked.push_back(child);
         }
