@@ -109,13 +109,17 @@ void OrvFilterGuiViewer::CreateSidePanel() {
     m_sidePanel =
         new wxPanel(this, wxID_ANY, wxDefaultPosition, wxSize(kSidePanelWidth, -1), wxTAB_TRAVERSAL);
     m_sideScroll = new wxScrolledWindow(m_sidePanel, wxID_ANY, wxDefaultPosition, wxDefaultSize,
-                                        wxVSCROLL | wxTAB_TRAVERSAL);
-    m_sideScroll->SetScrollRate(0, kScrollStep);
+                                        wxVSCROLL | wxHSCROLL | wxTAB_TRAVERSAL);
+    // Also sideways: a control that is wider than the panel is not cut off without a sign.
+    m_sideScroll->SetScrollRate(kScrollStep, kScrollStep);
     auto* description = new DescriptionPanel(m_sideScroll, this);
     auto* list = new wxBoxSizer(wxVERTICAL);
     list->Add(description, 0, wxEXPAND | wxALL, kGap);
     m_descriptionParent = description;
     m_descriptionSizer = description->GetGrid();
+    // Next to the picture, which cannot be read without its scale.
+    m_mapPanel = new MapPanel(m_sideScroll, this);
+    list->Add(m_mapPanel, 0, wxEXPAND | wxALL, kGap);
     if (!m_parametersInput.empty() || !m_parametersPostProcessing.empty() || !m_parametersOutput.empty()) {
         auto* settings = new SettingsPanel(m_sideScroll, this);
         settings->Show(!m_parametersInput.empty() || !m_parametersPostProcessing.empty());
@@ -131,8 +135,6 @@ void OrvFilterGuiViewer::CreateSidePanel() {
         m_outputParent = outputs;
         m_outputSizer = outputs->GetGrid();
     }
-    m_mapPanel = new MapPanel(m_sideScroll, this);
-    list->Add(m_mapPanel, 0, wxEXPAND | wxALL, kGap);
     m_sideList = list;
     m_sideScroll->SetSizer(list);
 

@@ -46,7 +46,12 @@ wxString ConfigurationText(const VecParameter& parameters) {
 wxString FilterToolTip(const wxString& name, const wxString& description, FilterStatus status, bool enabled,
                        const wxString& error) {
     wxString text = wxGetTranslation(name);
-    if (!description.empty()) text += "\n" + wxGetTranslation(description);
+    // One sentence: a tip must not cover what it is about. The page tells the rest.
+    if (!description.empty()) {
+        const wxString whole = wxGetTranslation(description);
+        const std::size_t end = whole.find_first_of(".;");
+        text += "\n" + (end == wxString::npos ? whole : whole.Left(end) + ".");
+    }
     text += "\n" + StatusSentence(status, enabled);
     if (!error.empty()) text += "\n" + _("The last run failed.") + " " + error;
     return text;

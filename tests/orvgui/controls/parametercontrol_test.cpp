@@ -415,6 +415,8 @@ TEST_F(ControlTest, RegionsAreAddedChangedAndRemoved) {
 // Both kinds of field: what was refused is gone when another field is entered, and stays in a dialog, which asks for another.
 TEST_F(ControlTest, ARefusedNumberIsTakenBackOnAPage) {
     frame->Show();
+    frame->Raise();
+    ASSERT_TRUE(PumpUntil([this] { return frame->IsActive(); }));
     auto* other = new wxTextCtrl(panel, wxID_ANY);
     for (const char* name : {"count", "offset", "sigma"}) {
         const VecParameter inputs = EveryTypeFilter::Inputs();
@@ -424,7 +426,7 @@ TEST_F(ControlTest, ARefusedNumberIsTakenBackOnAPage) {
         frame->Layout();
         const wxString before = field->GetValue();
         field->SetFocus();
-        Pump();
+        ASSERT_TRUE(PumpUntil([&] { return field->HasFocus(); }));
         field->SetValue("nonsense");
         other->SetFocus();
         EXPECT_TRUE(PumpUntil([&] { return field->GetValue() == before; })) << name;
