@@ -2,24 +2,21 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
-#include <chrono>
 #include <cmath>
-#include <condition_variable>
 #include <csetjmp>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <exception>
 #include <limits>
+#include <memory>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 // The library's header needs the ones above.
 #include <jpeglib.h>
 
+#include "orvcore/analysis/parallel.h"
 #include "zorbase/zorexception.h"
 
 namespace {
@@ -28,8 +25,6 @@ namespace {
 constexpr int kStripRows = 64;
 constexpr int kStripRowsWithContext = 192;
 constexpr int kContextRows = 16;  // what smooth upsampling reads beyond a strip
-constexpr unsigned kMaximumThreads = 4;
-constexpr std::chrono::milliseconds kReportInterval{20};
 
 // One JPEG round trip. The library reports errors by a jump: only plain data between setjmp and its calls.
 class RoundTrip {
@@ -146,71 +141,52 @@ class StripWork {
           m_stripRows(m_hasContext ? kStripRowsWithContext : kStripRows),
           m_strips((image.rows + m_stripRows - 1) / m_stripRows) {}
 
-    void Run(const std::function<void(double)>& between) {
-        const unsigned processors = std::max(std::thread::hardware_concurrency(), 1U);
-        const unsigned threads = std::min({processors, kMaximumThreads, static_cast<unsigned>(m_strips)});
-        std::vector<std::jthread> workers;
-        m_running = static_cast<int>(threads);
-        for (unsigned i = 0; i < threads; ++i) workers.emplace_back([this] { Work(); });
-        std::unique_lock lock(m_mutex);
-        while (m_running > 0) {
-            m_ended.wait_for(lock, kReportInterval);
-            if (!between || m_failure) continue;
-            lock.unlock();
-            try {
-                between(static_cast<double>(m_done) / m_strips);
-            } catch (...) {
-                Fail(std::current_exception());
-            }
-            lock.lock();
-        }
-        lock.unlock();
-        workers.clear();
-        if (m_failure) std::rethrow_exception(m_failure);
+    void Run(const AnalysisProgress& between) {
+        ForEachPiece(m_strips, between, [this](int strip) {
+            std::unique_ptr<Bench> bench = TakeBench();
+            DoStrip(*bench, strip);
+            const std::lock_guard lock(m_mutex);
+            m_free.push_back(std::move(bench));
+        });
     }
 
   private:
-    void Fail(std::exception_ptr failure) {
-        const std::lock_guard lock(m_mutex);
-        if (!m_failure) m_failure = std::move(failure);
-        m_stop = true;
-    }
+    // What one strip needs while it is worked on, used again for the next.
+    struct Bench {
+        RoundTrip trip;
+        cv::Mat decoded;
+        cv::Mat difference;
+    };
 
-    void Work() {
-        try {
-            RoundTrip trip;
-            cv::Mat decoded;
-            cv::Mat difference;
-            while (!m_stop) {
-                const int strip = m_next++;
-                if (strip >= m_strips) break;
-                DoStrip(trip, strip, decoded, difference);
-                ++m_done;
+    std::unique_ptr<Bench> TakeBench() {
+        {
+            const std::lock_guard lock(m_mutex);
+            if (!m_free.empty()) {
+                std::unique_ptr<Bench> bench = std::move(m_free.back());
+                m_free.pop_back();
+                return bench;
             }
-        } catch (...) {
-            Fail(std::current_exception());
         }
-        const std::lock_guard lock(m_mutex);
-        --m_running;
-        m_ended.notify_all();
+        return std::make_unique<Bench>();
     }
 
-    void DoStrip(RoundTrip& trip, int strip, cv::Mat& decoded, cv::Mat& difference) {
+    void DoStrip(Bench& bench, int strip) {
         const int begin = strip * m_stripRows;
         const int end = std::min(begin + m_stripRows, m_image.rows);
         const int first = m_hasContext ? std::max(begin - kContextRows, 0) : begin;
         const int last = m_hasContext ? std::min(end + kContextRows, m_image.rows) : end;
-        decoded.create(last - first, m_image.cols, m_image.type());
-        trip.Run(m_image, first, last, m_settings, decoded);
+        bench.decoded.create(last - first, m_image.cols, m_image.type());
+        bench.trip.Run(m_image, first, last, m_settings, bench.decoded);
         const cv::Mat source = m_image.rowRange(begin, end);
-        const cv::Mat again = decoded.rowRange(begin - first, end - first);
+        const cv::Mat again = bench.decoded.rowRange(begin - first, end - first);
         cv::Mat target = m_result.rowRange(begin, end);
         if (target.type() == source.type()) {
             cv::absdiff(source, again, target);
             return;
         }
-        cv::absdiff(source, again, difference);
-        for (int y = 0; y < target.rows; ++y) MeanOfChannels(difference.ptr(y), target.cols, target.ptr(y));
+        cv::absdiff(source, again, bench.difference);
+        for (int y = 0; y < target.rows; ++y)
+            MeanOfChannels(bench.difference.ptr(y), target.cols, target.ptr(y));
     }
 
     const cv::Mat& m_image;
@@ -219,13 +195,8 @@ class StripWork {
     const bool m_hasContext;  // only chroma that was reduced in height is mixed across block rows
     const int m_stripRows;
     const int m_strips;
-    std::atomic<int> m_next{0};
-    std::atomic<int> m_done{0};
-    std::atomic<bool> m_stop{false};
     std::mutex m_mutex;
-    std::condition_variable m_ended;
-    int m_running = 0;             // threads
-    std::exception_ptr m_failure;  // the first
+    std::vector<std::unique_ptr<Bench>> m_free;
 };
 
 }  // namespace

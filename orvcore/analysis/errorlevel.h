@@ -20,9 +20,8 @@ struct ErrorLevelSettings {
 
 // image: 8 bits, one channel (grey) or three (B, G, R). The result has its size: one channel for grey images and with `grey`,
 // otherwise three in the same order; values 0..255. Bit-identical to encoding and decoding the whole image with the JPEG
-// library (accurate integer DCT, smooth chroma upsampling), but worked out strip by strip on as many threads as there are
-// processors, at most four. between is called on the calling thread with the part done (0..1) and leaves by exception
-// to stop. Throws ZorException (kind Argument) for another type of image or a side of more than 65,500 pixels.
+// library (accurate integer DCT, smooth chroma upsampling), but worked out strip by strip on the threads that analyses have (see
+// parallel.h). between is called on the calling thread with the part done (0..1) and leaves by exception to stop. Throws ZorException (kind Argument) for another type of image or a side of more than 65,500 pixels.
 cv::Mat ComputeErrorLevel(const cv::Mat& image, const ErrorLevelSettings& settings,
                           const std::function<void(double done)>& between = {});
 
