@@ -40,7 +40,7 @@ OrvFilter* OrvContext::GetActiveFilter() const {
 
 void OrvContext::SetActiveFilter(OrvFilter* filter) {
     const std::lock_guard lock(m_mutex);
-    m_activeFilter = filter;
+    Show(filter);
     ++m_choice;
 }
 
@@ -53,9 +53,15 @@ bool OrvContext::SetActiveFilterFor(std::uint64_t choice, OrvFilter* filter,
                                     const std::function<void()>& also) {
     const std::lock_guard lock(m_mutex);
     if (m_choice != choice) return false;
-    m_activeFilter = filter;
+    Show(filter);
     also();
     return true;
+}
+
+void OrvContext::Show(OrvFilter* filter) {
+    if (m_activeFilter != nullptr) m_activeFilter->SetShown(false);
+    m_activeFilter = filter;
+    if (filter != nullptr) filter->SetShown(true);
 }
 
 wxString OrvContext::GetConfigDir() const {

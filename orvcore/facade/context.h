@@ -45,6 +45,8 @@ class OrvContext {
     void RefreshConfigurations();
 
   private:
+    void Show(OrvFilter* filter);  // under the lock
+
     mutable std::mutex m_mutex;
     std::vector<std::unique_ptr<OrvFilter>> m_filters;
     OrvFilter* m_activeFilter = nullptr;

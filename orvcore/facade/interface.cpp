@@ -6,6 +6,7 @@
 
 #include "orvcore/facade/interfaceprivate.h"
 #include "orvcore/filter/filterstore.h"
+#include "orvcore/model/memorybudget.h"
 #include "zorbase/files.h"
 #include "zorbase/progress.h"
 #include "zorbase/text.h"
@@ -73,6 +74,7 @@ OrvInterface::OrvInterface()
     theInterface = this;
     m->NoteSettings("The program options", OrvOptions::Path(), "were read only as far as they could be",
                     m->options.Load());
+    m->ApplyOptions();
     LoadSettings();
 }
 
@@ -92,6 +94,11 @@ void OrvInterface::LoadSettings() {
         outcome = "could not be read, so the filters have their default ones";
     }
     m->NoteSettings("The filter configurations", path, outcome, problems);
+}
+
+void OrvInterface::Private::ApplyOptions() {
+    OrvMemoryBudget::Get().SetLimit(options.GetMemoryBytes());
+    cache.SetLimit(options.GetCacheBytes());
 }
 
 void OrvInterface::Private::NoteSettings(const std::string& what, const std::string& path,
@@ -234,6 +241,17 @@ void OrvInterface::DeleteCache(OrvFileId slot) {
     });
 }
 
+std::uint64_t OrvInterface::GetCacheBytes() const {
+    return m->cache.GetSize();
+}
+
+void OrvInterface::EmptyCache() {
+    m->Push(OrvCommand::Kind::Other, [this](const OrvJob&) {
+        m->cache.Clear();
+        m->Tell(OrvEventDeleteCache);
+    });
+}
+
 // --- options ---
 
 VecVecParameter OrvInterface::GetProgramOptions() const {
@@ -242,6 +260,7 @@ VecVecParameter OrvInterface::GetProgramOptions() const {
 
 void OrvInterface::SetProgramOptions(const VecVecParameter& options) {
     m->options.Set(options);
+    m->ApplyOptions();
     m->Push(
         OrvCommand::Kind::Other, [this](const OrvJob&) { m->options.Save(); }, true);
     // What is shown may rest on an option.

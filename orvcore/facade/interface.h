@@ -96,6 +96,10 @@ class OrvInterface {
     // Computes the active filter's values anew for one slot's file; what was there before stands until then.
     void ReprocessCurrent(OrvFileId slot);
     void DeleteCache(OrvFileId slot);
+    // All results kept on disk, of any file: how many bytes they take (looks through the folder), and their removal. What was extracted
+    // stays.
+    std::uint64_t GetCacheBytes() const;
+    void EmptyCache();
 
     void AddFilterConfiguration(OrvFilter* filter, const VecParameter& parameters, int index);
     void DeleteFilterConfiguration(OrvFilter* filter, int index);

@@ -243,11 +243,9 @@ OrvFilterResultPtr OrvInterface::Private::ComputeAnew(OrvFilter& filter, const O
                                                       const Renewal& renewal, const OrvJob& job) {
     const auto held = renewal.all ? std::vector<OrvFilterResultPtr>() : filter.GetHeldWithout(renewal.file);
     const OrvFilterResultPtr result = filter.Run(request, held, job, nullptr);
-    const bool useCache = filter.IsCacheable() && options.IsCacheEnabled();
     for (int slot = 0; slot < kFileSlots; ++slot) {
         if (!renewal.Concerns(request.file[slot])) continue;
         cache.Forget(filter, *request.file[slot], request.input);
-        if (useCache) cache.Store(filter, *request.file[slot], request.input, *result->computed[slot]);
     }
     return result;
 }
@@ -259,16 +257,24 @@ void OrvInterface::Private::RunFilter(OrvFilter& filter, const VecParameter& inp
         event->SetFilter(&filter, true);
         port.Post(std::move(event), wait);
     };
+    OrvFilterResultPtr computed;
     OrvCommand work;
     work.run = [&](const OrvJob& running) {
         filter.Apply();
         running.SetProgress(0.0, filter.GetNameUtf8());
         const OrvFilterResult request = RequestFor(input, post);
+        const OrvFilterResultPtr result = renewal.IsAny() ? ComputeAnew(filter, request, renewal, running)
+                                                          : Compute(filter, request, running);
+        // Drawn here, so that the window need not.
+        if (filter.NeedsPicture())
+            for (int slot = 0; slot < kFileSlots; ++slot) result->GetPicture(slot);
+        const bool isNew = filter.FindHeld(request) != result;
         if (renewal.IsAny()) {
-            filter.PublishInstead(ComputeAnew(filter, request, renewal, running), renewal.file);
+            filter.PublishInstead(result, renewal.file);
         } else {
-            filter.Publish(Compute(filter, request, running));
+            filter.Publish(result);
         }
+        if (isNew) computed = result;
     };
     bool isGood = true;
     work.fail = [&](int error, const std::string& message) {
@@ -281,6 +287,11 @@ void OrvInterface::Private::RunFilter(OrvFilter& filter, const VecParameter& inp
     tell(OrvEventConfigureStarted, false);
     OrvCommandQueue::Run(work, job);
     tell(isGood ? OrvEventConfigureCompleted : OrvEventConfigureInterrupted, true);
+    if (computed) KeepFresh(filter, *computed);
+}
+
+void OrvInterface::Private::KeepFresh(const OrvFilter& filter, const OrvFilterResult& result) const {
+    if (options.IsCacheEnabled()) filter.KeepFresh(result, cache);
 }
 
 void OrvInterface::Private::RunActive(const Renewal& renewal, const OrvJob& job) {

@@ -37,6 +37,8 @@ struct OrvInterface::Private {
     void NoteSettings(const std::string& what, const std::string& path, const std::string& outcome,
                       const std::vector<std::string>& problems);
 
+    void ApplyOptions();  // to memory and cache; GUI thread
+
     // Queues a request whose failure is told by an action-completed event.
     // mustRun: also when the program ends meanwhile.
     void Push(OrvCommand::Kind kind, std::function<void(const OrvJob&)> run, bool mustRun = false);
@@ -65,6 +67,8 @@ struct OrvInterface::Private {
     // The result of a filter for the request's files and parameters, computed only as far as it is not held. It is published by
     // the caller, where it is what the filter is to show.
     OrvFilterResultPtr Compute(const OrvFilter& filter, const OrvFilterResult& request, const OrvJob& job);
+    // Keeps on disk what was computed just now, where the filter's results are worth it and the user wants it.
+    void KeepFresh(const OrvFilter& filter, const OrvFilterResult& result) const;
     // The same with the parts computed that are to be renewed; nothing that is held or kept on disk goes before this returns.
     OrvFilterResultPtr ComputeAnew(OrvFilter& filter, const OrvFilterResult& request, const Renewal& renewal,
                                    const OrvJob& job);

@@ -1,9 +1,12 @@
 #include "orvcore/filter/filter.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "orvcore/filter/mappictures.h"
+#include "orvcore/filter/parameterfiles.h"
 #include "orvcore/filter/resultcache.h"
+#include "orvcore/model/memorybudget.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"
 #include "zorbase/zorexception.h"
@@ -25,11 +28,63 @@ std::string IdFromName(const std::string& name) {
 
 OrvFilter::OrvFilter(const wxString& name, const std::string& id) : m_name(FromWx(name)), m_id(id) {
     m_configurations.emplace_back(VecParameter());
+    m_memory = std::make_shared<HeldMemory>(this);
 }
 
 OrvFilter::OrvFilter(const wxString& name) : OrvFilter(name, IdFromName(FromWx(name))) {}
 
-OrvFilter::~OrvFilter() = default;
+// What the memory budget holds of a filter: it may live a little longer than the filter.
+class OrvFilter::HeldMemory : public OrvDroppable {
+  public:
+    explicit HeldMemory(OrvFilter* filter) : m_filter(filter) {}
+    void Leave() {
+        const std::lock_guard lock(m_mutex);
+        m_filter = nullptr;
+    }
+    std::size_t Drop() override {
+        const std::lock_guard lock(m_mutex);
+        return m_filter != nullptr ? m_filter->DropPictures() : 0;
+    }
+
+  private:
+    std::mutex m_mutex;
+    OrvFilter* m_filter;
+};
+
+OrvFilter::~OrvFilter() {
+    m_memory->Leave();
+}
+
+std::size_t OrvFilter::DropPictures() {
+    std::vector<OrvFilterResultPtr> gone;  // freed after the lock is
+    const std::lock_guard lock(m_mutex);
+    std::size_t rest = 0;
+    for (OrvFilterResultPtr& held : m_held) {
+        const bool isShown = m_isShown && m_isCurrent && held == m_held.front();
+        const std::size_t bytes = held->GetBytes();
+        if (bytes == 0) continue;
+        if (isShown || held.use_count() > 1) {
+            rest += bytes;
+            continue;
+        }
+        gone.push_back(std::exchange(held, held->MakeLight()));
+    }
+    return rest;
+}
+
+void OrvFilter::NoteMemory() {
+    std::size_t bytes = 0;
+    {
+        const std::lock_guard lock(m_mutex);
+        for (const OrvFilterResultPtr& held : m_held) bytes += held->GetBytes();
+    }
+    OrvMemoryBudget::Get().Note(m_memory, bytes);
+}
+
+void OrvFilter::SetShown(bool shown) {
+    const std::lock_guard lock(m_mutex);
+    m_isShown = shown;
+}
 
 wxString OrvFilter::GetName() const {
     return ToWx(m_name);
@@ -191,7 +246,7 @@ static void FinishMaps(const OrvLoadedFile& file, OrvSlotResult& result) {
 }
 
 OrvSlotResultPtr OrvFilter::RunSlot(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,
-                                    const OrvResultCache* cache) const {
+                                    const OrvResultCache* cache, bool& isFresh) const {
     auto fresh = std::make_shared<OrvSlotResult>();
     fresh->output = m_outputPrototype;
     if (const std::string reason = WhyNot(file, input); !reason.empty()) {
@@ -217,7 +272,7 @@ OrvSlotResultPtr OrvFilter::RunSlot(const OrvLoadedFile& file, const VecParamete
     } else {
         Compute(file, input, job.Piece(begin, 1.0, {}), *fresh);
         FinishMaps(file, *fresh);
-        if (cache != nullptr) cache->Store(*this, file, input, *fresh);
+        isFresh = true;
     }
     if (!fresh->maps.empty() && !fresh->inputImage.IsValid() && NeedsPicture())
         fresh->inputImage = file.GetDecoded(job)->image;
@@ -227,7 +282,7 @@ OrvSlotResultPtr OrvFilter::RunSlot(const OrvLoadedFile& file, const VecParamete
 bool OrvFilter::Answers(const OrvFilterResult& held, int heldSlot, const OrvFilterResult& request,
                         int slot) const {
     if (held.file[heldSlot] != request.file[slot] || held.input != request.input ||
-        held.surroundings != request.surroundings)
+        held.surroundings != request.surroundings || held.fileStamp != request.fileStamp || held.IsLight())
         return false;
     // What rests on both files holds for these two, in these places.
     return !ComparesFiles() || (heldSlot == slot && std::equal(std::begin(held.file), std::end(held.file),
@@ -252,11 +307,20 @@ void OrvFilter::RunBoth(OrvFilterResult& result, const OrvJob& job) const {
     }
 }
 
+void OrvFilter::KeepFresh(const OrvFilterResult& result, const OrvResultCache& cache) const {
+    if (!IsCacheable()) return;
+    for (int slot = 0; slot < kFileSlots; ++slot)
+        if (result.isFresh[slot] && !result.computed[slot]->isSkipped && !result.computed[slot]->isLight)
+            cache.Store(*this, *result.file[slot], result.input, *result.computed[slot]);
+}
+
 OrvFilterResultPtr OrvFilter::Run(const OrvFilterResult& request, const std::vector<OrvFilterResultPtr>& held,
                                   const OrvJob& job, const OrvResultCache* cache) const {
     auto result = std::make_shared<OrvFilterResult>(request);
     result->pictures = std::make_shared<OrvMapPictures>();
     result->surroundings = GetSurroundings();
+    result->fileStamp = StampOfFiles(request.input);
+    std::fill(std::begin(result->isFresh), std::end(result->isFresh), false);
     const int files = (request.file[OrvEvidence] ? 1 : 0) + (request.file[OrvReference] ? 1 : 0);
     int filesDone = 0;
     for (int slot = 0; slot < kFileSlots; ++slot) {
@@ -277,7 +341,9 @@ OrvFilterResultPtr OrvFilter::Run(const OrvFilterResult& request, const std::vec
         if (!result->computed[slot] && ComparesFiles() && files == kFileSlots)
             RunBoth(*result, job.Piece(0.0, 0.95, {}));
         else if (!result->computed[slot])
-            NamingFile(file, [&] { result->computed[slot] = RunSlot(file, request.input, part, cache); });
+            NamingFile(file, [&] {
+                result->computed[slot] = RunSlot(file, request.input, part, cache, result->isFresh[slot]);
+            });
         if (!result->slot[slot]) {
             if (m_postPrototype.empty() || result->computed[slot]->isSkipped) {
                 result->slot[slot] = result->computed[slot];
@@ -298,10 +364,12 @@ OrvFilterResultPtr OrvFilter::Run(const OrvFilterResult& request, const std::vec
 
 OrvFilterResultPtr OrvFilter::FindHeld(const OrvFilterResult& request) const {
     const std::string surroundings = GetSurroundings();
+    const std::string stamp = StampOfFiles(request.input);
+    OrvMemoryBudget::Get().Touch(*m_memory);
     const std::lock_guard lock(m_mutex);
     for (const OrvFilterResultPtr& held : m_held)
-        if (held->input == request.input && held->surroundings == surroundings &&
-            held->postProcessing == request.postProcessing &&
+        if (held->input == request.input && held->surroundings == surroundings && held->fileStamp == stamp &&
+            !held->IsLight() && held->postProcessing == request.postProcessing &&
             std::equal(std::begin(held->file), std::end(held->file), std::begin(request.file)))
             return held;
     return nullptr;
@@ -313,8 +381,11 @@ std::vector<OrvFilterResultPtr> OrvFilter::GetHeld() const {
 }
 
 void OrvFilter::Publish(OrvFilterResultPtr result) {
-    const std::lock_guard lock(m_mutex);
-    PublishLocked(std::move(result));
+    {
+        const std::lock_guard lock(m_mutex);
+        PublishLocked(std::move(result));
+    }
+    NoteMemory();
 }
 
 void OrvFilter::PublishLocked(OrvFilterResultPtr result) {
@@ -329,7 +400,10 @@ void OrvFilter::PublishLocked(OrvFilterResultPtr result) {
     for (OrvFilterConfiguration& configuration : m_configurations)
         if (hasFile && configuration.GetParameters() == result->input)
             configuration.SetFilterStatus(result->status);
-    std::erase(m_held, result);
+    std::erase_if(m_held, [&result](const OrvFilterResultPtr& held) {
+        return held == result || (held->IsLight() && held->input == result->input &&
+                                  held->postProcessing == result->postProcessing);
+    });
     m_held.insert(m_held.begin(), std::move(result));
     if (m_held.size() > keep) m_held.resize(keep);
 }
@@ -349,6 +423,8 @@ std::vector<OrvFilterResultPtr> OrvFilter::HeldWithoutLocked(const OrvFilePtr& f
     // Published results are immutable: each is replaced by a copy without that file's part.
     for (OrvFilterResultPtr& held : results) {
         auto rest = std::make_shared<OrvFilterResult>(*held);
+        rest->pictures =
+            std::make_shared<OrvMapPictures>();  // drawn over a range that the other file had a part in
         for (int slot = 0; slot < kFileSlots; ++slot)
             if (rest->file[slot] == file) {
                 rest->file[slot].reset();
@@ -361,14 +437,17 @@ std::vector<OrvFilterResultPtr> OrvFilter::HeldWithoutLocked(const OrvFilePtr& f
 }
 
 void OrvFilter::PublishInstead(OrvFilterResultPtr result, const OrvFilePtr& file) {
-    const std::lock_guard lock(m_mutex);
-    if (file) {
-        m_held = HeldWithoutLocked(file);
-    } else {
-        m_held.clear();
+    {
+        const std::lock_guard lock(m_mutex);
+        if (file) {
+            m_held = HeldWithoutLocked(file);
+        } else {
+            m_held.clear();
+        }
+        ResetStatuses();
+        PublishLocked(std::move(result));
     }
-    ResetStatuses();
-    PublishLocked(std::move(result));
+    NoteMemory();
 }
 
 void OrvFilter::SetFiles(const OrvFilePtr (&files)[kFileSlots]) {

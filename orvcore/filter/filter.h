@@ -99,12 +99,18 @@ class OrvFilter {
     OrvFilterGuiBase* GetAnalsyisFilterGui() const { return m_page; }
     void SetAnalysisFilterGui(OrvFilterGuiBase* page) { m_page = page; }  // null from the page's destructor
 
+    // Whether this filter's page is the one that is shown: its newest result is then never let go to save memory.
+    void SetShown(bool shown);
+
     // Called on the worker before each run; a filter that runs no analysis has nothing to do here.
     virtual void Apply() {}
     // Computes what is missing for the request's files and returns the complete result, taking over what held
-    // results know. cache may be null. Throws ZorException.
+    // results know. cache is only read, and may be null; KeepFresh writes. Throws ZorException.
     OrvFilterResultPtr Run(const OrvFilterResult& request, const std::vector<OrvFilterResultPtr>& held,
                            const OrvJob& job, const OrvResultCache* cache) const;
+    // Writes what the result's run computed to the disk, where this filter's results are worth it. Takes its time: call it when the
+    // result is shown.
+    void KeepFresh(const OrvFilterResult& result, const OrvResultCache& cache) const;
 
   protected:
     virtual OrvFilterGuiBase* CreatePanel(wxWindow* parent, OrvFilter* filter);
@@ -139,11 +145,17 @@ class OrvFilter {
     friend class OrvFilterRunner;
 
     std::shared_ptr<const OrvSlotResult> RunSlot(const OrvLoadedFile& file, const VecParameter& input,
-                                                 const OrvJob& job, const OrvResultCache* cache) const;
+                                                 const OrvJob& job, const OrvResultCache* cache,
+                                                 bool& isFresh) const;
     // Both slots of a filter with ComparesFiles.
     void RunBoth(OrvFilterResult& result, const OrvJob& job) const;
     // Whether what a slot of the held result holds answers the request's slot.
     bool Answers(const OrvFilterResult& held, int heldSlot, const OrvFilterResult& request, int slot) const;
+    // Lets pictures and maps of what is held go, but for what is shown and what somebody uses; how many bytes are left.
+    std::size_t DropPictures();
+    // Tells the memory budget what is held. Not under the lock.
+    void NoteMemory();
+    class HeldMemory;
     // The held result that answers this request completely, or null.
     OrvFilterResultPtr FindHeld(const OrvFilterResult& request) const;
     std::vector<OrvFilterResultPtr> GetHeld() const;  // newest first
@@ -188,8 +200,11 @@ class OrvFilter {
     std::vector<OrvFilterConfiguration> m_configurations;
     int m_activeConfiguration = 0;
     std::vector<OrvFilterResultPtr> m_held;  // newest first
-    bool m_isCurrent = false;                // the newest one is for the loaded files
+    bool m_isShown = false;    // its page is the one that is shown: the newest result stays whole
+    bool m_isCurrent = false;  // the newest one is for the loaded files
     std::string m_error;
+
+    std::shared_ptr<HeldMemory> m_memory;  // what the memory budget knows this filter by
 
     OrvFilterGuiBase* m_page = nullptr;  // GUI thread only
 };

@@ -1,8 +1,11 @@
 #include "orvcore/filter/filterresult.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <set>
 
+#include "orvcore/filter/intermediates.h"
 #include "orvcore/filter/mapimage.h"
 #include "orvcore/filter/mappictures.h"
 #include "zorbase/text.h"
@@ -82,6 +85,57 @@ void OrvSlotResult::Judge(OrvVerdict newVerdict, const std::string& text,
 void OrvSlotResult::Judge(OrvVerdict newVerdict, const std::string& text, const OrvMeasurement& measurement,
                           std::vector<std::string> sentences) {
     Judge(newVerdict, text + " (" + MeasurementText(measurement) + ")", std::move(sentences));
+}
+
+bool OrvFilterResult::IsLight() const {
+    return std::any_of(std::begin(slot), std::end(slot),
+                       [](const OrvSlotResultPtr& result) { return result && result->isLight; });
+}
+
+std::size_t OrvFilterResult::GetBytes() const {
+    std::set<const void*> seen;
+    std::size_t bytes = 0;
+    const auto add = [&](const cv::Mat& mat) {
+        if (!mat.empty() && seen.insert(mat.datastart).second) bytes += BytesOfMat(mat);
+    };
+    // The file's own picture counts where it was decoded; filters that show it as it is share it.
+    const auto addResult = [&](const OrvSlotResultPtr& result) {
+        if (!result) return;
+        if (result->outputImage.GetMat().datastart != result->inputImage.GetMat().datastart)
+            add(result->outputImage.GetMat());
+        add(result->plot.image.GetMat());
+        for (const OrvPlotData& plotData : result->morePlots) add(plotData.image.GetMat());
+        for (const OrvMap& map : result->maps) {
+            add(map.values);
+            add(map.mask);
+        }
+    };
+    for (int i = 0; i < kFileSlots; ++i) {
+        addResult(computed[i]);
+        addResult(slot[i]);
+    }
+    return bytes;
+}
+
+OrvFilterResultPtr OrvFilterResult::MakeLight() const {
+    auto light = std::make_shared<OrvFilterResult>(*this);
+    light->pictures.reset();
+    const auto lighten = [](OrvSlotResultPtr& result) {
+        if (!result) return;
+        auto copy = std::make_shared<OrvSlotResult>(*result);
+        copy->inputImage.Reset();
+        copy->outputImage.Reset();
+        copy->plot.image.Reset();
+        for (OrvPlotData& plotData : copy->morePlots) plotData.image.Reset();
+        copy->maps.clear();
+        copy->isLight = true;
+        result = std::move(copy);
+    };
+    for (int i = 0; i < kFileSlots; ++i) {
+        lighten(light->computed[i]);
+        lighten(light->slot[i]);
+    }
+    return light;
 }
 
 std::vector<OrvMap> OrvFilterResult::GetMaps(int ofSlot) const {

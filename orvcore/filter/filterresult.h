@@ -65,6 +65,7 @@ struct OrvSlotResult {
     std::vector<OrvPlotData> morePlots;
     std::vector<OrvMap> maps;
     bool isSkipped = false;  // the filter said why not before any work; nothing but the verdict is there
+    bool isLight = false;  // pictures and maps were let go to save memory; texts, numbers and plots are there
 
     // Sets the output of that name. Throws ZorException (kind Argument) when the filter has none or the value is of another type
     // than the output's.
@@ -105,6 +106,16 @@ struct OrvFilterResult {
     VecParameter output;                    // both slots merged: evidence values and reference values
     FilterStatus status = FilterStatus::NotProcessed;
     std::string surroundings;  // the filter's, when the work began
+
+    // What was in the files that are parameters when the result was asked for; see parameterfiles.h.
+    std::string fileStamp;
+    bool isFresh[kFileSlots] = {};  // computed just now, so worth keeping on disk
+
+    bool IsLight() const;
+    // How many bytes pictures and maps hold, beside the file's own picture; memory that they share counts once.
+    std::size_t GetBytes() const;
+    // A copy without them.
+    std::shared_ptr<const OrvFilterResult> MakeLight() const;
 
     // The maps as they are to be drawn: an automatic range is the one that a map shares with the other file's map of its name.
     // Cheap: values are shared. Empty where the slot has no result.

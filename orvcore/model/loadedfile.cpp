@@ -67,26 +67,13 @@ const EvidenceFacts& OrvLoadedFile::GetEvidenceFacts() const {
 }
 
 std::shared_ptr<const DecodedImage> OrvLoadedFile::GetDecoded(const OrvJob& job) const {
-    {
-        const std::lock_guard lock(m_decodeMutex);
-        if (m_decodeFailure) throw ZorException(*m_decodeFailure);
-    }
-    try {
-        return GetShared<DecodedImage>(
-            kDecoded,
-            [&] {
-                return DecodeImage(m_bytes,
-                                   [&job](double done) { job.SetProgress(done, "Decoding the picture"); });
-            },
-            [](const DecodedImage& decoded) {
-                const cv::Mat& mat = decoded.image.GetMat();
-                return mat.total() * mat.elemSize();
-            });
-    } catch (const ZorException& exception) {
-        if (exception.GetKind() == ZorException::Kind::Format) {
-            const std::lock_guard lock(m_decodeMutex);
-            m_decodeFailure = std::make_unique<ZorException>(exception);
-        }
-        throw;
-    }
+    return GetShared<DecodedImage>(
+        kDecoded,
+        [&] {
+            return DecodeImage(m_bytes, [&job](double done) { job.SetProgress(done, "Decoding the picture"); });
+        },
+        [](const DecodedImage& decoded) {
+            const cv::Mat& mat = decoded.image.GetMat();
+            return mat.total() * mat.elemSize();
+        });
 }

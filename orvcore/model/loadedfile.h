@@ -13,6 +13,18 @@
 #include "zorbase/zorexception.h"
 #include "zorimage/imageio.h"
 
+// Whether somebody else shares the buffer of a value that only its owner holds.
+template <typename T>
+bool IsPartInUse(const T&) {
+    return false;
+}
+inline bool IsPartInUse(const cv::Mat& mat) {
+    return mat.u != nullptr && CV_XADD(&mat.u->refcount, 0) > 1;
+}
+inline bool IsPartInUse(const DecodedImage& decoded) {
+    return IsPartInUse(decoded.image.GetMat());
+}
+
 // One loaded file as an immutable snapshot: its bytes as they were when it was read, and what follows from
 // them, worked out once on first need. Held by std::shared_ptr<const …>: loading another file into a slot
 // swaps the pointer, and whoever still holds the old one finishes with it in peace. Safe on any thread.
@@ -48,7 +60,8 @@ class OrvLoadedFile {
                                        const BytesOf& bytesOf) const {
         return std::static_pointer_cast<const T>(m_shared.Get(key, [&]() -> OrvSharedValues::Made {
             auto value = std::make_shared<const T>(make());
-            return {value, bytesOf(*value)};
+            const T* raw = value.get();
+            return {value, bytesOf(*value), [raw] { return IsPartInUse(*raw); }};
         }));
     }
 
@@ -68,8 +81,6 @@ class OrvLoadedFile {
     mutable std::unique_ptr<ImageInfo> m_info;
     mutable std::unique_ptr<EvidenceFacts> m_evidenceFacts;
     mutable OrvSharedValues m_shared;
-    mutable std::mutex m_decodeMutex;
-    mutable std::unique_ptr<ZorException> m_decodeFailure;
 };
 
 using OrvFilePtr = std::shared_ptr<const OrvLoadedFile>;

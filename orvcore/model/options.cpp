@@ -43,6 +43,13 @@ OrvOptions::OrvOptions() {
         {Parameter::Bool("useCache", "Keep slow results on disk", true)
              .SetToolTip(
                  "Results that take long are kept in the cache folder and shown at once the next time."),
+         Parameter::Int("cacheMiB", "Room for results on disk (MiB)", 2048, 16, 1048576)
+             .SetToolTip(
+                 "Where it is exceeded, the results that were not looked at for longest are removed."),
+         Parameter::Int("memoryMiB", "Memory for results (MiB, 0: automatic)", 0, 0, 1048576)
+             .SetToolTip(
+                 "How much results that can be computed again may take. Automatic is a quarter of the machine's "
+                 "memory, and at most 1 GB."),
          Parameter::Int("maximumFileMiB", "Largest file to open (MiB)", 2048, 1, 16384)
              .SetToolTip("A file is read into memory as a whole; larger ones are refused.")},
         {Parameter::Slider("jpegQuality", "JPEG quality of saved results", 95, 1, 100)
@@ -147,6 +154,14 @@ bool OrvOptions::IsCacheEnabled() const {
 
 std::uint64_t OrvOptions::GetMaximumFileBytes() const {
     return static_cast<std::uint64_t>(Value<int>("maximumFileMiB")) * 1024 * 1024;
+}
+
+std::size_t OrvOptions::GetMemoryBytes() const {
+    return static_cast<std::size_t>(Value<int>("memoryMiB")) * 1024 * 1024;
+}
+
+std::uint64_t OrvOptions::GetCacheBytes() const {
+    return static_cast<std::uint64_t>(Value<int>("cacheMiB")) * 1024 * 1024;
 }
 
 int OrvOptions::GetJpegQuality() const {

@@ -41,6 +41,8 @@ class OrvOptions {
 
     bool IsCacheEnabled() const;
     std::uint64_t GetMaximumFileBytes() const;
+    std::size_t GetMemoryBytes() const;  // 0: as the machine suggests
+    std::uint64_t GetCacheBytes() const;
     int GetJpegQuality() const;
     bool OpensReports() const;
     bool BatchIncludesSubfolders() const;

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <exception>
 #include <functional>
 #include <map>
 #include <memory>
@@ -10,12 +9,15 @@
 
 // Values that are worked out once per key, however many threads ask: the first one makes it, the others wait for that key alone.
 // An exception of the maker leaves nothing behind, so that the next one tries again; but a failure of kind Format, which lies in
-// the bytes, is kept and thrown again. Makers may ask for other keys, not for their own.
+// the bytes, is kept and thrown again. Makers may ask for other keys, not for their own. Values count against the memory budget:
+// one that nobody uses may be dropped, and is made again when it is asked for.
 class OrvSharedValues {
   public:
     struct Made {
         std::shared_ptr<const void> value;
         std::size_t bytes = 0;  // what it holds in memory
+        // Whether somebody holds a part of the value without holding the value; may be empty.
+        std::function<bool()> isPartInUse;
     };
 
     std::shared_ptr<const void> Get(const std::string& key, const std::function<Made()>& make);
@@ -23,12 +25,8 @@ class OrvSharedValues {
     bool Has(const std::string& key) const;
 
   private:
-    struct Entry {
-        std::mutex making;  // held while the value is made
-        std::shared_ptr<const void> value;
-        std::exception_ptr failure;
-    };
+    class Entry;
 
-    mutable std::mutex m_mutex;  // guards the list and what entries hold; never held while a value is made
+    mutable std::mutex m_mutex;  // guards the list; never held while a value is made
     std::map<std::string, std::shared_ptr<Entry>> m_entries;
 };

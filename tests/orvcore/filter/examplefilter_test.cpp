@@ -8,6 +8,7 @@
 #include "orvcore/filter/mapimage.h"
 #include "tests/support/runfilter.h"
 #include "tests/support/testcore.h"
+#include "zorbase/progress.h"
 
 namespace {
 
@@ -145,4 +146,35 @@ TEST(ExampleFilter, AWrongOutputNameOrTypeIsAnError) {
     EXPECT_THROW(result.Set("count", "bad"), ZorException);
     EXPECT_THROW(result.AddNumber("Label", "1"), ZorException) << "there is no table of numbers";
     EXPECT_THROW(result.AddMap(OrvMap()), ZorException);
+}
+
+TEST(ExampleFilter, ProgressRunsOnceFromBeginningToEnd) {
+    class Probe : public OrvFilterImage {
+      public:
+        Probe() : OrvFilterImage("Probe", "probe") {}
+        mutable std::vector<double> seen;
+
+      protected:
+        void Compute(const OrvLoadedFile& file, const VecParameter&, const OrvJob& job,
+                     OrvSlotResult& result) const override {
+            for (const double done : {0.0, 1.0}) {
+                file.GetDecoded(job);  // done before
+                job.SetProgress(done);
+                seen.push_back(acvGetProgress());
+            }
+            result.outputImage = file.GetDecoded(job)->image;
+        }
+    };
+    const TemporaryFolder folder;
+    const std::string a = WriteGrey(folder, "a.png", TwoHalves(1, 2));
+    const std::string b = WriteGrey(folder, "b.png", TwoHalves(1, 3));
+    const Probe probe;
+    const OrvFilterResultPtr result = RunFilter(probe, a, b);
+    EXPECT_EQ(probe.seen, (std::vector<double>{0.125, 0.5, 0.625, 1.0}))
+        << "decoding has a quarter of each file's half";
+    probe.seen.clear();
+    OrvFilterResult again;
+    again.file[OrvReference] = result->file[OrvReference];
+    probe.Run(again, {}, OrvJob(), nullptr);
+    EXPECT_EQ(probe.seen, (std::vector<double>{0.0, 1.0})) << "a picture that is there takes no share";
 }

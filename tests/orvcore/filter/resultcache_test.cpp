@@ -2,6 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <filesystem>
+#include <limits>
+#include <tuple>
+
 #include "tests/support/runfilter.h"
 #include "tests/support/testcore.h"
 
@@ -32,6 +37,31 @@ class RichFilter : public ProbeFilter {
         result.plot.marks = {{1}, {2}};
         result.plot.helpLines = {{0, 0, 1, 1}};
         result.plot.xLabel = "x";
+        result.morePlots = {result.plot};
+        result.inputImage = Image(picture);
+        OrvMap map;
+        map.name = "Map";
+        map.unit = "levels";
+        map.values = cv::Mat(7, 5, CV_32F);
+        cv::randu(map.values, -3, 3);
+        map.values.at<float>(1, 1) = std::numeric_limits<float>::quiet_NaN();
+        map.mask = cv::Mat(7, 5, CV_8U, cv::Scalar(0));
+        map.mask.at<std::uint8_t>(6, 4) = 255;
+        map.scale = OrvMapScale::Diverging;
+        map.block = {4, 3};
+        map.origin = {-2, 1};
+        map.floor = {-1, 1};
+        map.threshold = 2.5;
+        map.thresholdSide = OrvMapSide::Above;
+        map.lines = {{{1, 2}, {3.5F, 4}}};
+        map.regions = {{Roi(1, 2, 3, 4), "here"}};
+        result.AddMap(map);
+        map.name = "Grids";
+        map.values = cv::Mat(2, 2, CV_16S, cv::Scalar(-7));
+        map.mask.release();
+        map.scale = OrvMapScale::Classes;
+        map.classNames = {"a", "b"};
+        result.AddMap(map);
     }
 };
 
@@ -43,12 +73,21 @@ std::string OnlyFileBelow(const std::string& folder) {
     return files.empty() ? std::string() : files.front();
 }
 
+std::string BytesOf(const cv::Mat& mat) {
+    return std::string(mat.ptr<char>(), mat.total() * mat.elemSize());
+}
+
 struct CacheRun {
-    CacheRun() { request.file[OrvEvidence] = LoadForTest(folder.WritePicture("a.png")); }
+    CacheRun() {
+        filter.cacheable = true;
+        request.file[OrvEvidence] = LoadForTest(folder.WritePicture("a.png"));
+    }
     OrvSlotResultPtr Run() {
         request.input = filter.GetInputPrototype();
         request.postProcessing = filter.GetPostProcessingPrototype();
-        return filter.Run(request, {}, OrvJob(), &cache)->computed[OrvEvidence];
+        const OrvFilterResultPtr result = filter.Run(request, {}, OrvJob(), &cache);
+        filter.KeepFresh(*result, cache);
+        return result->computed[OrvEvidence];
     }
     CaseFolder folder;
     RichFilter filter;
@@ -74,9 +113,94 @@ TEST(ResultCache, AKeptResultIsTheResult) {
     EXPECT_EQ(kept->plot.curves, made->plot.curves);
     EXPECT_EQ(kept->plot.counts, made->plot.counts);
     EXPECT_EQ(kept->plot.helpLines, made->plot.helpLines);
+    EXPECT_EQ(kept->morePlots.size(), 1U);
+    ASSERT_EQ(kept->maps.size(), 2U);
+    for (std::size_t i = 0; i < 2; ++i) {
+        const OrvMap& a = made->maps[i];
+        const OrvMap& b = kept->maps[i];
+        EXPECT_EQ(BytesOf(a.values), BytesOf(b.values)) << "bit by bit, what is no number too";
+        EXPECT_EQ(BytesOf(a.mask), BytesOf(b.mask));
+        EXPECT_EQ(std::tie(a.name, a.unit, a.scale, a.block, a.origin, a.image, a.floor, a.range,
+                           a.isAutomatic, a.threshold, a.thresholdSide, a.classNames),
+                  std::tie(b.name, b.unit, b.scale, b.block, b.origin, b.image, b.floor, b.range,
+                           b.isAutomatic, b.threshold, b.thresholdSide, b.classNames));
+        ASSERT_EQ(b.lines.size(), 1U);
+        EXPECT_EQ(b.lines[0].to, a.lines[0].to);
+        ASSERT_EQ(b.regions.size(), 1U);
+        EXPECT_EQ(b.regions[0].box, a.regions[0].box);
+        EXPECT_EQ(b.regions[0].text, a.regions[0].text);
+    }
     c.filter.version = 2;
     c.Run();
     EXPECT_EQ(c.filter.runs, 2) << "another version of the filter is another result";
+}
+
+TEST(ResultCache, WhatWasNotLookedAtForLongestGoesFirst) {
+    CacheRun c;
+    c.Run();
+    const std::string oldest = OnlyFileBelow(c.folder / "cache");
+    const std::uint64_t size = c.cache.GetSize();
+    EXPECT_EQ(size, std::filesystem::file_size(oldest));
+    WriteFile(PathJoin(PathFolder(oldest), "extracted.jpg"), std::string(100, 'x'));
+    using namespace std::chrono_literals;
+    const auto age = [](const std::string& path, auto by) {
+        std::filesystem::last_write_time(path, std::filesystem::file_time_type::clock::now() - by);
+    };
+    age(oldest, 2h);
+    c.filter.version = 2;
+    c.Run();
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(c.folder / "cache"))
+        if (entry.path().extension() == ".result" && entry.path() != oldest) age(entry.path().string(), 1h);
+    c.filter.version = 1;
+    c.Run();  // read, so used now
+    c.cache.SetLimit(size * 5 / 2);
+    c.filter.version = 3;
+    c.Run();
+    EXPECT_TRUE(FileExists(oldest)) << "it was read last";
+    EXPECT_LE(c.cache.GetSize(), size * 5 / 2);
+    const int runs = c.filter.runs;
+    c.filter.version = 2;
+    c.Run();
+    EXPECT_EQ(c.filter.runs, runs + 1) << "that one had to go";
+    c.cache.Clear();
+    EXPECT_EQ(c.cache.GetSize(), 0U);
+    EXPECT_TRUE(FileExists(PathJoin(PathFolder(oldest), "extracted.jpg"))) << "what is not the cache's stays";
+}
+
+// A table that is a parameter counts by what is in it.
+TEST(ResultCache, AChangedFileThatIsAParameterIsAnotherQuestion) {
+    class TableFilter : public ProbeFilter {
+      public:
+        TableFilter() : ProbeFilter("table") {
+            SetParameters({Parameter::Int("value", "Value", 0, 0, 9),
+                           Parameter::Path(ParameterType::FileLoad, "table", "Table", "")},
+                          {Parameter::Int("gain", "Gain", 1, 1, 9)}, GetOutputPrototype());
+            cacheable = true;
+        }
+    };
+    CaseFolder folder;
+    TableFilter filter;
+    const OrvResultCache cache(folder / "cache");
+    WriteFile(folder / "table.txt", std::string("one"));
+    OrvFilterResult request;
+    request.file[OrvEvidence] = LoadForTest(folder.WritePicture("a.png"));
+    request.input = filter.GetInputPrototype();
+    request.postProcessing = filter.GetPostProcessingPrototype();
+    ASSERT_TRUE(request.input.Find("table")->SetValue(folder / "table.txt"));
+    std::vector<OrvFilterResultPtr> held;
+    const auto run = [&](bool fromMemory) {
+        held.push_back(
+            filter.Run(request, fromMemory ? held : std::vector<OrvFilterResultPtr>(), OrvJob(), &cache));
+        filter.KeepFresh(*held.back(), cache);
+        return filter.runs.load();
+    };
+    EXPECT_EQ(run(true), 1);
+    EXPECT_EQ(run(true), 1) << "held";
+    EXPECT_EQ(run(false), 1) << "on disk";
+    WriteFile(folder / "table.txt", std::string("two"));  // as long as before
+    EXPECT_EQ(run(true), 2);
+    WriteFile(folder / "table.txt", std::string("one"));
+    EXPECT_EQ(run(false), 2) << "the content of the beginning is on disk, whatever its date";
 }
 
 TEST(ResultCache, DamagedAndForeignFilesAreIgnoredAndWrittenAgain) {
@@ -93,7 +217,7 @@ TEST(ResultCache, DamagedAndForeignFilesAreIgnoredAndWrittenAgain) {
     }
     // A block that claims more than there is, with a checksum that is right.
     std::string body(8, '\xFF');
-    damaged.push_back("orvane-result 1\n" + Sha256(body) + body);
+    damaged.push_back("orvane-result 2\n" + Sha256(body) + body);
     int runs = c.filter.runs;
     for (const std::string& text : damaged) {
         WriteFile(path, text);
