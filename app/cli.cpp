@@ -87,7 +87,8 @@ int Report(OrvInterface& core, const std::string& evidence, const std::string& r
 }
 
 int Analyse(OrvInterface& core, const std::string& evidence, const std::string& reference,
-            const std::string& filterId, const std::vector<std::string>& settings) {
+            const std::string& filterId, const std::vector<std::string>& settings,
+            const std::string& imageFolder) {
     Outcome outcome(core);
     OrvFilter* filter = core.GetContext().FindFilter(filterId);
     if (filter == nullptr)
@@ -110,6 +111,7 @@ int Analyse(OrvInterface& core, const std::string& evidence, const std::string& 
     OrvReportSection section;
     section.filter = filter;
     section.result = filter->GetResult();
+    if (!imageFolder.empty()) WritePictures(*filter, *section.result, imageFolder, PathStem(evidence));
     return Print(BuildTsv(section));
 }
 
@@ -217,6 +219,10 @@ int main(int argc, char** argv) {
         ->default_val("file-format");
     analyse->add_option("-s,--set", settings, "A parameter as name=value; may be given several times")
         ->expected(1, 100);
+    std::string imageFolder;
+    analyse->add_option(
+        "-i,--images", imageFolder,
+        "A folder to write the result's pictures, maps and plots to; nothing in it is replaced");
 
     std::string folder;
     bool subfolders = false;
@@ -264,7 +270,7 @@ int main(int argc, char** argv) {
         OrvInterface core;
         std::signal(SIGINT, [](int) { wasInterrupted = 1; });
         if (report->parsed()) return Report(core, evidence, reference, output);
-        if (analyse->parsed()) return Analyse(core, evidence, reference, filterId, settings);
+        if (analyse->parsed()) return Analyse(core, evidence, reference, filterId, settings, imageFolder);
         if (batch->parsed()) return Batch(core, folder, evidence, subfolders, hashes, output);
         if (filters->parsed()) return ListFilters(core);
     } catch (const std::exception& exception) {

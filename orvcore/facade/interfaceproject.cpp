@@ -272,6 +272,9 @@ void OrvInterface::Private::GenerateReport(std::string path, const ReportRequest
     OrvReport report;
     for (const OrvFileId slot : {OrvEvidence, OrvReference}) report.files[slot] = asked.analysed[slot];
     report.project = asked.project;
+    // Each part is written when it is there, so that no more than one filter's pictures are held for the report.
+    FileWriter page(path);
+    page.Add(HtmlReportBegin(report));
     for (std::size_t i = 0; i < asked.filters.size(); ++i) {
         OrvFilter& filter = *asked.filters[i].filter;
         const OrvFilterResult& request = asked.filters[i].request;
@@ -284,15 +287,18 @@ void OrvInterface::Private::GenerateReport(std::string path, const ReportRequest
         try {
             section.result = Compute(filter, request, piece);
             // The window shows it too, where it is still what the window asks for.
+            const bool isNew = filter.FindHeld(request) != section.result;
             if (IsAskedNow(asked.filters[i])) filter.Publish(section.result);
+            if (isNew) KeepFresh(filter, *section.result);
         } catch (const ZorException& exception) {
             // One filter that cannot say anything about a file does not keep the others from being reported.
             if (exception.GetKind() == ZorException::Kind::Aborted) throw;
             section.error = exception.GetMessage();
         }
-        report.sections.push_back(std::move(section));
+        page.Add(HtmlReportSection(section));
     }
-    WriteFile(path, BuildHtmlReport(report));
+    page.Add(HtmlReportFoot());
+    page.Finish();
     auto event = std::make_unique<OrvCommandEvent>(OrvEventGenerateReport);
     // The string asks for the report to be opened; a report that is not is told as a message.
     const bool opens = !isDefault || options.OpensReports();
@@ -324,8 +330,7 @@ void OrvInterface::Private::SaveResult(const Asked& asked, const Image& image, c
     Image shown = image;
     if (!shown.IsValid() && filter != nullptr && filter->GetPageKind() != OrvPageKind::Text) {
         const OrvFilterResultPtr result = Compute(*filter, asked.request, job);
-        for (const OrvSlotResultPtr& slot : result->slot)
-            if (!shown.IsValid() && slot) shown = slot->outputImage;
+        for (int slot = 0; slot < kFileSlots && !shown.IsValid(); ++slot) shown = result->GetPicture(slot);
     }
     if (!shown.IsValid())
         ZOR_THROW(Argument, "This filter shows no image. Save its result as an HTML page or a table.");

@@ -1,7 +1,10 @@
 #include "orvcore/report/report.h"
 
+#include <wx/base64.h>
+
 #include <ctime>
 
+#include "orvcore/filter/libraryversions.h"
 #include "orvcore/tables/tablemarkup.h"
 #include "zorbase/appversion.h"
 #include "zorbase/text.h"
@@ -16,6 +19,7 @@ h1{font-size:24px;margin:0 0 4px}h2{font-size:18px;margin:32px 0 4px;border-bott
 p{margin:4px 0 8px}.quiet{color:#5b6470}.odd{color:#b3261e}.note{color:#8a4b00}
 table{border-collapse:collapse;margin:8px 0;width:100%}
 th,td{border:1px solid #d9dde3;padding:4px 8px;text-align:left;vertical-align:top;overflow-wrap:anywhere}
+figure{margin:12px 0}figure img,figure svg{max-width:100%;height:auto}figcaption{color:#5b6470;font-size:13px}
 th{background:#f2f4f7;font-weight:600}th.name{width:24%}
 td{font-family:"DejaVu Sans Mono",monospace;font-size:13px;white-space:pre-wrap}
 @media print{body{margin:0;max-width:none}h2{break-after:avoid}tr{break-inside:avoid}}
@@ -105,7 +109,49 @@ std::string Outputs(const OrvFilterResult& result) {
     return (rows.empty() ? std::string() : Table(Head(labels) + rows)) + tables;
 }
 
-std::string Section(const OrvReportSection& section) {
+// Large enough to see what was found, small enough for a page with thirty analyses of two files.
+constexpr int kLongestSide = 800;
+
+std::string DataLink(const Image& image) {
+    const std::vector<std::uint8_t> png = EncodeImage(image, "png");
+    return "data:image/png;base64," + FromWx(wxBase64Encode(png.data(), png.size()));
+}
+
+std::string Pictures(const OrvReportSection& section, const OrvPictureLink& link) {
+    std::string html;
+    ForEachPicture(
+        *section.filter, *section.result, link ? 0 : kLongestSide, [&](const OrvResultPicture& picture) {
+            std::string figure = picture.svg;
+            if (figure.empty()) {
+                const std::string source = link ? link(picture) : DataLink(picture.image);
+                if (source.empty()) return;
+                figure = "<img src=\"" + source + "\" alt=\"" + EscapeHtml(picture.alternative) + "\">";
+            }
+            html += "<figure>\n" + figure + "\n<figcaption>" + EscapeHtml(picture.caption) +
+                    "</figcaption>\n</figure>\n";
+        });
+    return html;
+}
+
+// What each file's verdict is, and what was found.
+std::string Verdicts(const OrvFilterResult& result) {
+    std::string html;
+    for (int slot = 0; slot < kFileSlots; ++slot) {
+        if (!result.slot[slot]) continue;
+        const OrvSlotResult& found = *result.slot[slot];
+        const std::string title = std::string(kSlotTitles[slot]) + ": ";
+        if (found.SaysNothing())
+            html +=
+                "<p class=\"quiet\">" + title + "not applicable: " + EscapeHtml(found.verdictText) + "</p>\n";
+        else if (!found.verdictText.empty())
+            html += "<p>" + title + EscapeHtml(found.verdictText) + "</p>\n";
+        for (const std::string& finding : found.findings)
+            html += "<p class=\"note\">" + title + EscapeHtml(finding) + "</p>\n";
+    }
+    return html;
+}
+
+std::string Section(const OrvReportSection& section, const OrvPictureLink& link) {
     const OrvFilter& filter = *section.filter;
     std::string html = "<h2>" + EscapeHtml(filter.GetNameUtf8()) + "</h2>\n<p class=\"quiet\">" +
                        EscapeHtml(filter.GetDescriptionUtf8()) + "</p>\n";
@@ -116,17 +162,12 @@ std::string Section(const OrvReportSection& section) {
     html += "<p class=\"quiet\">Filter version " + ToString(filter.GetVersion()) +
             ". Parameters: " + (parameters.empty() ? std::string("none") : EscapeHtml(parameters)) +
             ".</p>\n";
-    for (int slot = 0; slot < kFileSlots; ++slot)
-        if (section.result->slot[slot])
-            for (const std::string& finding : section.result->slot[slot]->findings)
-                html += "<p class=\"note\">" + std::string(kSlotTitles[slot]) + ": " + EscapeHtml(finding) +
-                        "</p>\n";
-    return html + Outputs(*section.result);
+    return html + Verdicts(*section.result) + Pictures(section, link) + Outputs(*section.result);
 }
 
 }  // namespace
 
-std::string BuildHtmlReport(const OrvReport& report) {
+std::string HtmlReportBegin(const OrvReport& report) {
     std::string title = "Report";
     for (const OrvFilePtr& file : report.files)
         if (file) {
@@ -134,8 +175,12 @@ std::string BuildHtmlReport(const OrvReport& report) {
             break;
         }
     std::string html = HtmlReportHead(title, PathName(report.project.GetPath()));
-    html += "<h2>Files</h2>\n" + FilesTable(report);
-    for (const OrvReportSection& section : report.sections) html += Section(section);
+    return html + "<h2>Files</h2>\n" + FilesTable(report);
+}
+
+std::string BuildHtmlReport(const OrvReport& report) {
+    std::string html = HtmlReportBegin(report);
+    for (const OrvReportSection& section : report.sections) html += Section(section, {});
     return html + HtmlReportFoot();
 }
 
@@ -147,6 +192,7 @@ std::string HtmlReportHead(const std::string& title, const std::string& project)
     html += "<p class=\"quiet\">Written by " + EscapeHtml(version.GetFullName()) +
             (version.GetRevision().empty() ? std::string() : " (" + EscapeHtml(version.GetRevision()) + ")") +
             " on " + FormatTime(std::time(nullptr)) + ".";
+    html += " Libraries: " + EscapeHtml(LibraryVersionsText()) + ".";
     if (!project.empty()) html += " Project: " + EscapeHtml(ToValidUtf8(project)) + ".";
     html +=
         "</p>\n<p class=\"quiet\">Values that differ between evidence and reference are red. A finding is an observation, "
@@ -158,8 +204,8 @@ std::string HtmlReportFiles(const OrvReport& report) {
     return FilesTable(report);
 }
 
-std::string HtmlReportSection(const OrvReportSection& section) {
-    return Section(section);
+std::string HtmlReportSection(const OrvReportSection& section, const OrvPictureLink& link) {
+    return Section(section, link);
 }
 
 std::string HtmlReportFoot() {
@@ -174,6 +220,10 @@ std::string BuildTsv(const OrvReportSection& section) {
         text += "\n";
     };
     line({"Name", kSlotTitles[OrvEvidence], kSlotTitles[OrvReference]});
+    std::vector<std::string> verdicts = {"Result"};
+    for (const OrvSlotResultPtr& slot : section.result->slot)
+        verdicts.push_back(slot ? (slot->SaysNothing() ? "Not applicable: " : "") + slot->verdictText : "");
+    if (!verdicts[1].empty() || !verdicts[2].empty()) line(verdicts);
     for (const Parameter& output : section.result->output) {
         if (output.IsHiddenFromGui() || output.Type() == ParameterType::TableString) continue;
         line({output.GetDescription(), output.GetValueAsString(false), output.GetValueAsString(true)});

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "orvcore/filter/filter.h"
 #include "orvcore/model/project.h"
+#include "orvcore/report/resultpictures.h"
 
 // One filter's part of a report. Either a result or the error that kept it from having one.
 struct OrvReportSection {
@@ -19,9 +21,9 @@ struct OrvReport {
     std::vector<OrvReportSection> sections;
 };
 
-// A self-contained HTML page: the program with its version, the files with size, dates and hashes, and for
-// every section the filter, its version, its parameters and every text result. Everything that came from a
-// file is escaped; the page has no scripts and loads nothing.
+// A self-contained HTML page: the program with its version and those of the libraries that read the pictures, the files with size, dates
+// and hashes, and for every section the filter, its version, its parameters, every text result, and its pictures, maps with their
+// legends, and plots. Everything that came from a file is escaped; the page has no scripts and loads nothing.
 std::string BuildHtmlReport(const OrvReport& report);
 
 // The text results of one section as tab separated values, inert in a spreadsheet.
@@ -29,7 +31,11 @@ std::string BuildTsv(const OrvReportSection& section);
 
 // The parts of such a page, for a report on many files: head, then per file its facts and sections, then foot.
 // project: a file name, "" for none.
+std::string HtmlReportBegin(
+    const OrvReport& report);  // all of a page on one pair of files before its sections
 std::string HtmlReportHead(const std::string& title, const std::string& project);
 std::string HtmlReportFiles(const OrvReport& report);
-std::string HtmlReportSection(const OrvReportSection& section);
+// link: where a picture of the section is found ("" leaves it out); without one, pictures are part of the page.
+using OrvPictureLink = std::function<std::string(const OrvResultPicture&)>;
+std::string HtmlReportSection(const OrvReportSection& section, const OrvPictureLink& link = {});
 std::string HtmlReportFoot();

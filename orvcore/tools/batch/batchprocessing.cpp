@@ -115,20 +115,17 @@ class BatchReport {
                        EscapeHtml(problem) + "</p>\n");
     }
     void Add(const BatchTool& tool, const OrvReportSection& section) {
-        std::string images[kFileSlots];
-        for (int slot = 0; slot < kFileSlots; ++slot)
-            if (section.result && section.result->slot[slot])
-                images[slot] = Keep(tool, section.result->GetPicture(slot), slot);
-        if (m_isTable) {
-            AddLines(tool, section, images);
+        if (!m_isTable) {
+            m_page.Add(HtmlReportSection(
+                section, [&](const OrvResultPicture& picture) { return Link(Keep(tool, picture)); }));
             return;
         }
-        m_page.Add(HtmlReportSection(section));
-        for (const std::string& image : images)
-            if (!image.empty())
-                m_page.Add("<p><img src=\"" + Link(image) + "\" alt=\"" +
-                           EscapeHtml("Result of " + tool.filter->GetNameUtf8()) +
-                           "\" style=\"max-width:100%\"></p>\n");
+        std::vector<std::string> images[kFileSlots];
+        if (section.result)
+            ForEachPicture(*tool.filter, *section.result, 0, [&](const OrvResultPicture& picture) {
+                images[picture.slot].push_back(Keep(tool, picture));
+            });
+        AddLines(tool, section, images);
     }
     void Finish() {
         if (!m_isTable) m_page.Add(HtmlReportFoot());
@@ -137,14 +134,17 @@ class BatchReport {
     }
 
   private:
-    // Returns the path from the report on, "" without an image.
-    std::string Keep(const BatchTool& tool, const Image& image, int slot) {
-        if (!image.IsValid()) return {};
+    // Returns the path from the report on.
+    std::string Keep(const BatchTool& tool, const OrvResultPicture& picture) {
         const std::string name = ToString(m_fileNumber) + "-" + tool.filter->GetId() + "-" +
-                                 ToString(tool.configuration + 1) +
-                                 (slot == OrvReference ? "-reference.png" : ".png");
+                                 ToString(tool.configuration + 1) + "-" + picture.name +
+                                 (picture.svg.empty() ? ".png" : ".svg");
         m_hasFolder = true;
-        WriteImage(image, PathJoin(m_imageFolder, name));
+        const std::string path = PathJoin(m_imageFolder, name);
+        if (picture.svg.empty())
+            WriteImage(picture.image, path);
+        else
+            WriteFile(path, picture.svg);
         return PathJoin(PathName(m_imageFolder), name);
     }
     void Line(const std::vector<std::string>& cells) {
@@ -152,7 +152,7 @@ class BatchReport {
         m_page.Add("\n");
     }
     void AddLines(const BatchTool& tool, const OrvReportSection& section,
-                  const std::string (&images)[kFileSlots]) {
+                  const std::vector<std::string> (&images)[kFileSlots]) {
         const auto line = [&](const std::string& name, const std::string& evidence,
                               const std::string& reference) {
             Line({FromWx(PathToWx(m_file->GetPath())), m_file->GetSha256(), tool.filter->GetNameUtf8(),
@@ -176,7 +176,7 @@ class BatchReport {
             }
         }
         if (!images[OrvEvidence].empty() || !images[OrvReference].empty())
-            line("Result image", images[OrvEvidence], images[OrvReference]);
+            line("Result image", Join(images[OrvEvidence], "; "), Join(images[OrvReference], "; "));
     }
 
     FileWriter m_page;
@@ -243,7 +243,9 @@ class Batch {
             for (const OrvFilePtr& file : files)
                 if (file && !m_cache.Load(*tool.filter, *file, tool.input))
                     ZOR_THROW(Argument, "Not processed yet: the cache holds no result.");
-        return tool.filter->Run(request, {}, job, usesCache ? &m_cache : nullptr);
+        OrvFilterResultPtr result = tool.filter->Run(request, {}, job, usesCache ? &m_cache : nullptr);
+        if (usesCache) tool.filter->KeepFresh(*result, m_cache);
+        return result;
     }
 
     void AddRow(const BatchTool& tool, const OrvReportSection& section,

@@ -90,17 +90,17 @@ TEST_F(BatchProcessing, AFolderBecomesOnePageWithItsImages) {
 
     const std::string page = ReadFile(folder / "out/report.html");
     EXPECT_THAT(page, HasSubstr(files[OrvEvidence]->GetSha256()));
-    EXPECT_THAT(page, HasSubstr("<img src=\"report-images/1-negative-1.png\""));
+    EXPECT_THAT(page, HasSubstr("<img src=\"report-images/1-negative-1-evidence.png\""));
     EXPECT_THAT(page, HasSubstr("No result: &quot;b.png&quot;: It failed on purpose."));
     EXPECT_THAT(page, AllOf(HasSubstr("Negative &lt;b&gt;"), Not(HasSubstr("Negative <b>"))));
     EXPECT_THAT(page, testing::EndsWith("</html>\n"));
-    const Image kept = DecodeImage(ReadFileBytes(folder / "out/report-images/1-negative-1.png")).image;
+    const Image kept = DecodeImage(ReadFileBytes(folder / "out/report-images/1-negative-1-evidence.png")).image;
     EXPECT_EQ(kept.GetMat().at<cv::Vec3b>(5, 5)[0], 7);
 
     // A second run leaves the images of the first page alone.
     Run();
     EXPECT_THAT(ReadFile(folder / "out/report.html"), HasSubstr("src=\"report-images-2/1-"));
-    EXPECT_TRUE(FileExists(folder / "out/report-images/1-negative-1.png"));
+    EXPECT_TRUE(FileExists(folder / "out/report-images/1-negative-1-evidence.png"));
 }
 
 TEST_F(BatchProcessing, AFiltersProgressIsAPieceOfTheBatchs) {
@@ -125,7 +125,7 @@ TEST_F(BatchProcessing, ATableIsInertInASpreadsheet) {
     EXPECT_EQ(cells[0], folder / "case/a b.png");
     EXPECT_EQ(cells[1], files[OrvEvidence]->GetSha256());
     EXPECT_EQ(cells[6], "'=a b.png");
-    EXPECT_THAT(lines[2], HasSubstr("report-images/1-negative-1.png"));
+    EXPECT_THAT(lines[2], HasSubstr("report-images/1-negative-1-evidence.png"));
 }
 
 TEST_F(BatchProcessing, TheCacheIsFilledAndReadAsChosen) {
