@@ -56,9 +56,27 @@ void Wait(OrvInterface& core) {
         if (wasInterrupted) core.AbortProcessing();
 }
 
-int Fail(const std::string& message) {
+// Exit codes beside 0, 1 (any other failure) and those of 100 and more, by which wrong usage is told.
+constexpr int kUndecodable = 3;
+
+int Fail(const std::string& message, int code = 1) {
     std::fprintf(stderr, "orvane-cli: %s\n", message.c_str());
-    return 1;
+    return code;
+}
+
+bool SaysNothing(const OrvReportSection& section) {
+    const OrvSlotResult* result = section.result ? section.result->slot[OrvEvidence].get() : nullptr;
+    return result == nullptr || result->verdict == OrvVerdict::NotApplicable;
+}
+
+// Why the file's pixels cannot be had, "" when they can. One filter calls this an error, another an answer.
+std::string DecodingProblem(const OrvFilePtr& file) {
+    try {
+        if (file) file->GetDecoded(OrvJob());
+    } catch (const ZorException& exception) {
+        if (exception.GetKind() == ZorException::Kind::Format) return exception.GetMessage();
+    }
+    return {};
 }
 
 // Prints a result. Standard output may be a file on a full disk, or a pipe whose reader is gone.
@@ -107,10 +125,16 @@ int Analyse(OrvInterface& core, const std::string& evidence, const std::string& 
     if (!Load(core, outcome, evidence, reference)) return Fail(outcome.GetError());
     core.Configure(filter, -1, input, post, false);
     Wait(core);
-    if (!outcome.IsGood()) return Fail(outcome.GetError());
     OrvReportSection section;
     section.filter = filter;
     section.result = filter->GetResult();
+    if (!outcome.IsGood() || SaysNothing(section)) {
+        const std::string problem = filter->GetPageKind() == OrvPageKind::Text
+                                        ? std::string()
+                                        : DecodingProblem(core.GetFile(OrvEvidence));
+        if (!problem.empty()) return Fail(problem, kUndecodable);
+    }
+    if (!outcome.IsGood()) return Fail(outcome.GetError());
     if (!imageFolder.empty()) WritePictures(*filter, *section.result, imageFolder, PathStem(evidence));
     return Print(BuildTsv(section));
 }
@@ -205,16 +229,20 @@ int main(int argc, char** argv) {
     std::string filterId;
     std::vector<std::string> settings;
 
+    app.footer("Exit codes: 0 done, 1 failed, 3 the picture could not be decoded, 100 and more wrong usage.");
+    const CLI::Validator isNamed(
+        [](std::string& text) { return text.empty() ? std::string("the name is empty") : std::string(); },
+        "");
     CLI::App* report =
         app.add_subcommand("report", "Write every text result of the files into one HTML page");
-    report->add_option("evidence", evidence, "The questioned photograph")->required();
-    report->add_option("reference", reference, "A picture to compare with");
-    report->add_option("-o,--output", output, "The HTML file to write")->required();
+    report->add_option("evidence", evidence, "The questioned photograph")->required()->check(isNamed);
+    report->add_option("reference", reference, "A picture to compare with")->check(isNamed);
+    report->add_option("-o,--output", output, "The HTML file to write")->required()->check(isNamed);
 
     CLI::App* analyse =
         app.add_subcommand("analyse", "Run one filter and print its text results, tab separated");
-    analyse->add_option("evidence", evidence, "The questioned photograph")->required();
-    analyse->add_option("reference", reference, "A picture to compare with");
+    analyse->add_option("evidence", evidence, "The questioned photograph")->required()->check(isNamed);
+    analyse->add_option("reference", reference, "A picture to compare with")->check(isNamed);
     analyse->add_option("-f,--filter", filterId, "Which filter (see \"filters\")")
         ->default_val("file-format");
     analyse->add_option("-s,--set", settings, "A parameter as name=value; may be given several times")
@@ -227,12 +255,13 @@ int main(int argc, char** argv) {
     std::string folder;
     bool subfolders = false;
     CLI::App* batch = app.add_subcommand("batch", "Judge every file of a folder in one table");
-    batch->add_option("folder", folder, "The folder")->required();
-    batch->add_option("-c,--compare", evidence, "A photograph to compare every file with");
+    batch->add_option("folder", folder, "The folder")->required()->check(isNamed);
+    batch->add_option("-c,--compare", evidence, "A photograph to compare every file with")->check(isNamed);
     batch->add_flag("-r,--subfolders", subfolders, "Look into subfolders too");
     bool hashes = false;
     batch->add_flag("--hashes", hashes, "Compute MD5 and SHA-1 besides SHA-256");
-    batch->add_option("-o,--output", output, "The .tsv or .html file to write; without it, TSV is printed");
+    batch->add_option("-o,--output", output, "The .tsv or .html file to write; without it, TSV is printed")
+        ->check(isNamed);
 
     std::string collection;
     std::string importFile;

@@ -14,6 +14,7 @@
 #include <system_error>
 
 #include "zorbase/calendar.h"
+#include "zorbase/fileprotection.h"
 #include "zorbase/text.h"
 #include "zorbase/zorexception.h"
 
@@ -52,15 +53,6 @@ class Descriptor {
     int m_fd;
 };
 
-int OpenForReading(const std::string& path) {
-    // Without waiting: a named pipe would otherwise block until somebody writes to it.
-    constexpr int kFlags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
-    if (HasNul(path)) return -1;
-    const int fd = open(path.c_str(), kFlags | O_NOATIME);
-    // Only the owner may leave the access time alone.
-    return fd >= 0 || errno != EPERM ? fd : open(path.c_str(), kFlags);
-}
-
 constexpr const char* kReading = "Cannot read the file";
 
 void CheckRegular(const Descriptor& file, const std::string& path, struct stat& facts) {
@@ -73,7 +65,7 @@ void CheckRegular(const Descriptor& file, const std::string& path, struct stat& 
 template <typename Buffer>
 Buffer ReadAll(const std::string& path) {
     struct stat facts {};
-    const Descriptor file(OpenForReading(path));
+    const Descriptor file(OpenForReading(path, 0));
     CheckRegular(file, path, facts);
 
     try {
@@ -144,7 +136,7 @@ class AtomicFile {
           m_file(m_temporary.Descriptor()) {
         if (!m_file.IsOpen()) Fail(kWriting, m_path, Reason(errno));
         struct stat old {};
-        if (readers == Readers::AsUsual && lstat(m_path.c_str(), &old) == 0 && S_ISREG(old.st_mode) &&
+        if (readers == Readers::AsUsual && lstat(m_path.c_str(), &old) == 0 &&
             fchmod(m_file.Get(), old.st_mode & 0777) != 0) {
             Fail(kWriting, m_path, Reason(errno));
         }
@@ -160,12 +152,14 @@ class AtomicFile {
         Write(piece);
     }
 
-    void Finish() {
+    void Finish(FileSync sync = FileSync::Now) {
         Write(m_waiting);
-        if (fsync(m_file.Get()) != 0 || !m_file.Close()) Fail(kWriting, m_path, Reason(errno));
-        // A link is replaced, never followed: it could lead to a file that must not change.
+        if ((sync == FileSync::Now && fsync(m_file.Get()) != 0) || !m_file.Close())
+            Fail(kWriting, m_path, Reason(errno));
+        RefuseTarget(m_path);  // again: it may have taken long
         if (!m_temporary.RenameTo(m_path)) Fail(kWriting, m_path, Reason(errno));
 
+        if (sync == FileSync::Later) return;
         // The new name itself must be on the disk too. Some file systems cannot sync a folder and say so.
         const Descriptor directory(open(m_folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
         if (directory.IsOpen() && fsync(directory.Get()) != 0 && errno == EIO)
@@ -175,8 +169,19 @@ class AtomicFile {
   private:
     static constexpr std::size_t kBuffer = 65536;
 
+    // A rename would put a file in the place of a device, a pipe or a link, and the system's own are among them.
+    static void RefuseTarget(const std::string& path) {
+        struct stat old {};
+        if (lstat(path.c_str(), &old) != 0) return;
+        if (S_ISDIR(old.st_mode)) Fail(kWriting, path, "it is a folder");
+        if (S_ISLNK(old.st_mode)) Fail(kWriting, path, "it is a link, and what it leads to must not change");
+        if (!S_ISREG(old.st_mode)) Fail(kWriting, path, "it is not a regular file");
+        RefuseProtectedFile(path);
+    }
+
     static std::string MakeParent(const std::string& path) {
         if (HasNul(path)) Fail(kWriting, path, "the name holds a zero byte");
+        RefuseTarget(path);
         const std::string parent = PathFolder(path);
         if (!parent.empty()) MakeFolder(parent);
         return parent.empty() ? "." : parent;
@@ -200,6 +205,18 @@ class AtomicFile {
 
 }  // namespace
 
+int OpenForReading(const std::string& path, int moreFlags) {
+    // Without waiting: a named pipe would otherwise block until somebody writes to it.
+    const int flags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | moreFlags;
+    if (HasNul(path)) {
+        errno = EINVAL;
+        return -1;
+    }
+    const int fd = open(path.c_str(), flags | O_NOATIME);
+    // Only the owner may leave the access time alone.
+    return fd >= 0 || errno != EPERM ? fd : open(path.c_str(), flags);
+}
+
 std::string ReadFile(const std::string& path) {
     return ReadAll<std::string>(path);
 }
@@ -208,25 +225,38 @@ Bytes ReadFileBytes(const std::string& path) {
 }
 
 std::size_t ReadFileInto(const std::string& path, Bytes& buffer, std::uint64_t maximumBytes,
-                         const std::function<void(std::span<const std::uint8_t>)>& added) {
+                         const std::function<void(std::span<const std::uint8_t>)>& added, bool* hasChanged) {
     // Small enough that whoever takes a piece finds it in the processor's cache.
     constexpr std::size_t kPiece = std::size_t{256} << 10;
     struct stat facts {};
-    const Descriptor file(OpenForReading(path));
+    const Descriptor file(OpenForReading(path, 0));
     CheckRegular(file, path, facts);
+    // What is added meanwhile is not read: the file as it was at one moment is what can be examined. A file that states
+    // no size is read to its end.
+    const auto stated = static_cast<std::size_t>(facts.st_size);
+    const auto finish = [&](std::size_t filled) {
+        struct stat after {};
+        if (hasChanged != nullptr)
+            *hasChanged = fstat(file.Get(), &after) != 0 || after.st_size != facts.st_size ||
+                          (stated > 0 && filled != stated) || after.st_mtim.tv_sec != facts.st_mtim.tv_sec ||
+                          after.st_mtim.tv_nsec != facts.st_mtim.tv_nsec;
+        return filled;
+    };
     try {
         std::size_t filled = 0;
         for (;;) {
+            if (stated > 0 && filled == stated) return finish(filled);
             if (filled > maximumBytes || static_cast<std::uint64_t>(facts.st_size) > maximumBytes)
                 Fail(kReading, path, "it has more than " + FormatFileSize(maximumBytes));
             if (filled == buffer.size())
                 buffer.resize(
                     std::max({buffer.size() * 2, kPiece, static_cast<std::size_t>(facts.st_size) + 1}));
             const ssize_t got =
-                read(file.Get(), buffer.data() + filled, std::min(kPiece, buffer.size() - filled));
+                read(file.Get(), buffer.data() + filled,
+                     std::min({kPiece, buffer.size() - filled, stated > 0 ? stated - filled : kPiece}));
             if (got < 0 && errno == EINTR) continue;
             if (got < 0) Fail(kReading, path, Reason(errno));
-            if (got == 0) return filled;
+            if (got == 0) return finish(filled);
             added(std::span<const std::uint8_t>(buffer).subspan(filled, static_cast<std::size_t>(got)));
             filled += static_cast<std::size_t>(got);
         }
@@ -258,15 +288,31 @@ void WriteFile(const std::string& path, const std::string& content) {
 }
 
 void WriteFile(const std::string& path, const Bytes& content) {
-    FileWriter file(path);
+    WriteFile(path, content, FileSync::Now);
+}
+
+void WriteFile(const std::string& path, const Bytes& content, FileSync sync) {
+    AtomicFile file(path);
     file.Add(std::string_view(reinterpret_cast<const char*>(content.data()), content.size()));
-    file.Finish();
+    file.Finish(sync);
+}
+
+void SyncFolder(const std::string& path) {
+    const Descriptor folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder.IsOpen() || syncfs(folder.Get()) != 0) Fail("Cannot write the folder", path, Reason(errno));
 }
 
 void WritePrivateFile(const std::string& path, const std::string& content) {
     AtomicFile file(path, Readers::OwnerOnly);
     file.Add(content);
     file.Finish();
+}
+
+void RestrictToOwner(const std::string& path) {
+    const Descriptor file(OpenForReading(path, O_NOFOLLOW));
+    struct stat facts {};
+    if (!file.IsOpen() || fstat(file.Get(), &facts) != 0 || !S_ISREG(facts.st_mode)) return;
+    if ((facts.st_mode & 077) != 0 && fchmod(file.Get(), facts.st_mode & 0700) != 0) return;
 }
 
 std::optional<FileFacts> GetFileFacts(const std::string& path) {

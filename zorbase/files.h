@@ -22,17 +22,32 @@ Bytes ReadFileBytes(
 
 // The same in pieces, for whoever reads many files: into a buffer that grows when it must and never shrinks, so that the next
 // file finds it ready. `added` gets each piece as soon as it has been read and may throw to stop. Returns how many bytes the
-// file has. A file of more than maximumBytes is refused.
+// file has. A file of more than maximumBytes is refused. Of a file that
+// grows, what was there at the start is read; hasChanged (may be null) tells whether it changed meanwhile.
 std::size_t ReadFileInto(const std::string& path, Bytes& buffer, std::uint64_t maximumBytes,
-                         const std::function<void(std::span<const std::uint8_t>)>& added);
+                         const std::function<void(std::span<const std::uint8_t>)>& added,
+                         bool* hasChanged = nullptr);
+
+// A descriptor for reading, or -1 with errno: never waits, never becomes the terminal, and leaves the file's access time
+// alone where the system allows (to the owner). moreFlags: O_DIRECTORY, say. The caller closes it. Everything that
+// opens evidence goes through here.
+int OpenForReading(const std::string& path, int moreFlags = 0);
 
 // Written to a temporary file in the same folder, synced, then renamed over the target: either the whole new file or the old
-// one is there, also after a crash or on a full disk. WriteFile creates missing parent folders.
+// one is there, also after a crash or on a full disk. WriteFile creates missing parent folders. A target that is there and
+// no regular file (a link, a device, a pipe), and one that is worked on (zorbase/fileprotection.h), is refused.
 void WriteFile(const std::string& path, const std::string& content);
 void WriteFile(const std::string& path, const Bytes& content);
+// Of many files of one folder each need not wait for the disk: written with Later, then SyncFolder once.
+enum class FileSync { Now, Later };
+void WriteFile(const std::string& path, const Bytes& content, FileSync sync);
+void SyncFolder(const std::string& path);  // everything on its file system
 // The same for what only the user may read (keys, passwords): at no moment can another user open it, also where a file
 // of wider permissions stood before.
 void WritePrivateFile(const std::string& path, const std::string& content);
+
+// Takes the rights of all others from a file that is there, links not followed; what the system refuses stays.
+void RestrictToOwner(const std::string& path);
 
 // The same for what is too long to be held at once: written piece by piece, and under its name only after Finish. Destroyed
 // without that, nothing is left of it. One thread at a time.

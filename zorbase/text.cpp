@@ -69,9 +69,26 @@ std::string_view SkipLeadingBlanks(std::string_view text) {
     return text;
 }
 
+// Numbers, signed or not, with words or signs of units between them: "-33.9 151.2", "-2.5 dB". Nothing that a
+// spreadsheet could work out.
+bool AreNumbersAndUnits(std::string_view text) {
+    bool isFirst = true;
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find(' '), text.size());
+        const std::string_view token = text.substr(0, end);
+        const bool isWord = !isFirst && std::all_of(token.begin(), token.end(), [](char c) {
+            return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '%';
+        });
+        if (!IsPlainNumber(token) && !isWord) return false;
+        isFirst = false;
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return true;
+}
+
 bool LooksLikeFormula(std::string_view text) {
     const std::string_view rest = SkipLeadingBlanks(text);
-    if (rest.empty() || IsPlainNumber(rest)) return false;
+    if (rest.empty() || AreNumbersAndUnits(rest)) return false;
     // A quoted field is unquoted before it is read, so a quotation mark can hide a formula. The last four are
     // the wide forms of = + - @, which count as the narrow ones where such scripts are written.
     constexpr std::string_view kStarts[] = {"=",
@@ -287,6 +304,53 @@ std::string EscapeTsv(std::string_view text) {
         }
     }
     return ToValidUtf8(cell);
+}
+
+std::string Latin1ToUtf8(const std::string& bytes) {
+    std::string text;
+    for (const char c : bytes) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte < 0x80) {
+            text += c;
+        } else {
+            text += static_cast<char>(0xC0 | (byte >> 6));
+            text += static_cast<char>(0x80 | (byte & 0x3F));
+        }
+    }
+    return text;
+}
+
+std::string PercentEncode(std::string_view text, std::string_view kept) {
+    constexpr char kDigits[] = "0123456789ABCDEF";
+    std::string result;
+    for (const char c : text) {
+        const bool isPlain = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') ||
+                             c == '-' || c == '.' || c == '_' || c == '~' ||
+                             kept.find(c) != std::string_view::npos;
+        const auto byte = static_cast<unsigned char>(c);
+        if (isPlain) {
+            result += c;
+        } else {
+            result += {'%', kDigits[byte >> 4], kDigits[byte & 0xF]};
+        }
+    }
+    return result;
+}
+
+std::string PercentDecode(const std::string& text) {
+    const auto digit = [&text](std::size_t i) {
+        const char c = i < text.size() ? text[i] : '\0';
+        if (c >= '0' && c <= '9') return c - '0';
+        if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+        return c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1;
+    };
+    std::string result;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool isEscape = text[i] == '%' && digit(i + 1) >= 0 && digit(i + 2) >= 0;
+        result += isEscape ? static_cast<char>(digit(i + 1) * 16 + digit(i + 2)) : text[i];
+        if (isEscape) i += 2;
+    }
+    return result;
 }
 
 std::string FormatFileSize(std::uint64_t bytes) {

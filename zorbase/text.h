@@ -54,5 +54,12 @@ std::string EscapeHtml(std::string_view text);
 // \t \n \r \\ ; a cell that a spreadsheet would take as a formula gets a leading apostrophe.
 std::string EscapeTsv(std::string_view text);
 
+// Text of one byte per letter (ISO 8859-1).
+std::string Latin1ToUtf8(const std::string& bytes);
+
+// Bytes as an address has them: letters, digits, "-._~" and those of `kept` as they are, others as %XX.
+std::string PercentEncode(std::string_view text, std::string_view kept = {});
+std::string PercentDecode(const std::string& text);  // what is no escape stays as it is
+
 // "12,345,678 bytes (11.8 MB)".
 std::string FormatFileSize(std::uint64_t bytes);

@@ -180,6 +180,16 @@ bool IsPnm(ByteSpan head) {
            (head[2] == '\n' || head[2] == '\r' || head[2] == ' ' || head[2] == '\t');
 }
 
+// A JPEG whose third byte is damaged: what follows must be what follows in a JPEG. Two markers with lengths that lead to
+// a third one, or the first segment's well-known label.
+bool IsDamagedJpeg(ByteSpan head) {
+    if (!HasText(head, 0, "\xff\xd8")) return false;
+    if (HasText(head, 6, "JFIF\0"sv) || HasText(head, 6, "Exif\0"sv)) return true;
+    if (head.size() < 6 || head[3] < 0xc0) return false;
+    const std::size_t next = 4 + std::size_t{codec::Be16(&head[4])};
+    return next + 1 < head.size() && head[next] == 0xff && head[next + 1] >= 0xc0 && head[next + 1] != 0xff;
+}
+
 bool IsBmp(ByteSpan head) {
     // Two letters are little: the size of the second header must be one that was ever in use.
     if (!HasText(head, 0, "BM") || head.size() < 18) return false;
@@ -251,6 +261,7 @@ FileFormat DetectFormat(ByteSpan head) {
     if (HasText(head, 0, "II*\0"sv) || HasText(head, 0, "MM\0*"sv)) return DetectTiff(head);
     if (HasText(head, 0, "II+\0"sv) || HasText(head, 0, "MM\0+"sv))
         return FileFormat::Tiff;  // with 64-bit offsets
+    if (IsDamagedJpeg(head)) return FileFormat::Jpeg;
     if (IsBmp(head)) return FileFormat::Bmp;
     if (IsPnm(head)) return FileFormat::Pnm;
     if (IsPdf(head)) return FileFormat::Pdf;
@@ -277,6 +288,13 @@ bool ExtensionAgrees(FileFormat format, const std::string& path) {
     const std::vector<std::string>& known = FormatExtensions(format);
     if (known.empty()) return extension.empty();
     return std::find(known.begin(), known.end(), extension) != known.end();
+}
+
+bool IsPictureName(const std::string& path) {
+    const auto& rows = FormatRows();
+    return std::any_of(rows.begin(), rows.end(), [&path](const FormatRow& row) {
+        return IsReadableFormat(row.format) && ExtensionAgrees(row.format, path);
+    });
 }
 
 std::string ImageFormatsReadFilter() {

@@ -44,5 +44,7 @@ const std::vector<std::string>& FormatExtensions(FileFormat format);
 bool IsReadableFormat(FileFormat format);
 // Whether a name's extension is one of the format's. True for Unknown and Empty when the name has no extension.
 bool ExtensionAgrees(FileFormat format, const std::string& path);
+// Whether a name ends like that of a picture that Orvane decodes.
+bool IsPictureName(const std::string& path);
 // The filter string of a file chooser: "All supported images|*.jpg;…|JPEG|*.jpg;…|All files (*.*)|*.*", in both letter cases.
 std::string ImageFormatsReadFilter();

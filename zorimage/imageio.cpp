@@ -21,6 +21,8 @@ ImageInfo ReadImageInfo(std::span<const std::uint8_t> bytes) {
     } catch (const std::exception& exception) {
         info.warnings.emplace_back(exception.what());
     }
+    if (std::string problem = CutProblem(bytes); !problem.empty())
+        info.warnings.push_back(std::move(problem));
     return info;
 }
 

@@ -21,6 +21,7 @@ struct JpegHeader {
     bool hasJfif = false;
     int adobeTransform = -1;                               // -1 without Adobe segment
     std::vector<std::span<const std::uint8_t>> iccChunks;  // segment bodies, label included, in file order
+    int indexedPictures = 0;                               // by the multi-picture index, 0 without one
     bool hasScan = false;
     bool hasGarbage = false;
 };

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "zorimage/codec.h"
+#include "zorimage/jpegnames.h"
 
 using codec::Be16;
 using codec::ByteSpan;
@@ -34,6 +35,31 @@ void ReadFrame(ByteSpan body, int marker, JpegHeader& header) {
     }
 }
 
+// How many pictures the index of an APP2 "MPF" segment counts, 0 when it does not fit.
+int CountIndexed(ByteSpan body) {
+    const ByteSpan tiff = body.subspan(std::min<std::size_t>(body.size(), 4));
+    const bool isLittle = codec::HasText(tiff, 0, "II"sv);
+    const auto get16 = [&](std::size_t at) -> std::uint32_t {
+        if (at + 2 > tiff.size()) return 0;
+        return isLittle ? codec::Le16(&tiff[at]) : Be16(&tiff[at]);
+    };
+    const auto get32 = [&](std::size_t at) -> std::uint32_t {
+        if (at + 4 > tiff.size()) return 0;
+        return isLittle ? codec::Le32(&tiff[at]) : codec::Be32(&tiff[at]);
+    };
+    const std::size_t directory = get32(4);
+    for (std::size_t i = 0; i < std::min<std::size_t>(get16(directory), 64); ++i) {
+        const std::size_t entry = directory + 2 + 12 * i;
+        if (get16(entry) != 0xb002) continue;
+        const std::size_t bytes = get32(entry + 4);
+        const std::size_t table = get32(entry + 8);
+        return table > tiff.size()
+                   ? 0
+                   : static_cast<int>(std::min({bytes, tiff.size() - table, std::size_t{4096}}) / 16);
+    }
+    return 0;
+}
+
 void ReadSegment(ByteSpan body, int marker, JpegHeader& header) {
     if (IsFrameMarker(marker) && header.frameMarker == 0) ReadFrame(body, marker, header);
     if (marker == 0xe0 && codec::HasText(body, 0, "JFIF\0"sv)) header.hasJfif = true;
@@ -41,55 +67,15 @@ void ReadSegment(ByteSpan body, int marker, JpegHeader& header) {
         header.adobeTransform = body[11];
     if (marker == 0xe2 && body.size() > 14 && codec::HasText(body, 0, kIccLabel))
         header.iccChunks.push_back(body);
+    if (marker == 0xe2 && codec::HasText(body, 0, "MPF\0"sv) && header.indexedPictures == 0)
+        header.indexedPictures = CountIndexed(body);
 }
 
-const char* Compression(int marker) {
-    constexpr std::array<const char*, 16> names = {"JPEG baseline (Huffman)",
-                                                   "JPEG extended sequential (Huffman)",
-                                                   "JPEG progressive (Huffman)",
-                                                   "JPEG lossless (Huffman)",
-                                                   "",
-                                                   "JPEG differential sequential (Huffman)",
-                                                   "JPEG differential progressive (Huffman)",
-                                                   "JPEG differential lossless (Huffman)",
-                                                   "",
-                                                   "JPEG extended sequential (arithmetic)",
-                                                   "JPEG progressive (arithmetic)",
-                                                   "JPEG lossless (arithmetic)",
-                                                   "",
-                                                   "JPEG differential sequential (arithmetic)",
-                                                   "JPEG differential progressive (arithmetic)",
-                                                   "JPEG differential lossless (arithmetic)"};
-    return IsFrameMarker(marker) ? names[static_cast<std::size_t>(marker - 0xc0)] : "";
-}
-
-// "4:2:0", or the sampling factors themselves where the short form has no name for them.
 std::string Subsampling(const JpegHeader& header) {
-    const auto& luma = header.components[0];
-    const auto& blue = header.components[1];
-    const auto& red = header.components[2];
-    const bool isRegular = blue.horizontal == red.horizontal && blue.vertical == red.vertical &&
-                           blue.horizontal > 0 && blue.vertical > 0 &&
-                           luma.horizontal % blue.horizontal == 0 && luma.vertical % blue.vertical == 0;
-    if (isRegular) {
-        struct Row {
-            int across;
-            int down;
-            const char* name;
-        };
-        constexpr Row rows[] = {{1, 1, "4:4:4"}, {2, 1, "4:2:2"}, {2, 2, "4:2:0"},
-                                {1, 2, "4:4:0"}, {4, 1, "4:1:1"}, {4, 2, "4:1:0"}};
-        for (const Row& row : rows) {
-            if (luma.horizontal / blue.horizontal == row.across && luma.vertical / blue.vertical == row.down)
-                return row.name;
-        }
-    }
-    std::string text = "(";
-    for (const auto& component : header.components) {
-        if (text.size() > 1) text += ", ";
-        text += std::to_string(component.horizontal) + 'x' + std::to_string(component.vertical);
-    }
-    return text + ')';
+    std::vector<JpegSampling> factors;
+    for (const auto& component : header.components)
+        factors.push_back({component.horizontal, component.vertical});
+    return JpegSamplingName(factors);
 }
 
 std::string ColourModel(const JpegHeader& header) {
@@ -192,7 +178,9 @@ void ReadJpegInfo(ByteSpan bytes, ImageInfo& info) {
     info.height = header.height;
     info.bitsPerSample = header.precision;
     info.channels = static_cast<int>(header.components.size());
-    info.compression = Compression(header.frameMarker);
+    if (header.frameMarker != 0)
+        info.compression = "JPEG: " + JpegProcessName(static_cast<std::uint8_t>(header.frameMarker));
+    info.frames = std::max(1, header.indexedPictures);
     info.colourModel = ColourModel(header);
     info.iccProfile = JoinProfile(header.iccChunks, info.warnings);
     const JpegColour colour = JpegColourOf(header);

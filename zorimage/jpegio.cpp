@@ -253,6 +253,11 @@ DecodedImage DecodeJpeg(ByteSpan bytes, const DecodeProgress& progress) {
         if (!isInk) rowsDone = static_cast<int>(reader->cinfo.output_scanline);
         if (rowsDone == 0) ThrowFailure(*reader);
         pixels.rowRange(rowsDone, pixels.rows).setTo(cv::Scalar::all(128));
+    } else {
+        // What stands behind the last row can be damaged too; the library tells while it looks for the end.
+        jpeg_decompress_struct& cinfo = reader->cinfo;
+        Run(*reader, [&cinfo] { jpeg_finish_decompress(&cinfo); });
+        if (reader->stopped) std::rethrow_exception(reader->stopped);
     }
     DescribeEnd(*reader, rowsDone, pixels.rows, result);
     if (!lost.empty()) result.warnings.insert(result.warnings.begin(), lost);

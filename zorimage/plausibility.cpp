@@ -89,6 +89,14 @@ std::string BoxProblem(ByteSpan bytes) {
 // Directories of a plain TIFF, each looked at once.
 class Directories {
   public:
+    // RW2 and ORF differ from TIFF in their signature only.
+    static bool AreIn(ByteSpan bytes) {
+        using namespace std::string_view_literals;
+        for (const std::string_view start : {"II*\0"sv, "MM\0*"sv, "IIU\0"sv, "IIRO"sv, "IIRS"sv, "MMOR"sv})
+            if (codec::HasText(bytes, 0, start)) return true;
+        return false;
+    }
+
     explicit Directories(ByteSpan bytes) : m_bytes(bytes), m_isBig(codec::HasText(bytes, 0, "MM")) {}
 
     std::string Problem() {
@@ -105,6 +113,9 @@ class Directories {
         return {};
     }
 
+    // How far the picture data of all directories reach; to be asked after Problem.
+    std::uint64_t End() const { return m_end; }
+
   private:
     std::uint32_t Get16(std::size_t at) const {
         if (at + 2 > m_bytes.size()) return 0;
@@ -115,8 +126,10 @@ class Directories {
         return m_isBig ? codec::Be32(&m_bytes[at]) : codec::Le32(&m_bytes[at]);
     }
 
-    std::string Look(std::size_t at, std::vector<std::size_t>& waiting) const {
+    std::string Look(std::size_t at, std::vector<std::size_t>& waiting) {
         const std::size_t count = Get16(at);
+        std::size_t offsets = 0;  // the entries that tell where strips or tiles stand
+        std::size_t sizes = 0;
         std::uint64_t width = 0;
         std::uint64_t height = 0;
         std::uint64_t samples = 1;
@@ -131,9 +144,15 @@ class Directories {
             if (tag == 257) height = value;
             if (tag == 258 && Get32(entry + 4) == 1) bits = value;
             if (tag == 277) samples = value;
+            if (tag == 273 || tag == 324) offsets = entry;
+            if (tag == 279 || tag == 325) sizes = entry;
+            // Panasonic's own place of the sensor data.
+            if (tag == 280 && codec::HasText(m_bytes, 2, "U"))
+                m_end = std::max<std::uint64_t>(m_end, value + std::uint64_t{1});
             if (tag == 0x14a || tag == 0x8769 || tag == 0x8825 || tag == 0xa005) Follow(entry, waiting);
         }
         waiting.push_back(Get32(at + 2 + count * 12));
+        if (offsets != 0 && sizes != 0) FollowData(offsets, sizes);
         // Unpacked, what the directory describes passes through memory once, row by row: time counts, not only room.
         const double unpacked = static_cast<double>(width) * static_cast<double>(height) *
                                 static_cast<double>(samples) * static_cast<double>((bits + 7) / 8);
@@ -142,6 +161,22 @@ class Directories {
                    std::to_string(height) + " pixels of " + std::to_string(samples) +
                    " samples each, which its " + std::to_string(m_bytes.size()) + " bytes cannot hold.";
         return {};
+    }
+
+    // The i-th of an entry's numbers.
+    std::uint64_t Number(std::size_t entry, std::size_t i) const {
+        const bool isShort = Get16(entry + 2) == 3;
+        const std::size_t unit = isShort ? 2 : 4;
+        const std::size_t count = Get32(entry + 4);
+        const std::size_t start = unit * count <= 4 ? entry + 8 : Get32(entry + 8);
+        const std::size_t at = start + unit * i;
+        return isShort ? Get16(at) : Get32(at);
+    }
+    void FollowData(std::size_t offsets, std::size_t sizes) {
+        const std::size_t count = std::min<std::size_t>({Get32(offsets + 4), Get32(sizes + 4), 65536});
+        for (std::size_t i = 0; i < count; ++i)
+            if (const std::uint64_t size = Number(sizes, i); size > 0)
+                m_end = std::max(m_end, Number(offsets, i) + size);
     }
 
     // One place, or a list of them elsewhere.
@@ -158,12 +193,59 @@ class Directories {
     ByteSpan m_bytes;
     bool m_isBig;
     std::set<std::size_t> m_seen;
+    std::uint64_t m_end = 0;
 };
+
+std::string Missing(std::uint64_t stated, std::size_t there) {
+    return "File ends early: by its headers it has at least " + std::to_string(stated) +
+           " bytes, but there are " + std::to_string(there) +
+           ". What is shown of the rest may be empty or invented.";
+}
+
+// The first box on the outermost level that claims more than there is, and where its end would be.
+std::string CutBox(ByteSpan bytes) {
+    for (std::size_t at = 0, boxes = 0; bytes.size() - at >= 8 && boxes < kMaxBoxes; ++boxes) {
+        std::uint64_t length = codec::Be32(&bytes[at]);
+        if (length == 1 && bytes.size() - at >= 16) length = Big64(&bytes[at + 8]);
+        if (length == 0) break;  // to the end, by the standard
+        if (length < 8) break;
+        if (length > bytes.size() - at) return Missing(at + length, bytes.size());
+        at += static_cast<std::size_t>(length);
+    }
+    return {};
+}
+
+bool IsCodestreamCut(ByteSpan bytes) {
+    using namespace std::string_view_literals;
+    if (!codec::HasText(bytes, 0, "\xff\x4f\xff\x51"sv)) return false;
+    // Some writers pad it.
+    const std::size_t tail = std::min<std::size_t>(bytes.size(), 64);
+    const std::string_view end(reinterpret_cast<const char*>(bytes.data() + bytes.size() - tail), tail);
+    return end.find("\xff\xd9"sv) == std::string_view::npos;
+}
 
 }  // namespace
 
 std::uint64_t MemoryLimit(std::uint64_t fileBytes) {
     return kFreeMemory + kMemoryPerByte * fileBytes;
+}
+
+std::string CutProblem(ByteSpan bytes) {
+    using namespace std::string_view_literals;
+    if (bytes.size() < 12) return {};
+    const bool isJpeg2000 = codec::HasText(bytes, 4, "jP  ");
+    if (codec::HasText(bytes, 4, "ftyp") || isJpeg2000) {
+        if (std::string problem = CutBox(bytes); !problem.empty()) return problem;
+    }
+    const auto stream = std::search(bytes.begin(), bytes.end(), std::begin("jp2c"), std::end("jp2c") - 1);
+    const ByteSpan code = isJpeg2000 && stream != bytes.end()
+                              ? bytes.subspan(static_cast<std::size_t>(stream - bytes.begin()) + 4)
+                              : bytes;
+    if (IsCodestreamCut(code)) return "File ends early: the end mark of the code stream is missing.";
+    if (!Directories::AreIn(bytes)) return {};
+    Directories directories(bytes);
+    if (!directories.Problem().empty() || directories.End() <= bytes.size()) return {};
+    return Missing(directories.End(), bytes.size());
 }
 
 std::string StructureProblem(ByteSpan bytes) {

@@ -13,6 +13,11 @@
 // end, or pixels of so many samples that a row alone needs gigabytes. Pure, linear in the bytes, never throws.
 std::string StructureProblem(std::span<const std::uint8_t> bytes);
 
+// Whether a file is shorter than its own headers say, a sentence, "" when not: strips and tiles of a TIFF (and of camera
+// RAW that is TIFF inside), boxes, and a JPEG 2000 code stream without its end. Decoders often say nothing and show
+// invented or empty pixels there.
+std::string CutProblem(std::span<const std::uint8_t> bytes);
+
 // How much memory a file of that size may ask for, bytes: what any file may have, and a generous multiple of its own
 // size beyond that.
 std::uint64_t MemoryLimit(std::uint64_t fileBytes);

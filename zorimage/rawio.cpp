@@ -6,6 +6,7 @@
 
 #include "zorbase/zorexception.h"
 #include "zorimage/codec.h"
+#include "zorimage/plausibility.h"
 
 using codec::ByteSpan;
 
@@ -18,7 +19,20 @@ constexpr const char* kRecipe =
 struct Stop {
     const DecodeProgress* progress = nullptr;
     std::exception_ptr stopped;
+    bool isDamaged = false;
 };
+
+// No maker stores a pixel of a sensor in less than two bits.
+constexpr std::uint64_t kMaxPixelsPerByte = 4;
+
+// The decoder fills what is missing with invented pixels, without a word.
+void CheckData(const libraw_image_sizes_t& sizes, std::size_t fileBytes, std::vector<std::string>& warnings) {
+    const std::uint64_t pixels = static_cast<std::uint64_t>(sizes.raw_width) * sizes.raw_height;
+    if (pixels / kMaxPixelsPerByte > fileBytes)
+        warnings.push_back("File ends early: its " + std::to_string(fileBytes) + " bytes cannot hold the " +
+                           std::to_string(pixels) +
+                           " pixels of the sensor; most of the picture is invented.");
+}
 
 int OnProgress(void* user, LibRaw_progress, int iteration, int expected) {
     Stop& stop = *static_cast<Stop*>(user);
@@ -43,8 +57,8 @@ void Check(int code, const Stop& stop) {
 std::unique_ptr<LibRaw> Open(ByteSpan bytes, Stop& stop) {
     auto raw = std::make_unique<LibRaw>();
     if (stop.progress != nullptr) raw->set_progress_handler(OnProgress, &stop);
-    raw->set_dataerror_handler([](void*, const char*, auto) {},
-                               nullptr);  // kept in the library's warning flags
+    raw->set_dataerror_handler(
+        [](void* user, const char*, auto) { static_cast<Stop*>(user)->isDamaged = true; }, &stop);
     Check(raw->open_buffer(const_cast<std::uint8_t*>(bytes.data()), bytes.size()), stop);
     return raw;
 }
@@ -69,6 +83,7 @@ void ReadRawInfo(ByteSpan bytes, ImageInfo& info) {
     info.recipe = kRecipe;
     Stop stop;
     const std::unique_ptr<LibRaw> raw = Open(bytes, stop);
+    CheckData(raw->imgdata.sizes, bytes.size(), info.warnings);
     info.width = raw->imgdata.sizes.width;
     info.height = raw->imgdata.sizes.height;
     info.bitsPerSample = static_cast<int>(raw->imgdata.color.raw_bps);
@@ -117,6 +132,11 @@ DecodedImage DecodeRaw(ByteSpan bytes, const DecodeProgress& progress) {
                                CV_MAKETYPE(CV_16U, colours));
     Check(raw->copy_mem_image(pixels.data, static_cast<int>(pixels.step[0]), 1), stop);
     DecodedImage result;
+    CheckData(sizes, bytes.size(), result.warnings);
+    if (const std::string problem = CutProblem(bytes); !problem.empty()) result.warnings.push_back(problem);
+    if (stop.isDamaged)
+        result.warnings.emplace_back(
+            "The sensor's data are damaged or end early; pixels there are invented.");
     if ((raw->imgdata.process_warnings & LIBRAW_WARN_BAD_CAMERA_WB) != 0) {
         result.warnings.emplace_back("The camera's white balance is missing; daylight was taken.");
     }

@@ -7,6 +7,7 @@
 #include "orvcore/facade/interfaceprivate.h"
 #include "orvcore/filter/filterstore.h"
 #include "orvcore/model/memorybudget.h"
+#include "orvcore/tools/batch/extract.h"
 #include "zorbase/files.h"
 #include "zorbase/progress.h"
 #include "zorbase/text.h"
@@ -314,6 +315,9 @@ void OrvInterface::Private::Tell(OrvEventId id, const std::string& text) {
 void OrvInterface::Private::TellFolder(const std::string& folder) {
     auto event = std::make_unique<OrvCommandEvent>(OrvEventDumpEmbeddedJpgs);
     event->SetPath(folder);
+    if (!folder.empty() && HasExtractionWarnings(folder))
+        event->SetError(0, "Embedded images saved in folder " + ToValidUtf8(folder) +
+                               "\nThere were problems; they stand in warnings.txt there.");
     port.Post(std::move(event), true);
 }
 

@@ -273,6 +273,9 @@ OrvSlotResultPtr OrvFilter::RunSlot(const OrvLoadedFile& file, const VecParamete
         Compute(file, input, job.Piece(begin, 1.0, {}), *fresh);
         FinishMaps(file, *fresh);
         isFresh = true;
+        // Silence is a statement too: what could not be read to its end was not looked through.
+        if (fresh->verdict == OrvVerdict::NothingFound && !file.GetDamage().IsEmpty())
+            fresh->verdictText = "Nothing found in what could be read of a damaged file";
     }
     if (!fresh->maps.empty() && !fresh->inputImage.IsValid() && NeedsPicture())
         fresh->inputImage = file.GetDecoded(job)->image;

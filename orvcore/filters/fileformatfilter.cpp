@@ -2,11 +2,15 @@
 
 #include "orvcore/filters/filterlist.h"
 #include "zorbase/text.h"
+#include "zorbase/zorexception.h"
 
 namespace {
 
 std::string Agreement(const ImageInfo& info, const std::string& path) {
-    if (info.format == FileFormat::Unknown || info.format == FileFormat::Empty) return "Cannot be told";
+    if (info.format == FileFormat::Empty) return "Cannot be told";
+    if (info.format == FileFormat::Unknown)
+        return IsPictureName(path) ? "No: the name is that of a picture, the content of no known format"
+                                   : "Cannot be told";
     if (ExtensionAgrees(info.format, path)) return "Yes";
     const std::string extension = PathExtension(path);
     const std::vector<std::string>& usual = FormatExtensions(info.format);
@@ -22,22 +26,46 @@ std::string ProfileName(const ImageInfo& info) {
     return name.empty() ? "Embedded, without a name" : name;
 }
 
-void Judge(const ImageInfo& info, const std::string& path, OrvSlotResult& result) {
-    if (info.format == FileFormat::Unknown || info.format == FileFormat::Empty) {
+// What every reader found, the decoder among them: what it cannot decode is damage too.
+FileDamage AllDamage(const OrvLoadedFile& file, const OrvJob& job) {
+    std::string failure;
+    if (IsReadableFormat(file.GetInfo().format)) {
+        try {
+            file.GetDecoded(job);
+        } catch (const ZorException& exception) {
+            if (exception.GetKind() != ZorException::Kind::Format &&
+                exception.GetKind() != ZorException::Kind::Memory)
+                throw;
+            failure = exception.GetMessage();
+        }
+    }
+    FileDamage damage = file.GetDamage();
+    if (!failure.empty()) AddDamage(damage, {failure});
+    return damage;
+}
+
+void Judge(const ImageInfo& info, const std::string& path, const FileDamage& damage, OrvSlotResult& result) {
+    const bool isDisguised = info.format == FileFormat::Unknown && IsPictureName(path);
+    if ((info.format == FileFormat::Unknown && !isDisguised) || info.format == FileFormat::Empty) {
         result.verdict = OrvVerdict::NotApplicable;
         result.verdictText = info.format == FileFormat::Empty ? "Empty file" : "Unknown format";
         return;
     }
-    if (!ExtensionAgrees(info.format, path))
+    if (isDisguised)
+        result.findings.emplace_back(
+            "The file has the name of a picture, but its content is of no known format. Damage at its beginning does this "
+            "as well as disguise.");
+    else if (!ExtensionAgrees(info.format, path))
         result.findings.push_back(
             "The file's name does not agree with its content, which is " + FormatName(info.format) +
             ". Renaming and conversion on the way do this as well as deliberate disguise.");
-    if (!info.warnings.empty())
-        result.findings.push_back("The file departs from its format's standard: " + info.warnings.front() +
-                                  " Damage in transfer and careless programs do this too.");
+    if (!damage.IsEmpty())
+        result.findings.push_back(
+            "The file is damaged or departs from its format's standard: " + damage.damage.front() +
+            " Damage in transfer and careless programs do this too.");
     const bool isOdd = !result.findings.empty();
     result.verdict = isOdd ? OrvVerdict::WorthALook : OrvVerdict::NothingFound;
-    result.verdictText = isOdd ? "Worth a look" : "Nothing found";
+    result.verdictText = !damage.IsEmpty() ? "Damaged" : isOdd ? "Worth a look" : "Nothing found";
     result.status = isOdd ? FilterStatus::StandsOut : FilterStatus::Processed;
 }
 
@@ -107,8 +135,10 @@ void FileFormatFilter::Compute(const OrvLoadedFile& file, const VecParameter&, c
     set("md5", hashes.md5);
     set("sha1", hashes.sha1);
     set("sha256", hashes.sha256);
-    set("warnings", info.warnings.empty() ? std::string("None") : Join(info.warnings, "\n"));
-    Judge(info, file.GetPath(), result);
+    const FileDamage damage = AllDamage(file, job);
+    const std::vector<std::string> sentences = damage.All();
+    set("warnings", sentences.empty() ? std::string("None") : Join(sentences, "\n"));
+    Judge(info, file.GetPath(), damage, result);
 }
 
 std::unique_ptr<OrvFilter> MakeFileFormatFilter() {

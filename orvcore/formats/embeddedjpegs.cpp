@@ -5,6 +5,7 @@
 #include <set>
 
 #include "orvcore/formats/jpegcarver.h"
+#include "orvcore/formats/jpegstructure.h"
 #include "orvcore/formats/zipreader.h"
 #include "zorbase/hash.h"
 #include "zorbase/text.h"
@@ -15,6 +16,19 @@ constexpr std::size_t kMaxWarnings = 100;
 constexpr std::size_t kLargeHash = std::size_t{16} << 20;  // above it hashing must be interruptible
 constexpr int kStored = 0;
 constexpr int kDeflated = 8;
+
+// The end of a member's name, which is hostile, as a part of a file's name.
+std::string SafeName(const std::string& container) {
+    constexpr std::size_t kLongest = 60;
+    std::string name =
+        container.size() > kLongest ? container.substr(container.size() - kLongest) : container;
+    for (char& c : name) {
+        const bool isPlain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+                             c == '-' || c == '.';
+        if (!isPlain) c = '_';
+    }
+    return name;
+}
 
 // What is known of one find before its bytes are copied.
 struct Find {
@@ -48,7 +62,8 @@ class Search {
         int depth = 0;           // containers around it
         bool carve = true;       // false when the bytes were carved as part of the level above
         bool outermost = false;
-        bool open = true;  // the bytes lie unpacked in the file, from `offset` on
+        bool isMember = false;  // the bytes are a packed member's
+        bool open = true;       // the bytes lie unpacked in the file, from `offset` on
     };
 
     void Warn(const std::string& text) {
@@ -94,6 +109,7 @@ class Search {
                             false};
                 inner.open = level.open;
                 Look(inner);
+                AddWholeMember(inner);
             } else if (member.method == kDeflated) {
                 Unpack(level, member, name);
             } else {
@@ -117,7 +133,16 @@ class Search {
         Level inner{unpacked.bytes, Inside(level, name),
                     level.open ? level.offset + member.headerOffset : level.offset, level.depth + 1, true};
         inner.open = false;
+        inner.isMember = true;
         Look(inner);
+        AddWholeMember(inner);
+    }
+
+    // A member that is a JPEG by its beginning is taken whole, cut or with more behind it as it may be.
+    void AddWholeMember(const Level& member) {
+        if (!StartsWith(member.bytes, 0, "\xFF\xD8\xFF", 3)) return;
+        const JpegFrame frame = ParseJpegStructure(member.bytes).frame;
+        Give(member.offset, member.container, member.bytes, frame.width, frame.height);
     }
 
     static std::string Inside(const Level& level, const std::string& name) {
@@ -130,21 +155,27 @@ class Search {
 
     void Add(const Level& level, const std::optional<ZipDirectory>& zip, const CarvedJpeg& jpeg) {
         if (level.outermost && jpeg.offset == 0 && IsPadding(level.bytes.subspan(jpeg.size))) return;
-        const ByteSpan bytes = level.bytes.subspan(jpeg.offset, jpeg.size);
+        ByteSpan bytes = level.bytes.subspan(jpeg.offset, jpeg.size);
+        std::string container = level.container;
+        if (level.isMember && jpeg.offset == 0) bytes = level.bytes;
+        if (const ZipMember* member = zip ? StoredMemberAt(*zip, jpeg.offset) : nullptr) {
+            container = Inside(level, ToValidUtf8(member->name));
+            if (member->dataOffset == jpeg.offset)
+                bytes = Slice(level.bytes, member->dataOffset, member->packedSize);
+        }
+        Give(level.open ? level.offset + jpeg.offset : level.offset, container, bytes, jpeg.width,
+             jpeg.height);
+    }
+
+    // Hands a find over, each content once.
+    void Give(std::size_t offset, const std::string& container, ByteSpan bytes, int width, int height) {
         std::string sha256;
         if (bytes.size() < kLargeHash)
             sha256 = Sha256(bytes);
         else
             sha256 = ComputeHashes(bytes, [this](double) { Tell(m_done); }).sha256;
         Tell(m_done);
-        if (!m_known.insert(sha256).second) return;
-        std::string container = level.container;
-        if (zip) {
-            const ZipMember* member = StoredMemberAt(*zip, jpeg.offset);
-            if (member != nullptr) container = Inside(level, ToValidUtf8(member->name));
-        }
-        m_sink({level.open ? level.offset + jpeg.offset : level.offset, container, bytes, sha256, jpeg.width,
-                jpeg.height});
+        if (m_known.insert(sha256).second) m_sink({offset, container, bytes, sha256, width, height});
     }
 
     // Members are in the order of their offsets and do not overlap.
@@ -190,10 +221,13 @@ int DumpEmbeddedJpegs(std::span<const std::uint8_t> bytes, const std::string& fo
     const Search::Sink sink = [&](const Find& find) {
         char offset[24];
         std::snprintf(offset, sizeof offset, "%08zx", find.offset);
-        const std::string name = PathName(baseName) + "_" + offset + "_" + find.sha256.substr(0, 12) + ".jpg";
-        WriteFile(PathJoin(folder, name), Bytes(find.bytes.begin(), find.bytes.end()));
+        const std::string member = SafeName(find.container);
+        const std::string name = PathName(baseName) + "_" + offset + "_" + member +
+                                 (member.empty() ? "" : "_") + find.sha256.substr(0, 12) + ".jpg";
+        WriteFile(PathJoin(folder, name), Bytes(find.bytes.begin(), find.bytes.end()), FileSync::Later);
         ++written;
     };
     Search(sink, progress, warnings).Run(bytes);
+    if (written > 0) SyncFolder(folder);
     return written;
 }

@@ -183,41 +183,6 @@ std::string PictureText(std::uint32_t attributes) {
 
 }  // namespace
 
-std::string JpegProcessName(std::uint8_t marker) {
-    switch (marker) {
-        case 0xC0:
-            return "Baseline DCT, Huffman";
-        case 0xC1:
-            return "Extended sequential DCT, Huffman";
-        case 0xC2:
-            return "Progressive DCT, Huffman";
-        case 0xC3:
-            return "Lossless, Huffman";
-        case 0xC5:
-            return "Differential sequential DCT, Huffman";
-        case 0xC6:
-            return "Differential progressive DCT, Huffman";
-        case 0xC7:
-            return "Lossless differential, Huffman";
-        case 0xC9:
-            return "Extended sequential DCT, arithmetic";
-        case 0xCA:
-            return "Progressive DCT, arithmetic";
-        case 0xCB:
-            return "Lossless, arithmetic";
-        case 0xCD:
-            return "Differential sequential DCT, arithmetic";
-        case 0xCE:
-            return "Differential progressive DCT, arithmetic";
-        case 0xCF:
-            return "Lossless differential, arithmetic";
-        case 0xF7:
-            return "JPEG-LS";
-        default:
-            return "Unknown";
-    }
-}
-
 std::string JpegMarkerName(std::uint8_t marker) {
     using namespace jpegmarker;
     switch (marker) {

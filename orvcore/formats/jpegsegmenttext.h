@@ -5,12 +5,10 @@
 
 #include "orvcore/formats/bytes.h"
 #include "orvcore/formats/jpegstructure.h"
+#include "zorimage/jpegnames.h"
 
 // The words of one marker segment: its identifier and what it says in a few words. Payloads are the bytes
 // after marker and length. Nothing throws; what does not fit its layout gives a shorter text.
-
-// "Baseline DCT, Huffman" for the second byte of a frame marker.
-std::string JpegProcessName(std::uint8_t marker);
 
 // The text that an APPn payload starts with: printable characters up to a zero byte, or a known one that has
 // no zero byte.

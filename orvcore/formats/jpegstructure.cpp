@@ -51,8 +51,13 @@ class Parser {
     }
 
   private:
-    void Warn(const std::string& text) {
+    // Odd, but no damage.
+    void Remark(const std::string& text) {
         if (m_result.warnings.size() < kMaxWarnings) m_result.warnings.push_back(text);
+    }
+    void Warn(const std::string& text) {
+        Remark(text);
+        if (m_result.damage.size() < kMaxWarnings) m_result.damage.push_back(text);
     }
     // Something that a sound file does not have.
     void Fault(const std::string& text) {
@@ -95,8 +100,8 @@ class Parser {
         else
             Decode(piece, payload);
         if (piece.fill > 0 && piece.marker != kEoi)
-            Warn(std::to_string(piece.fill) + " fill bytes before " + JpegMarkerName(piece.marker) +
-                 At(piece.offset) + ".");
+            Remark(std::to_string(piece.fill) + " fill bytes before " + JpegMarkerName(piece.marker) +
+                   At(piece.offset) + ".");
 
         if (m_result.segments.size() >= kMaxJpegSegments) {
             m_result.segmentsDropped = true;
@@ -261,8 +266,11 @@ class Parser {
         if (m_result.frameCount == 0) Fault("There is no frame header.");
         if (m_result.scans.empty()) Fault("There is no scan.");
         if (m_result.frameCount > 0 && m_result.frame.height == 0) Warn("The height is not stated.");
-        if (m_result.trailingBytes > 0)
-            Warn(std::to_string(m_result.trailingBytes) + " bytes follow the end-of-image marker.");
+        if (m_result.trailingBytes > 0) {
+            m_result.trailingWarning =
+                std::to_string(m_result.trailingBytes) + " bytes follow the end-of-image marker.";
+            Remark(m_result.trailingWarning);
+        }
         CheckTables();
         m_result.complete = m_sound;
     }
@@ -296,22 +304,8 @@ JpegStructure ParseJpegStructure(std::span<const std::uint8_t> bytes, std::size_
 }
 
 std::string JpegSubsampling(const JpegFrame& frame) {
-    const auto& c = frame.components;
-    if (c.size() == 3 && c[1].horizontal == 1 && c[1].vertical == 1 && c[2].horizontal == 1 &&
-        c[2].vertical == 1) {
-        struct Word {
-            int horizontal, vertical;
-            const char* text;
-        };
-        static constexpr Word kWords[] = {{1, 1, "4:4:4"}, {2, 1, "4:2:2"}, {2, 2, "4:2:0"},
-                                          {1, 2, "4:4:0"}, {4, 1, "4:1:1"}, {4, 2, "4:1:0"}};
-        for (const Word& word : kWords)
-            if (word.horizontal == c[0].horizontal && word.vertical == c[0].vertical) return word.text;
-    }
-    std::string text;
-    for (const JpegComponent& component : c) {
-        if (!text.empty()) text += ",";
-        text += std::to_string(component.horizontal) + "x" + std::to_string(component.vertical);
-    }
-    return text;
+    std::vector<JpegSampling> factors;
+    for (const JpegComponent& component : frame.components)
+        factors.push_back({component.horizontal, component.vertical});
+    return JpegSamplingName(factors);
 }

@@ -101,6 +101,8 @@ struct JpegStructure {
     bool segmentsDropped = false;   // more segments than are listed (see kMaxJpegSegments); sums still hold
     std::size_t droppedBytes = 0;   // bytes of the segments that are not listed
     std::vector<std::string> warnings;  // each a sentence
+    std::vector<std::string> damage;    // those of them that tell of damage
+    std::string trailingWarning;        // that of bytes behind the end, "" without
 };
 
 // More segments than this are counted but not listed: no real file has so many.

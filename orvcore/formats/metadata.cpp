@@ -33,20 +33,6 @@ bool IsUtf8(const std::string& bytes) {
     return ToValidUtf8(bytes).find("\xEF\xBF\xBD") == std::string::npos;
 }
 
-std::string FromLatin1(const std::string& bytes) {
-    std::string text;
-    for (const char c : bytes) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (byte < 0x80) {
-            text += c;
-        } else {
-            text += static_cast<char>(0xC0 | (byte >> 6));
-            text += static_cast<char>(0x80 | (byte & 0x3F));
-        }
-    }
-    return text;
-}
-
 // The stored value as text; of a long array only the first numbers, because all of them would be megabytes of
 // text.
 std::string RawText(const Exiv2::Metadatum& datum) {
@@ -146,7 +132,7 @@ class Collector {
         if (datum.typeId() == Exiv2::string && !IsUtf8(text)) {
             // Older programs write one byte per letter and do not say which set; Western European is the
             // usual one.
-            entry.value = Shorten(FromLatin1(text));
+            entry.value = Shorten(Latin1ToUtf8(text));
             entry.type += ", read as ISO 8859-1";
         } else {
             entry.value = Shorten(datum.print());

@@ -8,14 +8,17 @@
 #include <set>
 
 #include "orvcore/formats/pdfimagestream.h"
+#include "orvcore/formats/pdfpages.h"
 #include "orvcore/formats/qpdfheaders.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"
 #include "zorbase/zorexception.h"
+#include "zorimage/plausibility.h"
 
 namespace {
 
 constexpr std::size_t kMaxWarnings = 200;
+constexpr std::size_t kMaxFiles = 100000;
 constexpr std::size_t kMaxPending = 100000;  // objects of one page still to be looked at
 
 // Carries the exception of whoever wants to stop past the handlers for damaged objects.
@@ -25,12 +28,21 @@ struct Stop {
 
 class Dumper {
   public:
-    Dumper(QPDF& pdf, const std::string& folder, const std::string& stem, const PdfDumpOptions& options,
-           const std::function<void(double)>& progress)
-        : m_pdf(pdf), m_folder(folder), m_stem(stem), m_options(options), m_progress(progress) {}
+    Dumper(QPDF& pdf, std::size_t fileBytes, const std::string& folder, const std::string& stem,
+           const PdfDumpOptions& options, const std::function<void(double)>& progress)
+        // The image itself and the file made of it are held beside what is unpacked.
+        : m_pdf(pdf),
+          m_folder(folder),
+          m_stem(stem),
+          m_options(options),
+          m_progress(progress),
+          m_maximumBytes(MemoryLimit(fileBytes) / 3) {}
 
     PdfDumpResult Run() {
-        const std::vector<QPDFObjectHandle> pages = m_pdf.getAllPages();
+        const PdfPages listed = ListPdfPages(m_pdf);
+        const std::vector<QPDFObjectHandle>& pages = listed.pages;
+        for (const std::string& warning : listed.warnings) Warn(warning);
+        if (pages.empty()) ZOR_THROW(Format, "The document has no pages that can be read.");
         m_stored = m_pdf.getXRefTable();
         const int count = static_cast<int>(pages.size());
         const int last = m_options.lastPage <= 0 ? count : std::min(m_options.lastPage, count);
@@ -45,6 +57,7 @@ class Dumper {
                   [&] { LookAtPage(pages[static_cast<std::size_t>(page - 1)]); });
             ++m_result.pages;
         }
+        if (!m_result.files.empty()) SyncFolder(m_folder);
         m_done = 1.0;
         Alive();
         return std::move(m_result);
@@ -95,7 +108,17 @@ class Dumper {
 
     // Turns the images inside drawing commands into objects, in memory only.
     void ExternalizeInline(QPDFObjectHandle owner, const std::string& what) {
-        Guard(what, [&] { QPDFPageObjectHelper(owner).externalizeInlineImages(0, true); });
+        Guard(what, [&] {
+            const std::size_t limit = std::min(kMaxPdfContent, m_contentLeft);
+            const std::size_t size = CountPdfContent(owner, limit, [this] { Alive(); });
+            m_contentLeft -= std::min(size, m_contentLeft);
+            if (size > limit) {
+                Warn(what + ": its drawing commands unpack to more than " + FormatFileSize(limit) +
+                     "; images among them were not looked for.");
+                return;
+            }
+            QPDFPageObjectHelper(owner).externalizeInlineImages(0, true);
+        });
     }
 
     void Push(QPDFObjectHandle object) {
@@ -117,6 +140,7 @@ class Dumper {
         if (!resources.isDictionary()) return;
         PushEntries(resources.getKey("/XObject"));
         PushEntries(resources.getKey("/Pattern"));
+        SoftMasks(resources.getKey("/ExtGState"));
         QPDFObjectHandle fonts = resources.getKey("/Font");
         if (!fonts.isDictionary()) return;
         if (fonts.isIndirect() && !m_seen.insert(fonts.getObjGen()).second) return;
@@ -128,6 +152,18 @@ class Dumper {
             if (font.isIndirect() && !m_seen.insert(font.getObjGen()).second) continue;
             QPDFObjectHandle inner = font.getKey("/Resources");
             if (inner.isDictionary()) PushEntries(inner.getKey("/XObject"));
+        }
+    }
+
+    // The groups that graphic states draw masks with.
+    void SoftMasks(QPDFObjectHandle states) {
+        if (!states.isDictionary()) return;
+        if (states.isIndirect() && !m_seen.insert(states.getObjGen()).second) return;
+        for (const std::string& key : states.getKeys()) {
+            QPDFObjectHandle state = states.getKey(key);
+            QPDFObjectHandle mask =
+                state.isDictionary() ? state.getKey("/SMask") : QPDFObjectHandle::newNull();
+            if (mask.isDictionary()) Push(mask.getKey("/G"));
         }
     }
 
@@ -155,7 +191,13 @@ class Dumper {
             WriteImage(stream);
             return;
         }
-        const bool isForm = type.isName() && type.getName() == "/Form";
+        // Tiles draw like forms; the library looks for inline images in what is called one. Nothing of this is saved.
+        QPDFObjectHandle pattern = dictionary.getKey("/PatternType");
+        const bool isTile = pattern.isInteger() && pattern.getIntValue() == 1;
+        if (isTile) dictionary.replaceKey("/Subtype", QPDFObjectHandle::newName("/Form"));
+        const bool isForm = isTile || (type.isName() && type.getName() == "/Form");
+        if (isForm && !dictionary.getKey("/Resources").isDictionary())
+            dictionary.replaceKey("/Resources", QPDFObjectHandle::newDictionary());
         if (isForm) ExternalizeInline(stream, "Object " + std::to_string(stream.getObjectID()));
         Resources(dictionary.getKey("/Resources"));
     }
@@ -166,12 +208,18 @@ class Dumper {
         char number[64];
         std::snprintf(number, sizeof number, "_p%04d_%c%d", m_page, isInline ? 'i' : 'o',
                       isInline ? ++m_inlineNumber : id);
-        const PdfImageFiles image = ExtractPdfImage(stream, m_options, [this] { Alive(); });
+        const PdfImageFiles image = ExtractPdfImage(stream, m_options, m_maximumBytes, [this] { Alive(); });
         for (const std::string& problem : image.problems)
             Warn("Image " + std::string(number + 1) + ": " + problem + (problem.back() == '.' ? "" : "."));
         for (const PdfImageFile& file : image.files) {
             const std::string path = PathJoin(m_folder, m_stem + number + "." + file.extension);
-            WriteFile(path, file.bytes);
+            if (m_result.files.size() >= kMaxFiles) {
+                Warn("The document holds more than " + std::to_string(kMaxFiles) +
+                     " images; the others were left out.");
+                return;
+            }
+            // Synced once at the end: thousands of small pictures would wait for the disk each.
+            WriteFile(path, file.bytes, FileSync::Later);
             m_result.files.push_back(path);
         }
     }
@@ -185,7 +233,9 @@ class Dumper {
     std::deque<QPDFObjectHandle> m_pending;
     std::set<QPDFObjGen> m_seen;
     std::map<QPDFObjGen, QPDFXRefEntry>
-        m_stored;  // what the document held before inline images became objects
+        m_stored;                // what the document held before inline images became objects
+    std::size_t m_maximumBytes;  // that one image may unpack to
+    std::size_t m_contentLeft = kMaxPdfContentInAll;
     int m_inlineNumber = 0;
     int m_page = 0;
     double m_done = 0;
@@ -282,8 +332,10 @@ std::vector<std::string> PdfPasswordForms(const std::string& password) {
 PdfDumpResult DumpPdfImages(std::span<const std::uint8_t> bytes, const std::string& folder,
                             const std::string& baseName, const PdfDumpOptions& options,
                             const std::function<void(double)>& progress) {
+    if (const std::string problem = PdfStructureProblem(bytes); !problem.empty())
+        ZOR_THROW(Format, "The document was not read. " + problem);
     const std::shared_ptr<QPDF> pdf = Open(bytes, options);
-    Dumper dumper(*pdf, folder, PathName(baseName), options, progress);
+    Dumper dumper(*pdf, bytes.size(), folder, PathName(baseName), options, progress);
     PdfDumpResult result;
     try {
         result = dumper.Run();

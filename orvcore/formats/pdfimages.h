@@ -24,10 +24,12 @@ struct PdfDumpResult {
 };
 
 // Writes every image of a PDF document's pages into the folder, each image object once, at the page that names it first: images drawn or
-// only named in the page's resources, in nested forms, patterns, fonts of drawings, annotations; inline ones of pages and forms; masks too. JPEG and JPEG
+// only named in the page's resources, in nested forms, patterns, groups of soft masks, fonts of drawings, annotations; inline ones of pages,
+// forms and tiles; masks too. JPEG and JPEG
 // 2000 streams are written unchanged (.jpg, .jp2, .j2k). Sampled images become PNG, by the plain formulas of the device colour
 // spaces, without colour management. CCITT and JBIG2 become PNG when asked; otherwise, or when that fails, their raw data are written
-// (.ccitt; .jb2 with its shared part as .jb2g). Samples in a colour space that is not converted are written unpacked as .bin.
+// (.ccitt; .jb2 with its shared part as .jb2g). The decoder of JBIG2 makes mistakes that it does not notice: its data are written beside every
+// picture of it, which is marked as not verified. Samples in a colour space that is not converted are written unpacked as .bin.
 // Names: "<baseName>_p<page>_o<object number>.<extension>", "i" and a running number for inline ones; only the last part of baseName is
 // used. The folder is created only when something is found.
 // Throws ZorException: kind Argument for a wrong or missing password and for a page range outside the document, kind Format when it is

@@ -11,8 +11,6 @@
 
 namespace {
 
-constexpr std::size_t kMaxStreamBytes = std::size_t{1} << 30;
-
 // Takes what a stream's filters give, up to a limit; what is beyond it is counted and dropped, so a stream made to unpack to an enormous
 // size costs no memory.
 class Collector : public Pipeline {
@@ -56,8 +54,13 @@ class Collector : public Pipeline {
 
 class Extractor {
   public:
-    Extractor(QPDFObjectHandle stream, const PdfDumpOptions& options, const std::function<void()>& alive)
-        : m_stream(stream), m_dictionary(stream.getDict()), m_options(options), m_alive(alive) {}
+    Extractor(QPDFObjectHandle stream, const PdfDumpOptions& options, std::size_t maximumBytes,
+              const std::function<void()>& alive)
+        : m_stream(stream),
+          m_dictionary(stream.getDict()),
+          m_options(options),
+          m_maximumBytes(maximumBytes),
+          m_alive(alive) {}
 
     PdfImageFiles Run() {
         ReadFilters();
@@ -118,15 +121,14 @@ class Extractor {
         else if (!good)
             Problem("its data are damaged");
         // Samples may have more data than the picture needs; what its own coder wrote must be whole.
-        if (collector.IsCut() && limit == kMaxStreamBytes)
-            Problem("its data unpack to more than " + FormatFileSize(kMaxStreamBytes) +
-                    " and were cut there");
+        if (collector.IsCut() && limit == m_maximumBytes)
+            Problem("its data unpack to more than " + FormatFileSize(m_maximumBytes) + " and were cut there");
         return collector.Take();
     }
 
     // The data as the image's own coder wrote them: without encryption and without the filters around them.
     Bytes CodedData() {
-        Bytes bytes = Read(m_stream, qpdf_dl_none, kMaxStreamBytes);
+        Bytes bytes = Read(m_stream, qpdf_dl_none, m_maximumBytes);
         if (m_filters.size() < 2) return bytes;
         QPDFObjectHandle names = QPDFObjectHandle::newArray();
         QPDFObjectHandle values = QPDFObjectHandle::newArray();
@@ -137,7 +139,7 @@ class Extractor {
         QPDFObjectHandle inner = m_stream.getOwningQPDF()->newStream(std::string(bytes.begin(), bytes.end()));
         inner.getDict().replaceKey("/Filter", names);
         inner.getDict().replaceKey("/DecodeParms", values);
-        return Read(inner, qpdf_dl_specialized, kMaxStreamBytes);
+        return Read(inner, qpdf_dl_specialized, m_maximumBytes);
     }
 
     QPDFObjectHandle CoderParameter(const std::string& key) {
@@ -184,9 +186,17 @@ class Extractor {
         return true;
     }
 
+    // Bits cost little in the file and a byte each in the picture.
+    bool HasRoom(const PdfSampling& sampling) {
+        const double pixels = static_cast<double>(sampling.width) * static_cast<double>(sampling.height);
+        if (pixels <= static_cast<double>(m_maximumBytes)) return true;
+        Problem("it claims more pixels than its file can hold, and was written as it is");
+        return false;
+    }
+
     void Ccitt(const Bytes& data) {
-        if (m_options.convertCcitt) {
-            const PdfSampling sampling = ReadPdfSampling(m_dictionary);
+        const PdfSampling sampling = ReadPdfSampling(m_dictionary);
+        if (m_options.convertCcitt && HasRoom(sampling)) {
             CcittParameters parameters;
             parameters.k = Number("/K", 0);
             parameters.columns = Number("/Columns", 1728);
@@ -202,15 +212,19 @@ class Extractor {
     void Jbig2(const Bytes& data) {
         QPDFObjectHandle shared = CoderParameter("/JBIG2Globals");
         Bytes globals;
-        if (shared.isStream()) globals = Read(shared, qpdf_dl_specialized, kMaxStreamBytes);
-        if (m_options.convertJbig2) {
-            const PdfSampling sampling = ReadPdfSampling(m_dictionary);
+        if (shared.isStream()) globals = Read(shared, qpdf_dl_specialized, m_maximumBytes);
+        const PdfSampling sampling = ReadPdfSampling(m_dictionary);
+        if (m_options.convertJbig2 && HasRoom(sampling)) {
             std::string complaint;
             const bool converted =
                 Bilevel(DecodeJbig2(data, globals, sampling.width, sampling.height, complaint));
-            if (converted && complaint.empty()) return;
-            Problem(converted ? "its picture may be wrong, so its data were written too (" + complaint + ")"
-                              : "it could not be converted and was written as it is");
+            if (!converted)
+                Problem("it could not be converted and was written as it is");
+            else if (complaint.empty())
+                Problem("decoded, not verified: its data were written beside its picture");
+            else
+                Problem("decoded, not verified, and its picture may be wrong (" + complaint +
+                        "): its data were written beside it");
         }
         Add("jb2", data);
         if (!globals.empty()) Add("jb2g", globals);
@@ -220,7 +234,12 @@ class Extractor {
         const PdfSampling sampling = ReadPdfSampling(m_dictionary);
         if (!sampling.problem.empty()) {
             Problem(sampling.problem);
-            Add("bin", Read(m_stream, qpdf_dl_specialized, kMaxStreamBytes));
+            Add("bin", Read(m_stream, qpdf_dl_specialized, m_maximumBytes));
+            return;
+        }
+        if (sampling.DataBytes() > m_maximumBytes) {
+            Problem("it claims " + FormatFileSize(sampling.DataBytes()) +
+                    " of samples, which its file cannot hold");
             return;
         }
         const Bytes samples = Read(m_stream, qpdf_dl_specialized, sampling.DataBytes());
@@ -238,6 +257,7 @@ class Extractor {
     QPDFObjectHandle m_stream;
     QPDFObjectHandle m_dictionary;
     const PdfDumpOptions& m_options;
+    const std::size_t m_maximumBytes;
     const std::function<void()>& m_alive;
     std::vector<std::string> m_filters;
     std::vector<QPDFObjectHandle> m_parameters;
@@ -247,6 +267,6 @@ class Extractor {
 }  // namespace
 
 PdfImageFiles ExtractPdfImage(const QPDFObjectHandle& stream, const PdfDumpOptions& options,
-                              const std::function<void()>& alive) {
-    return Extractor(stream, options, alive).Run();
+                              std::size_t maximumBytes, const std::function<void()>& alive) {
+    return Extractor(stream, options, maximumBytes, alive).Run();
 }

@@ -20,7 +20,8 @@ struct PdfImageFiles {
         problems;  // each a clause to follow the image's name: "its colour space is not converted"
 };
 
+// maximumBytes: that its data may unpack to; what is beyond is cut, and told.
 // Takes an image out of its stream in the form that DumpPdfImages promises. alive is called at least every megabyte of data and may
 // throw to stop; its exception arrives unchanged. What the library throws for damaged objects passes through.
 PdfImageFiles ExtractPdfImage(const QPDFObjectHandle& stream, const PdfDumpOptions& options,
-                              const std::function<void()>& alive);
+                              std::size_t maximumBytes, const std::function<void()>& alive);

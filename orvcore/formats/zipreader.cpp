@@ -117,9 +117,58 @@ void DropOverlapping(ZipDirectory& directory) {
 
 }  // namespace
 
+namespace {
+
+// Where the next record of the container begins, or its end: for members whose size stands behind them.
+std::size_t NextRecord(ByteSpan zip, std::size_t from) {
+    for (std::size_t at = from; at + 4 <= zip.size(); ++at)
+        if (zip[at] == 'P' && (StartsWith(zip, at, "PK\x03\x04", 4) || StartsWith(zip, at, "PK\x07\x08", 4) ||
+                               StartsWith(zip, at, "PK\x01\x02", 4)))
+            return at;
+    return zip.size();
+}
+
+// A container without its directory, cut as they are on the way: member by member by the headers before them.
+std::optional<ZipDirectory> WalkLocalHeaders(ByteSpan zip) {
+    if (!StartsWith(zip, 0, "PK\x03\x04", 4)) return std::nullopt;
+    ZipDirectory result;
+    result.warnings.emplace_back(
+        "The container has no directory, so it is cut or damaged; its members were found one after the other.");
+    for (std::size_t at = 0; StartsWith(zip, at, "PK\x03\x04", 4) && zip.size() - at >= kLocalHeader;) {
+        if (result.members.size() >= kMaxZipMembers) break;
+        const std::uint32_t flags = Little16(zip, at + 6);
+        ZipMember member;
+        member.headerOffset = at;
+        member.method = static_cast<int>(Little16(zip, at + 8));
+        member.crc = Little32(zip, at + 14);
+        member.packedSize = Little32(zip, at + 18);
+        member.size = Little32(zip, at + 22);
+        member.encrypted = (flags & 1U) != 0;
+        const std::size_t nameSize = Little16(zip, at + 26);
+        member.name = TextOf(Slice(zip, at + kLocalHeader, nameSize));
+        member.dataOffset = std::min(zip.size(), at + kLocalHeader + nameSize + Little16(zip, at + 28));
+        const std::size_t left = zip.size() - member.dataOffset;
+        if ((flags & 8U) != 0 && member.packedSize == 0) {
+            member.packedSize = NextRecord(zip, member.dataOffset) - member.dataOffset;
+            member.crcKnown = false;
+        }
+        if (member.packedSize > left) {
+            result.warnings.push_back("The container ends inside the member " + ToValidUtf8(member.name) +
+                                      ".");
+            member.packedSize = left;
+        }
+        at = member.dataOffset + member.packedSize;
+        if (StartsWith(zip, at, "PK\x07\x08", 4)) at = NextRecord(zip, at + 4);
+        result.members.push_back(std::move(member));
+    }
+    return result;
+}
+
+}  // namespace
+
 std::optional<ZipDirectory> ReadZipDirectory(ByteSpan container) {
     const std::optional<Directory> found = FindDirectory(container);
-    if (!found) return std::nullopt;
+    if (!found) return WalkLocalHeaders(container);
     ZipDirectory result;
     std::size_t misplaced = 0;
     std::size_t at = found->offset;
@@ -197,7 +246,7 @@ UnpackedMember UnpackZipMember(ByteSpan container, const ZipMember& member, std:
     }
     if (state != Z_STREAM_END) {
         result.problem = "Its packed data are damaged.";
-    } else if (crc32_z(0, result.bytes.data(), result.bytes.size()) != member.crc) {
+    } else if (member.crcKnown && crc32_z(0, result.bytes.data(), result.bytes.size()) != member.crc) {
         result.problem = "Its check sum is wrong.";
     }
     return result;

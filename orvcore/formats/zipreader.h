@@ -18,6 +18,7 @@ struct ZipMember {
     std::uint32_t crc = 0;
     int method = 0;  // 0 stored, 8 deflated, others are not read
     bool encrypted = false;
+    bool crcKnown = true;
 };
 
 struct ZipDirectory {
@@ -28,7 +29,8 @@ struct ZipDirectory {
 constexpr std::size_t kMaxZipMembers = 100000;
 
 // The members of a container in memory, found through its end record (which may be followed by a comment and
-// preceded by other data). Nothing when there is no end record that fits. Members whose data lie outside the
+// preceded by other data). Without an end record that fits, members are found by the headers before them, which a warning
+// tells, if the bytes begin with one; otherwise nothing. Members whose data lie outside the
 // container or over another member's are left out and told in warnings. Sizes and offsets of more than 32
 // bits are understood. Never throws on what the bytes say.
 std::optional<ZipDirectory> ReadZipDirectory(ByteSpan container);

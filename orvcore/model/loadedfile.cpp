@@ -28,11 +28,14 @@ OrvFilePtr OrvLoadedFile::Load(const std::string& path, std::uint64_t maximumByt
                             ". The largest file to open is set to " + FormatFileSize(maximumBytes) +
                             "; it can be raised in the program options.");
     Sha256Stream sha256;
-    const std::size_t size =
-        ReadFileInto(path, file->m_bytes, maximumBytes, [&](std::span<const std::uint8_t> piece) {
+    const std::size_t size = ReadFileInto(
+        path, file->m_bytes, maximumBytes,
+        [&](std::span<const std::uint8_t> piece) {
             job.CheckAbort();
             sha256.Add(piece);
-        });
+        },
+        &file->m_hasChanged);
+    file->m_protection = std::make_unique<FileProtection>(path);
     file->m_bytes.resize(size);
     file->m_bytes.shrink_to_fit();
     // The facts are taken after reading: they describe the state that was read, as far as the system can
@@ -41,7 +44,7 @@ OrvFilePtr OrvLoadedFile::Load(const std::string& path, std::uint64_t maximumByt
     file->m_facts.size = file->m_bytes.size();
     file->m_sha256 = sha256.Finish();
     // Read here, on the worker: whoever paints asks for it.
-    file->GetInfo();
+    file->GetDamage();
     return file;
 }
 
@@ -59,6 +62,17 @@ const ImageInfo& OrvLoadedFile::GetInfo() const {
     return *m_info;
 }
 
+FileDamage OrvLoadedFile::GetDamage() const {
+    const ImageInfo& info = GetInfo();
+    const std::lock_guard lock(m_infoMutex);
+    if (!m_damage) m_damage = std::make_unique<FileDamage>(FindDamage(m_bytes, info));
+    FileDamage damage = *m_damage;
+    if (m_hasChanged)
+        AddDamage(damage, {"The file changed while it was read; what was there at the start is shown."});
+    AddDamage(damage, m_decodeWarnings);
+    return damage;
+}
+
 const EvidenceFacts& OrvLoadedFile::GetEvidenceFacts() const {
     const ImageInfo& info = GetInfo();
     const std::lock_guard lock(m_infoMutex);
@@ -70,7 +84,11 @@ std::shared_ptr<const DecodedImage> OrvLoadedFile::GetDecoded(const OrvJob& job)
     return GetShared<DecodedImage>(
         kDecoded,
         [&] {
-            return DecodeImage(m_bytes, [&job](double done) { job.SetProgress(done, "Decoding the picture"); });
+            DecodedImage decoded =
+                DecodeImage(m_bytes, [&job](double done) { job.SetProgress(done, "Decoding the picture"); });
+            const std::lock_guard lock(m_infoMutex);
+            m_decodeWarnings = decoded.warnings;
+            return decoded;
         },
         [](const DecodedImage& decoded) {
             const cv::Mat& mat = decoded.image.GetMat();

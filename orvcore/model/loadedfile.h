@@ -5,9 +5,11 @@
 #include <mutex>
 #include <string>
 
+#include "orvcore/formats/damage.h"
 #include "orvcore/formats/evidencefacts.h"
 #include "orvcore/model/job.h"
 #include "orvcore/model/sharedvalues.h"
+#include "zorbase/fileprotection.h"
 #include "zorbase/files.h"
 #include "zorbase/hash.h"
 #include "zorbase/zorexception.h"
@@ -41,9 +43,13 @@ class OrvLoadedFile {
     const Bytes& GetBytes() const { return m_bytes; }
     const FileFacts& GetFacts() const { return m_facts; }
     const std::string& GetSha256() const { return m_sha256; }
+    // Whether it was changed while it was read: what was there at the start is what counts.
+    bool HasChanged() const { return m_hasChanged; }
 
     const FileHashes& GetHashes(const OrvJob& job) const;
     const ImageInfo& GetInfo() const;
+    // What every reader has found wrong so far: headers and structure, and the decoder once the picture was decoded.
+    FileDamage GetDamage() const;
     // Already worked out for a file in a slot, so that the GUI thread may ask.
     const EvidenceFacts& GetEvidenceFacts() const;
 
@@ -75,10 +81,14 @@ class OrvLoadedFile {
     Bytes m_bytes;
     FileFacts m_facts;
     std::string m_sha256;
+    bool m_hasChanged = false;
+    std::unique_ptr<FileProtection> m_protection;  // nothing writes to it while it is held
     mutable std::mutex m_hashMutex;
     mutable std::mutex m_infoMutex;
     mutable std::unique_ptr<FileHashes> m_hashes;
     mutable std::unique_ptr<ImageInfo> m_info;
+    mutable std::unique_ptr<FileDamage> m_damage;
+    mutable std::vector<std::string> m_decodeWarnings;  // under m_infoMutex
     mutable std::unique_ptr<EvidenceFacts> m_evidenceFacts;
     mutable OrvSharedValues m_shared;
 };

@@ -87,6 +87,8 @@ std::vector<std::string> OrvOptions::Load() {
     Json json;
     try {
         if (!FileExists(Path())) return {};
+        // It holds keys; an older version, or a copy, may have left it open to others.
+        RestrictToOwner(Path());
         json = JsonFromText(ReadFile(Path()));
     } catch (const ZorException& error) {
         // What a parser says of the text could repeat a key.

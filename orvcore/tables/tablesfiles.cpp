@@ -6,6 +6,7 @@
 
 #include "orvcore/tables/tablemarkup.h"
 #include "orvcore/tables/tables.h"
+#include "zorbase/fileprotection.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"
 #include "zorbase/utf8.h"
@@ -127,17 +128,7 @@ std::string ImageAddress(const std::string& image) {
     if (image.starts_with("http://") || image.starts_with("https://")) return image;
     if (image.empty()) return {};
     std::string address = image.front() == '/' ? "file://" : "";
-    constexpr const char* kHex = "0123456789ABCDEF";
-    for (const char c : image) {
-        const bool isPlain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-                             std::string_view("/-._~").find(c) != std::string_view::npos;
-        if (isPlain) {
-            address += c;
-        } else {
-            const auto byte = static_cast<unsigned char>(c);
-            address += {'%', kHex[byte >> 4], kHex[byte & 15]};
-        }
-    }
+    address += PercentEncode(image, "/");
     return address;
 }
 
@@ -195,14 +186,12 @@ void SaveTableReport(const std::string& path, std::size_t count,
 }
 
 void RefuseListedFile(const std::string& path, const TableString& table, int column) {
-    std::error_code error;
-    // A name that is not taken is nobody's file.
-    if (column < 0 || !std::filesystem::exists(path, error)) return;
+    if (column < 0) return;
     for (std::size_t row = 1; row < table.size(); ++row) {
         if (static_cast<std::size_t>(column) >= table[row].size()) continue;
         const std::string cell = ParseCell(table[row][static_cast<std::size_t>(column)]).text;
         const std::string listed = PathFromUtf8(cell);
-        if (listed == path || std::filesystem::equivalent(listed, path, error))
+        if (IsSameFile(listed, path))
             ZOR_THROW(File, "\"" + ToValidUtf8(path) +
                                 "\" is one of the files in the table, which are never written to. Choose "
                                 "another name.");

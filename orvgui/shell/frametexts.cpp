@@ -62,5 +62,6 @@ wxString MakePictureText(const OrvLoadedFile& file) {
     wxString text = ToWx(FormatName(info.format));
     if (info.width > 0 && info.height > 0) text += wxString::Format("   %d x %d", info.width, info.height);
     if (info.bitsPerSample > 0) text += wxString::Format(_("   %d bit"), info.bitsPerSample);
-    return text + "   " + ToWx(FormatFileSize(file.GetFacts().size));
+    text += "   " + ToWx(FormatFileSize(file.GetFacts().size));
+    return file.GetDamage().IsEmpty() ? text : text + "   " + _("damaged");
 }

@@ -49,6 +49,21 @@ expect 'only the labels: no camera is named' 1 "$(wc -l <<<"$out")"
 try 'a picture is no collection' 1 signatures "$folder/a.jpg" --export
 expect 'the refusal names it' yes "$(holds 'a.jpg' "$err")"
 
+printf 'GIF89a\1\0\1\0' >"$scratch/cut.gif"
+for filter in error-level histogram visual-inspection; do
+    try "$filter of what cannot be decoded" 3 analyse "$scratch/cut.gif" -f $filter
+    expect 'prints nothing' '' "$out"
+done
+try 'analyse without a name' 105 analyse ''
+try 'report without a name' 105 report "$folder/a.jpg" -o ''
+mkfifo "$scratch/pipe"
+ln -s "$scratch/elsewhere.html" "$scratch/link.html"
+for target in pipe link.html; do
+    try "report in the place of a $target" 1 report "$folder/a.jpg" -o "$scratch/$target"
+    expect 'is refused' yes "$(holds "$target" "$err")"
+done
+expect 'the pipe is still one' yes "$([ -p "$scratch/pipe" ] && [ -L "$scratch/link.html" ] && echo yes || echo no)"
+
 try 'report' 0 report "$folder/a.jpg" -o "$scratch/out/report.html"
 expect 'report tells where it is' "$scratch/out/report.html" "$out"
 expect 'the page is whole' '</html>' "$(tail -1 "$scratch/out/report.html")"

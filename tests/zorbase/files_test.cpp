@@ -11,6 +11,7 @@
 #include <filesystem>
 
 #include "tests/support/temporaryfolder.h"
+#include "zorbase/fileprotection.h"
 #include "zorbase/zorexception.h"
 
 namespace {
@@ -137,19 +138,98 @@ TEST(Files, FailedWriteLeavesTheOldFileAndNothingElse) {
     EXPECT_THAT(MessageOf([&] { WriteFile(path + "/below", std::string("x")); }), HasSubstr("settings.json"));
 }
 
-TEST(Files, WritingReplacesALinkAndKeepsTheMode) {
+TEST(Files, WritingRefusesWhatIsNoRegularFileAndKeepsTheMode) {
     const TemporaryFolder folder;
     WriteFile(folder / "evidence.jpg", std::string("evidence"));
-    fs::create_symlink(folder / "evidence.jpg", folder / "report.txt");
-    WriteFile(folder / "report.txt", std::string("report"));
+    fs::create_symlink(folder / "evidence.jpg", folder / "link");
+    fs::create_symlink(folder / "nowhere", folder / "loose");
+    ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
+    for (const auto& [name, reason] :
+         {std::pair{"link", "it is a link"}, {"loose", "it is a link"}, {"pipe", "not a regular file"}}) {
+        const std::string path = folder / name;
+        EXPECT_THAT(MessageOf([&] { WriteFile(path, std::string("x")); }),
+                    AllOf(HasSubstr(name), HasSubstr(reason)));
+        EXPECT_THAT(MessageOf([&] { WritePrivateFile(path, "x"); }), HasSubstr(reason));
+        EXPECT_THAT(MessageOf([&] { FileWriter file(path); }), HasSubstr(reason));
+    }
     EXPECT_EQ(ReadFile(folder / "evidence.jpg"), "evidence");
-    EXPECT_EQ(ReadFile(folder / "report.txt"), "report");
+    EXPECT_TRUE(fs::is_symlink(folder / "loose") && fs::is_fifo(folder / "pipe"));
+    EXPECT_EQ(CountFiles(folder.Path()), 4u) << "no temporary file is left";
 
     struct stat facts {};
+    WriteFile(folder / "report.txt", std::string("report"));
     ASSERT_EQ(chmod((folder / "report.txt").c_str(), 0640), 0);
     WriteFile(folder / "report.txt", std::string("again"));
     ASSERT_EQ(stat((folder / "report.txt").c_str(), &facts), 0);
     EXPECT_EQ(facts.st_mode & 0777, 0640u);
+    RestrictToOwner(folder / "report.txt");
+    ASSERT_EQ(stat((folder / "report.txt").c_str(), &facts), 0);
+    EXPECT_EQ(facts.st_mode & 0777, 0600u);
+}
+
+TEST(Files, NoWriterTouchesWhatIsWorkedOn) {
+    const TemporaryFolder folder;
+    const std::string path = folder / "evidence.jpg";
+    WriteFile(path, std::string("evidence"));
+    fs::create_hard_link(path, folder / "twin.jpg");
+    const auto refusals = [&] {
+        int count = 0;
+        for (const std::string& name : {path, folder / "twin.jpg", folder / "./evidence.jpg"}) {
+            count += MessageOf([&] { WriteFile(name, std::string("x")); }).find("never written to") !=
+                     std::string::npos;
+            count +=
+                MessageOf([&] { WritePrivateFile(name, "x"); }).find("never written to") != std::string::npos;
+        }
+        return count;
+    };
+    {
+        FileWriter late(folder / "late.txt");
+        late.Add("x");
+        const FileProtection first(path);
+        {
+            FileProtection second(path);
+            const FileProtection moved(std::move(second));
+        }
+        EXPECT_EQ(refusals(), 6) << "one of three has gone";
+        WriteFile(folder / "other.jpg", std::string("x"));
+        // What became evidence while it was written.
+        fs::create_hard_link(path, folder / "late.txt");
+        EXPECT_THAT(MessageOf([&] { late.Finish(); }), HasSubstr("never written to"));
+        EXPECT_TRUE(IsSameFile(path, folder / "twin.jpg"));
+        EXPECT_FALSE(IsSameFile(path, folder / "other.jpg"));
+        EXPECT_FALSE(IsSameFile(folder / "absent", folder / "absent"));
+    }
+    EXPECT_EQ(ReadFile(path), "evidence");
+    EXPECT_EQ(refusals(), 0);
+}
+
+TEST(Files, AGrowingFileIsReadAsItWas) {
+    const TemporaryFolder folder;
+    const std::string path = folder / "growing.bin";
+    std::FILE* writer = std::fopen(path.c_str(), "w");
+    ASSERT_NE(writer, nullptr);
+    const std::string start(600000, 'a');
+    std::fwrite(start.data(), 1, start.size(), writer);
+    std::fflush(writer);
+    Bytes buffer;
+    bool hasChanged = false;
+    std::size_t size = ReadFileInto(
+        path, buffer, 1 << 30,
+        [&](auto) {
+            std::fwrite(start.data(), 1, start.size(), writer);
+            std::fflush(writer);
+        },
+        &hasChanged);
+    std::fclose(writer);
+    EXPECT_EQ(size, start.size());
+    EXPECT_TRUE(hasChanged);
+    size = ReadFileInto(
+        path, buffer, 1 << 30, [](auto) {}, &hasChanged);
+    EXPECT_GT(size, start.size());
+    EXPECT_FALSE(hasChanged);
+    size = ReadFileInto(
+        path, buffer, 1 << 30, [&](auto) { fs::resize_file(path, 10); }, &hasChanged);
+    EXPECT_TRUE(hasChanged) << "it was cut";
 }
 
 TEST(Files, PrivateFilesAreTheOwnersAlone) {

@@ -119,6 +119,49 @@ TEST(Damage, KeepsTheRowsBeforeTheCut) {
     }
 }
 
+Bytes NestedBoxes(const std::string& name, std::size_t depth, std::size_t head);
+
+// A file that ends early says so in its headers' warnings too, whatever its decoder makes of it.
+TEST(Damage, HeadersTellOfAFileThatEndsEarly) {
+    const Image scene = samples::MakeScene(64, 48, 3);
+    std::vector<std::pair<std::string, Bytes>> files;
+    for (const std::string extension : {"bmp", "tif", "png", "webp"})
+        files.emplace_back(extension, EncodeImage(scene, extension));
+    files.emplace_back("plain tif", MakeTiff(scene.ToGray()));
+    files.emplace_back("jp2", samples::kGreyJp2);
+    Bytes boxes = NestedBoxes("meta", 1, 4);
+    boxes.insert(boxes.end(), {0, 0, 0, 64, 'm', 'd', 'a', 't'});
+    boxes.resize(boxes.size() + 56);
+    EXPECT_EQ(CutProblem(boxes), "");
+    boxes.pop_back();
+    EXPECT_NE(CutProblem(boxes), "");
+    for (const auto& [name, bytes] : files) {
+        EXPECT_TRUE(ReadImageInfo(bytes).warnings.empty()) << name;
+        const ImageInfo info = ReadImageInfo(std::span(bytes).first(bytes.size() * 3 / 4));
+        ASSERT_FALSE(info.warnings.empty()) << name;
+        EXPECT_NE(info.warnings.back().find("ends early"), std::string::npos)
+            << name << ": " << info.warnings.back();
+    }
+}
+
+TEST(Damage, AJpegIsOneByWhatFollowsItsBeginning) {
+    const Bytes jpeg = EncodeImage(samples::MakeScene(64, 48, 3), "jpg");
+    Bytes damaged = jpeg;
+    damaged[2] = 0xfe;
+    EXPECT_EQ(DetectFormat(damaged), FileFormat::Jpeg);
+    const DecodedImage decoded = DecodeImage(damaged);
+    EXPECT_EQ(decoded.image.GetWidth(), 64);
+    EXPECT_FALSE(decoded.warnings.empty());
+    EXPECT_TRUE(DecodeImage(jpeg).warnings.empty());
+    for (const Bytes& other : {Bytes{0xff, 0xd8}, Bytes{0xff, 0xd8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0},
+                               Bytes{0xff, 0xd8, 0xfe, 0xe0, 0, 4, 1, 2, 3, 4}})
+        EXPECT_EQ(DetectFormat(other), FileFormat::Unknown);
+    // Damage behind the last row.
+    Bytes behind = jpeg;
+    behind.insert(behind.end() - 2, 40, std::uint8_t{0x11});
+    EXPECT_FALSE(DecodeImage(behind).warnings.empty());
+}
+
 TEST(Damage, ProgressiveJpegKeepsTheScansBeforeTheCut) {
     const Bytes& bytes = samples::kProgressiveJpeg;
     const DecodedImage half = DecodeImage(std::span(bytes).first(bytes.size() * 8 / 10));
@@ -183,7 +226,7 @@ TEST(Hostile, AbsurdSizesFailFast) {
 }
 
 // Boxes of that name inside each other, behind the usual first one.
-Bytes NestedBoxes(const std::string& name, std::size_t depth, std::size_t head = 0) {
+Bytes NestedBoxes(const std::string& name, std::size_t depth, std::size_t head) {
     Bytes bytes = {0, 0, 0, 24, 'f', 't', 'y', 'p', 'h', 'e', 'i', 'c',
                    0, 0, 0, 0,  'm', 'i', 'f', '1', 'h', 'e', 'i', 'c'};
     for (std::size_t i = depth; i > 0; --i) {
@@ -215,7 +258,7 @@ TEST(Hostile, AFewBytesThatClaimMuchReachNoLibrary) {
         Bytes bytes;
         const char* problem;  // "" for what may be read
     };
-    Bytes manyBoxes = NestedBoxes("moov", 1);
+    Bytes manyBoxes = NestedBoxes("moov", 1, 0);
     for (int i = 0; i < 100001; ++i) manyBoxes.insert(manyBoxes.end(), {0, 0, 0, 8, 'f', 'r', 'e', 'e'});
     Bytes manyDirectories = {'I', 'I', 42, 0, 8, 0, 0, 0};
     for (std::uint32_t i = 0; i < 1100; ++i) {
@@ -223,12 +266,12 @@ TEST(Hostile, AFewBytesThatClaimMuchReachNoLibrary) {
         samples::Append32(manyDirectories, 8 + 6 * (i + 1));
     }
     const Case cases[] = {
-        {"boxes in boxes", NestedBoxes("moov", 20000), "nested more than"},
-        {"just too deep", NestedBoxes("trak", 25), "nested more than"},
-        {"just deep enough", NestedBoxes("trak", 24), ""},
+        {"boxes in boxes", NestedBoxes("moov", 20000, 0), "nested more than"},
+        {"just too deep", NestedBoxes("trak", 25, 0), "nested more than"},
+        {"just deep enough", NestedBoxes("trak", 24, 0), ""},
         {"with a head", NestedBoxes("meta", 30, 4), "nested more than"},
         {"extended by name", NestedBoxes("uuid", 30, 16), "nested more than"},
-        {"no container", NestedBoxes("mdat", 20000), ""},
+        {"no container", NestedBoxes("mdat", 20000, 0), ""},
         {"boxes in a row", manyBoxes, "more than 100000 boxes"},
         {"samples", BareTiff(65535, 900, 65535, 0), "65535 samples"},
         {"few samples", BareTiff(5000, 4000, 4, 0), ""},
@@ -263,7 +306,8 @@ TEST(Hostile, NoSmallFileMayAskForAGigabyte) {
     ExpectRefusal(WithBig32(jpeg, frame + 5, 0x24002400), Kind::Format, "MB to decode");
     const std::size_t size = Find(samples::kGreyJp2, "\xff\x51");
     Bytes jp2 = samples::kGreyJp2;
-    for (const std::size_t at : {6, 10, 22, 26}) jp2 = WithBig32(jp2, size + at, 10000);  // picture and one tile
+    for (const std::size_t at : {6, 10, 22, 26})
+        jp2 = WithBig32(jp2, size + at, 10000);  // picture and one tile
     ExpectRefusal(jp2, Kind::Format, "MB to decode");
     Bytes gif = samples::MakeGif(2, 2, {0, 1, 2, 3}, false);
     gif[6] = gif[8] = 0;

@@ -1,12 +1,12 @@
 #include "orvcore/tools/batch/batchprocessing.h"
 
-#include <filesystem>
 #include <memory>
 
 #include "orvcore/report/report.h"
 #include "orvcore/tables/tablemarkup.h"
 #include "orvcore/tools/folder/thumbnail.h"
 #include "zorbase/appversion.h"
+#include "zorbase/fileprotection.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"
 #include "zorbase/zorexception.h"
@@ -43,33 +43,6 @@ std::vector<BatchTool> ChooseTools(BatchTools choice, const std::vector<OrvFilte
     }
     if (tools.empty()) ZOR_THROW(Argument, "No configuration is enabled.");
     return tools;
-}
-
-void RefuseSourceFile(const std::string& report, const std::vector<std::string>& sources) {
-    for (const std::string& source : sources) {
-        std::error_code error;
-        if (source == report || std::filesystem::equivalent(source, report, error))
-            ZOR_THROW(File,
-                      "\"" + ToValidUtf8(PathName(report)) +
-                          "\" is one of the files to work on, which are never written to. Choose another "
-                          "name for the report.");
-    }
-}
-
-// A path below the report's folder as a link in its page.
-std::string Link(const std::string& path) {
-    static constexpr char kDigits[] = "0123456789ABCDEF";
-    std::string link;
-    for (const char c : path) {
-        const auto byte = static_cast<unsigned char>(c);
-        if ((c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '-' ||
-            c == '_' || c == '.' || c == '/') {
-            link += c;
-        } else {
-            link += std::string("%") + kDigits[byte >> 4] + kDigits[byte & 15];
-        }
-    }
-    return link;
 }
 
 // The report while it grows. What it has put on the disk is taken back unless it is finished.
@@ -116,8 +89,9 @@ class BatchReport {
     }
     void Add(const BatchTool& tool, const OrvReportSection& section) {
         if (!m_isTable) {
-            m_page.Add(HtmlReportSection(
-                section, [&](const OrvResultPicture& picture) { return Link(Keep(tool, picture)); }));
+            m_page.Add(HtmlReportSection(section, [&](const OrvResultPicture& picture) {
+                return PercentEncode(Keep(tool, picture), "/");
+            }));
             return;
         }
         std::vector<std::string> images[kFileSlots];
@@ -328,10 +302,10 @@ FolderTable RunBatchProcessing(const VecParameter& parameters, const OrvFilePtr 
     if (isFolder)
         sources = ListFolderFiles(PathFolder(files[OrvEvidence]->GetPath()),
                                   chosen == BatchFiles::EvidenceFolderAndBelow, problems, job);
-    std::vector<std::string> untouchable = sources;
-    for (const OrvFilePtr& file : files)
-        if (file) untouchable.push_back(file->GetPath());
-    if (work != BatchWork::FillCache) RefuseSourceFile(output, untouchable);
+    // The loaded files protect themselves.
+    std::vector<FileProtection> protections;
+    for (const std::string& source : sources) protections.emplace_back(source);
+    if (work != BatchWork::FillCache) RefuseProtectedFile(output);
 
     std::unique_ptr<BatchReport> report;
     if (work != BatchWork::FillCache) report = std::make_unique<BatchReport>(output);

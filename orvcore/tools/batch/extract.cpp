@@ -1,5 +1,7 @@
 #include "orvcore/tools/batch/extract.h"
 
+#include <unistd.h>
+
 #include "orvcore/formats/embeddedjpegs.h"
 #include "orvcore/formats/pdfimages.h"
 #include "orvcore/model/loadedfile.h"
@@ -11,6 +13,7 @@ namespace {
 
 // Of a file's name, so that offsets, hashes and endings still fit into the 255 bytes that file systems take.
 constexpr std::size_t kLongestName = 120;
+constexpr const char* kWarnings = "warnings.txt";
 
 // One folder per content: the same file gives the same folder again, two files of one name never share one.
 std::string FolderFor(const OrvLoadedFile& file) {
@@ -20,8 +23,9 @@ std::string FolderFor(const OrvLoadedFile& file) {
 }
 
 std::string Finish(const std::string& folder, bool isAnyFound, const std::vector<std::string>& warnings) {
-    if (isAnyFound && !warnings.empty())
-        WriteFile(PathJoin(folder, "warnings.txt"), Join(warnings, "\n") + "\n");
+    // Those of an earlier extraction with other settings count no more.
+    unlink(PathJoin(folder, kWarnings).c_str());
+    if (isAnyFound && !warnings.empty()) WriteFile(PathJoin(folder, kWarnings), Join(warnings, "\n") + "\n");
     if (!isAnyFound && !warnings.empty())
         ZOR_THROW(Format, "No picture was found, and there were problems:\n" + warnings.front() +
                               (warnings.size() > 1 ? "\n\u2026" : ""));
@@ -42,6 +46,10 @@ auto NamingFile(const std::string& path, const Work& work) {
 }
 
 }  // namespace
+
+bool HasExtractionWarnings(const std::string& folder) {
+    return FileExists(PathJoin(folder, kWarnings));
+}
 
 std::string ExtractEmbeddedJpegs(const std::string& path, std::uint64_t maximumBytes, const OrvJob& job) {
     job.SetProgress(0.0, "Searching " + ToValidUtf8(PathName(path)));

@@ -13,6 +13,9 @@
 // searched.
 std::string ExtractEmbeddedJpegs(const std::string& path, std::uint64_t maximumBytes, const OrvJob& job);
 
+// Whether the folder that one of them returned tells of problems.
+bool HasExtractionWarnings(const std::string& folder);
+
 // parameters: those of the PDF settings dialog, in its order.
 std::string ExtractPdfImages(const std::string& path, const VecParameter& parameters,
                              std::uint64_t maximumBytes, const OrvJob& job);

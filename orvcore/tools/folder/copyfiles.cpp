@@ -38,8 +38,7 @@ class Descriptor {
 
 void CopyOne(const std::string& path, const std::string& folder, std::vector<std::uint8_t>& buffer,
              const OrvJob& job) {
-    // Not waiting for a writer, should the name be a pipe.
-    const Descriptor source(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    const Descriptor source(OpenForReading(path));
     struct stat facts {};
     if (source.Get() < 0 || fstat(source.Get(), &facts) != 0) Fail(path);
     // The name may have changed hands since it was listed, and a device has no end.

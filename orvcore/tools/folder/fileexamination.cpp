@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
+#include "orvcore/formats/damage.h"
 #include "orvcore/formats/exifscan.h"
 #include "orvcore/formats/jpegstructure.h"
 #include "orvcore/formats/jpegwalk.h"
@@ -14,7 +15,6 @@
 namespace {
 
 constexpr std::uint8_t kApp1 = 0xE1;
-constexpr std::uint8_t kApp2 = 0xE2;
 
 // The table of that number; of several definitions the last one before the first scan ends up in use.
 const QuantizationTable* TableOf(const JpegStructure& structure, std::size_t component) {
@@ -54,21 +54,6 @@ void TakeWholeMetadata(ByteSpan bytes, FileExamination& file) {
     file.metadataReading = metadata.reading;
     file.metadataProblem = metadata.problem;
     TakeThumbnail(metadata.thumbnail, file);
-}
-
-// The profile may lie in several numbered pieces; they are taken in file order, as every writer leaves them.
-std::string ProfileName(ByteSpan bytes, const JpegStructure& structure) {
-    static constexpr char kIcc[] = "ICC_PROFILE";  // with its zero byte; number and count follow
-    constexpr std::size_t kHead = sizeof kIcc + 2;
-    std::vector<std::uint8_t> profile;
-    for (const JpegSegment& segment : structure.segments) {
-        if (segment.marker == jpegmarker::kSos) break;
-        if (segment.marker != kApp2) continue;
-        const ByteSpan payload = Slice(bytes, segment.PayloadOffset(), segment.PayloadSize());
-        if (payload.size() <= kHead || !StartsWith(payload, 0, kIcc, sizeof kIcc)) continue;
-        profile.insert(profile.end(), payload.begin() + kHead, payload.end());
-    }
-    return NameOfProfile(profile);
 }
 
 bool Names(ByteSpan payload, std::string_view name) {
@@ -120,7 +105,7 @@ void TakeJpegMetadata(ByteSpan bytes, const JpegStructure& structure, FileExamin
     TakeThumbnail(scan.thumbnail, file);
 }
 
-void TakeJpeg(ByteSpan bytes, FileExamination& file) {
+void TakeJpeg(ByteSpan bytes, const ImageInfo& info, FileExamination& file) {
     const JpegStructure structure = ParseJpegStructure(bytes);
     file.width = structure.frame.width;
     file.height = structure.frame.height;
@@ -143,8 +128,8 @@ void TakeJpeg(ByteSpan bytes, FileExamination& file) {
     file.pictures = static_cast<int>(std::max<std::size_t>(1, structure.pictures.size()));
     file.bitsPerSample = structure.frame.precision;
     file.channels = static_cast<int>(structure.frame.components.size());
-    file.profile = ProfileName(bytes, structure);
-    file.warnings = structure.warnings;
+    file.profile = NameOfProfile(info.iccProfile);
+    file.warnings = FindDamage(bytes, info, &structure).damage;
     TakeJpegMetadata(bytes, structure, file);
 }
 
@@ -166,12 +151,15 @@ FileExamination ExamineFile(const std::string& path, std::span<const std::uint8_
     file.path = path;
     file.format = DetectFormat(Slice(bytes, 0, kFormatSniffBytes));
     if (file.format == FileFormat::Empty) return file;
-    file.nameAgrees = file.format == FileFormat::Unknown || file.format == FileFormat::Text ||
-                      ExtensionAgrees(file.format, path);
+    if (file.format == FileFormat::Unknown || file.format == FileFormat::Text) {
+        file.nameAgrees = !IsPictureName(path);
+        return file;
+    }
+    file.nameAgrees = ExtensionAgrees(file.format, path);
+    const ImageInfo info = ReadImageInfo(bytes);
     if (file.format == FileFormat::Jpeg) {
-        TakeJpeg(bytes, file);
+        TakeJpeg(bytes, info, file);
     } else if (IsReadableFormat(file.format)) {
-        const ImageInfo info = ReadImageInfo(bytes);
         file.width = info.width;
         file.height = info.height;
         file.coding = info.compression;
@@ -179,7 +167,7 @@ FileExamination ExamineFile(const std::string& path, std::span<const std::uint8_
         file.bitsPerSample = info.bitsPerSample;
         file.channels = info.channels;
         file.profile = NameOfProfile(info.iccProfile);
-        file.warnings = info.warnings;
+        file.warnings = FindDamage(bytes, info, nullptr).damage;
         TakeWholeMetadata(bytes, file);
     }
     if (IsReadableFormat(file.format)) TakeCredentials(bytes, file);

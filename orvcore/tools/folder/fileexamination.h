@@ -16,6 +16,7 @@ struct FileExamination {
     std::string path;     // bytes
     std::string problem;  // why the file could not be read; everything below is empty then
     std::uint64_t size = 0;
+    bool hasChanged = false;  // while it was read
     std::optional<std::time_t> modified;
     std::optional<std::time_t> created;  // where the file system keeps it
     FileFormat format = FileFormat::Unknown;

@@ -31,7 +31,8 @@ constexpr auto kTick = std::chrono::milliseconds(40);
 // Adds the regular files of one folder (also those that links lead to), and the folders in it.
 void ListFolder(const std::string& folder, std::vector<std::string>& files, std::vector<std::string>& folders,
                 const OrvJob& job) {
-    DIR* handle = opendir(folder.c_str());
+    const int descriptor = OpenForReading(folder, O_DIRECTORY);
+    DIR* handle = descriptor >= 0 ? fdopendir(descriptor) : nullptr;
     if (handle == nullptr)
         ZOR_THROW(File, "Cannot read the folder \"" + ToValidUtf8(folder) +
                             "\": " + std::generic_category().message(errno) + ".");
@@ -122,13 +123,18 @@ class Scan {
         FileExamination file;
         try {
             Sha256Stream sha256;
-            const std::size_t size = ReadFileInto(path, buffer, m_options.maximumBytes, [&](auto piece) {
-                m_job.CheckAbort();
-                if (!m_options.allHashes) sha256.Add(piece);
-            });
+            bool hasChanged = false;
+            const std::size_t size = ReadFileInto(
+                path, buffer, m_options.maximumBytes,
+                [&](auto piece) {
+                    m_job.CheckAbort();
+                    if (!m_options.allHashes) sha256.Add(piece);
+                },
+                &hasChanged);
             const auto bytes = std::span<const std::uint8_t>(buffer).first(size);
             file = ExamineFile(path, bytes);
             file.size = size;
+            file.hasChanged = hasChanged;
             if (m_options.allHashes) {
                 TakeHashes(ComputeHashes(bytes, [this](double) { m_job.CheckAbort(); }), file);
             } else {

@@ -203,7 +203,7 @@ void AddStructure(const FileExamination& file, RowMaker& row) {
         row.Set(kStructure, bytes + " after the end");
         row.Mark(kStructure, CellMark::Doubtful,
                  bytes + (isOne ? " follows" : " follow") + " the end of the picture.");
-    } else if (file.format != FileFormat::Jpeg && !file.warnings.empty()) {
+    } else if (!file.warnings.empty()) {
         row.Set(kStructure, "With warnings");
         row.Mark(kStructure, CellMark::Doubtful, ToValidUtf8(file.warnings.front()));
     } else if (IsReadableFormat(file.format)) {
@@ -331,6 +331,7 @@ std::vector<std::string> FolderTableRow(const FileExamination& file) {
         return row.Finish();
     }
     row.Set(kFormat, FormatName(file.format));
+    if (file.hasChanged) row.Note("The file changed while it was read.");
     row.Set(kSha256, file.sha256);
     row.Set(kSha1, file.sha1);
     row.Set(kMd5, file.md5);
@@ -339,7 +340,10 @@ std::vector<std::string> FolderTableRow(const FileExamination& file) {
         return row.Finish();
     }
     if (!file.nameAgrees)
-        row.Mark(kFormat, CellMark::StandsOut, "The content is not what the name's extension says.");
+        row.Mark(kFormat, CellMark::StandsOut,
+                 file.format == FileFormat::Unknown || file.format == FileFormat::Text
+                     ? "The name is that of a picture; the content is of no known picture format."
+                     : "The content is not what the name's extension says.");
     AddPicture(file, row);
     AddMetadata(file, row);
     AddStructure(file, row);

@@ -57,7 +57,7 @@ bool HasPictureExtension(const std::string& name) {
 std::string WithoutInvisible(std::string text) {
     for (const char* sign :
          {"\u200B", "\u200C", "\u200D", "\u200E", "\u200F", "\u202A", "\u202B", "\u202C", "\u202D", "\u202E",
-          "\u2060", "\u2066", "\u2067", "\u2068", "\u2069", "\uFEFF", "\uFFFD"}) {
+          "\u061C", "\u2060", "\u2066", "\u2067", "\u2068", "\u2069", "\uFEFF", "\uFFFD"}) {
         const std::string pattern = sign;
         for (std::size_t at = text.find(pattern); at != std::string::npos; at = text.find(pattern, at))
             text.erase(at, pattern.size());
@@ -178,7 +178,9 @@ class Download {
 std::string SafeDownloadName(const std::string& name, const std::string& contentType) {
     // Decoded after the query is cut off: an encoded '?' or '#' is part of the name, an encoded '/' must not be.
     std::string safe = PercentDecode(name.substr(0, name.find_first_of("?#")));
-    safe = WithoutInvisible(ToValidUtf8(safe));
+    // Bytes that are no UTF-8 come from old pages, whose letters are those of Western Europe.
+    if (ToValidUtf8(safe) != safe) safe = Latin1ToUtf8(safe);
+    safe = WithoutInvisible(safe);
     safe = safe.substr(safe.find_last_of("/\\") + 1);
     std::erase_if(safe, [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; });
     for (char& c : safe)

@@ -178,38 +178,6 @@ std::string AddWebQuery(const std::string& address, const WebQuery& query) {
     return hash == std::string::npos ? result : result + address.substr(hash);
 }
 
-std::string PercentEncode(const std::string& text) {
-    constexpr char kDigits[] = "0123456789ABCDEF";
-    std::string result;
-    for (const char c : text) {
-        const bool isPlain = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') ||
-                             c == '-' || c == '.' || c == '_' || c == '~';
-        const auto byte = static_cast<unsigned char>(c);
-        if (isPlain) {
-            result += c;
-        } else {
-            result += {'%', kDigits[byte >> 4], kDigits[byte & 0xF]};
-        }
-    }
-    return result;
-}
-
-std::string PercentDecode(const std::string& text) {
-    const auto digit = [&text](std::size_t i) {
-        const char c = i < text.size() ? text[i] : '\0';
-        if (c >= '0' && c <= '9') return c - '0';
-        if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-        return c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1;
-    };
-    std::string result;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const bool isEscape = text[i] == '%' && digit(i + 1) >= 0 && digit(i + 2) >= 0;
-        result += isEscape ? static_cast<char>(digit(i + 1) * 16 + digit(i + 2)) : text[i];
-        if (isEscape) i += 2;
-    }
-    return result;
-}
-
 bool IsHostName(const std::string& text) {
     if (text.empty() || text.size() > 253) return false;
     for (const std::string& label : StringToVecString(text, ".")) {

@@ -30,9 +30,6 @@ bool IsWebAddress(const std::string& text);
 using WebQuery = std::vector<std::pair<std::string, std::string>>;
 std::string AddWebQuery(const std::string& address, const WebQuery& query);
 
-std::string PercentEncode(const std::string& text);
-std::string PercentDecode(const std::string& text);  // what is no escape stays as it is
-
 // "example.org", without scheme, port or path; letters, digits, '-' and dots as names of hosts have them.
 bool IsHostName(const std::string& text);
 

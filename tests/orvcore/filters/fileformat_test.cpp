@@ -22,8 +22,10 @@ TEST(FileFormat, WhatTheNameSaysAndWhatTheContentSays) {
         {"photo.png", jpeg, OrvVerdict::WorthALook, "JPEG", "No: the content is JPEG"},
         {"photo", jpeg, OrvVerdict::WorthALook, "JPEG", "No: the content is JPEG"},
         {"empty.jpg", {}, OrvVerdict::NotApplicable, "Empty", "Cannot be told"},
-        {"noise.jpg", formatsupport::ToBytes("\x01\x02\x03 nothing known"), OrvVerdict::NotApplicable,
+        {"noise.bin", formatsupport::ToBytes("\x01\x02\x03 nothing known"), OrvVerdict::NotApplicable,
          "Unknown", "Cannot be told"},
+        {"noise.jpg", formatsupport::ToBytes("\x01\x02\x03 nothing known"), OrvVerdict::WorthALook, "Unknown",
+         "No: the name is that of a picture"},
     };
     for (const auto& c : cases) {
         WriteFile(folder / c.name, c.bytes);
@@ -38,6 +40,36 @@ TEST(FileFormat, WhatTheNameSaysAndWhatTheContentSays) {
     EXPECT_EQ(OutputOf(empty, "md5"), "d41d8cd98f00b204e9800998ecf8427e");
     EXPECT_EQ(OutputOf(empty, "sha1"), "da39a3ee5e6b4b0d3255bfef95601890afd80709");
     EXPECT_EQ(OutputOf(empty, "sha256"), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
+}
+
+// One list of damage, whichever reader found it, and no "nothing found" over it.
+TEST(FileFormat, DamageIsToldEverywhere) {
+    const CaseFolder folder;
+    const Bytes jpeg = formatsupport::MakeJpeg({.width = 200, .height = 100});
+    WriteFile(folder / "cut.jpg",
+              Bytes(jpeg.begin(), jpeg.begin() + static_cast<std::ptrdiff_t>(jpeg.size() / 3 * 2)));
+    // Only the decoder sees that the coded data end before their time.
+    Bytes hollow = jpeg;
+    hollow.erase(hollow.end() - 300, hollow.end() - 2);
+    WriteFile(folder / "hollow.jpg", hollow);
+    WriteFile(folder / "more.jpg", jpeg + formatsupport::ToBytes("more"));
+    const std::pair<const char*, const char*> damaged[] = {{"cut.jpg", "end-of-image marker is missing"},
+                                                           {"hollow.jpg", "ends early"}};
+    for (const auto& [name, text] : damaged) {
+        const OrvFilterResultPtr result = RunFilter(FileFormatFilter(), folder / name);
+        EXPECT_EQ(result->slot[OrvEvidence]->verdict, OrvVerdict::WorthALook) << name;
+        EXPECT_EQ(result->slot[OrvEvidence]->verdictText, "Damaged") << name;
+        EXPECT_THAT(OutputOf(result, "warnings"), HasSubstr(text)) << name;
+        const OrvFilePtr file = result->file[OrvEvidence];
+        EXPECT_FALSE(file->GetDamage().IsEmpty()) << name;
+        const auto metadata = RunFilter(*MakeFilter("metadata"), folder / name);
+        EXPECT_THAT(metadata->slot[OrvEvidence]->verdictText, testing::Not(testing::StrEq("Nothing found")))
+            << name;
+    }
+    const OrvFilterResultPtr more = RunFilter(FileFormatFilter(), folder / "more.jpg");
+    EXPECT_EQ(more->slot[OrvEvidence]->verdict, OrvVerdict::NothingFound)
+        << "bytes behind the end are no damage";
+    EXPECT_THAT(OutputOf(more, "warnings"), HasSubstr("4 bytes follow"));
 }
 
 TEST(FileFormat, BothFilesSideBySide) {

@@ -149,6 +149,48 @@ TEST(EmbeddedJpegs, LooksIntoContainers) {
     EXPECT_EQ(FindEmbeddedJpegs(MakeZip({{"inner", nested}})).size(), 0U);
 }
 
+TEST(EmbeddedJpegs, TakesMembersThatAreJpegsWhole) {
+    const Bytes a = MakeJpeg({.seed = 1});
+    const Bytes more = a + ToBytes("a film, say");
+    const Bytes cut(a.begin(), a.end() - 30);
+    for (const bool deflate : {false, true}) {
+        const std::vector<EmbeddedJpeg> found =
+            FindEmbeddedJpegs(MakeZip({{"more.jpg", more, deflate}, {"../cut:1.jpg", cut, deflate}}));
+        ASSERT_EQ(found.size(), 2U) << deflate;
+        EXPECT_EQ(found[0].bytes, more);
+        EXPECT_EQ(found[1].bytes, cut);
+        EXPECT_EQ(found[1].width, 48);
+        const TemporaryFolder folder;
+        EXPECT_EQ(DumpEmbeddedJpegs(MakeZip({{"../x/cut:1.jpg", cut, deflate}}), folder / "out", "case.zip"),
+                  1);
+        const std::vector<std::string> files = FilesBelow(folder.Path());
+        ASSERT_EQ(files.size(), 1U);
+        EXPECT_THAT(PathName(files[0]),
+                    testing::MatchesRegex("case.zip_[0-9a-f]{8}_.._x_cut_1.jpg_[0-9a-f]{12}.jpg"));
+    }
+}
+
+TEST(EmbeddedJpegs, WalksContainersWithoutDirectory) {
+    const Bytes a = MakeJpeg({.seed = 1});
+    const Bytes b = MakeJpeg({.seed = 2});
+    Bytes zip = MakeZip({{"text.txt", ToBytes("hello hello hello")}, {"a.jpg", a}, {"b.jpg", b, false}});
+    const std::size_t directory = Little32(zip, zip.size() - 6);
+    zip.resize(directory);
+    std::vector<std::string> warnings;
+    const std::vector<EmbeddedJpeg> found = FindEmbeddedJpegs(zip, {}, &warnings);
+    ASSERT_EQ(found.size(), 2U);
+    EXPECT_EQ(found[0].bytes, b) << "what lies open comes first";
+    EXPECT_EQ(found[1].bytes, a);
+    EXPECT_EQ(found[1].container, "a.jpg");
+    ASSERT_EQ(warnings.size(), 1U);
+    EXPECT_THAT(warnings[0], HasSubstr("no directory"));
+    // Cut inside a member.
+    zip.resize(directory - b.size() / 2);
+    warnings.clear();
+    EXPECT_EQ(FindEmbeddedJpegs(zip, {}, &warnings).size(), 2U);
+    EXPECT_THAT(warnings, testing::Contains(HasSubstr("ends inside the member b.jpg")));
+}
+
 TEST(EmbeddedJpegs, RefusesWhatContainersLieAbout) {
     const Bytes a = MakeJpeg({.seed = 1});
     std::vector<std::string> warnings;

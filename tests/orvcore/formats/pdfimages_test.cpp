@@ -3,9 +3,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <zlib.h>
+
 #include <algorithm>
+#include <ctime>
 #include <set>
 
+#include "orvcore/formats/pdfpages.h"
 #include "orvcore/formats/qpdfheaders.h"
 #include "tests/orvcore/formats/formatsupport.h"
 #include "tests/support/temporaryfolder.h"
@@ -19,6 +23,21 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 
 namespace {
+
+std::string Deflated(const std::string& text) {
+    uLongf size = compressBound(text.size());
+    std::string packed(size, '\0');
+    compress(reinterpret_cast<Bytef*>(packed.data()), &size, reinterpret_cast<const Bytef*>(text.data()),
+             text.size());
+    packed.resize(size);
+    return packed;
+}
+
+// The beginning of a document: a packed list of objects that unpacks to so many bytes.
+Bytes WithObjectList(std::size_t unpacked) {
+    return ToBytes("%PDF-1.5\n1 0 obj<</Type/ObjStm/Filter/FlateDecode>>stream\n" +
+                   Deflated(std::string(unpacked, ' ')) + "\nendstream endobj\n");
+}
 
 // A document in the making.
 class Document {
@@ -40,12 +59,18 @@ class Document {
         resources.replaceKey("/XObject", names);
         return resources;
     }
-    void Page(const std::vector<QPDFObjectHandle>& objects, const std::string& content = "") {
+    void Page(const std::vector<QPDFObjectHandle>& objects, const std::string& content = "",
+              const QPDFObjectHandle& resources = {}, bool isPacked = false) {
         QPDFObjectHandle page =
             m_pdf.makeIndirectObject(QPDFObjectHandle::parse("<< /Type /Page /MediaBox [0 0 100 100] >>"));
-        page.replaceKey("/Resources", Named(objects));
-        page.replaceKey("/Contents", Stream("", content));
+        page.replaceKey("/Resources", resources.isInitialized() ? resources : Named(objects));
+        page.replaceKey("/Contents",
+                        isPacked ? Stream("/Filter /FlateDecode", Deflated(content)) : Stream("", content));
         m_pdf.addPage(page, false);
+    }
+    void LoopPages() {
+        QPDFObjectHandle tree = m_pdf.getRoot().getKey("/Pages");
+        tree.getKey("/Kids").appendItem(tree);
     }
     Bytes Write(const std::string& user = "", const std::string& owner = "") {
         QPDFWriter writer(m_pdf);
@@ -276,6 +301,78 @@ TEST(PdfImages, DamagedDocuments) {
         } catch (const ZorException&) {
         }
     }
+}
+
+// Pictures that are drawn without being named in a page's resources.
+TEST(PdfImages, FindsPicturesOfSoftMasksAndTiles) {
+    const std::string inlined = "BI /W 1 /H 1 /CS /G /BPC 8 ID A EI";
+    const auto jpeg = [](Document& document, unsigned seed) {
+        return document.Image(
+            SizeText(48, 32) + "/ColorSpace /DeviceRGB /BitsPerComponent 8 /Filter /DCTDecode",
+            MakeJpeg({.seed = seed}));
+    };
+    Document document;
+    auto group = document.Stream("/Type /XObject /Subtype /Form /BBox [0 0 1 1]", inlined);
+    group.getDict().replaceKey("/Resources", Document::Named({jpeg(document, 2)}));
+    auto tile = document.Stream(
+        "/Type /Pattern /PatternType 1 /PaintType 1 /TilingType 1 /BBox [0 0 9 9] /XStep 9 /YStep 9",
+        inlined);
+    QPDFObjectHandle resources = Document::Named({});
+    resources.replaceKey("/ExtGState", QPDFObjectHandle::parse("<< /G0 << /SMask /None >> >>"));
+    QPDFObjectHandle state = QPDFObjectHandle::parse("<< /SMask << /S /Luminosity >> >>");
+    state.getKey("/SMask").replaceKey("/G", group);
+    resources.getKey("/ExtGState").replaceKey("/G1", state);
+    resources.replaceKey("/Pattern", QPDFObjectHandle::newDictionary());
+    resources.getKey("/Pattern").replaceKey("/P", tile);
+    document.Page({}, "", resources);
+    const Dump dump(document.Write());
+    EXPECT_THAT(dump.Extensions(), ElementsAre("jpg", "png", "png"));
+    bool wasFound = false;
+    for (std::size_t i = 0; i < 3; ++i) wasFound = wasFound || dump.Content(i) == MakeJpeg({.seed = 2});
+    EXPECT_TRUE(wasFound);
+}
+
+TEST(PdfImages, HostileDocumentsEndSoon) {
+    const std::clock_t start = std::clock();
+    // A page tree 30,000 deep, with the picture in the resources of its top.
+    std::string tree =
+        "%PDF-1.4\n1 0 obj<</Type/Catalog/Pages 3 0 R>>endobj\n"
+        "2 0 obj<</Type/XObject/Subtype/Image/Width 1/Height 1/BitsPerComponent 8/ColorSpace/DeviceGray"
+        "/Length 1>>stream\nA\nendstream endobj\n";
+    constexpr int kDepth = 30000;
+    for (int i = 0; i < kDepth; ++i) {
+        const std::string number = std::to_string(i + 3);
+        tree += number + " 0 obj<</Type/Pages/Count 1" +
+                (i == 0 ? "/Resources<</XObject<</I 2 0 R>>>>" : "") +
+                (i == 0 ? "" : "/Parent " + std::to_string(i + 2) + " 0 R") + "/Kids[" +
+                std::to_string(i + 4) + " 0 R]>>endobj\n";
+    }
+    tree += std::to_string(kDepth + 3) + " 0 obj<</Type/Page/MediaBox[0 0 9 9]/Parent " +
+            std::to_string(kDepth + 2) + " 0 R>>endobj\ntrailer<</Root 1 0 R/Size " +
+            std::to_string(kDepth + 4) + ">>\n";
+    EXPECT_THAT(Dump(ToBytes(tree)).Extensions(), ElementsAre("png"));
+
+    // A tree that leads back to itself.
+    Document looped;
+    looped.Page({looped.Image(SizeText(48, 32) + "/Filter /DCTDecode", MakeJpeg())});
+    looped.LoopPages();
+    EXPECT_THAT(Dump(looped.Write()).result.warnings, testing::Contains(HasSubstr("back to itself")));
+
+    // Drawing commands that unpack to far more than is looked through; the page's named picture comes all the same.
+    Document commands;
+    commands.Page({commands.Image(SizeText(48, 32) + "/Filter /DCTDecode", MakeJpeg())},
+                  std::string(kMaxPdfContent + 1000, ' '), {}, true);
+    const Dump dump(commands.Write());
+    EXPECT_THAT(dump.Extensions(), ElementsAre("jpg"));
+    EXPECT_THAT(dump.result.warnings, testing::Contains(HasSubstr("were not looked for")));
+
+    // Lists of objects packed like that, and packed twice, are not opened at all.
+    EXPECT_EQ(PdfStructureProblem(WithObjectList(std::size_t{8} << 20)), "");
+    EXPECT_THAT(PdfStructureProblem(WithObjectList(std::size_t{64} << 20)), HasSubstr("unpack to more than"));
+    EXPECT_THAT(
+        PdfStructureProblem(ToBytes("1 0 obj<</Type/ObjStm/Filter[/FlateDecode/FlateDecode]>>stream\nx")),
+        HasSubstr("packed twice"));
+    EXPECT_LT(static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC, 20.0) << "seconds of work";
 }
 
 TEST(PdfImages, StopsWhenAsked) {

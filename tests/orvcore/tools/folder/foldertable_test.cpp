@@ -147,9 +147,10 @@ TEST(FolderTable, EveryRuleMarksItsColumnAndSaysWhy) {
     foreign[tables - 1] ^= 1;
     WriteFile(folder / "l tables.jpg", foreign);
     WriteFile(folder / "m notes.txt", std::string("Notes of the case.\n"));
+    WriteFile(folder / "n none.jpg", Bytes(100, 0x17));
 
     const TableString table = ScanFolder(folder.Path(), WithoutThumbnails(), OrvJob()).table;
-    ASSERT_EQ(table.size(), 14U);
+    ASSERT_EQ(table.size(), 15U);
     struct Expected {
         const char* name;
         const char* column;
@@ -171,6 +172,7 @@ TEST(FolderTable, EveryRuleMarksItsColumnAndSaysWhy) {
         {"j future.jpg", "Date Taken", Doubtful, "Taken after"},
         {"k empty.jpg", "Format", StandsOut, "empty"},
         {"l tables.jpg", "Quality", Doubtful, "chrominance table"},
+        {"n none.jpg", "Format", StandsOut, "no known picture format"},
     };
     std::size_t marks = 0;
     for (std::size_t row = 1; row < table.size(); ++row)
@@ -497,6 +499,10 @@ TEST(ExifScan, AgreesWithTheWholeReadingOnRealFiles) {
         SCOPED_TRACE(path);
         ExpectAgreement(bytes);
         const ImageInfo info = ReadImageInfo(bytes);
+        EXPECT_EQ(quick.pictures, info.frames);
+        if (!quick.coding.empty() && !info.compression.empty()) {
+            EXPECT_EQ("JPEG: " + quick.coding, info.compression);
+        }
         if (quick.isComplete) {
             EXPECT_EQ(quick.channels, info.channels) << path;
             EXPECT_EQ(quick.bitsPerSample, info.bitsPerSample) << path;

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "orvcore/formats/bytes.h"
+#include "orvcore/formats/jpegstructure.h"
+#include "zorimage/imageio.h"
+
+// What is wrong with a file, from every reader that has looked at it, as one list that every page, table and report
+// shows. Sentences, each once.
+struct FileDamage {
+    std::vector<std::string> damage;   // what a sound file does not have
+    std::vector<std::string> remarks;  // odd but no damage: bytes behind the end, fill bytes
+    bool IsEmpty() const { return damage.empty(); }
+    std::vector<std::string> All() const;  // damage first
+};
+
+// From headers and structure; no pixel is decoded. structure: that of a JPEG, or null. Pure.
+FileDamage FindDamage(ByteSpan bytes, const ImageInfo& info, const JpegStructure* structure);
+FileDamage FindDamage(ByteSpan bytes, const ImageInfo& info);
+
+// Adds what the decoder said, each sentence once.
+void AddDamage(FileDamage& damage, const std::vector<std::string>& sentences);
