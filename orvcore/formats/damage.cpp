@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "orvcore/formats/jpegstructure.h"
+
 namespace {
 
 void AddOnce(std::vector<std::string>& list, const std::string& sentence) {
@@ -20,13 +22,13 @@ void AddDamage(FileDamage& damage, const std::vector<std::string>& sentences) {
     for (const std::string& sentence : sentences) AddOnce(damage.damage, sentence);
 }
 
-FileDamage FindDamage(ByteSpan bytes, const ImageInfo& info) {
+FileDamage FindDamage(std::span<const std::uint8_t> bytes, const ImageInfo& info) {
     if (info.format != FileFormat::Jpeg) return FindDamage(bytes, info, nullptr);
     const JpegStructure structure = ParseJpegStructure(bytes);
     return FindDamage(bytes, info, &structure);
 }
 
-FileDamage FindDamage(ByteSpan, const ImageInfo& info, const JpegStructure* structure) {
+FileDamage FindDamage(std::span<const std::uint8_t>, const ImageInfo& info, const JpegStructure* structure) {
     FileDamage result;
     if (structure != nullptr) {
         // The structure's reader says where; what the header's reader says of the same is the same.

@@ -1,11 +1,13 @@
 #pragma once
 
+#include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
-#include "orvcore/formats/bytes.h"
-#include "orvcore/formats/jpegstructure.h"
 #include "zorimage/imageio.h"
+
+struct JpegStructure;
 
 // What is wrong with a file, from every reader that has looked at it, as one list that every page, table and report
 // shows. Sentences, each once.
@@ -17,8 +19,9 @@ struct FileDamage {
 };
 
 // From headers and structure; no pixel is decoded. structure: that of a JPEG, or null. Pure.
-FileDamage FindDamage(ByteSpan bytes, const ImageInfo& info, const JpegStructure* structure);
-FileDamage FindDamage(ByteSpan bytes, const ImageInfo& info);
+FileDamage FindDamage(std::span<const std::uint8_t> bytes, const ImageInfo& info,
+                      const JpegStructure* structure);
+FileDamage FindDamage(std::span<const std::uint8_t> bytes, const ImageInfo& info);
 
 // Adds what the decoder said, each sentence once.
 void AddDamage(FileDamage& damage, const std::vector<std::string>& sentences);
