@@ -27,23 +27,20 @@ Chosen& TheChosen() {
     return chosen;
 }
 
-// Names, sizes and times of a folder's files.
+// What tells a folder's files from others: names, sizes, places and times.
 std::string ListOf(const std::string& folder) {
     if (folder.empty()) return {};
     const std::unique_ptr<DIR, int (*)(DIR*)> listing(opendir(folder.c_str()), closedir);
     if (!listing) return "not readable";
     std::vector<std::string> files;
     while (const dirent* entry = readdir(listing.get())) {
-        // To the nanosecond, and which file it is: one that took another's place a moment ago is another.
         struct stat facts {};
-        if (stat(PathJoin(folder, entry->d_name).c_str(), &facts) != 0 || S_ISDIR(facts.st_mode)) continue;
-        std::string line = entry->d_name;
-        for (const auto number :
-             {static_cast<long long>(facts.st_size), static_cast<long long>(facts.st_ino),
-              static_cast<long long>(facts.st_mtim.tv_sec), static_cast<long long>(facts.st_mtim.tv_nsec),
-              static_cast<long long>(facts.st_ctim.tv_sec), static_cast<long long>(facts.st_ctim.tv_nsec)})
-            line += "\n" + std::to_string(number);
-        files.push_back(std::move(line));
+        if (stat(PathJoin(folder, entry->d_name).c_str(), &facts) != 0 || !S_ISREG(facts.st_mode)) continue;
+        // A file may be replaced by one of its size within a second.
+        files.push_back(
+            Join({std::string(entry->d_name), std::to_string(facts.st_size), std::to_string(facts.st_ino),
+                  std::to_string(facts.st_ctim.tv_sec), std::to_string(facts.st_ctim.tv_nsec)},
+                 " "));
     }
     std::sort(files.begin(), files.end());
     return Join(files, "\n");

@@ -204,8 +204,13 @@ void TrustStore::AddPem(ByteSpan pem, bool isForTimeStampsOnly) {
         ++m_skipped;
         return;
     }
+    if (!m_forSigners) {
+        m_forSigners.reset(X509_STORE_new(), X509_STORE_free);
+        m_forStamps.reset(X509_STORE_new(), X509_STORE_free);
+        if (!m_forSigners || !m_forStamps) return;
+    }
     const Bio bio(BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size())));
-    while (bio && m_anchors.size() < kMaxAnchors) {
+    while (bio && m_anchors < kMaxAnchors) {
         // What cannot be decoded is passed over: the reading goes on behind it.
         char* name = nullptr;
         char* header = nullptr;
@@ -214,12 +219,13 @@ void TrustStore::AddPem(ByteSpan pem, bool isForTimeStampsOnly) {
         const bool isBlock = PEM_read_bio(bio.get(), &name, &header, &data, &size) == 1;
         const std::string kind = isBlock ? name : "";
         if (isBlock && (kind == "CERTIFICATE" || kind == "TRUSTED CERTIFICATE")) {
-            Certificate certificate = ReadCertificate({data, static_cast<std::size_t>(size)});
-            if (certificate && IsUsableKey(X509_get0_pubkey(certificate.get())))
-                m_anchors.push_back(
-                    {std::shared_ptr<X509>(certificate.release(), X509_free), isForTimeStampsOnly});
-            else
-                ++m_skipped;
+            const Certificate certificate = ReadCertificate({data, static_cast<std::size_t>(size)});
+            const bool isUsable = certificate && IsUsableKey(X509_get0_pubkey(certificate.get()));
+            if (isUsable) X509_STORE_add_cert(m_forStamps.get(), certificate.get());
+            if (isUsable && !isForTimeStampsOnly) X509_STORE_add_cert(m_forSigners.get(), certificate.get());
+            m_anchors += isUsable ? 1 : 0;
+            m_signerAnchors += isUsable && !isForTimeStampsOnly ? 1 : 0;
+            m_skipped += isUsable ? 0 : 1;
         }
         OPENSSL_free(name);
         OPENSSL_free(header);
@@ -233,9 +239,7 @@ void TrustStore::AddPem(ByteSpan pem, bool isForTimeStampsOnly) {
 }
 
 bool TrustStore::IsEmpty(CertificateRole role) const {
-    return std::none_of(m_anchors.begin(), m_anchors.end(), [role](const Anchor& anchor) {
-        return role == CertificateRole::TimeStamp || !anchor.isForTimeStampsOnly;
-    });
+    return (role == CertificateRole::TimeStamp ? m_anchors : m_signerAnchors) == 0;
 }
 
 bool TrustStore::Leads(const CertificateChain& chain, CertificateRole role, std::time_t time,
@@ -251,22 +255,18 @@ bool TrustStore::Leads(const CertificateChain& chain, CertificateRole role, std:
         return false;
     }
     struct FreeStore {
-        void operator()(X509_STORE* store) const { X509_STORE_free(store); }
         void operator()(X509_STORE_CTX* context) const { X509_STORE_CTX_free(context); }
         void operator()(STACK_OF(X509) * stack) const { sk_X509_free(stack); }
     };
-    const std::unique_ptr<X509_STORE, FreeStore> store(X509_STORE_new());
+    X509_STORE* store = (role == CertificateRole::TimeStamp ? m_forStamps : m_forSigners).get();
     const std::unique_ptr<X509_STORE_CTX, FreeStore> context(X509_STORE_CTX_new());
     const std::unique_ptr<STACK_OF(X509), FreeStore> others(sk_X509_new_null());
-    if (!store || !context || !others) {
+    if (!context || !others) {
         reason = "The cryptographic library fails.";
         return false;
     }
-    for (const Anchor& anchor : m_anchors)
-        if (role == CertificateRole::TimeStamp || !anchor.isForTimeStampsOnly)
-            X509_STORE_add_cert(store.get(), anchor.certificate.get());
     for (std::size_t i = 1; i < chain.size(); ++i) sk_X509_push(others.get(), chain[i].get());
-    bool leads = X509_STORE_CTX_init(context.get(), store.get(), chain.front().get(), others.get()) == 1;
+    bool leads = X509_STORE_CTX_init(context.get(), store, chain.front().get(), others.get()) == 1;
     if (leads) {
         X509_VERIFY_PARAM* rules = X509_STORE_CTX_get0_param(context.get());
         X509_VERIFY_PARAM_set_time(rules, time);

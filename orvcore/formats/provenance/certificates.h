@@ -53,13 +53,13 @@ std::vector<std::string> CheckSignerForm(X509* certificate, const std::vector<st
 
 enum class CertificateRole { Signer, TimeStamp };
 
-// Certificates that the examiner trusts. Immutable.
+// Certificates that the examiner trusts: filled once, then read by any thread.
 class TrustStore {
   public:
     // The certificates of a PEM text; what cannot be read is skipped and counted.
     void AddPem(ByteSpan pem, bool isForTimeStampsOnly);
     bool IsEmpty(CertificateRole role) const;
-    std::size_t Size() const { return m_anchors.size(); }
+    std::size_t Size() const { return m_anchors; }
     std::size_t Skipped() const { return m_skipped; }
 
     // Whether the first of the chain leads to a trusted certificate, every step valid at that time. reason: why not.
@@ -67,11 +67,12 @@ class TrustStore {
                std::string& reason) const;
 
   private:
-    struct Anchor {
-        std::shared_ptr<X509> certificate;
-        bool isForTimeStampsOnly = false;
-    };
-    std::vector<Anchor> m_anchors;
+    // As the library wants them: those that signers, and those that time stamps may lead to. Shared, not changed any more once
+    // somebody else holds them.
+    std::shared_ptr<X509_STORE> m_forSigners;
+    std::shared_ptr<X509_STORE> m_forStamps;
+    std::size_t m_signerAnchors = 0;
+    std::size_t m_anchors = 0;
     std::size_t m_skipped = 0;
 };
 

@@ -20,6 +20,7 @@ namespace {
 
 constexpr std::size_t kMaxTextBytes = std::size_t{4} << 20;
 constexpr std::size_t kMaxTexts = 200;
+constexpr std::size_t kMaxAllTextBytes = std::size_t{16} << 20;
 constexpr std::size_t kMaxQuoted = 160;
 constexpr std::size_t kSearchedBytes = 64;
 
@@ -53,7 +54,8 @@ std::vector<FileText> PngTexts(ByteSpan file) {
     if (file.size() < 8 || !std::equal(std::begin(kSignature), std::end(kSignature), file.begin()))
         return texts;
     std::size_t position = 8;
-    while (file.size() - position >= 12 && texts.size() < kMaxTexts) {
+    std::size_t total = 0;
+    while (file.size() - position >= 12 && texts.size() < kMaxTexts && total < kMaxAllTextBytes) {
         const std::size_t length = Big32(file, position);
         if (length > file.size() - position - 12) break;
         const std::uint32_t code = Big32(file, position + 4);
@@ -87,6 +89,7 @@ std::vector<FileText> PngTexts(ByteSpan file) {
             const ByteSpan value = Slice(data, valueAt, data.size());
             text.value = packed ? Inflate(value) : TextOf(value);
         }
+        total += text.value.size();
         texts.push_back(std::move(text));
     }
     return texts;
