@@ -46,6 +46,8 @@ try 'signatures of a folder' 0 signatures "$scratch/known.db" --add "$folder"
 expect 'what cannot be collected is counted' yes "$(holds 'left out: 2 that name no camera' "$out")"
 try 'signatures exported' 0 signatures "$scratch/known.db" --export
 expect 'only the labels: no camera is named' 1 "$(wc -l <<<"$out")"
+try 'the cameras that come with the program' 0 signatures "$scratch/cameras.db" --import "$root/data/camera-signatures.tsv"
+expect 'all of them are taken in' '36 lines taken in, 0 are no records' "$out"
 try 'a picture is no collection' 1 signatures "$folder/a.jpg" --export
 expect 'the refusal names it' yes "$(holds 'a.jpg' "$err")"
 

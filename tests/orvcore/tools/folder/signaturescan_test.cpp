@@ -60,3 +60,21 @@ TEST(SignatureScan, CountsPicturesOfEveryCamera) {
     }
     EXPECT_THROW(ScanSignatures(folder / "nothing here", false, OrvJob()), std::exception);
 }
+
+// The signatures that come with the program are those of today's reader.
+TEST(SignatureScan, ShippedSignaturesAreFoundAgain) {
+    NEED_FIXTURES();
+    const std::string shipped = GetAppDataPath() + "/camera-signatures.tsv";
+    if (!FileExists(shipped)) GTEST_SKIP() << "the data folder has not been put together";
+    const TemporaryFolder folder;
+    SignatureCollection collection(folder / "known.db");
+    collection.Import(ReadFile(shipped));
+    const SignatureScan scan = ScanSignatures(Fixtures() + "/untouched", false, OrvJob());
+    EXPECT_EQ(scan.records.size(), 36U);
+    for (const SignatureRecord& record : scan.records) {
+        bool isKnown = false;
+        for (const SignatureRecord& known : collection.Find(record.key))
+            isKnown = isKnown || known.model == record.model;
+        EXPECT_TRUE(isKnown) << record.make << " " << record.model;
+    }
+}
