@@ -1,7 +1,5 @@
 // What the analyses of noise, sampling and camera cost on 12 megapixels, each against its limit. Usage: noise_bench [MEGAPIXELS]
 
-#include <sys/resource.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -43,22 +41,15 @@ double Least(const std::function<void()>& work, int runs = kRuns) {
     return least;
 }
 
-double PeakMegabytes() {
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    return static_cast<double>(usage.ru_maxrss) / 1024.0;
-}
-
 void Print(const char* what, double ms, double limit, const char* limitName) {
     std::printf("%-46s %8.0f ms   %s %8.0f ms   ratio %.2f\n", what, ms, limitName, limit, ms / limit);
     std::fflush(stdout);
 }
 
-// One analysis: its time, the longest time between two reports of progress, and its memory above what was in use.
-void Measure(const char* what, double pixels, const std::function<void(const AnalysisProgress&)>& work) {
+// One analysis: its time, and the longest time between two reports of progress.
+void Measure(const char* what, const std::function<void(const AnalysisProgress&)>& work) {
     double longest = 0.0;
     double time = 1e30;
-    const double before = PeakMegabytes();
     for (int i = 0; i < 2; ++i) {
         std::int64_t last = SharedNanoseconds();
         const auto report = [&](double) {
@@ -69,9 +60,7 @@ void Measure(const char* what, double pixels, const std::function<void(const Ana
         time = std::min(time, Milliseconds([&] { work(report); }));
         report(1.0);
     }
-    std::printf(
-        "%-46s %8.0f ms   longest silence %5.0f ms (limit 100)   peak grew by %.1f bytes per pixel (limit 12)\n",
-        what, time, longest, (PeakMegabytes() - before) * 1048576.0 / pixels);
+    std::printf("%-46s %8.0f ms   longest silence %5.0f ms (limit 100)\n", what, time, longest);
     std::fflush(stdout);
 }
 
@@ -139,7 +128,6 @@ int main(int argc, char** argv) {
     const double megapixels = argc > 1 ? std::atof(argv[1]) : 12.0;
     const int height = static_cast<int>(std::sqrt(megapixels * 1e6 * 3.0 / 4.0)) / 8 * 8;
     const cv::Size size(height * 4 / 3, height);
-    const auto pixels = static_cast<double>(size.area());
     const cv::Mat photo = TakePhoto(OrdinaryCamera(1), SceneKind::Textured, size, 1);
     cv::Mat plane;
     cv::extractChannel(photo, plane, 1);
@@ -156,31 +144,25 @@ int main(int argc, char** argv) {
                                        std::pair{"residual, bilateral", ResidualFilter::Bilateral},
                                        std::pair{"residual, wavelet", ResidualFilter::Wavelet},
                                        std::pair{"residual, non-local means", ResidualFilter::NonLocalMeans}})
-        Measure(name, pixels, [&](const AnalysisProgress& p) {
-            ComputeNoiseResidual(plane, {filter, 1, 3.0}, p);
-        });
-    Measure("noise level", pixels, [&](const AnalysisProgress& p) { ComputeNoiseLevel(luminance, p); });
-    Measure("noise against brightness", pixels,
-            [&](const AnalysisProgress& p) { ComputeNoiseBrightness(photo, p); });
-    Measure("co-occurrences", pixels, [&](const AnalysisProgress& p) { ComputeCooccurrence(luminance, p); });
-    Measure("resampling", pixels, [&](const AnalysisProgress& p) { ComputeResampling(luminance, p); });
-    Measure("colour filter array", pixels,
-            [&](const AnalysisProgress& p) { ComputeColourFilterArray(photo, p); });
-    Measure("chromatic aberration", pixels,
-            [&](const AnalysisProgress& p) { ComputeChromaticAberration(photo, p); });
-    Measure("median filtering", pixels,
-            [&](const AnalysisProgress& p) { ComputeMedianFilterTrace(plane, p); });
-    Measure("contrast", pixels, [&](const AnalysisProgress& p) { ComputeContrast(photo, 128, p); });
+        Measure(name, [&](const AnalysisProgress& p) { ComputeNoiseResidual(plane, {filter, 1, 3.0}, p); });
+    Measure("noise level", [&](const AnalysisProgress& p) { ComputeNoiseLevel(luminance, p); });
+    Measure("noise against brightness", [&](const AnalysisProgress& p) { ComputeNoiseBrightness(photo, p); });
+    Measure("co-occurrences", [&](const AnalysisProgress& p) { ComputeCooccurrence(luminance, p); });
+    Measure("resampling", [&](const AnalysisProgress& p) { ComputeResampling(luminance, p); });
+    Measure("colour filter array", [&](const AnalysisProgress& p) { ComputeColourFilterArray(photo, p); });
+    Measure("chromatic aberration", [&](const AnalysisProgress& p) { ComputeChromaticAberration(photo, p); });
+    Measure("median filtering", [&](const AnalysisProgress& p) { ComputeMedianFilterTrace(plane, p); });
+    Measure("contrast", [&](const AnalysisProgress& p) { ComputeContrast(photo, 128, p); });
 
     CameraResidual residual;
-    Measure("camera residual (three channels)", pixels, [&](const AnalysisProgress& p) {
+    Measure("camera residual (three channels)", [&](const AnalysisProgress& p) {
         residual = ComputeCameraResidual(photo, kDefaultWaveletSigma, p);
     });
-    Measure("cleaning it", pixels, [&](const AnalysisProgress& p) { CleanResidual(residual, p); });
+    Measure("cleaning it", [&](const AnalysisProgress& p) { CleanResidual(residual, p); });
     const cv::Mat pattern = FingerprintOf(OrdinaryCamera(1), size);
-    Measure("search in a fingerprint", pixels,
+    Measure("search in a fingerprint",
             [&](const AnalysisProgress& p) { SearchFingerprint(residual, pattern, {}, p); });
-    Measure("camera noise map", pixels,
+    Measure("camera noise map",
             [&](const AnalysisProgress& p) { ComputeCameraNoiseMap(residual, pattern, 97, p); });
     return 0;
 }

@@ -42,10 +42,11 @@ CameraResidual ComputeCameraResidual(const cv::Mat& image, double sigma, const A
     for (const Channel& channel : channels) {
         cv::Mat plane;
         cv::extractChannel(image, plane, channel.index);
-        const double next = done + 1.0 / static_cast<double>(channels.size());
-        const cv::Mat noise = WaveletResidual(plane, sigma, PartOf(progress, done, next));
-        done = next;
-        ForEachStrip(image.rows, 64, {}, [&](int first, int end) {
+        const double share = 1.0 / static_cast<double>(channels.size());
+        const cv::Mat noise = WaveletResidual(plane, sigma, PartOf(progress, done, done + 0.9 * share));
+        const AnalysisProgress adding = PartOf(progress, done + 0.9 * share, done + share);
+        done += share;
+        ForEachStrip(image.rows, 64, adding, [&](int first, int end) {
             for (int y = first; y < end; ++y) {
                 const std::uint8_t* level = plane.ptr(y);
                 const float* w = noise.ptr<float>(y);
@@ -218,7 +219,8 @@ CameraFingerprint FingerprintMaker::Finish(const AnalysisProgress& progress) {
     RemoveRowAndColumnMeans(fingerprint.pattern);
     fingerprint.pattern = RemovePeriodicParts(fingerprint.pattern, progress);
     // Rounding alone leaves less than a millionth.
-    if (!(cv::norm(fingerprint.pattern) > 1e-6 * std::sqrt(static_cast<double>(fingerprint.pattern.total())))) {
+    if (!(cv::norm(fingerprint.pattern) >
+          1e-6 * std::sqrt(static_cast<double>(fingerprint.pattern.total())))) {
         ZOR_THROW(Argument, "The pictures hold no noise: a fingerprint cannot be made of them.");
     }
     std::vector<double> known(

@@ -193,12 +193,13 @@ TwoGaussians FitTwo(const cv::Mat& samples, const AnalysisProgress& progress) {
 }
 
 // One Gaussian and a background of even density over the range of the samples.
-Gaussian FitOne(const cv::Mat& samples) {
+Gaussian FitOne(const cv::Mat& samples, const AnalysisProgress& progress) {
     const auto count = static_cast<std::size_t>(samples.rows);
     std::vector<double> weights(count, 1.0);
     Gaussian gaussian = FitWeighted(samples, weights);
     // The background's density: that of a block at kFar times the mean squared distance.
     for (int round = 0; round < kRounds; ++round) {
+        if (progress) progress(static_cast<double>(round) / kRounds);
         const double background = -0.5 * (gaussian.logDeterminant + kFar * kKept);
         for (std::size_t i = 0; i < count; ++i) {
             const double density = -0.5 * (gaussian.logDeterminant +
@@ -284,6 +285,7 @@ CooccurrenceResult ComputeCooccurrence(const cv::Mat& luminance, const AnalysisP
     for (std::size_t i = chosen.size() - 1; i > 0; --i) std::swap(chosen[i], chosen[random() % (i + 1)]);
     chosen.resize(std::min(chosen.size(), kSample));
     cv::Mat sample(static_cast<int>(chosen.size()), kFeatures, CV_64F);
+    if (progress) progress(0.5);
     for (int i = 0; i < sample.rows; ++i)
         for (int j = 0; j < kFeatures; ++j)
             sample.at<double>(i, j) = features.at<float>(chosen[static_cast<std::size_t>(i)], j);
@@ -297,7 +299,7 @@ CooccurrenceResult ComputeCooccurrence(const cv::Mat& luminance, const AnalysisP
     for (int i = 0; i < kKept; ++i) projection.row(i) /= std::sqrt(std::max(values.at<double>(i), 1e-10));
     const cv::Mat whitened = sample * projection.t();
     const TwoGaussians two = FitTwo(whitened, PartOf(progress, 0.5, 0.8));
-    const Gaussian one = FitOne(whitened);
+    const Gaussian one = FitOne(whitened, PartOf(progress, 0.8, 0.85));
     result.otherShare = two.other.share;
     AnalysisMap map;
     map.cell = {kStep, kStep};

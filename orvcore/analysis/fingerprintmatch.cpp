@@ -25,16 +25,20 @@ class Correlator {
     cv::Mat Correlate(const cv::Mat& signal, const AnalysisProgress& progress) const {
         const cv::Rect used = cv::Rect({}, signal.size()) & cv::Rect({}, m_pattern);
         cv::Mat spectrum = ToHalfSpectrum(signal(used), m_size, PartOf(progress, 0.0, 0.5));
-        for (int y = 0; y < spectrum.rows; ++y) {
-            const cv::Vec2f* a = m_spectrum.ptr<cv::Vec2f>(y);
-            cv::Vec2f* b = spectrum.ptr<cv::Vec2f>(y);
-            for (int x = 0; x < spectrum.cols; ++x)
-                b[x] = {a[x][0] * b[x][0] + a[x][1] * b[x][1], a[x][1] * b[x][0] - a[x][0] * b[x][1]};
-        }
+        ForEachStrip(spectrum.rows, 64, {}, [&](int first, int end) {
+            for (int y = first; y < end; ++y)
+                Multiply(m_spectrum.ptr<cv::Vec2f>(y), spectrum.ptr<cv::Vec2f>(y), spectrum.cols);
+        });
         return FromHalfSpectrum(spectrum, m_size, m_size, PartOf(progress, 0.5, 1.0));
     }
 
   private:
+    // a times the conjugate of b, into b.
+    static void Multiply(const cv::Vec2f* a, cv::Vec2f* b, int count) {
+        for (int x = 0; x < count; ++x)
+            b[x] = {a[x][0] * b[x][0] + a[x][1] * b[x][1], a[x][1] * b[x][0] - a[x][0] * b[x][1]};
+    }
+
     cv::Size m_pattern;
     cv::Size m_size;
     cv::Mat m_spectrum;
@@ -245,6 +249,7 @@ FingerprintMatch SearchFingerprint(const CameraResidual& residual, const cv::Mat
         const cv::Size room(std::max(pattern.cols - turnedSize.width, 0) + 1,
                             std::max(pattern.rows - turnedSize.height, 0) + 1);
         const cv::Size allowed = search.anyShift ? room : cv::Size(1, 1);
+        if (part) part(1.0);
         const Peak peak = FindPeak(plane, allowed);
         best.places += allowed.area();
         if (!isFirst && peak.pce <= best.pce) return;

@@ -200,11 +200,12 @@ void SmallBlocksOfRow(const cv::Mat& plane, int y, int stride, std::vector<Block
 }
 
 // Takes from `blocks` those of V, quiet ones marked by mean < 0.
-std::vector<Block> Select(std::vector<Block>& blocks) {
+std::vector<Block> Select(std::vector<Block>& blocks, const AnalysisProgress& progress) {
     std::sort(blocks.begin(), blocks.end(), IsDarker);
     std::vector<Block> selected;
     const std::size_t bins = std::max<std::size_t>((blocks.size() + kBinSize / 2) / kBinSize, 1);
     for (std::size_t bin = 0; bin < bins; ++bin) {
+        if (progress) progress(static_cast<double>(bin) / static_cast<double>(bins));
         const auto first = blocks.begin() + static_cast<std::ptrdiff_t>(blocks.size() * bin / bins);
         const auto last = blocks.begin() + static_cast<std::ptrdiff_t>(blocks.size() * (bin + 1) / bins);
         const auto smooth = (last - first) / 20;
@@ -244,7 +245,8 @@ void MapQuietPlaces(const cv::Mat& image, int stride, NoiseBrightnessResult& res
         const cv::Size small((image.cols + kStep - 1) / kStep, (image.rows + kStep - 1) / kStep);
         cv::Mat all = cv::Mat::zeros(small, CV_32S);
         cv::Mat quiet = cv::Mat::zeros(small, CV_32S);
-        for (const Block& block : Select(blocks)) {
+        for (const Block& block :
+             Select(blocks, PartOf(progress, done + 0.8 / image.channels(), done + 1.0 / image.channels()))) {
             const cv::Point cell((block.x + kSmall / 2) / kStep, (block.y + kSmall / 2) / kStep);
             ++all.at<int>(cell);
             quiet.at<int>(cell) += block.mean < 0.0F;
