@@ -19,7 +19,11 @@ constexpr int kLeastSide = 32;
 constexpr double kCoarsePixels = 1e6;
 constexpr double kFeaturePixels = 3e6;
 constexpr double kPhasePixels = 4e6;
-constexpr double kFound = 0.5;
+constexpr double kFound = 0.5;  // correlation
+constexpr double kFoundWithoutKeypoints = 0.7;
+constexpr double kMostTurn = 10.0;      // degrees
+constexpr double kMostLogScale = 0.15;  // natural
+constexpr double kLeastCovered = 0.25;
 constexpr double kSure = 0.98;
 constexpr std::size_t kLeastInliers = 12;
 constexpr double kWhole = 0.1;         // pixels
@@ -109,6 +113,28 @@ std::vector<cv::Matx33d> PhaseShifts(const cv::Mat& evidence, const cv::Mat& ref
     return shifts;
 }
 
+cv::Point2d Project(const cv::Matx33d& m, const cv::Point2d& p) {
+    const double w = m(2, 0) * p.x + m(2, 1) * p.y + m(2, 2);
+    return {(m(0, 0) * p.x + m(0, 1) * p.y + m(0, 2)) / w, (m(1, 0) * p.x + m(1, 1) * p.y + m(1, 2)) / w};
+}
+
+// The share of the evidence that the reference covers, by 200 x 200 places.
+double OverlapOf(const cv::Matx33d& model, const cv::Size& evidence, const cv::Size& reference) {
+    const cv::Matx33d back = model.inv();
+    constexpr int kSteps = 200;
+    int covered = 0;
+    for (int y = 0; y < kSteps; ++y) {
+        for (int x = 0; x < kSteps; ++x) {
+            const cv::Point2d p = Project(back, {(x + 0.5) * evidence.width / kSteps - 0.5,
+                                                 (y + 0.5) * evidence.height / kSteps - 0.5});
+            covered += p.x > -0.5 && p.y > -0.5 && p.x < reference.width - 0.5 && p.y < reference.height - 0.5
+                           ? 1
+                           : 0;
+        }
+    }
+    return static_cast<double>(covered) / (kSteps * kSteps);
+}
+
 struct Attempt {
     cv::Matx33d model = cv::Matx33d::eye();
     double correlation = -1;
@@ -150,9 +176,24 @@ class Search {
         model = evidence.ToReduced().inv() * coarse.model * reference.ToReduced();
         const Alignment fine =
             Align(m_evidence, m_reference, model * (1.0 / model(2, 2)), freedom, PartOf(progress, 0.5, 1.0));
-        if (fine.correlation > m_best.correlation)
-            m_best = {fine.model, fine.correlation, method,
-                      inliers,    residual,         freedom == Freedom::Projective};
+        if (fine.correlation <= m_best.correlation || !IsPlausible(fine, start, method)) return;
+        m_best = {fine.model, fine.correlation, method, inliers, residual, freedom == Freedom::Projective};
+    }
+
+    // Freely moved, a small or smooth part fits nearly anywhere: without keypoints that agree, the fit must stay near where it
+    // began, cover much of the smaller picture, and be good.
+    bool IsPlausible(const Alignment& fit, const cv::Matx33d& start, RegistrationMethod method) const {
+        if (method == RegistrationMethod::Features) return true;
+        if (fit.correlation < kFoundWithoutKeypoints) return false;
+        const cv::Matx33d change = fit.model * start.inv();
+        const cv::Matx23d linear(change(0, 0), change(0, 1), change(0, 2), change(1, 0), change(1, 1),
+                                 change(1, 2));
+        if (std::abs(RotationOf(linear)) > kMostTurn || std::abs(std::log(ScaleOf(linear))) > kMostLogScale)
+            return false;
+        const double evidence = static_cast<double>(m_evidence.total());
+        const double smaller = std::min(evidence, static_cast<double>(m_reference.total()));
+        return OverlapOf(fit.model, m_evidence.size(), m_reference.size()) * evidence >=
+               kLeastCovered * smaller;
     }
 
     void TryQuick(Freedom freedom, const AnalysisProgress& progress) {
@@ -234,11 +275,6 @@ class Search {
     Attempt m_best;
 };
 
-cv::Point2d Project(const cv::Matx33d& m, const cv::Point2d& p) {
-    const double w = m(2, 0) * p.x + m(2, 1) * p.y + m(2, 2);
-    return {(m(0, 0) * p.x + m(0, 1) * p.y + m(0, 2)) / w, (m(1, 0) * p.x + m(1, 1) * p.y + m(1, 2)) / w};
-}
-
 std::vector<cv::Point2d> Corners(const cv::Size& size) {
     return {cv::Point2d(0, 0), cv::Point2d(size.width - 1, 0), cv::Point2d(0, size.height - 1),
             cv::Point2d(size.width - 1, size.height - 1)};
@@ -293,18 +329,7 @@ void Describe(const cv::Size& evidence, const cv::Size& reference, Registration&
     const cv::Point end(cvRound(std::clamp(right, 0.0, static_cast<double>(reference.width))),
                         cvRound(std::clamp(bottom, 0.0, static_cast<double>(reference.height))));
     result.crop = {first, end};
-    std::int64_t covered = 0;
-    constexpr int kSteps = 200;
-    for (int y = 0; y < kSteps; ++y) {
-        for (int x = 0; x < kSteps; ++x) {
-            const cv::Point2d p = Project(back, {(x + 0.5) * evidence.width / kSteps - 0.5,
-                                                 (y + 0.5) * evidence.height / kSteps - 0.5});
-            covered += p.x > -0.5 && p.y > -0.5 && p.x < reference.width - 0.5 && p.y < reference.height - 0.5
-                           ? 1
-                           : 0;
-        }
-    }
-    result.overlap = static_cast<double>(covered) / (kSteps * kSteps);
+    result.overlap = OverlapOf(result.model, evidence, reference);
 }
 
 }  // namespace

@@ -35,8 +35,9 @@ struct Registration {
 // with brightness and contrast free, as in Evangelidis and Psarakis, "Parametric Image Alignment Using Enhanced Correlation
 // Coefficient Maximization", IEEE TPAMI 30(10), 2008), and taken as whole pixels where it is within 0.1 pixels of them
 // everywhere, or within 0.3 and fits as well. model: what is allowed. Pictures: 8 or 16 bits, 1 to 4 channels, otherwise
-// ZorException (kind Argument). Not found when nothing correlates by 0.5 or more, or when a picture is smaller than 32 x 32.
-// Memory: 12 bytes per pixel of both, and 180 MB for each thread's tile of keypoints.
+// ZorException (kind Argument). Not found when nothing correlates: by 0.5 or more with at least 12 keypoints that agree, without
+// them by 0.7 or more over at least a quarter of the smaller picture; nor when a picture is smaller than 32 x 32. Memory: 12
+// bytes per pixel of both, and 180 MB for each thread's tile of keypoints.
 Registration RegisterPictures(const cv::Mat& evidence, const cv::Mat& reference, RegistrationModel model,
                               const AnalysisProgress& progress = {});
 

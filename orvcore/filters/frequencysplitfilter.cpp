@@ -6,6 +6,7 @@
 namespace {
 
 constexpr double kCalmLevels = 8.0;
+constexpr double kHighestLevel = 255.0;
 
 // What is finer, or coarser, than a chosen size.
 class FrequencySplitFilter : public OrvFilterImage {
@@ -35,7 +36,9 @@ class FrequencySplitFilter : public OrvFilterImage {
         map.unit = "levels";
         map.values = isHigh ? split.high : split.low;
         map.scale = isHigh ? OrvMapScale::Diverging : OrvMapScale::Sequential;
-        if (isHigh) map.floor = {-kCalmLevels, kCalmLevels};
+        map.floor = {-kCalmLevels, kCalmLevels};
+        map.isAutomatic = isHigh;
+        if (!isHigh) map.range = {0.0, kHighestLevel};
         result.AddMap(std::move(map));
     }
 };

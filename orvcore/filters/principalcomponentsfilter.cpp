@@ -7,6 +7,9 @@
 
 namespace {
 
+// Untouched photographs stay within this nearly everywhere on their third axis.
+constexpr double kCalmLevels = 8.0;
+
 // The picture along the axes of its own colours.
 class PrincipalComponentsFilter : public OrvFilterImage {
   public:
@@ -49,6 +52,7 @@ class PrincipalComponentsFilter : public OrvFilterImage {
         map.scale = isDistance ? OrvMapScale::Sequential : OrvMapScale::Diverging;
         map.values = isDistance ? DistanceFromAxis(picture, axes, component, job.Part(0.5, 1.0))
                                 : ProjectOnAxis(picture, axes, component, job.Part(0.5, 1.0));
+        map.floor = isDistance ? OrvRange{0.0, kCalmLevels} : OrvRange{-kCalmLevels, kCalmLevels};
         result.AddMap(std::move(map));
     }
 };

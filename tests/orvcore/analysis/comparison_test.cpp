@@ -228,6 +228,9 @@ TEST(Registration, StrangersAndOddPictures) {
         cv::Mat evidence, reference;
         bool isFound;
     } cases[] = {{"another scene", CopyScene(500, 400, 25), scene, false},
+                 {"another small scene", CopyScene(200, 150, 1), CopyScene(200, 150, 2), false},
+                 {"small again", CopyScene(200, 150, 2), CopyScene(200, 150, 3), false},
+                 {"and again", CopyScene(200, 150, 5), CopyScene(200, 150, 6), false},
                  {"another scene of another size", CopyScene(300, 420, 26), scene, false},
                  {"one colour", cv::Mat(400, 500, CV_8UC3, cv::Scalar::all(80)), scene, false},
                  {"noise", PureNoise(500, 400), scene, false},
