@@ -1,6 +1,7 @@
 #include "orvcore/analysis/doublejpeg.h"
 
 #include "orvcore/filter/fileintermediates.h"
+#include "orvcore/filter/intermediates.h"
 #include "orvcore/filters/analysisoutput.h"
 #include "orvcore/filters/filterlist.h"
 #include "zorbase/text.h"
@@ -53,7 +54,11 @@ class DoubleJpegAlignedFilter : public OrvFilterImage {
         result.AddNumber("Median log likelihood", FixedText(found.median, 1));
         result.AddNumber("Largest area that lacks the first save (blocks)", ToString(found.regionBlocks));
         result.AddNumber("Its mean log likelihood", FixedText(found.regionMean, 1));
-        if (found.map.values.empty()) return;
+        if (found.map.values.empty()) {
+            // Nothing to draw: the picture as it is.
+            result.outputImage = Image(GetEightBits(file, job));
+            return;
+        }
         OrvMap map = ToOrvMap(found.map, "Log Likelihood Of One Save", "", {-10.0, 10.0});
         map.scale = OrvMapScale::Diverging;
         map.threshold = 3.0;

@@ -50,7 +50,11 @@ class DoubleJpegShiftedFilter : public OrvFilterImage {
         result.AddNumber("Strongest over the second", FixedText(found.ratio, 2));
         result.AddNumber("Gathering (0 to 1)", FixedText(found.peak, 3));
         result.AddNumber("Step of the mean", isFound ? ToString(found.largestStep) : std::string("none"));
-        if (!isFound || found.map.values.empty()) return;
+        if (!isFound || found.map.values.empty()) {
+            // Nothing to draw: the picture as it is.
+            result.outputImage = Image(GetEightBits(file, job));
+            return;
+        }
         OrvMap map = ToOrvMap(found.map, "Log Likelihood Of The Earlier Save", "", {-5.0, 5.0});
         map.scale = OrvMapScale::Diverging;
         result.AddMap(std::move(map));

@@ -48,8 +48,11 @@ class JpegDimplesFilter : public OrvFilterImage {
             for (int x = 0; x < 8; ++x) block.back().push_back(FixedText(found.meanBlock.at<float>(y, x), 2));
         }
         result.Set("block", block);
-        // Without dimples the map is noise, and would be looked at.
-        if (!found.HasDimples() || found.map.values.empty()) return;
+        // Without dimples the map is noise, and would be looked at: the picture as it is.
+        if (!found.HasDimples() || found.map.values.empty()) {
+            result.outputImage = Image(GetEightBits(file, job));
+            return;
+        }
         OrvMap map = ToOrvMap(found.map, "Dimples", "", {-0.05, 0.2});
         map.threshold = 0.25 * found.median;
         map.thresholdSide = OrvMapSide::Below;
