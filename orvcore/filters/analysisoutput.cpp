@@ -38,13 +38,6 @@ std::string WhyNotSmallerThan(const OrvLoadedFile& file, int side) {
     return "Smaller than " + std::to_string(side) + " x " + std::to_string(side) + " pixels";
 }
 
-std::shared_ptr<const cv::Mat> GetLuminance(const OrvLoadedFile& file, const OrvJob& job) {
-    const auto decoded = file.GetDecoded(job);
-    if (!decoded->image.IsValid()) ZOR_THROW(Format, "Nothing of the picture could be decoded.");
-    return file.GetShared<cv::Mat>(
-        "luminance", [&] { return ComputeLuminance(decoded->image.GetMat()); }, BytesOfMat);
-}
-
 std::shared_ptr<const CameraResidual> GetCameraResidual(const OrvLoadedFile& file, const OrvJob& job) {
     const cv::Mat picture = GetEightBits(file, job);
     return file.GetShared<CameraResidual>(

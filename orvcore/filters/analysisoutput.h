@@ -7,6 +7,7 @@
 #include "orvcore/analysis/analysisresult.h"
 #include "orvcore/analysis/camerafingerprint.h"
 #include "orvcore/filter/filterresult.h"
+#include "orvcore/filter/intermediates.h"
 
 // What filters of pixel analyses share: from what an analysis answers to what a page shows.
 
@@ -19,9 +20,6 @@ void JudgeBy(const AnalysisDecision& decision, OrvMeasurement measurement, OrvSl
 
 // "" when header and name say that the picture has at least so many pixels in width and height, otherwise why not.
 std::string WhyNotSmallerThan(const OrvLoadedFile& file, int side);
-
-// The luminance of the picture as it was decoded (see luminance.h), worked out once per file.
-std::shared_ptr<const cv::Mat> GetLuminance(const OrvLoadedFile& file, const OrvJob& job);
 
 // The picture's noise as camera identification takes it, cleaned, worked out once per file; keeps 8 bytes per pixel.
 std::shared_ptr<const CameraResidual> GetCameraResidual(const OrvLoadedFile& file, const OrvJob& job);

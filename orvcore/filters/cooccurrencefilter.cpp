@@ -29,7 +29,7 @@ class CooccurrenceFilter : public OrvFilterImage {
     void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,
                  OrvSlotResult& result) const override {
         job.SetProgress(0.0, "Learning what is usual in this picture");
-        const CooccurrenceResult found = ComputeCooccurrence(*GetLuminance(file, job), job.Part());
+        const CooccurrenceResult found = ComputeCooccurrence(GetLuminance(file, job), job.Part());
         if (found.map.values.empty()) return result.SayNothing("Too few blocks that are not saturated");
         OrvMap map = ToOrvMap(found.map, "Other Class", "log of the ratio", {-1.0, 1.0});
         map.scale = OrvMapScale::Diverging;

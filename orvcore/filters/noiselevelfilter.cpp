@@ -25,7 +25,7 @@ class NoiseLevelFilter : public OrvFilterImage {
     void Compute(const OrvLoadedFile& file, const VecParameter&, const OrvJob& job,
                  OrvSlotResult& result) const override {
         job.SetProgress(0.0, "Measuring the noise");
-        const NoiseLevelResult level = ComputeNoiseLevel(*GetLuminance(file, job), job.Part());
+        const NoiseLevelResult level = ComputeNoiseLevel(GetLuminance(file, job), job.Part());
         OrvMap map = ToOrvMap(level.map, "Noise Level", "levels", {0.0, 6.0});
         result.AddNumber("Median (levels)", FixedText(level.median, 2));
         result.AddNumber("Loudest 128 x 128 pixels to the median (times)", FixedText(level.largestRatio, 1));

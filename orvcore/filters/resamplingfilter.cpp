@@ -42,7 +42,7 @@ class ResamplingFilter : public OrvFilterImage {
     void Compute(const OrvLoadedFile& file, const VecParameter&, const OrvJob& job,
                  OrvSlotResult& result) const override {
         job.SetProgress(0.0, "Looking for periods of interpolation");
-        const ResamplingResult found = ComputeResampling(*GetLuminance(file, job), job.Part());
+        const ResamplingResult found = ComputeResampling(GetLuminance(file, job), job.Part());
         const AnalysisDecision decision = DecideResampling(found);
         result.AddNumber("Strongest pair on both axes (times the median)",
                          FixedText(found.best.pairStrength, 2));
