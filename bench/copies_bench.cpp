@@ -17,6 +17,7 @@
 #include "orvcore/analysis/keypoints.h"
 #include "orvcore/analysis/registration.h"
 #include "tests/orvcore/analysis/copyscenes.h"
+#include "zorbase/files.h"
 #include "zorimage/imageio.h"
 
 namespace {
@@ -122,5 +123,5 @@ int main(int argc, char** argv) {
         PasteTurned(scene, {900, 800}, {2900, 2100}, 300, 12.0, 1.05);
         Run("made scene", SaveAgain(scene, 90));
     }
-    for (int i = 1; i < argc; ++i) Run(argv[i], ReadImage(argv[i]).image.ToColor().GetMat());
+    for (int i = 1; i < argc; ++i) Run(argv[i], DecodeImage(ReadFileBytes(argv[i])).image.ToColor().GetMat());
 }
