@@ -235,7 +235,7 @@ TEST_F(CameraFingerprintTest, FileKeepsEverythingAndRefusesWhatIsDamaged) {
     const Bytes good = ReadFileBytes(path);
     // Signs a changed file anew, so that what is behind the hash is reached.
     const auto sign = [](Bytes bytes) {
-        bytes.resize(bytes.size() - 64);
+        bytes.erase(bytes.end() - 64, bytes.end());
         const std::string hash = Sha256(bytes);
         bytes.insert(bytes.end(), hash.begin(), hash.end());
         return bytes;
