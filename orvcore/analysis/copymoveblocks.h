@@ -25,7 +25,7 @@ struct CopyMoveBlocksSettings {
 
 // picture: 8 or 16 bits, 1 to 4 channels, otherwise ZorException (kind Argument). Below 64 x 64 pixels, or when nothing can be
 // looked at, not applicable. Memory: 12 bytes per pixel and up to 50 MB of pairs by shifts; with rotation and scale 50 bytes
-// more per pixel of the picture reduced to at most 3 megapixels.
+// more per pixel of the picture reduced to at most 2 megapixels.
 CopyMoveResult FindCopiedBlocks(const cv::Mat& picture, const CopyMoveBlocksSettings& settings,
                                 const AnalysisProgress& progress = {});
 

@@ -16,7 +16,7 @@ class CopyMoveBlocksFilter : public OrvFilterImage {
             "Distinctness tells a copy from an edge, which fits as well a few pixels along itself (1); similarity of the finest "
             "detail tells it from things that merely look alike. Blind in smooth, dark and bright parts (grey in the "
             "map; their share is given), for parts below about 28 x 28 pixels, after strong compression, and for turned or scaled "
-            "copies unless \"Rotation And Scale\" is chosen, which takes longer and works at no more than 3 megapixels. Bricks, "
+            "copies unless \"Rotation And Scale\" is chosen, which takes longer and works at no more than 2 megapixels. Bricks, "
             "facades and lettering are alike by nature: said, and not taken as a sign. After Fridrich, Soukal and "
             "Lukas 2003; with rotation Cozzolino, Poggi and Verdoliva 2015. Needs 12 bytes of memory per pixel.");
         SetParameters({Parameter::Bool("rotation", "Rotation And Scale", false),
