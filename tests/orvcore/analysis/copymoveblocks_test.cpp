@@ -215,7 +215,7 @@ TEST(CopyMoveDense, TurnedAndScaledCopiesAreFound) {
     const struct {
         double degrees, scale;
         int quality;
-    } cases[] = {{20, 1, 85}, {90, 1, 85}, {0, 1.1, 85}, {-10, 0.95, 90}, {180, 1, 0}};
+    } cases[] = {{20, 1, 85}, {90, 1, 85}, {-10, 1.1, 90}};
     const cv::Point from(160, 150);
     const cv::Point to(480, 330);
     constexpr int kRadius = 70;
