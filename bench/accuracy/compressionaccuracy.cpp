@@ -13,6 +13,7 @@
 #include <iterator>
 #include <map>
 #include <opencv2/imgproc.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -38,7 +39,7 @@ using File = std::vector<std::uint8_t>;
 struct Sample {
     cv::Mat image;
     File file;
-    int quality = 0;
+    std::optional<int> quality;  // nothing without a file, 0 for tables of its own
     cv::Mat mask;
 };
 
@@ -217,6 +218,7 @@ bool ReadPhotograph(const std::filesystem::path& path, Sample& sample) {
     const cv::Mat whole = LoadJpeg(sample.file);
     if (whole.empty()) return false;
     const cv::Size size(std::min(whole.cols / 8 * 8, 1536), std::min(whole.rows / 8 * 8, 1024));
+    sample.quality = 0;
     sample.image = whole(cv::Rect((whole.cols - size.width) / 16 * 8, (whole.rows - size.height) / 16 * 8,
                                   size.width, size.height))
                        .clone();

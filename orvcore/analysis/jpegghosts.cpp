@@ -282,7 +282,7 @@ std::vector<GhostShift> SearchGhostShifts(const cv::Mat& picture, const GhostSet
 
 AnalysisDecision JudgeGhosts(const GhostResult& result) {
     constexpr int kLeastRough = 64;
-    constexpr double kLook = 60.0;  // cells of 8 x 8 pixels
+    constexpr double kLook = 256.0;  // cells of 8 x 8 pixels: 128 x 128 pixels
     AnalysisDecision decision;
     if (result.isTooSmall) {
         decision.text = "The picture is smaller than one window.";

@@ -213,12 +213,17 @@ std::vector<CurveDip> FindDips(const std::array<double, 100>& curve, double leas
     return dips;
 }
 
-AnalysisDecision JudgeQualityCurve(const QualityCurve& curve, int lastQuality) {
+AnalysisDecision JudgeQualityCurve(const QualityCurve& curve, std::optional<int> lastQuality) {
     constexpr double kLook = 0.1;
     constexpr std::uint64_t kLeastBlocks = 64;
     AnalysisDecision decision;
     if (curve.blocks < kLeastBlocks) {
         decision.text = "The picture has fewer than 64 whole blocks.";
+        return decision;
+    }
+    if (lastQuality == 0) {
+        decision.text =
+            "The file's own tables are not the standard's: the curve dips where they happen to agree.";
         return decision;
     }
     decision.finding = Finding::Nothing;
@@ -227,7 +232,7 @@ AnalysisDecision JudgeQualityCurve(const QualityCurve& curve, int lastQuality) {
     decision.text = "The curve has no dip but that of the file's own last save, if it is a JPEG.";
     for (const CurveDip& dip : FindDips(curve.all)) {
         // What the last save left dips at its own quality, and at finer ones whose steps divide its own.
-        if (lastQuality > 0 && dip.quality >= lastQuality - 1) continue;
+        if (lastQuality && dip.quality >= *lastQuality - 1) continue;
         decision.measured = dip.depth;
         if (dip.depth < kLook) break;
         decision.finding = Finding::WorthALook;

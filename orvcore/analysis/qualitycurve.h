@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <opencv2/core.hpp>
+#include <optional>
 #include <vector>
 
 #include "orvcore/analysis/analysisresult.h"
@@ -62,9 +63,10 @@ QualityCurve ComputeQualityCurve(const cv::Mat& picture, cv::Point origin = {}, 
 // Local minima of at least this depth, the deepest first. Neighbouring qualities with equal tables count as one.
 std::vector<CurveDip> FindDips(const std::array<double, 100>& curve, double leastDepth = 0.05);
 
-// A dip tells of an earlier save with these very tables: a fact about the file, not of a forgery, so worth a look at most. lastQuality: of
-// the JPEG file itself, which has its own dip (0: not a JPEG, or none of the standard's tables).
-AnalysisDecision JudgeQualityCurve(const QualityCurve& curve, int lastQuality);
+// A dip tells of an earlier save with these very tables: a fact about the file, not of a forgery, so worth a look at most.
+// lastQuality: of the JPEG file itself, which has its own dip; 0: its tables are not the standard's, whose multiples dip anywhere (30
+// of 36 untouched photographs), so that nothing is said; nothing given: not a JPEG.
+AnalysisDecision JudgeQualityCurve(const QualityCurve& curve, std::optional<int> lastQuality);
 
 struct ErrorLevelCurve {
     // Mean absolute change of luminance, rounded to levels as a decoder gives them, by quality as above.

@@ -1,4 +1,4 @@
-#include <algorithm>
+#include <optional>
 
 #include "orvcore/analysis/qualitycurve.h"
 #include "orvcore/filter/intermediates.h"
@@ -9,10 +9,11 @@
 
 namespace {
 
-// The quality of the file's own luminance table; 0 when it is no JPEG or has a table of its own.
-int OwnQuality(const OrvLoadedFile& file) {
+// The quality of the file's own luminance table; 0 when that is none of the standard's, nothing when it is no JPEG.
+std::optional<int> OwnQuality(const OrvLoadedFile& file) {
     const auto structure = GetJpegStructure(file);
-    if (!structure->isJpeg || structure->quantizationTables.empty()) return 0;
+    if (!structure->isJpeg) return {};
+    if (structure->quantizationTables.empty()) return 0;
     const JpegQuality quality = EstimateJpegQuality(structure->quantizationTables.front());
     return quality.isExact ? quality.quality : 0;
 }
@@ -56,13 +57,15 @@ void JpegQualityCurveFilter::Compute(const OrvLoadedFile& file, const VecParamet
     const Roi& region = input.Get<Roi>("region");
     const cv::Rect box =
         region.IsEmpty() ? cv::Rect() : cv::Rect(region.x, region.y, region.width, region.height);
-    const int own = OwnQuality(file);
+    const std::optional<int> own = OwnQuality(file);
     job.SetProgress(0.0, "Saving at every quality");
     const QualityCurve curve =
         ComputeQualityCurve(picture, {input.Get<int>("gridX"), input.Get<int>("gridY")}, box, job.Part());
     JudgeBy(JudgeQualityCurve(curve, own), {.quantity = "depth of the deepest earlier dip"}, result);
     if (curve.blocks == 0) return;
-    result.AddNumber("Quality of the file", own > 0 ? ToString(own) : std::string("none of the standard's"));
+    result.AddNumber("Quality of the file", own && *own > 0
+                                                ? ToString(*own)
+                                                : std::string(own ? "none of the standard's" : "not a JPEG"));
     result.AddNumber("Blocks measured", ToString(static_cast<std::int64_t>(curve.blocks)));
     TableString dips{{"Curve", "Quality", "Change (levels)", "Depth"}};
     OrvPlotData& plot = result.plot;

@@ -236,7 +236,8 @@ TEST(QualityCurve, DipsWhereItWasSaved) {
     EXPECT_EQ(dips[1], 70);
     EXPECT_EQ(JudgeQualityCurve(twice, 90).finding, Finding::WorthALook);
     EXPECT_EQ(JudgeQualityCurve(ComputeQualityCurve(ThroughJpeg(Host(), 90)), 90).finding, Finding::Nothing);
-    EXPECT_EQ(JudgeQualityCurve(ComputeQualityCurve(Host()), 0).finding, Finding::Nothing);
+    EXPECT_EQ(JudgeQualityCurve(ComputeQualityCurve(Host()), {}).finding, Finding::Nothing);
+    EXPECT_EQ(JudgeQualityCurve(twice, 0).finding, Finding::NotApplicable);
     // Against the definition, one quality, straight from the coefficients.
     cv::Mat coefficients;
     ForwardBlockDct(ComputeLuminance(Host()), {}, coefficients, 128.0F);
@@ -345,7 +346,7 @@ namespace {
 // Everything at once: what each analysis does with a picture must be an answer or a clear refusal.
 void RunAll(const cv::Mat& image) {
     const Finding findings[] = {JudgeGhosts(ComputeGhosts(image, {})).finding,
-                                JudgeQualityCurve(ComputeQualityCurve(image), 0).finding,
+                                JudgeQualityCurve(ComputeQualityCurve(image), {}).finding,
                                 JudgeGridVotes(ComputeGridVotes(image)).finding,
                                 JudgeShiftedJpeg(ComputeShiftedJpeg(image)).finding,
                                 JudgeBlockArtefacts(ComputeBlockArtefacts(image)).finding,
