@@ -119,7 +119,7 @@ class Measurer {
         const int rows = m_map.values.rows;
         // Few, large strips: each has two histograms. Their number does not depend on the threads.
         const int strips = std::clamp(rows / 64, 1, 16);
-        const int stripRows = (rows + strips - 1) / strips;
+        const int stripRows = std::max((rows + strips - 1) / strips, 1);  // a map of places alone has no rows
         const int count = (rows + stripRows - 1) / stripRows;
         std::vector<Strip> sums(static_cast<std::size_t>(count));
         std::vector<std::array<Histogram, 2>> histograms(static_cast<std::size_t>(count));

@@ -117,12 +117,15 @@ TEST_F(Memory, AResultThatIsShownIsKeptOnDiskAndOnlyWhereThatIsWanted) {
         return count;
     };
     // While the window is told that the result is there, it is not yet written.
+    a->SetAnalysisFilterGui(&page);
+    const auto plainly = sink.handle;
     int atTheTime = -1;
     sink.handle = [&](OrvCommandEvent& event) {
         if (event.GetId() == OrvEventConfigureCompleted) atTheTime = kept();
         core->PostResponse();
     };
     Show(a);
+    sink.handle = plainly;
     EXPECT_EQ(atTheTime, 0);
     EXPECT_EQ(kept(), 1);
     Show(b);

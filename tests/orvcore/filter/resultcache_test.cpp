@@ -210,8 +210,9 @@ TEST(ResultCache, DamagedAndForeignFilesAreIgnoredAndWrittenAgain) {
     const std::string good = ReadFile(path);
     std::vector<std::string> damaged = {"", "orvane-result 1\n", "a foreign file", good + "x",
                                         std::string(5000, '\0')};
-    for (std::size_t size = 1; size < good.size(); size += 97) damaged.push_back(good.substr(0, size));
-    for (std::size_t place = 0; place < good.size(); place += 61) {
+    for (std::size_t size = 1; size < good.size(); size += good.size() / 30)
+        damaged.push_back(good.substr(0, size));
+    for (std::size_t place = 0; place < good.size(); place += good.size() / 50) {
         damaged.push_back(good);
         damaged.back()[place] = static_cast<char>(damaged.back()[place] ^ 4);
     }
