@@ -65,7 +65,7 @@ void RefuseProtectedFile(const std::string& path) {
                   "\" is one of the files to work on, which are never written to. Choose another name.");
 }
 
-bool IsSameFile(const std::string& one, const std::string& other) {
+bool LeadToSameFile(const std::string& one, const std::string& other) {
     Identity first;
     Identity second;
     return GetIdentity(one, first) && GetIdentity(other, second) && first == second;

@@ -26,4 +26,4 @@ class FileProtection {
 void RefuseProtectedFile(const std::string& path);
 
 // Whether two paths lead to one file that exists.
-bool IsSameFile(const std::string& one, const std::string& other);
+bool LeadToSameFile(const std::string& one, const std::string& other);

@@ -253,13 +253,15 @@ DecodedImage DecodeJpeg(ByteSpan bytes, const DecodeProgress& progress) {
         if (!isInk) rowsDone = static_cast<int>(reader->cinfo.output_scanline);
         if (rowsDone == 0) ThrowFailure(*reader);
         pixels.rowRange(rowsDone, pixels.rows).setTo(cv::Scalar::all(128));
-    } else {
+    }
+    DescribeEnd(*reader, rowsDone, pixels.rows, result);
+    if (rowsDone == pixels.rows && !reader->endedEarly) {
         // What stands behind the last row can be damaged too; the library tells while it looks for the end.
         jpeg_decompress_struct& cinfo = reader->cinfo;
         Run(*reader, [&cinfo] { jpeg_finish_decompress(&cinfo); });
         if (reader->stopped) std::rethrow_exception(reader->stopped);
+        for (const std::string& warning : reader->warnings.Take()) result.warnings.push_back(warning);
     }
-    DescribeEnd(*reader, rowsDone, pixels.rows, result);
     if (!lost.empty()) result.warnings.insert(result.warnings.begin(), lost);
     result.image = Image(pixels);
     return result;

@@ -37,8 +37,11 @@ std::string JpegProcessName(std::uint8_t marker) {
 
 std::string JpegSamplingName(std::span<const JpegSampling> components) {
     const auto& c = components;
-    const bool isRegular = c.size() == 3 && c[1].horizontal == c[2].horizontal &&
-                           c[1].vertical == c[2].vertical && c[1].horizontal > 0 && c[1].vertical > 0 &&
+    // Black is sampled like luminance, or the usual word would not say all.
+    const bool isUsual = c.size() == 3 || (c.size() == 4 && c[3].horizontal == c[0].horizontal &&
+                                           c[3].vertical == c[0].vertical);
+    const bool isRegular = isUsual && c[1].horizontal == c[2].horizontal && c[1].vertical == c[2].vertical &&
+                           c[1].horizontal > 0 && c[1].vertical > 0 &&
                            c[0].horizontal % c[1].horizontal == 0 && c[0].vertical % c[1].vertical == 0;
     if (isRegular) {
         struct Word {

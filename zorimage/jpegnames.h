@@ -13,6 +13,6 @@ struct JpegSampling {
     int horizontal = 0;  // as stored, 1..4 in a sound file
     int vertical = 0;
 };
-// "4:2:0", "4:4:4"… for three components whose last two are alike and for which there is a usual word, otherwise the
+// "4:2:0", "4:4:4"… for luminance, two alike of chrominance, and black if there is, where there is a usual word, otherwise the
 // factors as "3x1,1x1,1x1"; "" without components.
 std::string JpegSamplingName(std::span<const JpegSampling> components);

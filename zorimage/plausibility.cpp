@@ -101,6 +101,7 @@ class Directories {
 
     std::string Problem() {
         std::vector<std::size_t> waiting = {Get32(4)};
+        m_end = waiting[0] + std::uint64_t{2};
         while (!waiting.empty()) {
             const std::size_t at = waiting.back();
             waiting.pop_back();

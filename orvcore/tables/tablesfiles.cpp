@@ -191,7 +191,7 @@ void RefuseListedFile(const std::string& path, const TableString& table, int col
         if (static_cast<std::size_t>(column) >= table[row].size()) continue;
         const std::string cell = ParseCell(table[row][static_cast<std::size_t>(column)]).text;
         const std::string listed = PathFromUtf8(cell);
-        if (IsSameFile(listed, path))
+        if (LeadToSameFile(listed, path))
             ZOR_THROW(File, "\"" + ToValidUtf8(path) +
                                 "\" is one of the files in the table, which are never written to. Choose "
                                 "another name.");

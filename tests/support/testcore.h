@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <thread>
@@ -23,6 +24,8 @@ class CaseFolder : public TemporaryFolder {
     // Writes a small picture whose grey level tells it from others, and returns its path.
     std::string WritePicture(const std::string& name, int level = 100, int side = 16) const {
         const std::string path = *this / name;
+        // As another program would: this one's writers refuse what is loaded.
+        std::filesystem::remove(path);
         WriteFile(path, EncodeImage(Image(cv::Mat(side, side, CV_8UC3, cv::Scalar::all(level))),
                                     PathExtension(name)));
         return path;

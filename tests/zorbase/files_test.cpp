@@ -195,9 +195,9 @@ TEST(Files, NoWriterTouchesWhatIsWorkedOn) {
         // What became evidence while it was written.
         fs::create_hard_link(path, folder / "late.txt");
         EXPECT_THAT(MessageOf([&] { late.Finish(); }), HasSubstr("never written to"));
-        EXPECT_TRUE(IsSameFile(path, folder / "twin.jpg"));
-        EXPECT_FALSE(IsSameFile(path, folder / "other.jpg"));
-        EXPECT_FALSE(IsSameFile(folder / "absent", folder / "absent"));
+        EXPECT_TRUE(LeadToSameFile(path, folder / "twin.jpg"));
+        EXPECT_FALSE(LeadToSameFile(path, folder / "other.jpg"));
+        EXPECT_FALSE(LeadToSameFile(folder / "absent", folder / "absent"));
     }
     EXPECT_EQ(ReadFile(path), "evidence");
     EXPECT_EQ(refusals(), 0);

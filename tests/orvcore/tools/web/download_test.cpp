@@ -50,7 +50,9 @@ TEST(SafeDownloadName, KeepsWhatIsHarmless) {
         {std::string("a\0b.jpg", 7), "", "ab.jpg"},
         {"a<b>:\"|*.jpg", "", "a_b_____.jpg"},
         {"photo%E2%80%AEgpj.exe", "", "photogpj.exe"},
-        {"\xFF\xFE.jpg", "", "jpg"},
+        {"\xFF\xFE.jpg", "", "\u00FF\u00FE.jpg"},
+        {"%E4%F6.jpg", "", "\u00E4\u00F6.jpg"},
+        {"a%D8%9Cb.jpg", "", "ab.jpg"},
         {"x. . ", "", "x"},
     };
     for (const auto& each : cases) EXPECT_EQ(SafeDownloadName(each.name, each.type), each.safe) << each.name;
