@@ -324,6 +324,12 @@ AnalysisDecision DecideResampling(const ResamplingResult& result) {
     decision.measured = result.best.pairStrength;
     decision.finding =
         result.best.pairStrength >= kResamplingThreshold ? Finding::StrongSign : Finding::Nothing;
+    if (decision.finding == Finding::StrongSign && result.foreignPeaks >= kForeignPeaks) {
+        decision.finding = Finding::WorthALook;
+        decision.text =
+            "Samples repeat with a period on both axes, among many others as regular patterns have them.";
+        return decision;
+    }
     if (decision.finding == Finding::StrongSign) {
         decision.text =
             "Samples repeat with a period on both axes, as after scaling; a camera that reduces its "

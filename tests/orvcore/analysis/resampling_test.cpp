@@ -63,9 +63,19 @@ TEST(ResamplingTest, UntouchedScenesGiveNoStrongSign) {
             const cv::Mat seen = quality == 0 ? photo : ThroughJpeg(photo, quality, PhotoSubsampling::Both);
             const AnalysisDecision decision = DecideResampling(Analyse(seen));
             EXPECT_NE(decision.finding, Finding::StrongSign)
-                << static_cast<int>(kind) << " at " << quality << ": " << decision.measured << " foreign " << Analyse(seen).foreignPeaks;
+                << static_cast<int>(kind) << " at " << quality << ": " << decision.measured << " foreign "
+                << Analyse(seen).foreignPeaks;
         }
     }
+}
+
+TEST(ResamplingTest, RegularPatternsAreNoStrongSign) {
+    // Windows at distances whose periods meet on both axes.
+    const cv::Mat photo =
+        ThroughJpeg(TakePhoto(OrdinaryCamera(1), SceneKind::Architecture, {1024, 768}, 1), 95);
+    const ResamplingResult result = Analyse(photo);
+    EXPECT_GT(result.best.pairStrength, kResamplingThreshold);
+    EXPECT_EQ(DecideResampling(result).finding, Finding::WorthALook) << result.foreignPeaks;
 }
 
 TEST(ResamplingTest, TurningPutsPairsOffTheAxes) {
