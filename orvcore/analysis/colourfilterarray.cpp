@@ -177,7 +177,29 @@ FilterPattern PatternOf(bool isGreenOdd, const std::array<std::array<double, 4>,
     return red[1] + blue[2] > red[2] + blue[1] ? FilterPattern::Grbg : FilterPattern::Gbrg;
 }
 
-void FindLacking(ColourFilterResult& result) {
+// The trace of blocks that are as busy as those of the lacking part and lie outside it: texture and interpolation along edges leave
+// less of it than noise does, so only like is compared with like. NaN with fewer than 100 of them.
+double TraceOfLikeBlocks(const ColourFilterResult& result, const cv::Mat& activity, const cv::Mat& part) {
+    std::vector<float> inside;
+    std::vector<float> traces;
+    for (int y = 0; y < part.rows; ++y)
+        for (int x = 0; x < part.cols; ++x)
+            if (part.at<std::uint8_t>(y, x) != 0) inside.push_back(activity.at<float>(y, x));
+    const double level = Median(inside);
+    for (int y = 0; y < part.rows; ++y) {
+        for (int x = 0; x < part.cols; ++x) {
+            const double own = activity.at<float>(y, x);
+            if (part.at<std::uint8_t>(y, x) != 0 || !result.map.IsKnown(x, y) || own < level / 1.5 ||
+                own > level * 1.5)
+                continue;
+            traces.push_back(result.map.values.at<float>(y, x));
+        }
+    }
+    return traces.size() < static_cast<std::size_t>(kLeastCells) ? std::numeric_limits<double>::quiet_NaN()
+                                                                 : Median(traces);
+}
+
+void FindLacking(ColourFilterResult& result, const cv::Mat& activity) {
     const AnalysisMap& map = result.map;
     cv::Mat known;
     map.known.convertTo(known, CV_32F, 1.0 / 255);
@@ -192,6 +214,7 @@ void FindLacking(ColourFilterResult& result) {
         const int area = statistics.at<int>(i, cv::CC_STAT_AREA);
         if (area <= result.lackingCells) continue;
         result.lackingCells = area;
+        result.likeTrace = TraceOfLikeBlocks(result, activity, labels == i);
         result.lacking = cv::Rect(statistics.at<int>(i, cv::CC_STAT_LEFT) * kBlock,
                                   statistics.at<int>(i, cv::CC_STAT_TOP) * kBlock,
                                   statistics.at<int>(i, cv::CC_STAT_WIDTH) * kBlock,
@@ -233,6 +256,7 @@ ColourFilterResult ComputeColourFilterArray(const cv::Mat& image, const Analysis
     result.map.values.create(cells, CV_32F);
     result.map.known.create(cells, CV_8U);
     result.map.cell = {kBlock, kBlock};
+    cv::Mat activity(cells, CV_32F);  // mean |e|
     // Several rows of blocks per piece; sums are added in the order of the rows afterwards.
     constexpr int kRowsPerPiece = 4;
     std::vector<RowSums> pieces(static_cast<std::size_t>((cells.height + kRowsPerPiece - 1) / kRowsPerPiece));
@@ -246,6 +270,7 @@ ColourFilterResult ComputeColourFilterArray(const cv::Mat& image, const Analysis
                 const BlockSums& block = sums.blocks[static_cast<std::size_t>(x)];
                 result.map.values.at<float>(y, x) = static_cast<float>(block.logVariance[0] / block.count[0] -
                                                                        block.logVariance[1] / block.count[1]);
+                activity.at<float>(y, x) = static_cast<float>(block.absolute / (kBlock * kBlock));
                 const bool isKnown =
                     block.absolute > kBlock * kBlock && block.saturated * 5 <= kBlock * kBlock;
                 result.map.known.at<std::uint8_t>(y, x) = isKnown ? 255 : 0;
@@ -271,7 +296,7 @@ ColourFilterResult ComputeColourFilterArray(const cv::Mat& image, const Analysis
     }
     if (result.median >= kFilterTraceMedian) {
         result.pattern = PatternOf(isGreenOdd, colours);
-        FindLacking(result);
+        FindLacking(result, activity);
     }
     result.probability = ProbabilityOfTrace(result.map, result.median);
     return result;
@@ -292,6 +317,12 @@ AnalysisDecision DecideColourFilterArray(const ColourFilterResult& result) {
     decision.measured = result.lackingCells;
     decision.threshold = kLackingCells;
     const bool isStrong = result.lackingCells >= kLackingCells;
+    if (isStrong && !(result.likeTrace >= kFilterTraceMedian)) {
+        decision.finding = Finding::WorthALook;
+        decision.text =
+            "A connected part lacks the trace, but so may other parts of its texture: too few of them show it.";
+        return decision;
+    }
     decision.finding = isStrong ? Finding::StrongSign : Finding::Nothing;
     decision.text = isStrong ? "A connected part lacks the trace that the rest of the picture has."
                              : "The trace of the colour filter array is there all over the textured picture.";

@@ -34,6 +34,8 @@ struct ColourFilterResult {
     int knownCells = 0;
     int lackingCells =
         0;  // in the largest connected region whose 5 x 5 mean of L is below a quarter of the median
+    double likeTrace =
+        0.0;           // median of L in blocks outside it that are as busy; NaN with fewer than 100 of them
     cv::Rect lacking;  // that region's frame, pixels
 };
 
@@ -42,5 +44,6 @@ struct ColourFilterResult {
 ColourFilterResult ComputeColourFilterArray(const cv::Mat& image, const AnalysisProgress& progress = {});
 
 constexpr double kFilterTraceMedian = 0.3;  // from here on the picture as a whole has the trace
-constexpr int kLackingCells = 80;           // strong from a region of so many cells without it
+constexpr int kLackingCells =
+    80;  // strong from a region of so many cells without it, where like blocks have it
 AnalysisDecision DecideColourFilterArray(const ColourFilterResult& result);

@@ -80,6 +80,14 @@ TEST(ColourFilterArrayTest, FindsThePartWithoutTraceOrOnTheOtherLattice) {
     }
 }
 
+TEST(ColourFilterArrayTest, TextureIsNotHeldAgainstNoise) {
+    // Interpolation along edges leaves a trace in a noisy sky and little in the ground below it.
+    const cv::Mat photo = TakePhoto(OrdinaryCamera(1), SceneKind::SmoothSky, {1024, 768}, 1);
+    const ColourFilterResult result = ComputeColourFilterArray(photo);
+    EXPECT_GT(result.lackingCells, kLackingCells);
+    EXPECT_NE(DecideColourFilterArray(result).finding, Finding::StrongSign) << result.likeTrace;
+}
+
 TEST(ColourFilterArrayTest, FlatAndSaturatedPicturesAreNotJudged) {
     for (const double level : {0.0, 90.0, 255.0}) {
         const ColourFilterResult result =
