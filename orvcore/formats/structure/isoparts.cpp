@@ -209,48 +209,54 @@ class Writer {
         }
     }
 
-    // The items whose data lie in the box.
-    void WriteExtents(ByteSpan bytes, const IsoBox& box) {
-        if (!m_hasItems) {
-            m_items = ReadIsoItems(m_writer.File());
-            for (const std::string& warning : m_items.warnings) m_writer.WarnWhole(warning);
-            m_hasItems = true;
-        }
-        struct Piece {
-            std::size_t offset, size;
-            const IsoItem* item;
-        };
-        std::vector<Piece> pieces;
+    struct Piece {
+        std::size_t offset, size;
+        const IsoItem* item;
+    };
+
+    // The data of all items by growing offset, read once: a file may have any number of data boxes.
+    void ReadPieces() {
+        if (m_hasItems) return;
+        m_hasItems = true;
+        m_items = ReadIsoItems(m_writer.File());
+        for (const std::string& warning : m_items.warnings) m_writer.WarnWhole(warning);
         for (const IsoItem& item : m_items.items)
             for (const IsoItem::Extent& extent : item.extents)
-                if (extent.offset >= box.Content() && extent.offset < box.End())
-                    pieces.push_back(
-                        {extent.offset, std::min(extent.size, box.End() - extent.offset), &item});
-        if (pieces.empty()) return;
-        std::stable_sort(pieces.begin(), pieces.end(),
+                m_pieces.push_back({extent.offset, extent.size, &item});
+        std::stable_sort(m_pieces.begin(), m_pieces.end(),
                          [](const Piece& a, const Piece& b) { return a.offset < b.offset; });
+    }
+
+    // The items whose data lie in the box.
+    void WriteExtents(ByteSpan bytes, const IsoBox& box) {
+        ReadPieces();
+        const auto isBefore = [](const Piece& piece, std::size_t offset) { return piece.offset < offset; };
+        const auto first = std::lower_bound(m_pieces.begin(), m_pieces.end(), box.Content(), isBefore);
+        const auto last = std::lower_bound(first, m_pieces.end(), box.End(), isBefore);
+        if (first == last) return;
         StructureLevel level(m_writer, box.Content(), box.End());
-        for (std::size_t i = 0; i < pieces.size(); ++i) {
-            const Piece& piece = pieces[i];
-            std::string name = "item " + std::to_string(piece.item->id);
-            if (piece.offset < level.Position()) {
+        for (auto piece = first; piece != last; ++piece) {
+            std::string name = "item " + std::to_string(piece->item->id);
+            if (piece->offset < level.Position()) {
                 if (++m_shared <= 20)
                     m_writer.WarnWhole(name + " shares bytes with another item at offset " +
-                                       std::to_string(piece.offset) + ".");
+                                       std::to_string(piece->offset) + ".");
                 continue;
             }
+            const IsoItem& item = *piece->item;
+            const std::size_t begin = piece->offset;
+            const std::size_t size = piece->size;
             // Equal tiles of a grid may share one piece of data.
-            for (; i + 1 < pieces.size() && pieces[i + 1].offset == piece.offset &&
-                   pieces[i + 1].size == piece.size;
-                 ++i)
-                if (name.size() < 100) name += ", " + std::to_string(pieces[i + 1].item->id);
-            level.FillTo(piece.offset);
-            std::string text = piece.item->type;
-            if (!piece.item->contentType.empty()) text += ", " + piece.item->contentType;
-            if (!piece.item->auxiliary.empty()) text += ", " + piece.item->auxiliary;
-            level.Add(piece.size, name, text, piece.item->width > 0 ? Kind::Data : Kind::Part);
-            if (piece.item->type == "Exif" && m_writer.CanNest())
-                WriteExif(bytes, piece.offset, level.Position());
+            for (; std::next(piece) != last && std::next(piece)->offset == begin &&
+                   std::next(piece)->size == size;
+                 ++piece)
+                if (name.size() < 100) name += ", " + std::to_string(std::next(piece)->item->id);
+            level.FillTo(begin);
+            std::string text = item.type;
+            if (!item.contentType.empty()) text += ", " + item.contentType;
+            if (!item.auxiliary.empty()) text += ", " + item.auxiliary;
+            level.Add(size, name, text, item.width > 0 ? Kind::Data : Kind::Part);
+            if (item.type == "Exif" && m_writer.CanNest()) WriteExif(bytes, begin, level.Position());
         }
         level.FillTo(box.End());
     }
@@ -267,6 +273,7 @@ class Writer {
 
     StructureWriter& m_writer;
     IsoItems m_items;
+    std::vector<Piece> m_pieces;
     bool m_hasItems = false;
     std::size_t m_shared = 0;
 };

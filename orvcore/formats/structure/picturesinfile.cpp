@@ -209,6 +209,8 @@ class Collector {
     void CollectPages(bool isRaw) {
         const TiffDirectories tiff = ReadTiffDirectories(m_bytes);
         bool hasPrimary = false;
+        // Strips or tiles of all pictures: many directories may share one list.
+        std::size_t blocksLeft = 300000;
         for (const TiffDirectory& directory : tiff.directories) {
             if (directory.kind != TiffDirectoryKind::Image) continue;
             const auto number = [&](std::uint32_t tag) -> std::uint64_t {
@@ -220,7 +222,7 @@ class Collector {
             const auto blocks = [&](std::uint32_t tag) {
                 const TiffEntry* entry = FindTiffEntry(directory, tag);
                 return entry == nullptr ? std::vector<std::uint64_t>()
-                                        : TiffNumbers(tiff, m_bytes, *entry, 100000);
+                                        : TiffNumbers(tiff, m_bytes, *entry, blocksLeft);
             };
             auto offsets = blocks(0x0111);
             auto sizes = blocks(0x0117);
@@ -229,6 +231,7 @@ class Collector {
                 sizes = blocks(0x0145);
             }
             if (offsets.empty()) continue;
+            blocksLeft -= std::min(blocksLeft, std::max(offsets.size(), sizes.size()));
             FilePicture picture;
             picture.access = Access::Directory;
             picture.index = directory.offset;

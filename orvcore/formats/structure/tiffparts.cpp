@@ -20,7 +20,8 @@ struct Claim {
     std::size_t directory = 0;
 };
 
-constexpr std::size_t kMaxBlocks = 1000000;  // strips or tiles of one picture
+constexpr std::size_t kMaxBlocks =
+    300000;  // strips or tiles of all pictures: many directories may share one list
 
 class Writer {
   public:
@@ -109,9 +110,10 @@ class Writer {
         const TiffEntry* offsets = FindTiffEntry(directory, offsetTag);
         const TiffEntry* sizes = FindTiffEntry(directory, sizeTag);
         if (offsets == nullptr || sizes == nullptr) return;
-        const auto from = TiffNumbers(m_tiff, m_bytes, *offsets, kMaxBlocks);
-        const auto length = TiffNumbers(m_tiff, m_bytes, *sizes, kMaxBlocks);
+        const auto from = TiffNumbers(m_tiff, m_bytes, *offsets, m_blocksLeft);
+        const auto length = TiffNumbers(m_tiff, m_bytes, *sizes, m_blocksLeft);
         const std::size_t count = std::min(from.size(), length.size());
+        m_blocksLeft -= count;
         std::size_t outside = 0;
         for (std::size_t i = 0; i < count;) {
             if (from[i] > m_bytes.size() || length[i] > m_bytes.size() - from[i]) {
@@ -248,6 +250,7 @@ class Writer {
     std::vector<Claim> m_claims;
     std::size_t m_lastRow = StructureWriter::kNone;
     std::size_t m_overlaps = 0;
+    std::size_t m_blocksLeft = kMaxBlocks;
 };
 
 }  // namespace

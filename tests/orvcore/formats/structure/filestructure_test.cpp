@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <ctime>
 #include <numeric>
 
 #include "orvcore/formats/structure/tiffdirectories.h"
@@ -227,6 +228,48 @@ TEST(FileStructure, NestingEndsByDepth) {
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
     EXPECT_TRUE(HasWarning(structure, "nested too deep"));
     EXPECT_LE(structure.rows.size(), 2U + kMaxStructureDepth);
+}
+
+// Many of one kind against many of another: what is looked up for each must not be walked through for each.
+TEST(FileStructure, NeedsLinearTime) {
+    // Time of the processor, not of the clock on the wall: other programs must not fail this test.
+    const std::clock_t start = std::clock();
+    Bytes infos, locations;
+    constexpr unsigned kItems = 15000;
+    for (unsigned i = 1; i <= kItems; ++i) {
+        Bytes info = {2, 0, 0, 0};
+        AppendBig(info, i, 2);
+        info = info + Bytes{0, 0} + ToBytes("hvc1") + Bytes{0};
+        const Bytes box = Box("infe", info);
+        infos.insert(infos.end(), box.begin(), box.end());
+        AppendBig(locations, i, 2);
+        AppendBig(locations, 0, 2);
+        AppendBig(locations, 1, 2);
+        AppendBig(locations, i, 4);
+        AppendBig(locations, 1, 4);
+    }
+    Bytes count;
+    AppendBig(count, 0, 4);
+    AppendBig(count, kItems, 2);
+    const Bytes located = Bytes{0, 0, 0, 0, 0x44, 0} + Bytes{kItems >> 8, kItems & 255} + locations;
+    const Bytes meta = Box("meta", Bytes(4, 0) + Box("iinf", count + infos) + Box("iloc", located));
+    Bytes boxes;
+    for (int i = 0; i < 60000; ++i) {
+        const Bytes box = Box("mdat", {});
+        boxes.insert(boxes.end(), box.begin(), box.end());
+    }
+    Read(Box("ftyp", ToBytes("heic") + Bytes(4, 0)) + meta + boxes, "many boxes");
+
+    // Two thousand pages that name one list of fifty thousand strips.
+    constexpr std::size_t kStrips = 50000;
+    Bytes tiff = TiffHeader(false, 8 + 4 * kStrips);
+    for (std::size_t i = 0; i < kStrips; ++i) AppendLittle(tiff, 8, 4);
+    for (unsigned i = 0; i < 1900; ++i) {
+        const std::size_t size = 2 + 2 * 12 + 4;
+        AppendDirectory(tiff, {{0x0111, 4, kStrips, 8}, {0x0117, 4, kStrips, 8}}, tiff.size() + size);
+    }
+    Read(tiff, "many pages");
+    EXPECT_LT(static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC, 10.0);
 }
 
 TEST(FileStructure, GifWebpAndBitmapParts) {
