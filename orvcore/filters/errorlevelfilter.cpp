@@ -6,7 +6,7 @@
 
 namespace {
 
-// Untouched photographs at quality 90 stay below this nearly everywhere.
+// The top of the narrowest scale: a picture that changes less than this everywhere looks dark. A choice, not yet measured on photographs.
 constexpr double kCalmLevels = 12.0;
 constexpr double kHighestLevel = 255.0;
 constexpr int kCurveBlocks = 1024;
