@@ -52,7 +52,7 @@ TEST(FileFormat, DamageIsToldEverywhere) {
     Bytes hollow = jpeg;
     hollow.erase(hollow.end() - 300, hollow.end() - 2);
     WriteFile(folder / "hollow.jpg", hollow);
-    WriteFile(folder / "more.jpg", jpeg + formatsupport::ToBytes("more"));
+    WriteFile(folder / "more.jpg", formatsupport::operator+(jpeg, formatsupport::ToBytes("more")));
     const std::pair<const char*, const char*> damaged[] = {{"cut.jpg", "end-of-image marker is missing"},
                                                            {"hollow.jpg", "ends early"}};
     for (const auto& [name, text] : damaged) {
