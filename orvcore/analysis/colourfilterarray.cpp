@@ -317,7 +317,7 @@ AnalysisDecision DecideColourFilterArray(const ColourFilterResult& result) {
     decision.measured = result.lackingCells;
     decision.threshold = kLackingCells;
     const bool isStrong = result.lackingCells >= kLackingCells;
-    if (isStrong && !(result.likeTrace >= kFilterTraceMedian)) {
+    if (isStrong && !(result.likeTrace >= kLikeTrace)) {
         decision.finding = Finding::WorthALook;
         decision.text =
             "A connected part lacks the trace, but so may other parts of its texture: too few of them show it.";

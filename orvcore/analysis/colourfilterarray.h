@@ -44,6 +44,7 @@ struct ColourFilterResult {
 ColourFilterResult ComputeColourFilterArray(const cv::Mat& image, const AnalysisProgress& progress = {});
 
 constexpr double kFilterTraceMedian = 0.3;  // from here on the picture as a whole has the trace
+constexpr double kLikeTrace = 0.6;          // strong only where like blocks have at least this much of it
 constexpr int kLackingCells =
     80;  // strong from a region of so many cells without it, where like blocks have it
 AnalysisDecision DecideColourFilterArray(const ColourFilterResult& result);

@@ -54,7 +54,7 @@ TEST(FileFormat, DamageIsToldEverywhere) {
     WriteFile(folder / "hollow.jpg", hollow);
     WriteFile(folder / "more.jpg", formatsupport::operator+(jpeg, formatsupport::ToBytes("more")));
     const std::pair<const char*, const char*> damaged[] = {{"cut.jpg", "end-of-image marker is missing"},
-                                                           {"hollow.jpg", "ends early"}};
+                                                           {"hollow.jpg", "premature end"}};
     for (const auto& [name, text] : damaged) {
         const OrvFilterResultPtr result = RunFilter(FileFormatFilter(), folder / name);
         EXPECT_EQ(result->slot[OrvEvidence]->verdict, OrvVerdict::WorthALook) << name;

@@ -535,7 +535,7 @@ TEST_F(ViewerPageTest, TheReadOutTellsOfWhatIsSeen) {
     EXPECT_TRUE(inspector->GetText().Contains(" B 195")) << "the other picture: " << inspector->GetText();
     m_page->WindowSwap(2);
     EXPECT_EQ(inspector->GetText(), own);
-    Load(WritePattern("f.png", 640, 480, 110), WritePattern("r.png", 640, 480, 60));
+    Load(WritePattern("f.png", 640, 480, 110), WritePattern("s.png", 640, 480, 60));
     m_page->UpdateGui();
     EXPECT_TRUE(inspector->GetText().Contains(" B 145")) << "a new result: " << inspector->GetText();
     SendMouse(First(), wxEVT_LEAVE_WINDOW, -1, -1);
