@@ -3,10 +3,9 @@
 #include <memory>
 #include <vector>
 
-#include "orvgui/common/backgroundtask.h"
 #include "orvgui/common/orvgui.h"
 #include "orvgui/pages/filtergui.h"
-#include "orvgui/viewer/mapview.h"
+#include "orvgui/viewer/derivedpictures.h"
 #include "orvgui/viewer/viewerhost.h"
 
 class MapPanel;
@@ -106,8 +105,6 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost 
     void CreateSidePanel();
     void OnPageSize(wxSizeEvent& event);
     bool ScrollByKey(int key, bool fine, Canvas* canvas);
-    Image MakeDifference(const Image& a, const Image& b);
-    void StartDifference(const Image& a, const Image& b);
     void ShowMaps();
     void ShowPlots();
     PlotPanel* AddPlot();
@@ -116,14 +113,15 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost 
     Image ProcessedImage(OrvFileId slot);
     const OrvMap* MapOnCanvas(const Canvas* canvas) const;
 
+    static constexpr int kMinimumSide =
+        300;  // pixels that a page, and beside the side panel the picture, keeps
+
     wxWindow* m_sidePanel = nullptr;
     wxWindow* m_sideEdge = nullptr;
     int m_sideWidthBefore = 0;  // before the edge was dragged
     wxScrolledWindow* m_sideScroll = nullptr;
     wxString m_differenceMessage;  // why there is no difference to see, "" when there is
-    Image m_difference;            // the newest, and what it was made of
-    Image m_differenceOf[2];
-    BackgroundTask m_differenceTask{*this};
+    DerivedPictures m_derived;
     MapPanel* m_mapPanel = nullptr;
     wxSizer* m_sideList = nullptr;
     // The plots of the result, small; those that are not needed are hidden.
@@ -133,19 +131,6 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost 
         OrvFileId slot = OrvEvidence;
     };
     std::vector<SmallPlot> m_plots;
-    // The newest picture with its map laid over it, and of what it was made.
-    struct Overlay {
-        Image image;
-        cv::Mat values;  // of the map; shared
-        OrvRange range;
-        MapDisplay display;
-        bool IsOf(const OrvMap& map, const MapDisplay& wanted) const {
-            return image.IsValid() && values.data == map.values.data && range == map.range &&
-                   display == wanted;
-        }
-    };
-    Overlay m_overlay[kFileSlots];
-    BackgroundTask m_overlayTask[kFileSlots]{BackgroundTask{*this}, BackgroundTask{*this}};
     // What the two canvases show: the slot, and whether it is the processed picture.
     struct Shown {
         OrvFileId slot = OrvEvidence;
