@@ -20,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/accuracy/rates.h"
 #include "orvcore/filters/filterlist.h"
 #include "tests/support/runfilter.h"
 #include "tests/support/temporaryfolder.h"
@@ -161,20 +162,6 @@ struct Rates {
     std::string map;
 };
 
-// The interval of Wilson, 95 %, in percent.
-std::string RateText(int hits, int all) {
-    if (all == 0) return "-";
-    constexpr double z = 1.96;
-    const double n = all;
-    const double p = hits / n;
-    const double middle = (p + z * z / (2 * n)) / (1 + z * z / n);
-    const double half = z * std::sqrt(p * (1 - p) / n + z * z / (4 * n * n)) / (1 + z * z / n);
-    char text[64];
-    std::snprintf(text, sizeof text, "%5.1f (%.1f-%.1f)", 100 * p, 100 * std::max(middle - half, 0.0),
-                  100 * std::min(middle + half, 1.0));
-    return text;
-}
-
 // Which side of the map tells the forged part from the rest is decided once for all pictures of a kind, and named.
 std::string AreaText(const std::vector<double>& areas, const std::string& map) {
     if (areas.empty()) return "-";
@@ -266,6 +253,10 @@ class Judges {
 
 void Write(const std::filesystem::path& folder, const Table& table, const std::string& all) {
     for (const auto& [filter, kinds] : table) {
+        // What needs more than a picture, a collection say, is measured elsewhere.
+        if (std::none_of(kinds.begin(), kinds.end(),
+                         [](const auto& kind) { return kind.second.applicable > 0; }))
+            continue;
         std::ofstream file(folder / (filter + ".txt"));
         file << "Rates of " << filter << ", in percent with 95 % intervals; seeds from " << kFirstSeed
              << "\n\n";
