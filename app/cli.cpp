@@ -4,17 +4,19 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <map>
 #include <string>
 #include <system_error>
 
 #include "orvcore/facade/interface.h"
+#include "orvcore/filter/libraryversions.h"
 #include "orvcore/formats/jpegtables/signaturecollection.h"
 #include "orvcore/report/report.h"
+#include "orvcore/report/selftest.h"
 #include "orvcore/tables/tablemarkup.h"
 #include "orvcore/tables/tables.h"
 #include "orvcore/tools/batch/camerafingerprints.h"
 #include "orvcore/tools/folder/signaturescan.h"
-#include "zorbase/appversion.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"
 #include "zorbase/zorexception.h"
@@ -95,10 +97,17 @@ bool Load(OrvInterface& core, const Outcome& outcome, const std::string& evidenc
 }
 
 int Report(OrvInterface& core, const std::string& evidence, const std::string& reference,
-           const std::string& output) {
+           const std::string& output, OrvReportContents contents) {
     Outcome outcome(core);
-    if (!Load(core, outcome, evidence, reference)) return Fail(outcome.GetError());
-    core.GenerateReport(PathToWx(output));
+    if (PathExtension(evidence) == "zop") {
+        if (!reference.empty()) return Fail("A project names its reference itself.");
+        core.LoadProject(PathToWx(evidence));
+        Wait(core);
+        if (!outcome.IsGood()) return Fail(outcome.GetError());
+    } else if (!Load(core, outcome, evidence, reference)) {
+        return Fail(outcome.GetError());
+    }
+    core.GenerateReport(PathToWx(output), contents);
     Wait(core);
     if (!outcome.IsGood()) return Fail(outcome.GetError());
     return Print(output + "\n");
@@ -137,6 +146,14 @@ int Analyse(OrvInterface& core, const std::string& evidence, const std::string& 
     if (!outcome.IsGood()) return Fail(outcome.GetError());
     if (!imageFolder.empty()) WritePictures(*filter, *section.result, imageFolder, PathStem(evidence));
     return Print(BuildTsv(section));
+}
+
+// Every filter's known answers; the outcome is kept for reports.
+int SelfTest(const std::string& folder) {
+    const SelfTestRun run = RunSelfTest(folder, OrvJob(), {});
+    const int code = Print(SelfTestText(run));
+    if (folder.empty()) KeepSelfTest(run);
+    return run.IsGood() ? code : 1;
 }
 
 // Builds and hands on a collection of signatures: adds a folder of pictures, takes in or prints a TSV.
@@ -206,7 +223,8 @@ int MakeFingerprint(const std::string& folder, const std::string& name, const st
 int ListFilters(const OrvInterface& core) {
     std::string text;
     for (const OrvFilter* filter : core.GetFilters()) {
-        text += filter->GetId() + "\t" + filter->GetAnalysisTypeUtf8() + "\t" + filter->GetNameUtf8() + "\n";
+        text += filter->GetId() + "\t" + filter->GetAnalysisTypeUtf8() + "\t" + filter->GetNameUtf8() +
+                "\tversion " + ToString(filter->GetVersion()) + "\n";
         for (const VecParameter& group : {filter->GetInputPrototype(), filter->GetPostProcessingPrototype()})
             for (const Parameter& parameter : group)
                 text += "\t" + parameter.Name() + "=" + parameter.GetValueAsString() + "\t" +
@@ -218,9 +236,8 @@ int ListFilters(const OrvInterface& core) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const AppVersion version;
     CLI::App app("Forensic image analysis without a display.");
-    app.set_version_flag("--version", version.GetFullName());
+    app.set_version_flag("--version", [] { return VersionText(); });
     app.require_subcommand(1);
 
     std::string evidence;
@@ -234,10 +251,22 @@ int main(int argc, char** argv) {
         [](std::string& text) { return text.empty() ? std::string("the name is empty") : std::string(); },
         "");
     CLI::App* report =
-        app.add_subcommand("report", "Write every text result of the files into one HTML page");
-    report->add_option("evidence", evidence, "The questioned photograph")->required()->check(isNamed);
+        app.add_subcommand("report", "Write what the filters find in the files as one HTML page or PDF");
+    report->add_option("evidence", evidence, "The questioned photograph, or a project (.zop)")
+        ->required()
+        ->check(isNamed);
     report->add_option("reference", reference, "A picture to compare with")->check(isNamed);
-    report->add_option("-o,--output", output, "The HTML file to write")->required()->check(isNamed);
+    report->add_option("-o,--output", output, "The .html or .pdf file to write")->required()->check(isNamed);
+    OrvReportContents contents = OrvReportContents::Everything;
+    report
+        ->add_option(
+            "-c,--contents", contents,
+            "everything, bookmarks (of a project, without the other filters) or verdicts (one table)")
+        ->transform(CLI::Transformer(
+            std::map<std::string, OrvReportContents>{{"everything", OrvReportContents::Everything},
+                                                     {"bookmarks", OrvReportContents::Bookmarks},
+                                                     {"verdicts", OrvReportContents::Verdicts}}))
+        ->option_text("TEXT");
 
     CLI::App* analyse =
         app.add_subcommand("analyse", "Run one filter and print its text results, tab separated");
@@ -288,6 +317,12 @@ int main(int argc, char** argv) {
                         "The folder of fingerprints; without it the documents folder's");
     cameras->add_flag("-r,--subfolders", subfolders, "Look into subfolders too");
 
+    CLI::App* selfTest = app.add_subcommand(
+        "selftest", "Run every filter on pictures whose answers are known, and keep the outcome for reports");
+    std::string pictures;
+    selfTest->add_option("--pictures", pictures,
+                         "Another folder of pictures with their answers; its outcome is not kept");
+
     CLI::App* filters = app.add_subcommand("filters", "List the filters with their parameters and defaults");
 
     CLI11_PARSE(app, argc, argv);
@@ -296,9 +331,10 @@ int main(int argc, char** argv) {
         if (fingerprint->parsed()) return MakeFingerprint(folder, name, collection, subfolders);
         if (cameras->parsed())
             return Print(TableToTsv(IdentifyCameras(folder, collection, subfolders, OrvJob())));
+        if (selfTest->parsed()) return SelfTest(pictures);
         OrvInterface core;
         std::signal(SIGINT, [](int) { wasInterrupted = 1; });
-        if (report->parsed()) return Report(core, evidence, reference, output);
+        if (report->parsed()) return Report(core, evidence, reference, output, contents);
         if (analyse->parsed()) return Analyse(core, evidence, reference, filterId, settings, imageFolder);
         if (batch->parsed()) return Batch(core, folder, evidence, subfolders, hashes, output);
         if (filters->parsed()) return ListFilters(core);

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "orvcore/facade/interface.h"
+#include "orvcore/filter/libraryversions.h"
 #include "orvgui/common/messagebox.h"
 #include "orvgui/pages/filtergui.h"
 #include "orvgui/pages/orvviewerpanel.h"
@@ -33,7 +34,7 @@ constexpr const char* kUsage =
     "\n"
     "Opens the forensic workstation, with these files when they are given.\n"
     "  --help     shows this text\n"
-    "  --version  shows the version\n";
+    "  --version  shows the version, and those of the libraries\n";
 
 void ShowCurrentException() {
     wxString message = _("An unknown error has occurred.");
@@ -140,7 +141,7 @@ int main(int argc, char** argv) {
             std::fputs(kUsage, stdout);
             return 0;
         } else if (!onlyFiles && argument == "--version") {
-            std::printf("%s\n", AppVersion().GetFullName().c_str());
+            std::printf("%s\n", VersionText().c_str());
             return 0;
         } else if (onlyFiles || !argument.starts_with("--")) {
             theFiles.emplace_back(argument);

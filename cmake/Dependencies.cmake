@@ -54,6 +54,8 @@ dep_pkg(brotli libbrotlidec)
 dep_pkg(brotlienc libbrotlienc)  # tests only
 dep_pkg(ssl openssl)
 dep_pkg(sqlite sqlite3)
+pkg_check_modules(PKG_pangocairo REQUIRED pangocairo)
+pkg_check_modules(PKG_rsvg REQUIRED librsvg-2.0)
 dep_pkg(mathplot cb_wxmathplot)
 # The library's own headers are found through the folder below its Cflags folder.
 target_include_directories(dep_mathplot SYSTEM INTERFACE /usr/include/codeblocks)

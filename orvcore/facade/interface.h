@@ -15,6 +15,7 @@
 #include "orvcore/tools/web/webtransfer.h"
 
 class OrvCommandQueue;
+enum class OrvReportContents;  // orvcore/report/report.h
 class OrvSlots;
 
 // The readable files of a slot's folder in natural name order; a cheap copy of a shared immutable list.
@@ -125,7 +126,9 @@ class OrvInterface {
     void EditBookmark(int index, const wxString& name, const wxString& note);
     void DeleteBookmark(int index);
     void ShowBookmark(int index);                            // loads its files and runs its filter
-    void GenerateReport(const wxString& path = wxString());  // "" = a new file in the documents folder
+    // HTML, or PDF for a path that ends in ".pdf"; "" is a new HTML file in the documents folder.
+    void GenerateReport(const wxString& path = wxString());
+    void GenerateReport(const wxString& path, OrvReportContents contents);
     void DumpEmbeddedJpgs(const wxString& path);
     void DumpImagesFromPdf(const wxString& path, const VecParameter& parameters);
     // Copies files (paths are bytes) into a folder under their own names, overwriting nothing; told like an

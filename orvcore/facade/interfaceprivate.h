@@ -14,6 +14,8 @@
 #include "orvcore/tools/toolsettings.h"
 #include "orvcore/tools/web/keyfile.h"
 
+struct OrvReportSection;
+
 // What stands behind the facade. Operations marked "worker" run inside a command and may post events and wait
 // for them.
 struct OrvInterface::Private {
@@ -88,7 +90,10 @@ struct OrvInterface::Private {
         std::vector<Asked> filters;  // those in use
     };
     ReportRequest ReportAskedNow() const;
-    void GenerateReport(std::string path, const ReportRequest& asked, const OrvJob& job);
+    Asked AskedBy(const OrvBookmark& bookmark, const OrvJob& job) const;
+    OrvReportSection ReportedSection(const Asked& asked, const OrvJob& job);
+    void GenerateReport(std::string path, OrvReportContents contents, const ReportRequest& asked,
+                        const OrvJob& job);
     void SaveResult(const Asked& asked, const Image& image, const std::string& path, const OrvJob& job);
 
     // The first dozen, one a line, and how many more there are.

@@ -5,7 +5,6 @@
 #include "orvcore/facade/genericactions.h"
 #include "orvcore/facade/interface.h"
 #include "orvcore/facade/interfaceprivate.h"
-#include "orvcore/report/report.h"
 #include "orvcore/tools/batch/extract.h"
 #include "orvcore/tools/folder/copyfiles.h"
 #include "zorbase/files.h"
@@ -173,11 +172,6 @@ void OrvInterface::ShowBookmark(int index) {
     });
 }
 
-void OrvInterface::GenerateReport(const wxString& path) {
-    m->Push(OrvCommand::Kind::Project, [this, path = PathFromWx(path), asked = m->ReportAskedNow()](
-                                           const OrvJob& job) { m->GenerateReport(path, asked, job); });
-}
-
 void OrvInterface::DumpEmbeddedJpgs(const wxString& path) {
     m->Push(OrvCommand::Kind::Other, [this, path = PathFromWx(path)](const OrvJob& job) {
         m->TellFolder(ExtractEmbeddedJpegs(path, m->options.GetMaximumFileBytes(), job));
@@ -221,118 +215,4 @@ void OrvInterface::CallGenericAction(OrvActionId action, const wxString& name,
 std::vector<WebTransfer> OrvInterface::GetWebTransfers(OrvActionId action,
                                                        const VecParameter& parameters) const {
     return DescribeWebTransfers(action, parameters, m->options.GetWebServices());
-}
-
-// --- worker ---
-
-namespace {
-
-// Whether the filter is in use with the values it would be run with: those of a configuration that is switched on, or values of
-// the user's own in a filter that has any configuration switched on.
-bool IsWanted(const OrvFilter& filter) {
-    const VecParameter requested = filter.GetParametersInput();
-    bool isAnyEnabled = false;
-    for (const OrvFilterConfiguration& configuration : filter.GetConfigurations()) {
-        if (configuration.GetParameters() == requested) return configuration.IsEnabled();
-        isAnyEnabled = isAnyEnabled || configuration.IsEnabled();
-    }
-    return isAnyEnabled;
-}
-
-}  // namespace
-
-OrvInterface::Private::ReportRequest OrvInterface::Private::ReportAskedNow() const {
-    ReportRequest asked;
-    for (const OrvFileId slot : {OrvEvidence, OrvReference}) {
-        asked.files[slot] = slots.Get(slot);
-        asked.analysed[slot] = slots.GetActive(slot);
-    }
-    {
-        const std::lock_guard lock(mutex);
-        asked.project = project;
-    }
-    for (OrvFilter* filter : context.GetFilters())
-        if (filter->GetPageKind() != OrvPageKind::Summary && IsWanted(*filter))
-            asked.filters.push_back(AskedNow(filter));
-    return asked;
-}
-
-void OrvInterface::Private::GenerateReport(std::string path, const ReportRequest& asked, const OrvJob& job) {
-    const OrvFilePtr& file = asked.files[OrvEvidence] ? asked.files[OrvEvidence] : asked.files[OrvReference];
-    if (!file) ZOR_THROW(Argument, "There is nothing to report: load an evidence image first.");
-    const bool isDefault = path.empty();
-    if (isDefault) {
-        const std::string folder = PathJoin(GetAppDocumentsPath(), "reports");
-        const std::string stem = PathJoin(folder, PathStem(file->GetPath()) + "-report");
-        path = stem + ".html";
-        for (int i = 2; GetFileFacts(path); ++i) path = stem + "-" + ToString(i) + ".html";
-    }
-    RefuseLoadedFile(path);
-
-    OrvReport report;
-    for (const OrvFileId slot : {OrvEvidence, OrvReference}) report.files[slot] = asked.analysed[slot];
-    report.project = asked.project;
-    // Each part is written when it is there, so that no more than one filter's pictures are held for the report.
-    FileWriter page(path);
-    page.Add(HtmlReportBegin(report));
-    for (std::size_t i = 0; i < asked.filters.size(); ++i) {
-        OrvFilter& filter = *asked.filters[i].filter;
-        const OrvFilterResult& request = asked.filters[i].request;
-        const double step = 1.0 / static_cast<double>(asked.filters.size());
-        const double done = static_cast<double>(i) * step;
-        const OrvJob piece = job.Piece(done, done + step, filter.GetNameUtf8());
-        piece.SetProgress(0.0, {});
-        OrvReportSection section;
-        section.filter = &filter;
-        try {
-            section.result = Compute(filter, request, piece);
-            // The window shows it too, where it is still what the window asks for.
-            const bool isNew = filter.FindHeld(request) != section.result;
-            if (IsAskedNow(asked.filters[i])) filter.Publish(section.result);
-            if (isNew) KeepFresh(filter, *section.result);
-        } catch (const ZorException& exception) {
-            // One filter that cannot say anything about a file does not keep the others from being reported.
-            if (exception.GetKind() == ZorException::Kind::Aborted) throw;
-            section.error = exception.GetMessage();
-        }
-        page.Add(HtmlReportSection(section));
-    }
-    page.Add(HtmlReportFoot());
-    page.Finish();
-    auto event = std::make_unique<OrvCommandEvent>(OrvEventGenerateReport);
-    // The string asks for the report to be opened; a report that is not is told as a message.
-    const bool opens = !isDefault || options.OpensReports();
-    event->SetPath(opens ? path : std::string());
-    event->SetError(0, opens ? std::string() : ToValidUtf8(path));
-    port.Post(std::move(event), true);
-}
-
-void OrvInterface::Private::SaveResult(const Asked& asked, const Image& image, const std::string& path,
-                                       const OrvJob& job) {
-    const OrvFilter* filter = asked.filter;
-    RefuseLoadedFile(path);
-    const std::string extension = PathExtension(path);
-    if (extension == "html" || extension == "htm" || extension == "tsv" || extension == "txt") {
-        if (filter == nullptr) ZOR_THROW(Argument, "There is no result to save: choose a filter first.");
-        OrvReportSection section;
-        section.filter = filter;
-        section.result = Compute(*filter, asked.request, job);
-        if (extension == "tsv" || extension == "txt") {
-            WriteFile(path, BuildTsv(section));
-        } else {
-            OrvReport report;
-            for (int slot = 0; slot < kFileSlots; ++slot) report.files[slot] = section.result->file[slot];
-            report.sections.push_back(section);
-            WriteFile(path, BuildHtmlReport(report));
-        }
-        return;
-    }
-    Image shown = image;
-    if (!shown.IsValid() && filter != nullptr && filter->GetPageKind() != OrvPageKind::Text) {
-        const OrvFilterResultPtr result = Compute(*filter, asked.request, job);
-        for (int slot = 0; slot < kFileSlots && !shown.IsValid(); ++slot) shown = result->GetPicture(slot);
-    }
-    if (!shown.IsValid())
-        ZOR_THROW(Argument, "This filter shows no image. Save its result as an HTML page or a table.");
-    WriteImage(shown, path, options.GetJpegQuality());
 }

@@ -1,217 +1,199 @@
 #include "orvcore/report/report.h"
 
-#include <wx/base64.h>
-
 #include <ctime>
 
 #include "orvcore/filter/libraryversions.h"
+#include "orvcore/report/reportblocks.h"
+#include "orvcore/report/selftestrecord.h"
 #include "orvcore/tables/tablemarkup.h"
 #include "zorbase/appversion.h"
+#include "zorbase/files.h"
 #include "zorbase/text.h"
 
 namespace {
 
-constexpr const char* kSlotTitles[kFileSlots] = {"Evidence", "Reference"};
+constexpr const char* kReading =
+    "Values that differ between evidence and reference are red. A finding is an observation, not a proof: it says what was "
+    "found, and each filter's description says what that can mean. \"Not applicable\" says nothing about the picture.";
 
-constexpr const char* kStyle = R"(
-body{font:15px/1.45 sans-serif;color:#1c2127;background:#fff;max-width:1100px;margin:24px auto;padding:0 16px}
-h1{font-size:24px;margin:0 0 4px}h2{font-size:18px;margin:32px 0 4px;border-bottom:1px solid #c9ced6;padding-bottom:4px}
-p{margin:4px 0 8px}.quiet{color:#5b6470}.odd{color:#b3261e}.note{color:#8a4b00}
-table{border-collapse:collapse;margin:8px 0;width:100%}
-th,td{border:1px solid #d9dde3;padding:4px 8px;text-align:left;vertical-align:top;overflow-wrap:anywhere}
-figure{margin:12px 0}figure img,figure svg{max-width:100%;height:auto}figcaption{color:#5b6470;font-size:13px}
-th{background:#f2f4f7;font-weight:600}th.name{width:24%}
-td{font-family:"DejaVu Sans Mono",monospace;font-size:13px;white-space:pre-wrap}
-@media print{body{margin:0;max-width:none}h2{break-after:avoid}tr{break-inside:avoid}}
-)";
-
-std::string Row(const std::string& name, const std::vector<std::string>& cells, bool differs) {
-    std::string row = "<tr><th class=\"name\" scope=\"row\">" + EscapeHtml(name) + "</th>";
-    for (const std::string& cell : cells)
-        row += std::string("<td") + (differs ? " class=\"odd\"" : "") + ">" + EscapeHtml(cell) + "</td>";
-    return row + "</tr>\n";
+std::string ProgramText(const std::string& project) {
+    const AppVersion version;
+    std::string text = "Program: " + version.GetFullName() +
+                       (version.GetRevision().empty() ? std::string() : " (" + version.GetRevision() + ")") +
+                       ".";
+    if (!project.empty()) text += " Project: " + ToValidUtf8(project) + ".";
+    return text;
 }
 
-std::string Head(const std::vector<std::string>& labels) {
-    std::string head = "<tr>";
-    for (const std::string& label : labels) head += "<th scope=\"col\">" + EscapeHtml(label) + "</th>";
-    return head + "</tr>\n";
+std::string DateLine() {
+    return "Written on " + FormatTime(std::time(nullptr)) + ".";
 }
 
-std::string Table(const std::string& rows) {
-    return "<table>\n" + rows + "</table>\n";
+void Append(std::vector<ReportBlock>& blocks, std::vector<ReportBlock> more) {
+    for (ReportBlock& block : more) blocks.push_back(std::move(block));
 }
 
-std::string FilesTable(const OrvReport& report) {
-    const OrvJob job;
-    std::vector<std::string> labels = {""};
-    std::vector<const OrvLoadedFile*> files;
-    for (int slot = 0; slot < kFileSlots; ++slot)
-        if (report.files[slot]) {
-            labels.emplace_back(kSlotTitles[slot]);
-            files.push_back(report.files[slot].get());
-        }
-    const auto row = [&files](const std::string& name, auto value) {
-        std::vector<std::string> cells;
-        for (const OrvLoadedFile* file : files) cells.push_back(value(*file));
-        return Row(name, cells, false);
-    };
-    std::string rows = Head(labels);
-    rows += row("File", [](const OrvLoadedFile& file) { return ToValidUtf8(file.GetPath()); });
-    rows += row("Size", [](const OrvLoadedFile& file) { return FormatFileSize(file.GetBytes().size()); });
-    rows += row("Modified", [](const OrvLoadedFile& file) { return FormatTime(file.GetFacts().modified); });
-    rows += row("MD5", [&job](const OrvLoadedFile& file) { return file.GetHashes(job).md5; });
-    rows += row("SHA-1", [&job](const OrvLoadedFile& file) { return file.GetHashes(job).sha1; });
-    rows += row("SHA-256", [](const OrvLoadedFile& file) { return file.GetSha256(); });
-    return Table(rows);
+std::vector<ReportBlock> Introduction(const std::string& project) {
+    return {ReportParagraph{ProgramText(project), ReportTone::Quiet},
+            ReportParagraph{kReading, ReportTone::Quiet}};
 }
 
-// A mark of the core is a colour, not a text. Thumbnails stay in the window.
-std::string Cell(const std::string& cell) {
-    const ParsedCell parsed = ParseCell(cell);
-    const char* style = parsed.mark == CellMark::StandsOut  ? " class=\"odd\""
-                        : parsed.mark == CellMark::Doubtful ? " class=\"note\""
-                                                            : "";
-    return std::string("<td") + style + ">" + EscapeHtml(parsed.text) + "</td>";
-}
-
-std::string ResultTable(const TableString& table) {
-    std::string rows;
-    for (std::size_t i = 0; i < table.size(); ++i) {
-        rows += "<tr>";
-        for (const std::string& cell : table[i])
-            rows += i == 0 ? "<th>" + EscapeHtml(ParseLabel(cell)) + "</th>" : Cell(cell);
-        rows += "</tr>\n";
+ReportTable TextTable(const std::vector<std::vector<std::string>>& rows) {
+    ReportTable table;
+    if (rows.empty()) return table;
+    for (const std::string& label : rows[0]) table.labels.push_back(ToValidUtf8(label));
+    for (std::size_t i = 1; i < rows.size(); ++i) {
+        std::vector<ReportCell> row;
+        for (const std::string& cell : rows[i]) row.push_back({ToValidUtf8(cell)});
+        table.rows.push_back(std::move(row));
     }
-    return Table(rows);
+    return table;
 }
 
-std::string Outputs(const OrvFilterResult& result) {
-    std::vector<std::string> labels = {""};
-    for (int slot = 0; slot < kFileSlots; ++slot)
-        if (result.slot[slot]) labels.emplace_back(kSlotTitles[slot]);
-    std::string rows;
-    std::string tables;
-    for (const Parameter& output : result.output) {
-        if (output.IsHiddenFromGui()) continue;
-        if (output.Type() == ParameterType::TableString) {
-            if (output.IsSet())
-                tables += "<p>" + EscapeHtml(output.GetDescription()) + "</p>\n" +
-                          ResultTable(output.Get<TableString>());
-            continue;
-        }
-        std::vector<std::string> cells;
-        if (result.slot[OrvEvidence]) cells.push_back(output.GetValueAsString(false));
-        if (result.slot[OrvReference]) cells.push_back(output.GetValueAsString(true));
-        rows += Row(output.GetDescription(), cells, cells.size() == 2 && cells[0] != cells[1]);
-    }
-    if (rows.empty() && tables.empty()) return "<p class=\"quiet\">This filter has no text results.</p>\n";
-    return (rows.empty() ? std::string() : Table(Head(labels) + rows)) + tables;
-}
-
-// Large enough to see what was found, small enough for a page with thirty analyses of two files.
-constexpr int kLongestSide = 800;
-
-std::string DataLink(const Image& image) {
-    const std::vector<std::uint8_t> png = EncodeImage(image, "png");
-    return "data:image/png;base64," + FromWx(wxBase64Encode(png.data(), png.size()));
-}
-
-std::string Pictures(const OrvReportSection& section, const OrvPictureLink& link) {
-    std::string html;
-    ForEachPicture(
-        *section.filter, *section.result, link ? 0 : kLongestSide, [&](const OrvResultPicture& picture) {
-            std::string figure = picture.svg;
-            if (figure.empty()) {
-                const std::string source = link ? link(picture) : DataLink(picture.image);
-                if (source.empty()) return;
-                figure = "<img src=\"" + source + "\" alt=\"" + EscapeHtml(picture.alternative) + "\">";
-            }
-            html += "<figure>\n" + figure + "\n<figcaption>" + EscapeHtml(picture.caption) +
-                    "</figcaption>\n</figure>\n";
-        });
-    return html;
-}
-
-// What each file's verdict is, and what was found.
-std::string Verdicts(const OrvFilterResult& result) {
-    std::string html;
-    for (int slot = 0; slot < kFileSlots; ++slot) {
-        if (!result.slot[slot]) continue;
-        const OrvSlotResult& found = *result.slot[slot];
-        const std::string title = std::string(kSlotTitles[slot]) + ": ";
-        if (found.SaysNothing())
-            html +=
-                "<p class=\"quiet\">" + title + "not applicable: " + EscapeHtml(found.verdictText) + "</p>\n";
-        else if (!found.verdictText.empty())
-            html += "<p>" + title + EscapeHtml(found.verdictText) + "</p>\n";
-        for (const std::string& finding : found.findings)
-            html += "<p class=\"note\">" + title + EscapeHtml(finding) + "</p>\n";
-    }
-    return html;
-}
-
-std::string Section(const OrvReportSection& section, const OrvPictureLink& link) {
-    const OrvFilter& filter = *section.filter;
-    std::string html = "<h2>" + EscapeHtml(filter.GetNameUtf8()) + "</h2>\n<p class=\"quiet\">" +
-                       EscapeHtml(filter.GetDescriptionUtf8()) + "</p>\n";
-    if (!section.result) return html + "<p class=\"odd\">No result: " + EscapeHtml(section.error) + "</p>\n";
-    std::string parameters = GetParametersString(section.result->input, false);
-    if (const std::string post = GetParametersString(section.result->postProcessing, false); !post.empty())
-        parameters += (parameters.empty() ? "" : ", ") + post;
-    html += "<p class=\"quiet\">Filter version " + ToString(filter.GetVersion()) +
-            ". Parameters: " + (parameters.empty() ? std::string("none") : EscapeHtml(parameters)) +
-            ".</p>\n";
-    return html + Verdicts(*section.result) + Pictures(section, link) + Outputs(*section.result);
+std::string TitleOf(const OrvReportSection& section) {
+    return ToValidUtf8(section.title.empty() ? section.filter->GetNameUtf8() : section.title);
 }
 
 }  // namespace
 
-std::string HtmlReportBegin(const OrvReport& report) {
-    std::string title = "Report";
+ReportBuilder::ReportBuilder(const OrvReport& report, const OrvJob& job) : m_report(report) {
+    m_document.title = "Report";
     for (const OrvFilePtr& file : report.files)
         if (file) {
-            title += " on " + ToValidUtf8(PathName(file->GetPath()));
+            m_document.title += " on " + ToValidUtf8(PathName(file->GetPath()));
             break;
         }
-    std::string html = HtmlReportHead(title, PathName(report.project.GetPath()));
-    return html + "<h2>Files</h2>\n" + FilesTable(report);
+    m_document.dateLine = DateLine();
+    std::vector<ReportBlock>& blocks = m_document.blocks;
+    Append(blocks, Introduction(PathName(report.project.GetPath())));
+    blocks.emplace_back(ReportHeading{2, "Contents"});
+    blocks.emplace_back(ReportContents{});
+    ReportTable caseTable;
+    caseTable.namesRows = true;
+    for (const auto& [what, value] : report.caseData)
+        if (!value.empty()) caseTable.rows.push_back({{ToValidUtf8(what)}, {ToValidUtf8(value)}});
+    if (!caseTable.rows.empty() || report.exhibits.size() > 1) {
+        blocks.emplace_back(ReportHeading{2, "Case", "case"});
+        if (!caseTable.rows.empty()) blocks.emplace_back(std::move(caseTable));
+        if (report.exhibits.size() > 1) {
+            blocks.emplace_back(ReportHeading{3, "Exhibits"});
+            blocks.emplace_back(TextTable(report.exhibits));
+        }
+    }
+    blocks.emplace_back(ReportHeading{2, "Files", "files"});
+    blocks.emplace_back(FilesTable(report));
+    Append(blocks, FileThumbnails(report, job));
+    m_verdicts.namesRows = true;
+    m_verdicts.labels = {"Filter"};
+    for (int slot = 0; slot < kFileSlots; ++slot)
+        if (report.files[slot]) m_verdicts.labels.emplace_back(kReportSlotTitles[slot]);
+    m_verdicts.labels.emplace_back("Rates of error");
+}
+
+void ReportBuilder::AddVerdicts(const OrvReportSection& section, const std::string& anchor) {
+    std::vector<ReportCell> row = {{TitleOf(section), ReportTone::Plain, anchor}};
+    bool judges = false;
+    for (int slot = 0; slot < kFileSlots; ++slot) {
+        if (!m_report.files[slot]) continue;
+        ReportCell cell;
+        if (!section.result) {
+            cell = {"No result: " + ToValidUtf8(section.error), ReportTone::Odd};
+        } else if (section.result->slot[slot]) {
+            const OrvSlotResult& found = *section.result->slot[slot];
+            cell.text = VerdictLine(found);
+            cell.tone = found.verdict == OrvVerdict::StrongSign   ? ReportTone::Odd
+                        : found.verdict == OrvVerdict::WorthALook ? ReportTone::Note
+                                                                  : ReportTone::Plain;
+            judges = judges || (found.verdict != OrvVerdict::None && !found.SaysNothing());
+        }
+        row.push_back(std::move(cell));
+    }
+    row.push_back({!judges                                         ? ""
+                   : AccuracyText(section.filter->GetId()).empty() ? "not measured"
+                                                                   : "measured; see there"});
+    m_verdicts.rows.push_back(std::move(row));
+}
+
+void ReportBuilder::Add(const OrvReportSection& section) {
+    const std::string title = TitleOf(section);
+    const bool isShown = m_report.contents == OrvReportContents::Everything ||
+                         (m_report.contents == OrvReportContents::Bookmarks && section.isBookmark);
+    // A title stands twice where a filter was run for a bookmark too: numbers keep the links apart.
+    const std::string anchor = isShown ? "r" + ToString(++m_number) + "-" + section.filter->GetId() : "";
+    AddVerdicts(section, anchor);
+    if (const std::string command = RepeatCommand(section); !command.empty())
+        m_commands.emplace_back(title, ToValidUtf8(command));
+    if (!isShown) return;
+    m_body.emplace_back(ReportHeading{2, section.isBookmark ? "Bookmark: " + title : title, anchor});
+    if (section.isBookmark)
+        m_body.emplace_back(ReportParagraph{"Filter: " + section.filter->GetNameUtf8() + "."});
+    Append(m_body, SectionBlocks(section, {}));
+}
+
+void ReportBuilder::AddProblem(const std::string& name, const std::string& note, const std::string& problem) {
+    const std::string anchor = "r" + ToString(++m_number);
+    m_verdicts.rows.push_back({{ToValidUtf8(name), ReportTone::Plain, anchor},
+                               {"No result: " + ToValidUtf8(problem), ReportTone::Odd}});
+    m_body.emplace_back(ReportHeading{2, "Bookmark: " + ToValidUtf8(name), anchor});
+    if (!note.empty()) m_body.emplace_back(ReportParagraph{"Note: " + ToValidUtf8(note)});
+    m_body.emplace_back(ReportParagraph{"No result: " + ToValidUtf8(problem), ReportTone::Odd});
+}
+
+ReportDocument ReportBuilder::Finish() {
+    std::vector<ReportBlock>& blocks = m_document.blocks;
+    blocks.emplace_back(ReportHeading{2, "Verdicts at a glance", "verdicts"});
+    blocks.emplace_back(std::move(m_verdicts));
+    Append(blocks, std::move(m_body));
+    blocks.emplace_back(ReportHeading{2, "How to repeat the results", "repeat"});
+    blocks.emplace_back(ReportParagraph{
+        "Each line, given to a shell, prints the same result again from the same files, program and libraries. Compare the "
+        "files' SHA-256 first.",
+        ReportTone::Quiet});
+    for (const auto& [what, line] : m_commands) {
+        blocks.emplace_back(ReportParagraph{what});
+        blocks.emplace_back(ReportListing{line});
+    }
+    blocks.emplace_back(ReportHeading{2, "Last self-test", "self-test"});
+    blocks.emplace_back(ReportParagraph{SelfTestSummary()});
+    blocks.emplace_back(ReportHeading{2, "Versions", "versions"});
+    ReportTable versions;
+    versions.namesRows = true;
+    versions.labels = {"Library", "Version"};
+    for (const auto& [name, version] : GetLibraryVersions()) versions.rows.push_back({{name}, {version}});
+    blocks.emplace_back(ReportParagraph{ProgramText({})});
+    blocks.emplace_back(std::move(versions));
+    return std::move(m_document);
+}
+
+ReportDocument BuildReport(const OrvReport& report, const OrvJob& job) {
+    ReportBuilder builder(report, job);
+    for (const OrvReportSection& section : report.sections) builder.Add(section);
+    return builder.Finish();
 }
 
 std::string BuildHtmlReport(const OrvReport& report) {
-    std::string html = HtmlReportBegin(report);
-    for (const OrvReportSection& section : report.sections) html += Section(section, {});
-    return html + HtmlReportFoot();
+    return DocumentToHtml(BuildReport(report, OrvJob()));
 }
 
 std::string HtmlReportHead(const std::string& title, const std::string& project) {
-    const AppVersion version;
-    std::string html = "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n<title>" +
-                       EscapeHtml(title) + "</title>\n<style>" + kStyle + "</style>\n</head>\n<body>\n<h1>" +
-                       EscapeHtml(title) + "</h1>\n";
-    html += "<p class=\"quiet\">Written by " + EscapeHtml(version.GetFullName()) +
-            (version.GetRevision().empty() ? std::string() : " (" + EscapeHtml(version.GetRevision()) + ")") +
-            " on " + FormatTime(std::time(nullptr)) + ".";
-    html += " Libraries: " + EscapeHtml(LibraryVersionsText()) + ".";
-    if (!project.empty()) html += " Project: " + EscapeHtml(ToValidUtf8(project)) + ".";
-    html +=
-        "</p>\n<p class=\"quiet\">Values that differ between evidence and reference are red. A finding is an observation, "
-        "not a proof: it says what was found, and each filter's description says what that can mean.</p>\n";
-    return html;
+    return HtmlPageBegin(title, DateLine()) + BlocksToHtml(Introduction(project), {}) +
+           BlocksToHtml({ReportParagraph{"Libraries: " + LibraryVersionsText() + ".", ReportTone::Quiet}},
+                        {});
 }
 
 std::string HtmlReportFiles(const OrvReport& report) {
-    return FilesTable(report);
+    return BlocksToHtml({FilesTable(report)}, {});
 }
 
 std::string HtmlReportSection(const OrvReportSection& section, const OrvPictureLink& link) {
-    return Section(section, link);
+    std::vector<ReportBlock> blocks = {ReportHeading{2, TitleOf(section)}};
+    Append(blocks, SectionBlocks(section, link));
+    return BlocksToHtml(blocks, {});
 }
 
 std::string HtmlReportFoot() {
-    return "</body>\n</html>\n";
+    return HtmlPageEnd();
 }
-
 std::string BuildTsv(const OrvReportSection& section) {
     std::string text;
     if (!section.result) return text;
@@ -219,7 +201,7 @@ std::string BuildTsv(const OrvReportSection& section) {
         for (std::size_t i = 0; i < cells.size(); ++i) text += (i > 0 ? "\t" : "") + EscapeTsv(cells[i]);
         text += "\n";
     };
-    line({"Name", kSlotTitles[OrvEvidence], kSlotTitles[OrvReference]});
+    line({"Name", kReportSlotTitles[OrvEvidence], kReportSlotTitles[OrvReference]});
     std::vector<std::string> verdicts = {"Result"};
     for (const OrvSlotResultPtr& slot : section.result->slot)
         verdicts.push_back(slot ? (slot->SaysNothing() ? "Not applicable: " : "") + slot->verdictText : "");

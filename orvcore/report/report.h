@@ -2,10 +2,12 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "orvcore/filter/filter.h"
 #include "orvcore/model/project.h"
+#include "orvcore/report/reportdocument.h"
 #include "orvcore/report/resultpictures.h"
 
 // One filter's part of a report. Either a result or the error that kept it from having one.
@@ -13,17 +15,51 @@ struct OrvReportSection {
     const OrvFilter* filter = nullptr;
     OrvFilterResultPtr result;
     std::string error;
+    bool isBookmark = false;
+    std::string title;  // of a bookmark; "" is the filter's name
+    std::string note;   // the examiner's
 };
+
+// What goes into a report beside the case and the files: verdicts in one table, without or with what the bookmarks show, or with what
+// every filter in use shows.
+enum class OrvReportContents { Everything, Bookmarks, Verdicts };
 
 struct OrvReport {
     OrvFilePtr files[kFileSlots];  // null for an empty slot
     OrvProject project;
     std::vector<OrvReportSection> sections;
+    OrvReportContents contents = OrvReportContents::Everything;
+    // The examiner's texts on the case and the exhibits: what and its value, in order. Rows without a value are left out.
+    std::vector<std::pair<std::string, std::string>> caseData;
+    std::vector<std::vector<std::string>> exhibits;  // row 0 holds the labels
 };
 
-// A self-contained HTML page: the program with its version and those of the libraries that read the pictures, the files with size, dates
-// and hashes, and for every section the filter, its version, its parameters, every text result, and its pictures, maps with their
-// legends, and plots. Everything that came from a file is escaped; the page has no scripts and loads nothing.
+// Makes a report of what is handed to it piece by piece, so that no more than one filter's result has to be held. Pictures are kept as
+// PNG. The document holds the case data, the files with hashes and thumbnails, a table of all verdicts, and for each section the method
+// with its source and limits, parameters, verdict, rates of error where they were measured, pictures, maps with legends, plots and tables
+// (long ones cut, and it is said); then the command line that repeats each result, the last self-test and the versions. Any thread.
+class ReportBuilder {
+  public:
+    // report.sections are not taken: add each. job: thumbnails are decoded.
+    ReportBuilder(const OrvReport& report, const OrvJob& job);
+    void Add(const OrvReportSection& section);
+    // A bookmark that could not be shown again, and why.
+    void AddProblem(const std::string& name, const std::string& note, const std::string& problem);
+    ReportDocument Finish();  // once, at the end
+
+  private:
+    void AddVerdicts(const OrvReportSection& section, const std::string& anchor);
+
+    const OrvReport& m_report;
+    ReportDocument m_document;
+    std::vector<ReportBlock> m_body;
+    ReportTable m_verdicts;
+    std::vector<std::pair<std::string, std::string>> m_commands;  // what it repeats, and the line
+    int m_number = 0;
+};
+
+// All of it at once.
+ReportDocument BuildReport(const OrvReport& report, const OrvJob& job);
 std::string BuildHtmlReport(const OrvReport& report);
 
 // The text results of one section as tab separated values, inert in a spreadsheet.
@@ -31,8 +67,6 @@ std::string BuildTsv(const OrvReportSection& section);
 
 // The parts of such a page, for a report on many files: head, then per file its facts and sections, then foot.
 // project: a file name, "" for none.
-std::string HtmlReportBegin(
-    const OrvReport& report);  // all of a page on one pair of files before its sections
 std::string HtmlReportHead(const std::string& title, const std::string& project);
 std::string HtmlReportFiles(const OrvReport& report);
 // link: where a picture of the section is found ("" leaves it out); without one, pictures are part of the page.
