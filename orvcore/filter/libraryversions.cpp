@@ -6,8 +6,7 @@
 #include <openssl/crypto.h>
 #include <pango/pangocairo.h>
 #include <sqlite3.h>
-#include <wx/utils.h>
-#include <wx/versioninfo.h>
+#include <wx/version.h>
 #include <zlib.h>
 
 #include <exiv2/exiv2.hpp>
@@ -54,9 +53,9 @@ std::vector<std::pair<std::string, std::string>> GetLibraryVersions() {
     versions.emplace_back("librsvg", ToString(static_cast<int>(rsvg_major_version)) + "." +
                                          ToString(static_cast<int>(rsvg_minor_version)) + "." +
                                          ToString(static_cast<int>(rsvg_micro_version)));
-    const wxVersionInfo toolkit = wxGetLibraryVersionInfo();
-    versions.emplace_back("wxWidgets", ToString(toolkit.GetMajor()) + "." + ToString(toolkit.GetMinor()) +
-                                           "." + ToString(toolkit.GetMicro()));
+    // The base library does not tell its version at run time.
+    versions.emplace_back("wxWidgets", ToString(wxMAJOR_VERSION) + "." + ToString(wxMINOR_VERSION) + "." +
+                                           ToString(wxRELEASE_NUMBER) + " when built");
     return versions;
 }
 

@@ -180,8 +180,10 @@ bool Agrees(const std::string& found, const std::string& relation, const std::st
     if (to == std::string::npos || !FromString(expected.substr(0, to), low) ||
         !FromString(expected.substr(to + 4), high))
         Fail("\"" + expected + "\" is no range");
+    // The number may be followed by its unit.
+    const std::string text = Trim(found);
     double value = 0;
-    return FromString(Trim(found), value) && value >= low && value <= high;
+    return FromString(text.substr(0, text.find(' ')), value) && value >= low && value <= high;
 }
 
 OrvFilterResultPtr RunLine(const OrvFilter& filter, const Line& line, const std::string& folder,

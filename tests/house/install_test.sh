@@ -13,7 +13,7 @@ for file in bin/orvane bin/orvane-cli share/orvane/img/open.png share/orvane/img
             share/icons/hicolor/scalable/apps/orvane.svg; do
     expect "$file" yes "$([ -f "$tree/$file" ] && echo yes || echo no)"
 done
-expect 'nothing else in the data folder' 'camera-signatures.tsv docs img samples' "$(ls "$tree/share/orvane" | grep -v locale | xargs)"
+expect 'nothing else in the data folder' 'camera-signatures.tsv docs img methods.tsv samples selftest' "$(ls "$tree/share/orvane" | grep -v -e locale -e accuracy | xargs)"
 expect 'desktop file' '' "$(desktop-file-validate "$tree/share/applications/orvane.desktop" 2>&1)"
 
 for program in orvane orvane-cli; do

@@ -6,10 +6,12 @@
 #include <set>
 
 #include "orvcore/filters/fileformatfilter.h"
+#include "orvcore/report/reportblocks.h"
 #include "orvcore/tables/tablemarkup.h"
 #include "tests/support/runfilter.h"
 #include "tests/support/testcore.h"
 
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -75,11 +77,18 @@ TEST(Report, NothingThatCameFromAFileBecomesMarkUp) {
     report.sections.push_back(failed);
     report.project.SetPath(std::string("/cases/") + "<i>.zop");
     const std::string html = BuildHtmlReport(report);
-    EXPECT_EQ(TagsOf(html), (std::set<std::string>{"!DOCTYPE", "html", "head", "meta", "title", "style",
-                                                   "body", "h1", "h2", "p", "table", "tr", "th", "td"}));
+    EXPECT_EQ(TagsOf(html), (std::set<std::string>{
+                                "!DOCTYPE", "html", "head",   "meta", "title",      "style", "body",  "h1",
+                                "h2",       "p",    "ol",     "li",   "a",          "table", "thead", "tr",
+                                "th",       "td",   "figure", "img",  "figcaption", "pre"}));
     EXPECT_EQ(ToValidUtf8(html), html);
-    for (const char* loaded : {"src=\"", "href", "@import", "url(", "<script"})
+    for (const char* loaded : {"@import", "url(", "<script"})
         EXPECT_THAT(html, Not(HasSubstr(loaded))) << "it loads nothing";
+    for (const auto& [attribute, own] :
+         {std::pair{"src=\"", "src=\"data:image/png;base64,"}, std::pair{"href=\"", "href=\"#"}})
+        for (std::size_t at = html.find(attribute); at != std::string::npos;
+             at = html.find(attribute, at + 1))
+            EXPECT_EQ(html.substr(at, std::string(own).size()), own) << "nor leads anywhere";
     EXPECT_THAT(html, Not(HasSubstr("not to be shown")));
 }
 
@@ -113,4 +122,170 @@ TEST(Report, TableMarksAreColoursAndNoText) {
     EXPECT_THAT(tsv, HasSubstr("\n'=1+1\tmaybe\n")) << "a formula is inert";
     EXPECT_THAT(tsv, HasSubstr("\n\ta\\tb\\nc\n"));
     EXPECT_THAT(tsv, Not(HasSubstr("not to be shown")));
+}
+
+namespace {
+
+// All headings of the document that can be linked to.
+std::set<std::string> AnchorsOf(const ReportDocument& document) {
+    std::set<std::string> anchors;
+    for (const ReportBlock& block : document.blocks)
+        if (const auto* heading = std::get_if<ReportHeading>(&block))
+            if (!heading->anchor.empty())
+                EXPECT_TRUE(anchors.insert(heading->anchor).second) << heading->anchor << " stands twice";
+    return anchors;
+}
+
+const ReportTable* TableBelow(const ReportDocument& document, const std::string& anchor) {
+    bool isBelow = false;
+    for (const ReportBlock& block : document.blocks) {
+        const auto* heading = std::get_if<ReportHeading>(&block);
+        if (heading != nullptr) isBelow = heading->anchor == anchor;
+        if (const auto* table = std::get_if<ReportTable>(&block); table != nullptr && isBelow) return table;
+    }
+    return nullptr;
+}
+
+// Answers as many rows of such a length as it is told, and a verdict.
+class LongFilter : public OrvFilter {
+  public:
+    LongFilter() : OrvFilter("Long", "long") {
+        SetParameters({Parameter::Int("rows", "Rows", 3, 0, 100000)}, {},
+                      {Parameter::Output(ParameterType::TableString, "table", "Table")});
+    }
+
+  protected:
+    void Compute(const OrvLoadedFile&, const VecParameter& input, const OrvJob&,
+                 OrvSlotResult& result) const override {
+        TableString table = {{"Number", "Text"}};
+        for (int i = 1; i <= input.Get<int>("rows"); ++i)
+            table.push_back({ToString(i), i == 1 ? std::string(5000, 'x') : "short"});
+        result.Set("table", table);
+        result.Judge(OrvVerdict::WorthALook, "Long", {"It is long."});
+    }
+};
+
+std::string FromShell(const std::string& word) {
+    const TemporaryFolder folder;
+    WriteFile(folder / "line.sh", "printf %s " + word);
+    FILE* pipe = popen(("bash '" + (folder / "line.sh") + "'").c_str(), "r");
+    std::string text;
+    for (int c = std::fgetc(pipe); c != EOF; c = std::fgetc(pipe)) text += static_cast<char>(c);
+    pclose(pipe);
+    return text;
+}
+
+}  // namespace
+
+TEST(Report, EveryLinkHasItsTargetAlsoWhereAFilterStandsTwice) {
+    const CaseFolder folder;
+    const LongFilter filter;
+    OrvReport report = MakeReport(folder, filter, true);
+    OrvReportSection bookmark = report.sections[0];
+    bookmark.isBookmark = true;
+    bookmark.title = "<b>Left</b> hand";
+    bookmark.note = "Look at the rim.";
+    report.sections.insert(report.sections.begin(), bookmark);
+    const ReportDocument document = BuildReport(report, OrvJob());
+    const std::set<std::string> anchors = AnchorsOf(document);
+    const ReportTable* verdicts = TableBelow(document, "verdicts");
+    ASSERT_NE(verdicts, nullptr);
+    ASSERT_EQ(verdicts->rows.size(), 2U);
+    for (const auto& row : verdicts->rows) {
+        EXPECT_TRUE(anchors.contains(row[0].anchor)) << row[0].text;
+        EXPECT_EQ(row[1].text, "Worth a look: Long");
+        EXPECT_EQ(row.back().text, "not measured");
+    }
+    const std::string html = DocumentToHtml(document);
+    for (const std::string& anchor : anchors) {
+        EXPECT_THAT(html, HasSubstr("href=\"#" + anchor + "\""));
+        EXPECT_THAT(html, HasSubstr(" id=\"" + anchor + "\""));
+    }
+    EXPECT_THAT(html, HasSubstr("Bookmark: &lt;b&gt;Left&lt;/b&gt; hand</h2>"));
+    EXPECT_THAT(html, HasSubstr("Note: Look at the rim."));
+    EXPECT_THAT(html, HasSubstr("How often this verdict is right or wrong: not measured."));
+    EXPECT_THAT(html, HasSubstr("No self-test of this program"));
+}
+
+TEST(Report, ContentsAreChosen) {
+    const CaseFolder folder;
+    const LongFilter filter;
+    OrvReport report = MakeReport(folder, filter, false);
+    report.sections.push_back(report.sections[0]);
+    report.sections[0].isBookmark = true;
+    report.sections[0].title = "Mark";
+    report.caseData = {{"Examiner", "N. N."}, {"Reviewer", ""}};
+    report.exhibits = {{"Number", "From"}, {"A-1", "the <police>"}};
+    const auto sections = [&](OrvReportContents contents) {
+        report.contents = contents;
+        const ReportDocument document = BuildReport(report, OrvJob());
+        EXPECT_EQ(TableBelow(document, "verdicts")->rows.size(), 2U);
+        int shown = 0;
+        for (const std::string& anchor : AnchorsOf(document)) shown += anchor.ends_with("-long") ? 1 : 0;
+        return shown;
+    };
+    EXPECT_EQ(sections(OrvReportContents::Everything), 2);
+    EXPECT_EQ(sections(OrvReportContents::Bookmarks), 1);
+    EXPECT_EQ(sections(OrvReportContents::Verdicts), 0);
+    const std::string html = BuildHtmlReport(report);
+    EXPECT_THAT(html, HasSubstr(">Examiner</th><td>N. N.</td>"));
+    EXPECT_THAT(html, Not(HasSubstr("Reviewer"))) << "what was not entered is not there";
+    EXPECT_THAT(html, HasSubstr("<td>the &lt;police&gt;</td>"));
+}
+
+TEST(Report, LongTablesAndCellsAreCutAndSaySo) {
+    const CaseFolder folder;
+    const LongFilter filter;
+    VecParameter input = filter.GetInputPrototype();
+    for (const auto& [rows, leftOut] : {std::pair{200, 0}, std::pair{201, 1}, std::pair{1234, 1034}}) {
+        input.Find("rows")->SetValue(rows);
+        OrvReportSection section;
+        section.filter = &filter;
+        section.result = RunFilter(filter, folder.WritePicture("a.png", 1), {}, &input);
+        const std::string html = HtmlReportSection(section);
+        EXPECT_THAT(html, HasSubstr("<td>200</td>"));
+        EXPECT_THAT(html, Not(HasSubstr("<td>201</td>")));
+        EXPECT_EQ(html.find(ToString(leftOut) + " more rows are left out") != std::string::npos, leftOut > 0);
+        EXPECT_THAT(html, HasSubstr("(1000 more bytes)"));
+    }
+}
+
+TEST(Report, TheSameIsWrittenTwiceButForTheDate) {
+    const CaseFolder folder;
+    const FileFormatFilter filter;
+    const OrvReport report = MakeReport(folder, filter, true);
+    ReportDocument first = BuildReport(report, OrvJob());
+    ReportDocument second = BuildReport(report, OrvJob());
+    EXPECT_THAT(first.dateLine, HasSubstr("Written on "));
+    first.dateLine = second.dateLine = "";
+    EXPECT_EQ(DocumentToHtml(first), DocumentToHtml(second));
+}
+
+TEST(Report, TheCommandRepeatsFileNamesAndSettingsByteByByte) {
+    for (const std::string& word :
+         {std::string("plain-1.jpg"), std::string("it's a b"), std::string("$(touch x)`y`"),
+          std::string("a\nb\tc\\"), std::string("\xFF\x01\xC3"), std::string("")})
+        EXPECT_EQ(FromShell(ShellWord(word)), word);
+    // Every filter's values can be given on the command line as the report tells them.
+    for (const auto& filter : CreateAllFilters())
+        for (const VecParameter* group :
+             {&filter->GetInputPrototype(), &filter->GetPostProcessingPrototype()})
+            for (const Parameter& parameter : *group) {
+                Parameter copy = parameter;
+                EXPECT_TRUE(copy.SetValueFromString(parameter.GetValueAsString()))
+                    << filter->GetId() << " " << parameter.Name();
+                EXPECT_TRUE(copy == parameter) << filter->GetId() << " " << parameter.Name();
+            }
+    const CaseFolder folder;
+    const LongFilter filter;
+    const OrvReport report = MakeReport(folder, filter, true);
+    const std::string command = RepeatCommand(report.sections[0]);
+    EXPECT_THAT(command, HasSubstr("\\xff.png' /"));
+    EXPECT_THAT(command, EndsWith("/b.png --filter long --set rows=3"));
+}
+
+TEST(Report, EveryFilterNamesTheSourceOfItsMethod) {
+    for (const auto& filter : CreateAllFilters())
+        if (filter->GetPageKind() != OrvPageKind::Summary)
+            EXPECT_GT(MethodSource(filter->GetId()).size(), 20U) << filter->GetId();
 }
