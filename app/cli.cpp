@@ -11,6 +11,8 @@
 #include "orvcore/facade/interface.h"
 #include "orvcore/filter/libraryversions.h"
 #include "orvcore/formats/jpegtables/signaturecollection.h"
+#include "orvcore/model/log.h"
+#include "orvcore/model/logdocument.h"
 #include "orvcore/report/report.h"
 #include "orvcore/report/selftest.h"
 #include "orvcore/tables/tablemarkup.h"
@@ -220,6 +222,16 @@ int MakeFingerprint(const std::string& folder, const std::string& name, const st
     return Print(text);
 }
 
+// Checks the logs of the documents folder, or of another one, and whether they hold what a project or a report states.
+int VerifyLog(const std::string& document, const std::string& folder) {
+    const OrvLogCheck check =
+        VerifyLogs(folder.empty() ? LogFolder() : folder,
+                   document.empty() ? std::vector<OrvLogPlace>() : ReadLogPlaces(document));
+    const int printed = Print(Join(check.lines, "\n") + "\n");
+    if (printed != 0 || check.isGood) return printed;
+    return Fail("The logs do not hold.");
+}
+
 int ListFilters(const OrvInterface& core) {
     std::string text;
     for (const OrvFilter* filter : core.GetFilters()) {
@@ -322,6 +334,12 @@ int main(int argc, char** argv) {
     std::string pictures;
     selfTest->add_option("--pictures", pictures,
                          "Another folder of pictures with their answers; its outcome is not kept");
+    std::string document;
+    CLI::App* verifyLog = app.add_subcommand(
+        "verify-log",
+        "Check that the program's logs were not changed, and hold what a project or report states");
+    verifyLog->add_option("document", document, "A project (.zop) or a report (.html, .pdf)")->check(isNamed);
+    verifyLog->add_option("--folder", folder, "The folder of the logs; without it the documents folder's");
 
     CLI::App* filters = app.add_subcommand("filters", "List the filters with their parameters and defaults");
 
@@ -332,6 +350,7 @@ int main(int argc, char** argv) {
         if (cameras->parsed())
             return Print(TableToTsv(IdentifyCameras(folder, collection, subfolders, OrvJob())));
         if (selfTest->parsed()) return SelfTest(pictures);
+        if (verifyLog->parsed()) return VerifyLog(document, folder);
         OrvInterface core;
         std::signal(SIGINT, [](int) { wasInterrupted = 1; });
         if (report->parsed()) return Report(core, evidence, reference, output, contents);

@@ -61,7 +61,10 @@ class OrvaneApp : public wxApp {
         if (getenv("ORVANE_TELL_FIRST_PAINT")) TellFirstPaint(*frame);
         frame->Show();
         CopySamples();
-        LoadFiles();
+        // Only now that there is a window for the question.
+        frame->CallAfter([frame] {
+            if (!frame->OfferRecovery()) LoadFiles();
+        });
         return true;
     }
 

@@ -6,6 +6,7 @@
 
 #include "orvcore/facade/interfaceprivate.h"
 #include "orvcore/filter/filterstore.h"
+#include "orvcore/model/casefilesearch.h"
 #include "orvcore/model/memorybudget.h"
 #include "orvcore/tools/batch/extract.h"
 #include "zorbase/files.h"
@@ -64,8 +65,10 @@ wxString OrvFileList::operator[](std::size_t i) const {
 
 OrvInterface::Private::Private(OrvContext& owner)
     : context(owner),
+      log(LogFolder()),
       cache(PathJoin(GetAppDocumentsPath(), "cache")),
       slots([this](int slot) { port.PostFileList(slot); }),
+      recovery(PathJoin(GetAppDocumentsPath(), "recovery")),
       queue([this](std::uint64_t work) { port.CreateProgress(work); }, [this] { port.DestroyProgress(); }) {
     toolSettings.Load();
 }
@@ -77,6 +80,12 @@ OrvInterface::OrvInterface()
                     m->options.Load());
     m->ApplyOptions();
     LoadSettings();
+    if (const std::string problem = m->log.GetProblem(); !problem.empty()) {
+        if (!m->startProblem.empty()) m->startProblem += "\n\n";
+        m->startProblem +=
+            "The log cannot be written: " + problem +
+            "\nThe program works without it; projects and reports of this session will name no log.";
+    }
 }
 
 void OrvInterface::LoadSettings() {
@@ -180,7 +189,11 @@ void OrvInterface::SetFile(const wxString& path, OrvFileId slot) {
     // Holding down a navigation key asks for the same file many times.
     command.replacesSlot = slot;
     command.run = [this, path = PathFromWx(path), slot](const OrvJob& job) {
-        m->LoadSlot(slot, path, job);
+        const OrvFilePtr file = m->ReadForSlot(path, job);
+        // What is not the expected file is told before it is shown.
+        const std::string problem = file ? m->CheckExhibit(file, GetProject().GetCaseData()) : std::string();
+        if (!problem.empty()) m->TellFailure(kErrorFailed, problem);
+        m->SetSlot(slot, file);
         m->RunActive({}, job);
     };
     command.fail = [this](int error, const std::string& message) { m->TellFailure(error, message); };
@@ -191,12 +204,11 @@ void OrvInterface::SwitchFiles() {
     m->Push(OrvCommand::Kind::Slot, [this](const OrvJob& job) {
         m->slots.Switch();
         m->TellFilters();
+        m->log.Note(OrvLogLevel::Info, "Evidence and reference changed places.");
         m->ChangeProject([](OrvProject& project) {
-            const std::string path = project.GetFilePath(OrvEvidence);
-            const std::string sha256 = project.GetFileSha256(OrvEvidence);
-            project.SetFile(OrvEvidence, project.GetFilePath(OrvReference),
-                            project.GetFileSha256(OrvReference));
-            project.SetFile(OrvReference, path, sha256);
+            const OrvCaseFile evidence = project.GetFile(OrvEvidence);
+            project.SetFile(OrvEvidence, project.GetFile(OrvReference));
+            project.SetFile(OrvReference, evidence);
         });
         m->RunActive({}, job);
     });
@@ -206,6 +218,7 @@ void OrvInterface::EnableReference(bool enabled) {
     m->Push(OrvCommand::Kind::Slot, [this, enabled](const OrvJob& job) {
         m->slots.EnableReference(enabled);
         m->TellFilters();
+        m->log.Note(OrvLogLevel::Info, enabled ? "Reference switched on." : "Reference switched off.");
         m->RunActive({}, job);
     });
 }
@@ -313,6 +326,7 @@ void OrvInterface::Private::Tell(OrvEventId id, const std::string& text) {
 }
 
 void OrvInterface::Private::TellFolder(const std::string& folder) {
+    if (!folder.empty()) NoteFile("Pictures extracted to", folder);
     auto event = std::make_unique<OrvCommandEvent>(OrvEventDumpEmbeddedJpgs);
     event->SetPath(folder);
     if (!folder.empty() && HasExtractionWarnings(folder))
@@ -322,14 +336,11 @@ void OrvInterface::Private::TellFolder(const std::string& folder) {
 }
 
 void OrvInterface::Private::TellFailure(int error, const std::string& message) {
+    log.Note(error == kErrorAborted ? OrvLogLevel::Warning : OrvLogLevel::Error, message);
     auto event = std::make_unique<OrvCommandEvent>(OrvEventActionCompleted);
     event->SetError(error, message);
     event->SetFilter(context.GetActiveFilter(), false);
     port.Post(std::move(event), true);
-}
-
-void OrvInterface::Private::LoadSlot(OrvFileId slot, const std::string& path, const OrvJob& job) {
-    SetSlot(slot, ReadForSlot(path, job));
 }
 
 OrvFilePtr OrvInterface::Private::ReadForSlot(const std::string& path, const OrvJob& job) const {
@@ -341,15 +352,17 @@ OrvFilePtr OrvInterface::Private::ReadForSlot(const std::string& path, const Orv
     return file;
 }
 
-void OrvInterface::Private::SetSlot(OrvFileId slot, const OrvFilePtr& file) {
+void OrvInterface::Private::SetSlot(OrvFileId slot, const OrvFilePtr& file, bool isLooking) {
     slots.Set(slot, file);
     // Choosing a reference means wanting to see it.
     if (slot == OrvReference && file) slots.EnableReference(true);
-    ChangeProject([&](OrvProject& changed) {
-        changed.SetFile(slot, file ? file->GetPath() : std::string(),
-                        file ? file->GetSha256() : std::string());
-    });
+    {
+        const std::lock_guard lock(mutex);
+        project.SetFile(slot, CaseFileOf(file));
+        if (!isLooking) project.SetSaved(false);
+    }
     TellFilters();
+    NoteSlot(slot, file);
 }
 
 void OrvInterface::Private::TellFilters() {

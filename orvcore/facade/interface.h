@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,10 +13,12 @@
 #include "orvcore/facade/progresshandler.h"
 #include "orvcore/model/fileid.h"
 #include "orvcore/model/project.h"
+#include "orvcore/model/recovery.h"
 #include "orvcore/tools/web/webtransfer.h"
 
 class OrvCommandQueue;
 enum class OrvReportContents;  // orvcore/report/report.h
+class OrvLog;
 class OrvSlots;
 
 // The readable files of a slot's folder in natural name order; a cheap copy of a shared immutable list.
@@ -119,13 +122,34 @@ class OrvInterface {
     // --- project, report, extraction
     // ---------------------------------------------------------------------------------------
     OrvProject GetProject() const;
+    // A loaded project brings its filter configurations with it; while it is open, changes of configurations are the project's, not
+    // the user's settings. A new project has the user's own again. A file that moved is looked for; what has changed or cannot be
+    // found is told before anything is shown.
     void NewProject();
     void LoadProject(const wxString& path);
-    void SaveProject(const wxString& path);
+    void SaveProject(const wxString& path);  // with what the program shows now
+    void SetCaseData(const OrvCaseData& data);
+    // Hashes of a file of the case as far as they were worked out, "" each that was not. MD5 and SHA-1 are, where an exhibit
+    // expects them and the file is or was loaded.
+    FileHashes GetKnownHashes(const OrvCaseFile& file) const;
+    void SetAnnotations(const std::vector<OrvAnnotation>& annotations);
     void AddBookmark(const wxString& name, const wxString& note);
     void EditBookmark(int index, const wxString& name, const wxString& note);
     void DeleteBookmark(int index);
-    void ShowBookmark(int index);                            // loads its files and runs its filter
+    void MoveBookmark(int from, int to);
+    // Takes back the newest of the last hundred changes of the list of bookmarks; nothing where there is none.
+    void UndoBookmarkChange();
+    bool CanUndoBookmarkChange() const;
+    void ShowBookmark(int index);  // loads its files, runs its filter and has its view shown
+    // What a page shows at the moment; asked whenever that is to be kept. GUI thread.
+    void SetViewSource(std::function<OrvViewState()> source);
+    // The view that a bookmark or a project wants to be shown with this filter's result; once.
+    std::optional<OrvViewState> TakeViewToShow(const OrvFilter* filter);
+    // Keeps unsaved work where it is found after a crash, on a thread of its own; cheap where there is none. Failures are told once.
+    void Autosave();
+    OrvRecovery& GetRecovery();
+    // Opens what another run of the program left behind, as unsaved work under its old name, and removes it from there.
+    void RecoverProject(const OrvRecoveredProject& left);
     // HTML, or PDF for a path that ends in ".pdf"; "" is a new HTML file in the documents folder.
     void GenerateReport(const wxString& path = wxString());
     void GenerateReport(const wxString& path, OrvReportContents contents);
@@ -157,6 +181,11 @@ class OrvInterface {
     // The key of the CameraForensics service, "" when there is none; see OrvKeyFile.
     std::string GetServiceKey() const;
     void SetServiceKey(const std::string& key);
+
+    // What the program did since it was started; any thread.
+    OrvLog& GetLog();
+    // A file that the window wrote itself, a table say, for the log. Any thread.
+    void NoteExport(const std::string& what, const std::string& path);
 
     OrvContext& GetContext() { return *m_context; }
 

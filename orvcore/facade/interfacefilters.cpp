@@ -1,6 +1,7 @@
 // The part of the facade that deals with filters and their configurations.
 
 #include <algorithm>
+#include <chrono>
 
 #include "orvcore/facade/interface.h"
 #include "orvcore/facade/interfaceprivate.h"
@@ -56,6 +57,12 @@ void OrvInterface::ReprocessCurrent(OrvFileId slot) {
 // --- configurations: small changes of the model, made at once; writing them down is the worker's ---
 
 void OrvInterface::StoreSettings() {
+    {
+        const std::lock_guard lock(m->mutex);
+        if (!m->project.GetPath().empty()) m->project.SetSaved(false);
+    }
+    // What came with a project is kept with it, and the user's own stays as it is.
+    if (m->hasProjectConfigurations) return;
     OrvCommand command;
     command.kind = OrvCommand::Kind::Settings;
     command.run = [this](const OrvJob&) {
@@ -195,6 +202,7 @@ void OrvInterface::SaveFilterResult(const wxString& path) {
     m->Push(OrvCommand::Kind::Other, [this, path = PathFromWx(path), image,
                                       asked = m->AskedNow(GetActiveFilter())](const OrvJob& job) {
         m->SaveResult(asked, image, path, job);
+        m->NoteFile("Result saved", path);
         auto event = std::make_unique<OrvCommandEvent>(OrvEventActionCompleted);
         event->SetFilter(asked.filter, false);
         m->port.Post(std::move(event), true);
@@ -232,17 +240,38 @@ bool OrvInterface::Private::IsAskedNow(const Asked& asked) const {
            std::equal(std::begin(now.file), std::end(now.file), std::begin(asked.request.file));
 }
 
+OrvFilterResultPtr OrvInterface::Private::RunNoted(const OrvFilter& filter, const OrvFilterResult& request,
+                                                   const std::vector<OrvFilterResultPtr>& held,
+                                                   const OrvJob& job, const OrvResultCache* kept) {
+    const bool hasFile = request.file[OrvEvidence] || request.file[OrvReference];
+    const auto start = std::chrono::steady_clock::now();
+    try {
+        const OrvFilterResultPtr result = filter.Run(request, held, job, kept);
+        const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+        const bool isFresh = result->isFresh[OrvEvidence] || result->isFresh[OrvReference];
+        // Without a file nothing was looked at.
+        if (hasFile)
+            NoteRun(filter, request,
+                    isFresh ? "computed in " + FixedText(taken.count(), 3) + " s."
+                            : std::string("answered from what was known."));
+        return result;
+    } catch (const ZorException& exception) {
+        if (hasFile) NoteRun(filter, request, "failed: " + exception.GetMessage());
+        throw;
+    }
+}
+
 OrvFilterResultPtr OrvInterface::Private::Compute(const OrvFilter& filter, const OrvFilterResult& request,
                                                   const OrvJob& job) {
     if (const OrvFilterResultPtr held = filter.FindHeld(request)) return held;
     const bool useCache = filter.IsCacheable() && options.IsCacheEnabled();
-    return filter.Run(request, filter.GetHeld(), job, useCache ? &cache : nullptr);
+    return RunNoted(filter, request, filter.GetHeld(), job, useCache ? &cache : nullptr);
 }
 
 OrvFilterResultPtr OrvInterface::Private::ComputeAnew(OrvFilter& filter, const OrvFilterResult& request,
                                                       const Renewal& renewal, const OrvJob& job) {
     const auto held = renewal.all ? std::vector<OrvFilterResultPtr>() : filter.GetHeldWithout(renewal.file);
-    const OrvFilterResultPtr result = filter.Run(request, held, job, nullptr);
+    const OrvFilterResultPtr result = RunNoted(filter, request, held, job, nullptr);
     for (int slot = 0; slot < kFileSlots; ++slot) {
         if (!renewal.Concerns(request.file[slot])) continue;
         cache.Forget(filter, *request.file[slot], request.input);

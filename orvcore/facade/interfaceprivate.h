@@ -1,19 +1,26 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 
 #include "orvcore/facade/commandqueue.h"
 #include "orvcore/facade/eventport.h"
 #include "orvcore/facade/interface.h"
 #include "orvcore/filter/resultcache.h"
+#include "orvcore/model/log.h"
 #include "orvcore/model/options.h"
+#include "orvcore/model/projectlock.h"
+#include "orvcore/model/recovery.h"
 #include "orvcore/model/slots.h"
 #include "orvcore/tools/toolsettings.h"
 #include "orvcore/tools/web/keyfile.h"
 
+struct OrvReport;
 struct OrvReportSection;
 
 // What stands behind the facade. Operations marked "worker" run inside a command and may post events and wait
@@ -22,15 +29,28 @@ struct OrvInterface::Private {
     explicit Private(OrvContext& context);
 
     OrvContext& context;
+    OrvLog log;
     OrvOptions options;
     OrvToolSettings toolSettings;
     OrvKeyFile serviceKey;
     OrvResultCache cache;
     OrvEventPort port;
     OrvSlots slots;
-    mutable std::mutex mutex;  // guards project and imageToSave
+    mutable std::mutex mutex;  // guards the project and what belongs to it, and imageToSave
     OrvProject project;
+    std::vector<std::vector<OrvBookmark>> bookmarkHistory;  // lists before a change, the newest last
+    struct ViewToShow {
+        const OrvFilter* filter = nullptr;
+        OrvViewState view;
+    };
+    std::optional<ViewToShow> viewToShow;
+    std::map<std::string, FileHashes> knownHashes;  // by SHA-256, of exhibits with an expected hash
     Image imageToSave;
+    std::function<OrvViewState()> viewSource;           // GUI thread
+    bool wasAutosaveProblemTold = false;                // GUI thread
+    std::atomic<bool> hasProjectConfigurations{false};  // the filters' configurations came with the project
+    std::unique_ptr<OrvProjectLock> projectLock;        // worker
+    OrvRecovery recovery;
     std::string startProblem;  // what the first window is told of the settings; GUI thread
     OrvCommandQueue queue;     // last: its thread ends before anything that it touches
 
@@ -41,6 +61,16 @@ struct OrvInterface::Private {
 
     void ApplyOptions();  // to memory and cache; GUI thread
 
+    // Lines of the log; any thread. The first run also tells the libraries that pixels come from.
+    void NoteSlot(OrvFileId slot, const OrvFilePtr& file);
+    // Works out what an exhibit's expected hash is held against, and writes down how that went; a sentence where it is not the
+    // expected one, "" otherwise. Worker.
+    std::string CheckExhibit(const OrvFilePtr& file, const OrvCaseData& data);
+    void NoteRun(const OrvFilter& filter, const OrvFilterResult& request, const std::string& outcome);
+    void NoteFile(const std::string& what,
+                  const std::string& path);  // with size and SHA-256 of what is there now
+    std::once_flag librariesNoted;
+
     // Queues a request whose failure is told by an action-completed event.
     // mustRun: also when the program ends meanwhile.
     void Push(OrvCommand::Kind kind, std::function<void(const OrvJob&)> run, bool mustRun = false);
@@ -49,9 +79,9 @@ struct OrvInterface::Private {
     void Tell(OrvEventId id, const std::string& text = {});
     void TellFolder(const std::string& folder);  // of what was extracted; "" when nothing was found
     void TellFailure(int error, const std::string& message);
-    void LoadSlot(OrvFileId slot, const std::string& path, const OrvJob& job);  // "" empties it; no events
-    OrvFilePtr ReadForSlot(const std::string& path, const OrvJob& job) const;   // null for ""
-    void SetSlot(OrvFileId slot, const OrvFilePtr& file);
+    OrvFilePtr ReadForSlot(const std::string& path, const OrvJob& job) const;  // null for ""
+    // isLooking: the files of a bookmark are shown, which changes nothing in the project.
+    void SetSlot(OrvFileId slot, const OrvFilePtr& file, bool isLooking = false);
     void TellFilters();  // which files count now; after every change of the slots
     // What is computed although it is known: nothing, one file's part, or all of it.
     struct Renewal {
@@ -69,6 +99,10 @@ struct OrvInterface::Private {
     // The result of a filter for the request's files and parameters, computed only as far as it is not held. It is published by
     // the caller, where it is what the filter is to show.
     OrvFilterResultPtr Compute(const OrvFilter& filter, const OrvFilterResult& request, const OrvJob& job);
+    // OrvFilter::Run with a line in the log. What is held already is no run.
+    OrvFilterResultPtr RunNoted(const OrvFilter& filter, const OrvFilterResult& request,
+                                const std::vector<OrvFilterResultPtr>& held, const OrvJob& job,
+                                const OrvResultCache* kept);
     // Keeps on disk what was computed just now, where the filter's results are worth it and the user wants it.
     void KeepFresh(const OrvFilter& filter, const OrvFilterResult& result) const;
     // The same with the parts computed that are to be renewed; nothing that is held or kept on disk goes before this returns.
@@ -90,7 +124,11 @@ struct OrvInterface::Private {
         std::vector<Asked> filters;  // those in use
     };
     ReportRequest ReportAskedNow() const;
-    Asked AskedBy(const OrvBookmark& bookmark, const OrvJob& job) const;
+    // A bookmark's files and values as a request. problem: what is otherwise than when it was made, "" for nothing. Throws what keeps
+    // it from being repeated.
+    Asked AskedBy(const OrvBookmark& bookmark, const std::string& projectPath, const OrvJob& job,
+                  std::string* problem) const;
+    void DescribeCase(OrvReport& report) const;  // the examiner's texts on case and exhibits
     OrvReportSection ReportedSection(const Asked& asked, const OrvJob& job);
     void GenerateReport(std::string path, OrvReportContents contents, const ReportRequest& asked,
                         const OrvJob& job);
@@ -102,4 +140,23 @@ struct OrvInterface::Private {
     // Throws when the path is the evidence or the reference: these are never written to.
     void RefuseLoadedFile(const std::string& path) const;
     void ChangeProject(const std::function<void(OrvProject&)>& change);  // and marks it as not saved
+    // The same for the list of bookmarks, which can be taken back; the window is told.
+    void ChangeBookmarks(const std::function<void(std::vector<OrvBookmark>&)>& change);
+
+    OrvProjectState StateNow() const;  // GUI thread
+    // Files of a project or bookmark for both slots. problems: what has changed and what is missing, in sentences.
+    struct CaseFiles {
+        OrvFilePtr file[kFileSlots];
+        std::string problems;
+    };
+    CaseFiles ReadCaseFiles(const OrvCaseFile (&files)[kFileSlots], const std::string& projectPath,
+                            const OrvJob& job) const;
+    // Makes a project the current one; its files are read already.
+    struct OpenedProject {
+        OrvProject project;
+        std::unique_ptr<OrvProjectLock> lock;
+        std::string problems;  // told before anything is shown
+    };
+    void OpenProject(OpenedProject opened, std::uint64_t choice, const OrvJob& job);
+    void RestoreOwnConfigurations();
 };

@@ -55,9 +55,9 @@ OrvInterface::Private::ReportRequest OrvInterface::Private::ReportAskedNow() con
     return asked;
 }
 
-// A bookmark's files and values as a request. Throws what keeps it from being repeated.
 OrvInterface::Private::Asked OrvInterface::Private::AskedBy(const OrvBookmark& bookmark,
-                                                            const OrvJob& job) const {
+                                                            const std::string& projectPath, const OrvJob& job,
+                                                            std::string* problem) const {
     OrvFilter* filter = context.FindFilter(bookmark.filterId);
     if (filter == nullptr)
         ZOR_THROW(Argument, "It was made with a filter that is not known here (" +
@@ -69,12 +69,37 @@ OrvInterface::Private::Asked OrvInterface::Private::AskedBy(const OrvBookmark& b
     post.FromJson(bookmark.postProcessing, problems);
     if (!problems.empty()) ZOR_THROW(Format, "Not all of its values fit: " + Join(problems, " "));
     Asked asked{filter, RequestFor(input, post)};
+    const CaseFiles files = ReadCaseFiles(bookmark.file, projectPath, job);
     for (const OrvFileId slot : {OrvEvidence, OrvReference}) {
-        OrvFilePtr& file = asked.request.file[slot];
-        if ((file ? file->GetPath() : std::string()) != bookmark.path[slot])
-            file = ReadForSlot(bookmark.path[slot], job);
+        if (!files.file[slot] && !bookmark.file[slot].IsEmpty()) ZOR_THROW(File, Trim(files.problems));
+        asked.request.file[slot] =
+            bookmark.isReferenceEnabled || slot == OrvEvidence ? files.file[slot] : nullptr;
     }
+    if (!files.problems.empty()) *problem = Trim(files.problems);
     return asked;
+}
+
+void OrvInterface::Private::DescribeCase(OrvReport& report) const {
+    const OrvCaseData& data = report.project.GetCaseData();
+    report.caseData = {{"Case", data.title},
+                       {"Examiner", data.examiner},
+                       {"Reviewer", data.reviewer},
+                       {"Question", data.question},
+                       {"Limits of the examination", data.limits}};
+    if (data.exhibits.empty()) return;
+    report.exhibits = {{"Number", "File", "Received from", "Received on", "SHA-256", "Expected hash"}};
+    for (const OrvExhibit& exhibit : data.exhibits) {
+        FileHashes hashes{{}, {}, exhibit.file.sha256};
+        {
+            const std::lock_guard lock(mutex);
+            if (const auto known = knownHashes.find(exhibit.file.sha256); known != knownHashes.end())
+                hashes = known->second;
+        }
+        const std::string check = HashCheckText(exhibit.expectedHash, hashes);
+        report.exhibits.push_back({exhibit.number, PathName(exhibit.file.path), exhibit.receivedFrom,
+                                   exhibit.receivedOn, exhibit.file.sha256,
+                                   check.empty() ? "none given" : check});
+    }
 }
 
 OrvReportSection OrvInterface::Private::ReportedSection(const Asked& asked, const OrvJob& job) {
@@ -112,6 +137,8 @@ void OrvInterface::Private::GenerateReport(std::string path, OrvReportContents c
     for (const OrvFileId slot : {OrvEvidence, OrvReference}) report.files[slot] = asked.analysed[slot];
     report.project = asked.project;
     report.contents = contents;
+    DescribeCase(report);
+    report.logPlace = LogPlaceText(log.GetPlace());
     // The place is tried before hours of work, and nothing stands there before all of it is done.
     FileWriter page(path);
     ReportBuilder builder(report, job);
@@ -128,10 +155,13 @@ void OrvInterface::Private::GenerateReport(std::string path, OrvReportContents c
     for (const OrvBookmark& bookmark : bookmarks) {
         const OrvJob part = piece(bookmark.name);
         try {
-            OrvReportSection section = ReportedSection(AskedBy(bookmark, part), part);
+            std::string problem;
+            OrvReportSection section =
+                ReportedSection(AskedBy(bookmark, report.project.GetPath(), part, &problem), part);
             section.isBookmark = true;
             section.title = bookmark.name;
             section.note = bookmark.note;
+            if (!problem.empty()) section.note += (section.note.empty() ? "" : "\n") + problem;
             builder.Add(section);
         } catch (const ZorException& exception) {
             if (exception.GetKind() == ZorException::Kind::Aborted) throw;
@@ -152,6 +182,7 @@ void OrvInterface::Private::GenerateReport(std::string path, OrvReportContents c
     else
         page.Add(DocumentToHtml(document));
     page.Finish();
+    NoteFile("Report written", path);
     auto event = std::make_unique<OrvCommandEvent>(OrvEventGenerateReport);
     // The string asks for the report to be opened; a report that is not is told as a message.
     const bool opens = !isDefault || options.OpensReports();

@@ -64,6 +64,7 @@ ReportBuilder::ReportBuilder(const OrvReport& report, const OrvJob& job) : m_rep
             break;
         }
     m_document.dateLine = DateLine();
+    if (!report.logPlace.empty()) m_document.dateLine += " Log: " + report.logPlace + ".";
     std::vector<ReportBlock>& blocks = m_document.blocks;
     Append(blocks, Introduction(PathName(report.project.GetPath())));
     blocks.emplace_back(ReportHeading{2, "Contents"});

@@ -32,6 +32,7 @@ struct OrvReport {
     // The examiner's texts on the case and the exhibits: what and its value, in order. Rows without a value are left out.
     std::vector<std::pair<std::string, std::string>> caseData;
     std::vector<std::vector<std::string>> exhibits;  // row 0 holds the labels
+    std::string logPlace;  // where the program's log stood; "" where there is none. Stands beside the date.
 };
 
 // Makes a report of what is handed to it piece by piece, so that no more than one filter's result has to be held. Pictures are kept as

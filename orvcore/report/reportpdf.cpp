@@ -444,6 +444,8 @@ void WriteReportPdf(const ReportDocument& document, const std::function<void(con
     const Surface surface(cairo_pdf_surface_create_for_stream(&Taker::Take, &taker, kPageWidth, kPageHeight));
     cairo_pdf_surface_set_metadata(surface.get(), CAIRO_PDF_METADATA_TITLE, document.title.c_str());
     cairo_pdf_surface_set_metadata(surface.get(), CAIRO_PDF_METADATA_CREATOR, "Orvane");
+    // For programs, which do not read what is drawn: where the log stood.
+    cairo_pdf_surface_set_metadata(surface.get(), CAIRO_PDF_METADATA_SUBJECT, document.dateLine.c_str());
     const Context context(cairo_create(surface.get()));
     try {
         Pages(context.get(), document, job, true, pageOf).Run(0.3, 1.0);

@@ -41,6 +41,7 @@ OrvMainFrame::OrvMainFrame(OrvInterface* core, const AppVersion& version, const 
       m_core(core),
       m_progressStartTimer(this),
       m_progressUpdateTimer(this),
+      m_autosaveTimer(this),
       m_version(version),
       m_helpNode(std::make_unique<OrvHelpNode>("Main Window", wxString())) {
     m_layoutPath = PathToWx(GetAppDocumentsPath()) + wxFileName::GetPathSeparator() + "settings" +
@@ -60,6 +61,7 @@ OrvMainFrame::OrvMainFrame(OrvInterface* core, const AppVersion& version, const 
     LoadLayout();
     m_auiManager->Update();
     BindEvents();
+    StartProjectKeeping();
     SetAcceleratorTable(OrvGuiCommandRegistry::GetAcceleratorTableGlobal());
     UpdateTitle();
     // The keyboard starts in the tree, where every shortcut works; a text field would keep some of them.
@@ -70,6 +72,8 @@ OrvMainFrame::~OrvMainFrame() {
     SaveLayout();
     // From here on no event of the core has anybody to show it to.
     m_core->SetProgressHandler(nullptr);
+    m_core->SetViewSource({});
+    m_autosaveTimer.Stop();
     m_progressStartTimer.Stop();
     m_progressUpdateTimer.Stop();
     m_auiManager->UnInit();
@@ -174,7 +178,10 @@ void OrvMainFrame::OnCloseEvent(wxCloseEvent& event) {
         m_isAskingToClose = false;
         // The end of the core stops the work, and nobody is told of it any more.
         if (answer != wxYES) return;
+        // Otherwise saving would have to wait for it.
+        m_core->AbortProcessing();
     }
+    if (!MayCloseWithProject(event)) return;
     OnCloseWindow(event);
     if (!m_restartScheduled) return;
     const wxString program = wxStandardPaths::Get().GetExecutablePath();

@@ -4,6 +4,7 @@
 #include <wx/timer.h>
 #include <wx/weakref.h>
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <vector>
@@ -73,7 +74,17 @@ class ORVGUI_API OrvMainFrame : public wxFrame, public OrvProgressHandler, publi
     void OpenEditPanel(OrvFileId) {}  // deliberately empty
     void SetStatusField(OrvStatusField field, const wxString& text) override;
 
+    // Asks about what a run of the program that crashed has left behind; whether a project is being opened from it.
+    bool OfferRecovery();
+    // How often unsaved work is kept against a crash; a minute from the start.
+    void SetAutosaveInterval(int milliseconds);
+
   private:
+    void StartProjectKeeping();
+    wxString AskForProjectPath();  // "" when the user cancelled
+    // Goes on with what would lose unsaved work: at once where there is none or the user gives it up, after it was saved, or not.
+    void AfterUnsavedWork(const std::function<void()>& next);
+    bool MayCloseWithProject(wxCloseEvent& event);
     void ConfigureStatusBar();
     void ConfigureDockArt();
     void CreatePanes();
@@ -137,12 +148,15 @@ class ORVGUI_API OrvMainFrame : public wxFrame, public OrvProgressHandler, publi
     FilePanel* m_referencePanel = nullptr;
     wxTimer m_progressStartTimer;
     wxTimer m_progressUpdateTimer;
+    wxTimer m_autosaveTimer;
+    std::function<void()> m_afterSave;  // what the user wanted before he was asked to save
+    bool m_isCloseSettled = false;      // the user has decided what becomes of unsaved work
     OpenDialogs m_openDialogs;
     OrvProgressDialog* m_progressDialog = nullptr;
     bool m_isUpdatingProgress = false;
-    std::vector<wxWindow*> m_blocked;  // what the progress dialog keeps from being used; our children
+    std::vector<wxWindow*> m_blocked;   // what the progress dialog keeps from being used; our children
     wxWeakRef<wxWindow> m_focusBefore;  // what had the keyboard before the progress dialog
-    wxSize m_normalSize{1024, 768};    // the last one that was neither maximised nor iconised
+    wxSize m_normalSize{1024, 768};     // the last one that was neither maximised nor iconised
     enum class StartMaximised { No, Wanted, Seen };
     StartMaximised m_startMaximised = StartMaximised::No;
     bool m_isAskingToClose = false;

@@ -45,31 +45,6 @@ void OrvMainFrame::OnMenuFileOpen(wxCommandEvent& event) {
     GetFilePanel(event.GetId() == OrvCmdOpenEvidence ? OrvEvidence : OrvReference)->Browse();
 }
 
-void OrvMainFrame::OnMenuFileNewProject(wxCommandEvent&) {
-    m_core->NewProject();
-}
-
-void OrvMainFrame::OnMenuFileOpenProject(wxCommandEvent&) {
-    const wxString filter = wxString::Format(_("%s Project file (*.zop)|*.zop|All files (*.*)|*.*"),
-                                             ToWx(m_version.GetAppName()));
-    const wxString path = OrvFileLoadSelector(_("Choose a project to load"), wxString(), filter);
-    if (!path.empty()) m_core->LoadProject(path);
-}
-
-void OrvMainFrame::OnMenuFileSaveProject(wxCommandEvent& event) {
-    const wxString path = m_core->GetProject().GetFilename();
-    if (path.empty()) return OnMenuFileSaveProjectAs(event);
-    m_core->SaveProject(path);
-}
-
-void OrvMainFrame::OnMenuFileSaveProjectAs(wxCommandEvent&) {
-    const wxString name =
-        ProposeProjectName(m_core->GetProject().GetFilename(), m_core->GetFilename(OrvEvidence));
-    const wxString path = OrvFileSaveSelector(
-        _("Choose a file to save"), name, _("Zorvex Orvane Project file (*.zop)|*.zop|All files (*.*)|*.*"));
-    if (!path.empty()) m_core->SaveProject(path);
-}
-
 void OrvMainFrame::OnMenuFileSaveResultAs(wxCommandEvent&) {
     if (!CheckLicence(kTrialRefusesCommand, this)) return;
     const wxString path = OrvFileSaveSelector(_("Select a file to save to..."), m_core->GetExportFilename(),

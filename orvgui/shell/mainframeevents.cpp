@@ -10,6 +10,7 @@
 #include "orvgui/common/webconsent.h"
 #include "orvgui/pages/filtergui.h"
 #include "orvgui/pages/orvviewerpanel.h"
+#include "orvgui/pages/pageview.h"
 #include "orvgui/shell/commandregistry.h"
 #include "orvgui/shell/filepanel.h"
 #include "orvgui/shell/filterspanel.h"
@@ -95,6 +96,7 @@ int CommandOfAction(int action) {
 void OrvMainFrame::RefreshFilePanels() {
     m_evidencePanel->SetImage();
     m_referencePanel->SetImage();
+    if (m_projectTree) m_projectTree->RefreshFiles();
 }
 
 void OrvMainFrame::OnConfigureStarted(OrvCommandEvent& event) {
@@ -127,7 +129,10 @@ void OrvMainFrame::OnConfigureCompleted(OrvCommandEvent& event) {
         RefreshFilePanels();  // a result may have made a cache folder
     }
     m_core->PostResponse();
-    if (!m_exitScheduled && page) ChangePage(page, page->GetFilter()->GetActiveConfiguration());
+    if (!m_exitScheduled && page) {
+        ChangePage(page, page->GetFilter()->GetActiveConfiguration());
+        if (const auto view = m_core->TakeViewToShow(page->GetFilter())) ShowPageView(page, *view);
+    }
     UpdateTitle();
 }
 
@@ -154,6 +159,7 @@ void OrvMainFrame::OnActionCompleted(OrvCommandEvent& event) {
         page->UpdateAfterAction(event.GetInt(), error, event.GetParameters());
     if (error != 0) {
         DestroyProgress();
+        m_afterSave = {};
         OrvMessageBox(event.GetString(), _("Error"), wxOK, this);
     }
     m_core->PostResponse();
@@ -193,6 +199,8 @@ void OrvMainFrame::OnCommandLoadProject(OrvCommandEvent&) {
     RefreshPictureStatus();
     UpdateTitle();
     m_core->PostResponse();
+    // A project brings its own filter configurations.
+    m_filtersPanel->UpdateTreebook(true);
     if (!m_projectTree) return;
     m_projectTree->RefreshProject();
     m_projectTree->SelectFirstBookmark();
@@ -202,6 +210,8 @@ void OrvMainFrame::OnCommandSaveProject(OrvCommandEvent&) {
     DestroyProgress();
     m_core->PostResponse();
     UpdateTitle();
+    if (m_projectTree) m_projectTree->RefreshProject();
+    if (const auto next = std::exchange(m_afterSave, {})) next();
 }
 
 void OrvMainFrame::OnCommandGenerateReport(OrvCommandEvent& event) {

@@ -2,6 +2,15 @@
 
 #include <gmock/gmock.h>
 
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "orvcore/model/casefilesearch.h"
+#include "orvcore/model/log.h"
+#include "orvcore/model/projectlock.h"
+#include "tests/support/fulldisk.h"
 #include "tests/support/testcore.h"
 
 using testing::HasSubstr;
@@ -74,13 +83,22 @@ TEST_F(Project, AnUnreadableProjectChangesNothing) {
         {"", "not loaded"},
         {good.substr(0, good.size() / 2), "not loaded"},
         {"{}", "not a project file"},
-        {R"({"format":"orvane-project","version":2})", "newer version"},
+        {R"({"format":"orvane-project","version":3,"program":"Orvane 9.1"})",
+         "newer version of the program (Orvane 9.1, project format 3"},
         {R"({"format":"orvane-project","version":4294967297})", "newer version"},
         {R"({"format":"orvane-project","version":1,"bookmarks":[1]})", "bookmark"},
         {R"({"format":"orvane-project","version":1,"bookmarks":{}})", "bookmarks"},
         {R"({"format":"orvane-project","version":1,"evidence":{"path":{"hex":1}}})", "path"},
         {R"({"format":"orvane-project","version":1,"evidence":{"path":{"hex":"6"}}})", "path"},
         {R"({"format":"orvane-project","version":1,"evidence":{"path":{"hex":"zz"}}})", "path"},
+        {R"({"format":"orvane-project","version":2,"evidence":{"path":"a\u0000b"}})", "path"},
+        {R"({"format":"orvane-project","version":2,"bookmarks":[{"view":{"zoom":1e99}}]})", "zoom"},
+        {R"({"format":"orvane-project","version":2,"bookmarks":[{"view":{"mode":-2}}]})", "mode"},
+        {R"({"format":"orvane-project","version":2,"bookmarks":[{"view":{"selection":{"x":1.5}}}]})",
+         "\"x\""},
+        {R"({"format":"orvane-project","version":2,"case":{"exhibits":[[]]}})", "exhibit"},
+        {R"({"format":"orvane-project","version":2,"marks":[{"kind":"ellipse"}]})", "mark"},
+        {R"({"format":"orvane-project","version":2,"state":7})", "state"},
     };
     for (const auto& [text, expected] : files) {
         WriteFile(folder / "bad.zop", text);
@@ -100,12 +118,22 @@ TEST_F(Project, MissingAndChangedFilesAreToldAndTheRestIsOpened) {
     Load(reference, OrvReference);
     const std::string oldHash = core->GetFile(OrvEvidence)->GetSha256();
     SaveProject(folder / "case.zop");
+    core->NewProject();
+    ASSERT_TRUE(sink.PumpUntilIdle());
     folder.WritePicture("a.png", 99);
     std::filesystem::remove(reference);
+    std::string shownWhenTold = "nothing was told";
+    sink.handle = [&](OrvCommandEvent& event) {
+        if (event.GetError() != 0) shownWhenTold = FromWx(core->GetFilename(OrvEvidence));
+        core->PostResponse();
+    };
 
     const std::string told = LoadProject(folder / "case.zop");
     EXPECT_THAT(told, HasSubstr("b.png"));
     EXPECT_THAT(told, HasSubstr("has changed"));
+    EXPECT_EQ(shownWhenTold, "") << "told before the changed file is shown";
+    EXPECT_EQ(core->GetProject().GetFileSha256(OrvEvidence), oldHash) << "what was remembered stays";
+    EXPECT_EQ(core->GetProject().GetFilePath(OrvReference), reference) << "what is missing is not forgotten";
     EXPECT_THAT(told, HasSubstr(oldHash));
     ASSERT_TRUE(core->HasFile(OrvEvidence));
     EXPECT_THAT(told, HasSubstr(core->GetFile(OrvEvidence)->GetSha256()));
@@ -131,4 +159,372 @@ TEST_F(Project, NothingIsSavedOverALoadedFile) {
                     HasSubstr("never written to"));
     }
     EXPECT_EQ(ReadFile(evidence), bytes);
+}
+
+// Everything that a project keeps, through its text and back.
+TEST(ProjectText, KeepsEverything) {
+    OrvProject project;
+    const OrvCaseFile file{"/a/\xFF.jpg", "../\xFF.jpg", 1234567890123, std::string(64, 'a')};
+    project.SetFile(OrvEvidence, file);
+    OrvBookmark bookmark;
+    bookmark.name = "n";
+    bookmark.note = "a\nb";
+    bookmark.filterId = "error-level";
+    bookmark.filterVersion = 7;
+    bookmark.programVersion = "Orvane 1";
+    bookmark.madeOn = "2026-11-22T07:33:08Z";
+    bookmark.input = Json{{"quality", 90}};
+    bookmark.file[OrvReference] = file;
+    bookmark.isReferenceEnabled = false;
+    bookmark.view = {3, false, 2.5, 100.25, 50.5, {1, 2, 3, 4}};
+    bookmark.thumbnail = std::make_shared<const std::string>(std::string("\0\xFFjpeg", 6));
+    project.EditBookmarks().push_back(bookmark);
+    OrvCaseData data{"title", "examiner", "reviewer", "question\n?", "limits", {}};
+    data.Set({file, "7", "police", "yesterday", "SHA-1 abc"});
+    project.SetCaseData(data);
+    project.SetAnnotations({{OrvAnnotation::Kind::Arrow, file.sha256, {5, 6, -7, 8}, "here"}});
+    OrvProjectState state;
+    state.configurations = Json{{"format", "x"}};
+    state.filterId = "noise";
+    state.view = {-1, true, 1.0, 0.0, 0.0, {}};
+    state.isReferenceEnabled = false;
+    state.logPlace = {"orvane-000003.log", 12, std::string(64, 'b')};
+    project.SetState(state);
+
+    const OrvProject read = OrvProject::FromText(project.ToText());
+    EXPECT_EQ(read.ToText(), project.ToText());
+    EXPECT_EQ(read.GetFile(OrvEvidence), file);
+    EXPECT_EQ(read.GetCaseData(), data);
+    EXPECT_EQ(read.GetAnnotations(), project.GetAnnotations());
+    EXPECT_EQ(read.GetState().logPlace, state.logPlace);
+    EXPECT_EQ(read.GetState().filterId, "noise");
+    ASSERT_EQ(read.GetBookmarks().size(), 1U);
+    const OrvBookmark& back = read.GetBookmarks()[0];
+    EXPECT_EQ(back.view, bookmark.view);
+    EXPECT_EQ(back.file[OrvReference], file);
+    EXPECT_EQ(back.filterVersion, 7);
+    EXPECT_FALSE(back.isReferenceEnabled);
+    ASSERT_TRUE(back.thumbnail);
+    EXPECT_EQ(*back.thumbnail, *bookmark.thumbnail);
+}
+
+TEST(CaseData, ExhibitsBelongToBytes) {
+    OrvCaseData data;
+    const OrvCaseFile file{"/a.jpg", {}, 1, std::string(64, '1')};
+    OrvCaseFile moved = file;
+    moved.path = "/b.jpg";
+    OrvCaseFile changed = file;
+    changed.sha256 = std::string(64, '2');
+    data.Set({file, "1", "", "", ""});
+    EXPECT_EQ(data.Find(moved)->number, "1");
+    EXPECT_EQ(data.Find(changed)->number, "1") << "last seen at this place";
+    EXPECT_EQ(data.Find({"/c.jpg", {}, 1, std::string(64, '3')}), nullptr);
+    data.Set({moved, "2", "", "", ""});
+    ASSERT_EQ(data.exhibits.size(), 1U);
+    data.Set({moved, "", "", "", ""});
+    EXPECT_TRUE(data.IsEmpty());
+}
+
+TEST(CaseData, ExpectedHashesAreReadAsPeopleWriteThem) {
+    const FileHashes hashes{"00112233445566778899aabbccddeeff", "00112233445566778899aabbccddeeff00112233",
+                            "00112233445566778899aabbccddeeff00112233445566778899aabbccddeeff"};
+    const std::pair<std::string, OrvHashCheck> cases[] = {
+        {"", OrvHashCheck::NotGiven},
+        {" 00112233445566778899AABBCCDDEEFF\n", OrvHashCheck::Matches},
+        {"md5: 00:11:22:33:44:55:66:77:88:99:aa:bb:cc:dd:ee:ff", OrvHashCheck::Matches},
+        {"SHA-1 00112233 44556677 8899aabb ccddeeff 00112233", OrvHashCheck::Matches},
+        {"sha256=" + hashes.sha256, OrvHashCheck::Matches},
+        {hashes.sha256.substr(1) + "0", OrvHashCheck::Differs},
+        {"sha1 " + hashes.sha256, OrvHashCheck::Unreadable},
+        {hashes.md5.substr(1), OrvHashCheck::Unreadable},
+        {"see the receipt", OrvHashCheck::Unreadable},
+    };
+    for (const auto& [text, expected] : cases) {
+        EXPECT_EQ(CheckExpectedHash(ParseExpectedHash(text), hashes), expected) << text;
+        EXPECT_EQ(HashCheckText(text, hashes).empty(), expected == OrvHashCheck::NotGiven) << text;
+    }
+    EXPECT_THAT(HashCheckText(cases[5].first, hashes), HasSubstr(hashes.sha256));
+}
+
+TEST_F(Project, ABookmarkBringsBackTheViewAndSaysWhatIsNew) {
+    OrvViewState shown{2, false, 3.0, 4.0, 5.0, {1, 1, 2, 2}};
+    core->SetViewSource([&shown] { return shown; });
+    Load(folder.WritePicture("a.png", 10));
+    Configure(5);
+    core->AddBookmark("one", "");
+    core->AddBookmark("two", "");
+    ASSERT_TRUE(sink.PumpUntilIdle());
+    ASSERT_EQ(core->GetProject().GetBookmarks().size(), 2U);
+    const OrvBookmark made = core->GetProject().GetBookmarks()[0];
+    EXPECT_EQ(made.view, shown);
+    EXPECT_TRUE(made.thumbnail);
+    EXPECT_EQ(made.file[OrvEvidence].sha256, core->GetFile(OrvEvidence)->GetSha256());
+    EXPECT_EQ(SaveProject(folder / "case.zop"), "");
+
+    Load(folder.WritePicture("b.png", 20));
+    Configure(1);
+    ASSERT_TRUE(sink.PumpUntilIdle());
+    EXPECT_EQ(SaveProject(folder / "case.zop"), "");
+    EXPECT_FALSE(core->TakeViewToShow(probe));
+    EXPECT_EQ(FailureOf([&] { core->ShowBookmark(0); }), "");
+    EXPECT_EQ(core->TakeViewToShow(probe), shown);
+    EXPECT_FALSE(core->TakeViewToShow(probe)) << "once";
+    EXPECT_EQ(probe->GetParametersInput().Get<int>("value"), 5);
+    EXPECT_TRUE(core->GetProject().IsSaved()) << "looking changes nothing";
+
+    folder.WritePicture("a.png", 30);
+    Load("");
+    EXPECT_THAT(FailureOf([&] { core->ShowBookmark(0); }),
+                testing::AllOf(HasSubstr("has changed"), HasSubstr(made.file[OrvEvidence].sha256)));
+    const std::string text = ReadFile(folder / "case.zop");
+    const std::string version = "\"filterVersion\": 1";
+    ASSERT_THAT(text, HasSubstr(version));
+    std::string older = text;
+    older.replace(older.find(version), version.size(), "\"filterVersion\": 9");
+    WriteFile(folder / "older.zop", older);
+    LoadProject(folder / "older.zop");
+    folder.WritePicture("a.png", 10);
+    EXPECT_THAT(FailureOf([&] { core->ShowBookmark(0); }), HasSubstr("version 9 of the filter"));
+}
+
+TEST_F(Project, BookmarksMoveAndChangesAreTakenBack) {
+    const auto names = [this] {
+        EXPECT_TRUE(sink.PumpUntilIdle());
+        std::string all;
+        for (const OrvBookmark& bookmark : core->GetProject().GetBookmarks()) all += bookmark.name;
+        return all;
+    };
+    for (const char* name : {"a", "b", "c"}) core->AddBookmark(name, "");
+    core->MoveBookmark(0, 2);
+    EXPECT_EQ(names(), "bca");
+    core->DeleteBookmark(1);
+    core->EditBookmark(0, "B", "");
+    EXPECT_EQ(names(), "Ba");
+    core->UndoBookmarkChange();
+    core->UndoBookmarkChange();
+    EXPECT_EQ(names(), "bca");
+    for (int i = 0; i < 9; ++i) core->UndoBookmarkChange();
+    EXPECT_EQ(names(), "");
+    EXPECT_FALSE(core->CanUndoBookmarkChange());
+    EXPECT_THAT(FailureOf([&] { core->MoveBookmark(0, 1); }), HasSubstr("no such bookmark"));
+    EXPECT_FALSE(core->CanUndoBookmarkChange()) << "what failed is no change";
+}
+
+TEST_F(Project, MovedFilesAreFoundByPlaceNameAndHash) {
+    MakeFolder(folder / "case/pictures");
+    std::filesystem::rename(folder.WritePicture("a.png", 10), folder / "case/pictures/a.png");
+    std::filesystem::rename(folder.WritePicture("b.png", 20), folder / "case/pictures/b.png");
+    Load(folder / "case/pictures/a.png");
+    Load(folder / "case/pictures/b.png", OrvReference);
+    SaveProject(folder / "case/case.zop");
+    core->NewProject();
+    ASSERT_TRUE(sink.PumpUntilIdle());
+    std::filesystem::rename(folder / "case", folder / "moved");
+    // A file of the same name and size that is another one, where the right one is looked for first.
+    std::filesystem::rename(folder / "moved/pictures/b.png", folder / "moved/pictures/renamed.png");
+    WriteFile(folder / "moved/b.png",
+              std::string(std::filesystem::file_size(folder / "moved/pictures/renamed.png"), 'x'));
+    EXPECT_EQ(LoadProject(folder / "moved/case.zop"), "");
+    EXPECT_EQ(FromWx(core->GetFilename(OrvEvidence)), folder / "moved/pictures/a.png");
+    EXPECT_EQ(FromWx(core->GetFilename(OrvReference)), folder / "moved/pictures/renamed.png");
+    EXPECT_EQ(core->GetProject().GetFilePath(OrvReference), folder / "moved/pictures/renamed.png");
+}
+
+TEST_F(Project, ConfigurationsComeWithTheProjectAndGoWithIt) {
+    const auto values = [this] {
+        EXPECT_TRUE(sink.PumpUntilIdle());
+        std::string all;
+        for (const OrvFilterConfiguration& one : probe->GetConfigurations())
+            all += ToString(one.GetParameters().Get<int>("value")) + (one.IsEnabled() ? " " : "- ");
+        return all;
+    };
+    const auto add = [this](int value) {
+        VecParameter parameters = probe->GetInputPrototype();
+        parameters[0].SetValue(value);
+        core->AddFilterConfiguration(probe, parameters, 1);
+    };
+    add(11);
+    core->EnableFilterConfiguration(probe, 0, false);
+    SaveProject(folder / "case.zop");
+    core->DeleteFilterConfiguration(probe, 1);
+    core->EnableFilterConfiguration(probe, 0, true);
+    ASSERT_EQ(values(), "0 ");
+    EXPECT_EQ(LoadProject(folder / "case.zop"), "");
+    EXPECT_EQ(values(), "0- 11 ");
+    EXPECT_TRUE(core->GetProject().IsSaved());
+    add(12);
+    EXPECT_EQ(values(), "0- 12 11 ");
+    EXPECT_FALSE(core->GetProject().IsSaved());
+    SaveProject(folder / "case.zop");
+    core->NewProject();
+    EXPECT_EQ(values(), "0 ") << "the user's own again";
+    LoadProject(folder / "case.zop");
+    EXPECT_EQ(values(), "0- 12 11 ");
+}
+
+TEST_F(Project, AFullDiskAndAReadOnlyFolderLeaveTheOldProject) {
+    Load(folder.WritePicture("a.png"));
+    MakeFolder(folder / "sub");
+    const std::string path = folder / "sub/case.zop";
+    EXPECT_EQ(SaveProject(path), "");
+    const std::string before = ReadFile(path);
+    core->AddBookmark(ToWx(std::string(100000, 'x')), "");
+    ASSERT_TRUE(sink.PumpUntilIdle());
+    {
+        const FullDisk disk(20000);
+        EXPECT_THAT(SaveProject(path), HasSubstr("case.zop"));
+    }
+    EXPECT_EQ(ReadFile(path), before);
+    EXPECT_FALSE(core->GetProject().IsSaved());
+    if (geteuid() != 0) {  // who may everything is not stopped
+        std::filesystem::permissions(folder / "sub",
+                                     std::filesystem::perms::owner_read | std::filesystem::perms::owner_exec);
+        EXPECT_NE(SaveProject(path), "");
+        std::filesystem::permissions(folder / "sub", std::filesystem::perms::owner_all);
+        EXPECT_EQ(ReadFile(path), before);
+    }
+    EXPECT_EQ(SaveProject(path), "");
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder / "sub"), {}), 2)
+        << "the project and its lock";
+}
+
+// Another instance is a lock of its own: it belongs to the open file, not to the process.
+TEST_F(Project, TheSecondInstanceIsTold) {
+    const std::string path = folder / "case.zop";
+    Load(folder.WritePicture("a.png"));
+    EXPECT_EQ(SaveProject(path), "");
+    EXPECT_FALSE(OrvProjectLock::Take(path).lock) << "held as long as the project is open";
+    core->NewProject();
+    ASSERT_TRUE(sink.PumpUntilIdle());
+    EXPECT_FALSE(FileExists(folder / ".case.zop.lock")) << "nothing is left behind";
+
+    OrvProjectLock::Attempt other = OrvProjectLock::Take(path);
+    ASSERT_TRUE(other.lock);
+    std::filesystem::create_symlink(path, folder / "link.zop");
+    EXPECT_THAT(LoadProject(folder / "link.zop"), HasSubstr("open in another window"));
+    const std::string told = LoadProject(path);
+    EXPECT_THAT(told, testing::AllOf(HasSubstr("open in another window"),
+                                     HasSubstr("process " + ToString(static_cast<int>(getpid())))));
+    EXPECT_TRUE(core->HasFile(OrvEvidence)) << "to be looked at";
+    const std::string before = ReadFile(path);
+    core->AddBookmark("b", "");
+    EXPECT_THAT(SaveProject(path), HasSubstr("another name"));
+    EXPECT_EQ(ReadFile(path), before);
+    EXPECT_EQ(SaveProject(folder / "copy.zop"), "");
+    other.lock.reset();
+    EXPECT_EQ(SaveProject(path), "") << "the other one is closed";
+    // A lock file that a crash left is no lock.
+    WriteFile(folder / ".old.zop.lock", "somebody");
+    EXPECT_TRUE(OrvProjectLock::Take(folder / "old.zop").lock);
+    // Nor is a link in its place followed.
+    std::filesystem::create_symlink(folder / "victim", folder / ".x.zop.lock");
+    EXPECT_FALSE(OrvProjectLock::Take(folder / "x.zop").lock);
+    EXPECT_FALSE(FileExists(folder / "victim"));
+}
+
+namespace {
+
+// A process of its own that works on a case until it is killed.
+constexpr const char* kChildFolder = "ORVANE_TEST_CHILD_FOLDER";
+
+class Child {
+  public:
+    explicit Child(const std::string& folder) {
+        int ends[2];
+        if (pipe(ends) != 0) return;
+        m_pid = fork();
+        if (m_pid == 0) {
+            dup2(ends[1], STDOUT_FILENO);
+            setenv(kChildFolder, folder.c_str(), 1);
+            execl("/proc/self/exe", "child", "--gtest_filter=RecoveryChild.DISABLED_WorksUntilItIsKilled",
+                  "--gtest_also_run_disabled_tests", nullptr);
+            _exit(1);
+        }
+        close(ends[1]);
+        std::string told;
+        char letter = 0;
+        while (told.find("KEPT") == std::string::npos && read(ends[0], &letter, 1) == 1) told += letter;
+        close(ends[0]);
+        isReady = told.find("KEPT") != std::string::npos;
+    }
+    void Kill() {
+        kill(m_pid, SIGKILL);
+        int status = 0;
+        waitpid(m_pid, &status, 0);
+        wasKilled = WIFSIGNALED(status);
+    }
+    bool isReady = false;
+    bool wasKilled = false;
+
+  private:
+    pid_t m_pid = -1;
+};
+
+}  // namespace
+
+TEST(RecoveryChild, DISABLED_WorksUntilItIsKilled) {
+    const char* folder = getenv(kChildFolder);
+    if (folder == nullptr) GTEST_SKIP();
+    wxAppConsole::SetInstance(new wxAppConsole);
+    OrvInterface core;
+    core.SetEventConsumer([](OrvCommandEvent&) {});
+    core.SetFile(PathToWx(std::string(folder) + "/a.png"), OrvEvidence);
+    core.SaveProject(PathToWx(std::string(folder) + "/case.zop"));
+    core.AddBookmark("after the last save", "note");
+    core.WaitIdle();
+    core.Autosave();
+    core.GetRecovery().Wait();
+    std::printf("KEPT\n");
+    std::fflush(stdout);
+    sleep(60);
+}
+
+TEST_F(Project, WorkOfAKilledProgramIsOfferedAndRecovered) {
+    folder.WritePicture("a.png", 77);
+    EXPECT_TRUE(core->GetRecovery().List().empty());
+    Child child(folder.Path());
+    ASSERT_TRUE(child.isReady);
+    EXPECT_TRUE(core->GetRecovery().List().empty()) << "it still runs";
+    child.Kill();
+    ASSERT_TRUE(child.wasKilled);
+    const auto left = core->GetRecovery().List();
+    ASSERT_EQ(left.size(), 1U);
+    EXPECT_EQ(left[0].projectPath, folder / "case.zop");
+
+    EXPECT_EQ(FailureOf([&] { core->RecoverProject(left[0]); }), "") << "the killed one holds no lock";
+    ASSERT_EQ(core->GetProject().GetBookmarks().size(), 1U);
+    EXPECT_EQ(core->GetProject().GetBookmarks()[0].name, "after the last save");
+    EXPECT_EQ(FromWx(core->GetFilename(OrvEvidence)), folder / "a.png");
+    EXPECT_EQ(core->GetProject().GetPath(), folder / "case.zop");
+    EXPECT_TRUE(core->GetProject().HasUnsavedWork());
+    EXPECT_TRUE(core->GetRecovery().List().empty());
+    EXPECT_FALSE(std::filesystem::is_empty(folder / "documents/recovery")) << "kept by us until it is saved";
+    EXPECT_EQ(SaveProject(folder / "case.zop"), "");
+    EXPECT_TRUE(std::filesystem::is_empty(folder / "documents/recovery"));
+}
+
+TEST_F(Project, OnlyUnsavedWorkIsKept) {
+    const auto kept = [this] {
+        core->Autosave();
+        core->GetRecovery().Wait();
+        return FolderExists(folder / "documents/recovery") &&
+               !std::filesystem::is_empty(folder / "documents/recovery");
+    };
+    EXPECT_FALSE(kept());
+    Load(folder.WritePicture("a.png"));
+    EXPECT_FALSE(kept()) << "a file that was only opened is no work";
+    core->SetCaseData({"title", "", "", "", "", {}});
+    ASSERT_TRUE(sink.PumpUntilIdle());
+    EXPECT_TRUE(kept());
+    core->NewProject();
+    ASSERT_TRUE(sink.PumpUntilIdle());
+    EXPECT_FALSE(kept()) << "given up";
+
+    // A folder that cannot be written is told once.
+    std::filesystem::remove_all(folder / "documents/recovery");
+    WriteFile(folder / "documents/recovery", "in the way");
+    core->AddBookmark("b", "");
+    EXPECT_EQ(FailureOf([&] { kept(); }), "");
+    EXPECT_THAT(FailureOf([&] { kept(); }), HasSubstr("cannot be kept against a crash"));
+    EXPECT_EQ(FailureOf([&] { kept(); }), "");
 }

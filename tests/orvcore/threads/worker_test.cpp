@@ -200,7 +200,7 @@ TEST_F(Worker, SavesReportsAndBookmarksTakeWhatWasThereWhenAsked) {
     EXPECT_NE(ReadFile(table).find(sum), std::string::npos) << ReadFile(table);
     EXPECT_NE(ReadFile(report).find(sum), std::string::npos);
     ASSERT_EQ(core->GetProject().GetBookmarks().size(), 1U);
-    EXPECT_EQ(core->GetProject().GetBookmarks()[0].path[OrvEvidence], first);
+    EXPECT_EQ(core->GetProject().GetBookmarks()[0].file[OrvEvidence].path, first);
     EXPECT_EQ(Shown(), 3000);
     EXPECT_EQ(Asked(), 3000);
     EXPECT_EQ(probe->GetResult()->file[OrvEvidence], core->GetFile(OrvEvidence));

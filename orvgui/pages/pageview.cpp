@@ -1,0 +1,84 @@
+#include "orvgui/pages/pageview.h"
+
+#include <wx/weakref.h>
+
+#include <cmath>
+
+#include "orvgui/pages/filterguiviewer.h"
+#include "orvgui/viewer/canvas.h"
+#include "orvgui/viewer/selectorpanel.h"
+#include "orvgui/viewer/toolpanel.h"
+#include "orvgui/viewer/windowproperties.h"
+#include "orvgui/viewer/zoompanel.h"
+
+namespace {
+
+void ShowSelection(OrvToolPanel& tools, const Roi& selection, Canvas* canvas) {
+    SelectorPanel* selector = tools.GetSelectorPanel();
+    if (selector == nullptr) return;
+    if (selection.IsEmpty()) {
+        if (!selector->IsSelector(canvas)) return;
+        wxCommandEvent none;
+        selector->OnRemoveSelection(none);
+    } else {
+        selector->SetSelector(IntPair{selection.x, selection.y}, selection.width, selection.height, true,
+                              canvas);
+        selector->RefreshValues();
+    }
+}
+
+void ShowZoom(OrvFilterGuiViewer& page, const OrvViewState& view) {
+    Canvas* canvas = page.GetCanvasFromActiveWin();
+    OrvToolPanel* tools = page.GetOrvToolPanel();
+    if (canvas == nullptr || tools == nullptr || !canvas->HasImage()) return;
+    if (view.isFit) {
+        page.WindowFit();
+    } else {
+        tools->GetZoomPanel()->SetZoom(static_cast<int>(std::lround(view.centreX)),
+                                       static_cast<int>(std::lround(view.centreY)), view.zoom, canvas);
+        tools->GetZoomPanel()->ShowFit(false);
+        if (const WindowProperties* shared = GetSharedWindowProperties();
+            shared != nullptr && shared->syncViews)
+            page.WindowSync();
+    }
+    ShowSelection(*tools, view.selection, canvas);
+}
+
+}  // namespace
+
+OrvViewState ReadPageView(OrvFilterGui* page) {
+    OrvViewState view;
+    auto* viewer = dynamic_cast<OrvFilterGuiViewer*>(page);
+    OrvToolPanel* tools = viewer != nullptr ? viewer->GetOrvToolPanel() : nullptr;
+    Canvas* canvas = tools != nullptr ? viewer->GetCanvasFromActiveWin() : nullptr;
+    const WindowProperties* shared = GetSharedWindowProperties();
+    if (canvas == nullptr || shared == nullptr || !canvas->HasImage()) return view;
+    view.mode = tools->GetZoomPanel()->GetWindowSplitMode();
+    view.isFit = tools->GetZoomPanel()->IsFitShown() || !(shared->zoom > 0.0);
+    if (!view.isFit) {
+        view.zoom = shared->zoom;
+        const IntPair centre = canvas->GetViewCentre();
+        view.centreX = centre.x;
+        view.centreY = centre.y;
+    }
+    const IntRect selection = tools->GetSelectorPanel()->GetSelector(canvas);
+    view.selection = {selection.x, selection.y, selection.width, selection.height};
+    return view;
+}
+
+void ShowPageView(OrvFilterGui* page, const OrvViewState& view) {
+    auto* viewer = dynamic_cast<OrvFilterGuiViewer*>(page);
+    OrvToolPanel* tools = viewer != nullptr ? viewer->GetOrvToolPanel() : nullptr;
+    if (tools == nullptr) return;
+    ZoomPanel* zoom = tools->GetZoomPanel();
+    if (view.mode >= 0 && view.mode < zoom->GetWindowSplitChoices() &&
+        view.mode != zoom->GetWindowSplitMode()) {
+        zoom->SetWindowSplitVal(view.mode);
+        viewer->WindowSplit();
+    }
+    // Another mode gives the canvases other sizes, which they learn from events that are on their way.
+    const wxWeakRef<wxWindow> window(page);
+    page->CallAfter([window, viewer, view] {
+        if (window && window->IsShown()) ShowZoom(*viewer, view);
+    });
+}
