@@ -291,7 +291,8 @@ TEST_F(Project, BookmarksMoveAndChangesAreTakenBack) {
     const auto names = [this] {
         EXPECT_TRUE(sink.PumpUntilIdle());
         std::string all;
-        for (const OrvBookmark& bookmark : core->GetProject().GetBookmarks()) all += bookmark.name;
+        const OrvProject project = core->GetProject();
+        for (const OrvBookmark& bookmark : project.GetBookmarks()) all += bookmark.name;
         return all;
     };
     for (const char* name : {"a", "b", "c"}) core->AddBookmark(name, "");
