@@ -60,6 +60,10 @@ class Narrator {
                 Add(false, "The file's content credentials are damaged: no manifest can be read from them.",
                     m_report.store);
                 break;
+            case Presence::Unread:
+                TellAll(Answer::Unknown, m_report.warnings.front());
+                Add(false, m_report.warnings.front(), m_report.store);
+                break;
             case Presence::Embedded:
                 JudgeSignature();
                 JudgeContent();

@@ -89,7 +89,11 @@ Report ReadProvenance(ByteSpan file, const ProvenanceTrust& trust, const Provena
     const StoreSearch search = FindStores(file);
     if (options.metadata != nullptr) report.remoteReference = RemoteReference(*options.metadata);
     if (!search.stores.empty()) report.store = search.stores.front().shell.front();
-    if (search.stores.empty()) {
+    if (!search.unread.empty()) {
+        report.presence = Presence::Unread;
+        report.store = search.unread.front().place;
+        report.warnings.push_back(search.unread.front().why);
+    } else if (search.stores.empty()) {
         report.presence = report.remoteReference.empty() ? Presence::None : Presence::Remote;
     } else if (!search.IsLegal()) {
         report.presence = Presence::Several;
@@ -105,5 +109,6 @@ Report ReadProvenance(ByteSpan file, const ProvenanceTrust& trust, const Provena
 }
 
 bool HasProvenance(ByteSpan file) {
-    return !FindStores(file).stores.empty();
+    const StoreSearch search = FindStores(file);
+    return !search.stores.empty() || !search.unread.empty();
 }

@@ -113,8 +113,9 @@ enum class Presence {
     None,
     Remote,  // the metadata points to credentials elsewhere; never fetched
     Embedded,
-    Several,    // more than one store: none of them may count
-    Unreadable  // there is a store, and no manifest can be read from it
+    Several,     // more than one store: none of them may count
+    Unreadable,  // there is a store, and no manifest can be read from it
+    Unread       // in a kind of file from which credentials are not read here
 };
 
 enum class Answer { NotThere, Unknown, No, Partly, Yes };

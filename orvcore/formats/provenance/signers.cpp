@@ -10,8 +10,9 @@ namespace {
 
 class Signer {
   public:
-    Signer(const DecodedManifest& decoded, const ProvenanceTrust& trust, Manifest& shown, const Tell& tell)
-        : m_decoded(decoded), m_trust(trust), m_shown(shown), m_tell(tell) {}
+    Signer(const DecodedManifest& decoded, const ProvenanceTrust& trust,
+           const std::vector<ByteSpan>& laterStamps, Manifest& shown, const Tell& tell)
+        : m_decoded(decoded), m_trust(trust), m_laterStamps(laterStamps), m_shown(shown), m_tell(tell) {}
 
     void Run(ByteSpan bytes, Budget& budget) {
         m_signature = ReadSignature(bytes, m_decoded.claimBytes, budget.items);
@@ -67,26 +68,34 @@ class Signer {
     }
 
     void CheckStamps() {
-        std::vector<std::uint8_t> over =
+        const std::vector<std::uint8_t> ofClaim =
             SignedBytes("CounterSignature", m_signature.protectedBytes, m_decoded.claimBytes);
-        for (const ByteSpan& stamp : m_signature.stampsOfClaim) CheckOneStamp(stamp, over);
-        if (m_signature.stampsOfSignature.empty()) return;
+        for (const ByteSpan& stamp : m_signature.stampsOfClaim) TakeStamp(CheckStamp(stamp, ofClaim), {});
+        if (m_signature.stampsOfSignature.empty() && m_laterStamps.empty()) return;
         std::vector<std::uint8_t> payload;
         AppendCborBytes(payload, m_signature.signature);
-        over = SignedBytes("CounterSignature", m_signature.protectedBytes, payload);
-        for (const ByteSpan& stamp : m_signature.stampsOfSignature) CheckOneStamp(stamp, over);
+        const std::vector<std::uint8_t> ofSignature =
+            SignedBytes("CounterSignature", m_signature.protectedBytes, payload);
+        for (const ByteSpan& stamp : m_signature.stampsOfSignature)
+            TakeStamp(CheckStamp(stamp, ofSignature), {});
+        // What a later manifest adds was made over the bare signature by some programs.
+        for (const ByteSpan& stamp : m_laterStamps) {
+            StampResult result = CheckStamp(stamp, ofSignature);
+            if (result.outcome == StampResult::Outcome::Mismatch)
+                result = CheckStamp(stamp, m_signature.signature);
+            TakeStamp(result, "It stands in a later manifest.");
+        }
     }
 
-    void CheckOneStamp(ByteSpan bytes, ByteSpan over) {
-        const StampResult result = CheckStamp(bytes, over);
+    void TakeStamp(const StampResult& result, const std::string& more) {
         TimeStamp stamp{result.time, result.authority, result.outcome == StampResult::Outcome::Intact, false};
         if (!stamp.isIntact) {
             m_tell(result.outcome == StampResult::Outcome::Mismatch ? "timeStamp.mismatch"
                                                                     : "timeStamp.malformed",
-                   result.reason);
+                   Join({result.reason, more}, " "));
         } else {
             m_tell("timeStamp.validated",
-                   "It says " + UtcText(result.time) + ", by " + result.authority + ".");
+                   Trim("It says " + UtcText(result.time) + ", by " + result.authority + ". " + more));
             if (!result.isInsideValidity) m_tell("timeStamp.outsideValidity", {});
             if (!m_trust.anchors.IsEmpty(CertificateRole::TimeStamp)) {
                 std::string reason;
@@ -170,6 +179,7 @@ class Signer {
 
     const DecodedManifest& m_decoded;
     const ProvenanceTrust& m_trust;
+    const std::vector<ByteSpan>& m_laterStamps;
     Manifest& m_shown;
     const Tell& m_tell;
     CoseSignature m_signature;
@@ -184,7 +194,8 @@ class Signer {
 }  // namespace
 
 void VerifySigner(const StoredManifest& stored, const DecodedManifest& decoded, const ProvenanceTrust& trust,
-                  Budget& budget, Manifest& shown, const Tell& tell) {
+                  const std::vector<ByteSpan>& laterStamps, Budget& budget, Manifest& shown,
+                  const Tell& tell) {
     const auto address = ParseAddress(decoded.signatureUrl);
     const bool isOwn = address && (address->manifest.empty() || address->manifest == stored.label);
     const JumbfBox* box = isOwn && !address->path.empty() ? Resolve(stored, address->path) : nullptr;
@@ -195,7 +206,7 @@ void VerifySigner(const StoredManifest& stored, const DecodedManifest& decoded, 
         tell("claimSignature.missing", {});
         return;
     }
-    Signer(decoded, trust, shown, tell).Run(content->Payload(stored.bytes), budget);
+    Signer(decoded, trust, laterStamps, shown, tell).Run(content->Payload(stored.bytes), budget);
 }
 
 }  // namespace provenance

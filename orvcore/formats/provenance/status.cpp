@@ -178,6 +178,8 @@ std::string Report::Summary() const {
             return "Several stores: none counts";
         case Presence::Unreadable:
             return "Damaged";
+        case Presence::Unread:
+            return "Present, not read";
         default:
             break;
     }

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <map>
 #include <set>
+#include <string_view>
 
 #include "orvcore/formats/jpegwalk.h"
 #include "orvcore/formats/provenance/jumbf.h"
@@ -253,6 +254,48 @@ class TiffWalk {
     std::set<std::uint64_t> m_seen;
 };
 
+// The end of a chain of sub-blocks that begins at `position`.
+std::size_t EndOfSubBlocks(ByteSpan file, std::size_t position) {
+    while (position < file.size() && file[position] != 0) position += 1 + file[position];
+    return std::min(position + 1, file.size());
+}
+
+// An application extension of its own name.
+void FindInGif(ByteSpan file, StoreSearch& search) {
+    const auto paletteSize = [](std::uint32_t flags) {
+        return (flags & 0x80) != 0 ? std::size_t{6} << (flags & 7) : 0;
+    };
+    std::size_t position = 13 + paletteSize(ByteAt(file, 10));
+    while (position + 2 < file.size() && search.unread.size() < kMaxStores) {
+        const std::size_t begin = position;
+        if (file[position] == 0x21) {
+            position = EndOfSubBlocks(file, position + 2);
+            if (file[begin + 1] == 0xFF && StartsWith(file, begin + 3, "C2PA_GIF", 8))
+                search.unread.push_back(
+                    {{begin, position - begin},
+                     "The file holds content credentials, but from a GIF they are not read here: neither what they say nor "
+                     "whether they hold can be told."});
+        } else if (file[position] == 0x2C && file.size() - position > 11) {
+            position += 10 + paletteSize(file[position + 9]);
+            position = position < file.size() ? EndOfSubBlocks(file, position + 1) : file.size();
+        } else {
+            return;
+        }
+    }
+}
+
+// The name that marks an embedded file as a store; it may stand in a packed object, where it is not seen.
+void FindInPdf(ByteSpan file, StoreSearch& search) {
+    static constexpr std::string_view kName = "/C2PA_Manifest";
+    const void* found = memmem(file.data(), file.size(), kName.data(), kName.size());
+    if (found == nullptr) return;
+    const auto at = static_cast<std::size_t>(static_cast<const std::uint8_t*>(found) - file.data());
+    search.unread.push_back(
+        {{at, kName.size()},
+         "The file names an embedded file as its content credentials, but from a PDF they are not read here: neither what "
+         "they say nor whether they hold can be told."});
+}
+
 Container DetectContainer(ByteSpan file) {
     static constexpr std::uint8_t kPng[] = {0x89, 'P', 'N', 'G', 13, 10, 26, 10};
     static constexpr std::uint8_t kJpegXl[] = {0, 0, 0, 12, 'J', 'X', 'L', ' ', 13, 10, 0x87, 10};
@@ -261,6 +304,8 @@ Container DetectContainer(ByteSpan file) {
     };
     if (file.size() < 16) return Container::Unknown;
     if (Big16(file, 0) == 0xFFD8) return Container::Jpeg;
+    if (StartsWith(file, 0, "GIF8", 4)) return Container::Gif;
+    if (StartsWith(file, 0, "%PDF", 4)) return Container::Pdf;
     if (starts(kPng)) return Container::Png;
     if (starts(kJpegXl)) return Container::JpegXl;
     if (Big32(file, 4) == BoxCode("ftyp")) return Container::Bmff;
@@ -355,6 +400,12 @@ StoreSearch FindStores(ByteSpan file) {
             break;
         case Container::Sidecar:
             search.stores.push_back(OnePiece({0, file.size()}, {0, file.size()}));
+            break;
+        case Container::Gif:
+            FindInGif(file, search);
+            break;
+        case Container::Pdf:
+            FindInPdf(file, search);
             break;
         case Container::Unknown:
             break;

@@ -10,7 +10,7 @@
 // Where a file keeps its content credentials: the manifest store, found in the container's own way. Pure; any thread.
 namespace provenance {
 
-enum class Container { Unknown, Jpeg, Png, Bmff, Webp, Tiff, JpegXl, Sidecar };
+enum class Container { Unknown, Jpeg, Png, Bmff, Webp, Tiff, JpegXl, Sidecar, Gif, Pdf };
 
 struct FileRange {
     std::size_t offset = 0;
@@ -52,15 +52,22 @@ std::vector<MediaBox> ListMediaBoxes(ByteSpan file, FileRange range, bool& isWho
 // Whether it is a box of content credentials (its extended type says so).
 bool IsCredentialBox(ByteSpan file, const MediaBox& box);
 
+// Credentials in a kind of file from which they are not read.
+struct UnreadStore {
+    FileRange place;
+    std::string why;  // a sentence
+};
+
 struct StoreSearch {
     Container container = Container::Unknown;
-    std::vector<FoundStore> stores;  // in file order
+    std::vector<FoundStore> stores;   // in file order
+    std::vector<UnreadStore> unread;  // GIF and PDF
     // One store, or in media boxes one "original" and one "update".
     bool IsLegal() const;
 };
 
 // Looks at headers, segments up to the first scan, chunks, boxes and directories, never at picture data: its time does not
-// depend on the picture's size.
+// depend on the picture's size, but for GIF, whose blocks are stepped over, and PDF, which is searched for one word.
 StoreSearch FindStores(ByteSpan file);
 
 }  // namespace provenance

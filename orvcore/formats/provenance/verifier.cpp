@@ -10,6 +10,7 @@ namespace {
 
 constexpr std::size_t kMaxStatuses = 20000;
 constexpr std::size_t kMaxThumbnails = 64;
+constexpr std::size_t kMaxLaterStamps = 8;  // for one signature
 
 bool IsBlank(ByteSpan bytes) {
     return std::all_of(bytes.begin(), bytes.end(), [](std::uint8_t byte) { return byte == 0; });
@@ -60,11 +61,12 @@ void Verifier::Run(const StoreSearch& search) {
     for (const std::string& fault : m_stored.faults) Tell("general.error", m_report.active, nullptr, fault);
     FollowIngredients();
     CheckRedactions();
+    CollectStamps();
     for (const std::size_t index : m_order) VerifyManifest(index);
     // Who signed the others is shown; what is wrong with them is nothing against this file.
     for (std::size_t i = 0; i < m_stored.list.size(); ++i)
         if (!m_report.manifests[i].isReached && m_decoded[i].claim)
-            VerifySigner(m_stored.list[i], m_decoded[i], m_trust, m_budget, m_report.manifests[i],
+            VerifySigner(m_stored.list[i], m_decoded[i], m_trust, {}, m_budget, m_report.manifests[i],
                          [](const char*, const std::string&) {});
     CheckContent();
 }
@@ -114,6 +116,28 @@ void Verifier::CheckRedactions() {
     }
 }
 
+// Time stamps that a manifest holds for the signatures of others: a map of label and token. A stamp proves itself, whoever carries it.
+void Verifier::CollectStamps() {
+    bool isAnyLost = false;
+    for (const std::size_t index : m_order) {
+        for (const auto& [box, record] : m_decoded[index].records) {
+            if (BaseLabel(box->label) != "c2pa.time-stamp" || !record.IsMap()) continue;
+            for (std::size_t i = 0; i + 1 < record.items.size(); i += 2) {
+                const auto found = m_stored.Find(std::string(record.items[i].Text()));
+                if (!found || !record.items[i + 1].IsBytes()) {
+                    isAnyLost = true;
+                    continue;
+                }
+                std::vector<ByteSpan>& stamps = m_laterStamps[*found];
+                if (stamps.size() < kMaxLaterStamps) stamps.push_back(record.items[i + 1].content);
+            }
+        }
+    }
+    if (isAnyLost)
+        m_report.warnings.emplace_back(
+            "A time stamp is held for a manifest that is not in the file, or is none.");
+}
+
 void Verifier::Tell(const std::string& code, std::size_t manifest, const JumbfBox* box,
                     const std::string& more, const std::string& subject) {
     if (m_report.statuses.size() >= kMaxStatuses) return;
@@ -153,7 +177,7 @@ void Verifier::VerifyManifest(std::size_t index) {
         Tell(fault, index, nullptr, fault == decoded.faults.front() ? decoded.faultDetail : std::string());
     if (!decoded.claim) return;
     VerifySigner(
-        m_stored.list[index], decoded, m_trust, m_budget, m_report.manifests[index],
+        m_stored.list[index], decoded, m_trust, m_laterStamps[index], m_budget, m_report.manifests[index],
         [this, index](const char* code, const std::string& more) { Tell(code, index, nullptr, more); });
     CheckAssertions(index);
     CheckRules(index);

@@ -31,6 +31,7 @@ class Verifier {
     void CheckContent();
     void TakeThumbnails(std::size_t index);
     void CheckRedactions();
+    void CollectStamps();
 
     void Tell(const std::string& code, std::size_t manifest, const JumbfBox* box = nullptr,
               const std::string& more = {}, const std::string& subject = {});
@@ -49,8 +50,9 @@ class Verifier {
     StoredManifests m_stored;
     std::vector<DecodedManifest> m_decoded;
     std::vector<std::size_t> m_order;  // of the manifests that are reached, the active one first
-    std::set<std::pair<std::string, std::string>> m_redacted;  // manifest and assertion label
-    std::set<std::pair<std::string, std::string>> m_recorded;  // code and manifest
+    std::set<std::pair<std::string, std::string>> m_redacted;    // manifest and assertion label
+    std::set<std::pair<std::string, std::string>> m_recorded;    // code and manifest
+    std::map<std::size_t, std::vector<ByteSpan>> m_laterStamps;  // of manifests, from records of others
     std::set<std::size_t> m_changed;         // manifests that are not as an ingredient's record states
     std::set<std::size_t> m_intactBindings;  // manifests whose binding is as it was signed
     std::map<std::pair<const JumbfBox*, HashMethod>, std::vector<std::uint8_t>> m_hashes;
