@@ -154,6 +154,10 @@ class OrvInterface {
     void GenerateReport(const wxString& path = wxString());
     void GenerateReport(const wxString& path, OrvReportContents contents);
     void DumpEmbeddedJpgs(const wxString& path);
+    // One picture of a slot's file (number counts those of ReadPicturesInFile from 1) into a file of its own, told like an
+    // extraction; or, with a slot to load it into, loaded there.
+    void ExtractPicture(OrvFileId slot, int number);
+    void LoadPicture(OrvFileId slot, int number, OrvFileId target);
     void DumpImagesFromPdf(const wxString& path, const VecParameter& parameters);
     // Copies files (paths are bytes) into a folder under their own names, overwriting nothing; told like an
     // extraction.

@@ -18,6 +18,29 @@ void OrvInterface::DumpEmbeddedJpgs(const wxString& path) {
     });
 }
 
+namespace {
+
+OrvFilePtr NeedFile(const OrvFilePtr& file) {
+    if (!file) ZOR_THROW(Argument, "No file is loaded there.");
+    return file;
+}
+
+}  // namespace
+
+void OrvInterface::ExtractPicture(OrvFileId slot, int number) {
+    m->Push(OrvCommand::Kind::Other, [this, slot, number](const OrvJob& job) {
+        m->TellFolder(PathFolder(ExtractPictureInFile(*NeedFile(m->slots.Get(slot)), number, job)));
+    });
+}
+
+void OrvInterface::LoadPicture(OrvFileId slot, int number, OrvFileId target) {
+    m->Push(OrvCommand::Kind::Slot, [this, slot, number, target](const OrvJob& job) {
+        const std::string path = ExtractPictureInFile(*NeedFile(m->slots.Get(slot)), number, job);
+        m->LoadSlot(target, path, job);
+        m->RunActive({}, job);
+    });
+}
+
 void OrvInterface::DumpImagesFromPdf(const wxString& path, const VecParameter& parameters) {
     m->Push(OrvCommand::Kind::Other, [this, path = PathFromWx(path), parameters](const OrvJob& job) {
         m->TellFolder(ExtractPdfImages(path, parameters, m->options.GetMaximumFileBytes(), job));

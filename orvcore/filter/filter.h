@@ -62,6 +62,9 @@ class OrvFilter {
     // What a result rests on beside the file and the parameters (what the program options say, say), as a text that changes with it. A
     // result that was found under other circumstances is not taken over. Any thread.
     virtual std::string GetSurroundings() const { return {}; }
+    // Whether the rows of its output "table" are pictures that the file holds, their column "Number" counting those of
+    // ReadPicturesInFile from 1, so that they can be taken out and loaded.
+    virtual bool ListsPictures() const { return false; }
     // A filter with one configuration shows no configurations in the tree.
     virtual bool HasSingleConfiguration() const { return m_inputPrototype.empty(); }
 

@@ -109,12 +109,20 @@ std::size_t OrvFilterResult::GetBytes() const {
             add(map.values);
             add(map.mask);
         }
+        for (const Image& thumbnail : result->thumbnails) add(thumbnail.GetMat());
     };
     for (int i = 0; i < kFileSlots; ++i) {
         addResult(computed[i]);
         addResult(slot[i]);
     }
     return bytes;
+}
+
+std::vector<Image> OrvFilterResult::GetThumbnails() const {
+    std::vector<Image> thumbnails;
+    for (const OrvSlotResultPtr& result : slot)
+        if (result) thumbnails.insert(thumbnails.end(), result->thumbnails.begin(), result->thumbnails.end());
+    return thumbnails;
 }
 
 OrvFilterResultPtr OrvFilterResult::MakeLight() const {
@@ -128,7 +136,7 @@ OrvFilterResultPtr OrvFilterResult::MakeLight() const {
         copy->plot.image.Reset();
         for (OrvPlotData& plotData : copy->morePlots) plotData.image.Reset();
         copy->maps.clear();
-        copy->isLight = true;
+        copy->isLight = true;  // thumbnails stay: tables name them
         result = std::move(copy);
     };
     for (int i = 0; i < kFileSlots; ++i) {

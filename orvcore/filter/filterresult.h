@@ -64,6 +64,8 @@ struct OrvSlotResult {
     OrvPlotData plot;                   // what a plot page shows
     std::vector<OrvPlotData> morePlots;
     std::vector<OrvMap> maps;
+    std::vector<Image>
+        thumbnails;          // small, 8 bits; cells of tables name them by their place here (ThumbnailCell)
     bool isSkipped = false;  // the filter said why not before any work; nothing but the verdict is there
     bool isLight = false;  // pictures and maps were let go to save memory; texts, numbers and plots are there
 
@@ -123,6 +125,8 @@ struct OrvFilterResult {
     // What is shown as processed: the output picture, or the first map drawn over its whole image; empty when there is neither. Drawn
     // at the first call, kept for the next.
     Image GetPicture(int ofSlot) const;
+    // The evidence's thumbnails and behind them the reference's: a table of both files counts the latter on (see ShiftThumbnails).
+    std::vector<Image> GetThumbnails() const;
 
     std::shared_ptr<OrvMapPictures> pictures;  // what was drawn; made with the result
 };

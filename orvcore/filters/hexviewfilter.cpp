@@ -11,6 +11,9 @@
 namespace {
 
 constexpr std::size_t kMaxPlaces = 200;
+constexpr std::int64_t kLargestOffset = std::int64_t{1} << 53;
+constexpr int kUsualLength = 4096;
+constexpr int kLargestLength = 65536;
 
 // Where a text (as it is and in UTF-16) or a sequence of bytes stands, one place a line with its part of the file.
 std::string PlacesText(const Bytes& bytes, const FileStructure& structure, const std::string& wanted,
@@ -47,7 +50,7 @@ std::string PlacesText(const Bytes& bytes, const FileStructure& structure, const
 
 }  // namespace
 
-HexViewFilter::HexViewFilter() : OrvFilter("Hex View", "hex-view") {
+HexViewFilter::HexViewFilter() : OrvFilter("Hex View", kId) {
     Describe(
         "File",
         "The bytes of the file as they are, from an offset on: their place, their values in hexadecimal digits, and "
@@ -55,10 +58,9 @@ HexViewFilter::HexViewFilter() : OrvFilter("Hex View", "hex-view") {
         "Texts (also in UTF-16) and sequences of bytes are searched for in the whole file. It shows what other filters summarise and "
         "judges nothing: compressed picture data looks like noise here, whatever was done to it.");
     using enum ParameterType;
-    constexpr std::int64_t kLargestOffset = std::int64_t{1} << 53;
     SetParameters(
         {Parameter::Int64("offset", "Offset (bytes)", 0, 0, kLargestOffset),
-         Parameter::Int("length", "Length (bytes)", 4096, 16, 65536),
+         Parameter::Int("length", "Length (bytes)", kUsualLength, 1, kLargestLength),
          Parameter::Choice("bytesPerLine", "Bytes Per Line", 0, {"16", "32"}),
          Parameter::String("find", "Find", ""),
          Parameter::Choice("findAs", "Find As", 0, {"Text", "Bytes (FF D8)"})},
@@ -66,6 +68,13 @@ HexViewFilter::HexViewFilter() : OrvFilter("Hex View", "hex-view") {
         {Parameter::Output(OutputString, "range", "Bytes Shown"),
          Parameter::Output(OutputString, "part", "Part Of The File"),
          Parameter::Output(OutputText, "found", "Found At"), Parameter::Output(OutputText, "hex", "Bytes")});
+}
+
+void HexViewFilter::Aim(VecParameter& input, std::uint64_t offset, std::uint64_t count) {
+    const std::uint64_t length = count == 0 ? kUsualLength : std::min<std::uint64_t>(count, kLargestLength);
+    input.Find("offset")->SetValue(
+        static_cast<std::int64_t>(std::min<std::uint64_t>(offset, std::uint64_t{kLargestOffset})));
+    input.Find("length")->SetValue(static_cast<int>(length));
 }
 
 void HexViewFilter::Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,

@@ -21,6 +21,7 @@ class PicturesInFileFilter : public OrvFilterImage {
     std::string WhyNot(const OrvLoadedFile& file, const VecParameter&) const override {
         return IsReadableFormat(file.GetInfo().format) ? "" : "Not a picture that is read";
     }
+    bool ListsPictures() const override { return true; }
 
   protected:
     void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,

@@ -4,6 +4,8 @@
 #include "orvcore/filters/filterlist.h"
 #include "orvcore/formats/provenance/provenance.h"
 #include "orvcore/model/trust.h"
+#include "orvcore/tables/tablemarkup.h"
+#include "orvcore/tools/folder/thumbnail.h"
 #include "zorbase/text.h"
 #include "zorbase/utf8.h"
 
@@ -12,6 +14,8 @@ namespace {
 using namespace provenance;
 
 constexpr const char* kDash = "-";
+constexpr int kPictureSide = 150;  // pixels
+constexpr std::size_t kMaxPictures = 100;
 
 std::string OrDash(const std::string& text) {
     return text.empty() ? kDash : text;
@@ -37,42 +41,68 @@ std::string PlaceText(const FileRange& place) {
     return place.size == 0 ? std::string(kDash) : std::to_string(place.offset);
 }
 
+std::string SizeText(const FileRange& place) {
+    return place.size == 0 ? std::string(kDash) : std::to_string(place.size);
+}
+
+// A row of texts as they are; the first one marked.
+std::vector<std::string> TextRow(CellMark mark, const std::vector<std::string>& texts) {
+    std::vector<std::string> row;
+    for (const std::string& text : texts) row.push_back(MarkCell(row.empty() ? mark : CellMark::None, text));
+    return row;
+}
+
 ::TableString LineageTable(const Report& report) {
     ::TableString table = {{"What", "Name", "Detail", "Source Type", "Status", "Offset", "Bytes"}};
     for (const LineageRow& row : report.lineage) {
-        std::string indent;
-        for (int i = 0; i < row.depth; ++i) indent += "    ";
-        table.push_back({indent + row.what, row.name, row.detail, row.sourceType, row.status,
-                         PlaceText(row.place), std::to_string(row.place.size)});
+        const std::string indent(4 * static_cast<std::size_t>(row.depth), ' ');
+        table.push_back(TextRow(row.what == "Fault" ? CellMark::StandsOut : CellMark::None,
+                                {indent + row.what, row.name, row.detail, row.sourceType, row.status,
+                                 PlaceText(row.place), SizeText(row.place)}));
     }
     return table;
 }
 
 ::TableString CheckTable(const Report& report) {
     static constexpr const char* kWords[] = {"Holds", "Note", "Fault"};
-    ::TableString table = {{"Result", "Check", "About", "Meaning", "Offset"}};
-    for (const Status& status : report.statuses)
-        table.push_back({status.wasRecorded ? "Fault, known to the later signer"
-                                            : kWords[static_cast<int>(status.severity)],
-                         status.code, OrDash(status.subject), status.sentence, PlaceText(status.place)});
+    ::TableString table = {{"Result", "Check", "About", "Meaning", "Offset", "Bytes"}};
+    for (const Status& status : report.statuses) {
+        const bool isFault = status.severity == Severity::Failure && !status.wasRecorded;
+        table.push_back(TextRow(isFault ? CellMark::StandsOut : CellMark::None,
+                                {status.wasRecorded ? "Fault, known to the later signer"
+                                                    : kWords[static_cast<int>(status.severity)],
+                                 status.code, OrDash(status.subject), status.sentence,
+                                 PlaceText(status.place), SizeText(status.place)}));
+    }
     return table;
 }
 
 ::TableString MarkTable(const Report& report) {
-    ::TableString table = {{"Mark", "Where", "Written By", "Known From", "Vouched For", "Offset"}};
-    for (const Mark& mark : report.marks)
-        table.push_back({mark.text, mark.where, OrDash(mark.writer), OrDash(mark.source),
-                         mark.isSigned ? "By the signer" : "By nobody",
-                         mark.place ? PlaceText(*mark.place) : std::string(kDash)});
+    ::TableString table = {{"Mark", "Where", "Written By", "Known From", "Vouched For", "Offset", "Bytes"}};
+    for (const Mark& mark : report.marks) {
+        const FileRange place = mark.place.value_or(FileRange{});
+        table.push_back(
+            TextRow(CellMark::None,
+                    {mark.text, mark.where, OrDash(mark.writer), OrDash(mark.source),
+                     mark.isSigned ? "By the signer" : "By nobody", PlaceText(place), SizeText(place)}));
+    }
     return table;
 }
 
-::TableString ThumbnailTable(const Report& report) {
-    ::TableString table = {{"Thumbnail", "Kind", "Dimensions", "Offset", "Bytes"}};
+// The pictures that the credentials carry, each with the manifest that it belongs to; what cannot be decoded has no picture.
+::TableString ThumbnailTable(const Report& report, const OrvJob& job, std::vector<Image>& pictures) {
+    ::TableString table = {{"Picture", "Thumbnail", "Of Manifest", "Kind", "Dimensions", "Offset", "Bytes"}};
     for (const Thumbnail& thumbnail : report.thumbnails) {
         const ImageInfo info = ReadImageInfo(thumbnail.bytes);
+        const Image picture =
+            pictures.size() < kMaxPictures ? MakeThumbnail(thumbnail.bytes, kPictureSide, job) : Image();
+        if (picture.IsValid()) pictures.push_back(picture);
+        const Manifest& manifest = report.manifests[thumbnail.manifest];
         table.push_back(
-            {ToValidUtf8(thumbnail.label), ToValidUtf8(thumbnail.mediaType),
+            {picture.IsValid() ? ThumbnailCell(static_cast<int>(pictures.size()) - 1) : std::string(kDash),
+             TableCell(ToValidUtf8(thumbnail.label)),
+             TableCell(manifest.title.empty() ? manifest.label : manifest.title),
+             TableCell(ToValidUtf8(thumbnail.mediaType)),
              info.width > 0 ? ToString(info.width) + " x " + ToString(info.height) : "Cannot be read",
              PlaceText(thumbnail.place), std::to_string(thumbnail.bytes.size())});
     }
@@ -140,6 +170,8 @@ class ProvenanceFilter : public OrvFilter {
         options.between = [&job] { job.CheckAbort(); };
         const Report report = ReadProvenance(file.GetBytes(), trust->settings, options);
         Show(report, *trust, result);
+        if (!report.thumbnails.empty())
+            result.Set("thumbnails", ThumbnailTable(report, job, result.thumbnails));
         Decide(report, result);
     }
 
@@ -150,8 +182,9 @@ class ProvenanceFilter : public OrvFilter {
         for (const char* name : {"lineage", "marks", "checks", "thumbnails"}) {
             ::TableString table;
             if (reference != nullptr) {
-                AddRows(evidence, name, "Evidence", table);
-                AddRows(reference, name, "Reference", table);
+                AddRows(evidence, name, "Evidence", 0, table);
+                AddRows(reference, name, "Reference",
+                        evidence != nullptr ? static_cast<int>(evidence->thumbnails.size()) : 0, table);
             }
             output.Find(name)->ClearReference();
             if (!table.empty()) output.Find(name)->SetValue(table);
@@ -159,19 +192,26 @@ class ProvenanceFilter : public OrvFilter {
     }
 
   private:
-    static void AddRows(const OrvSlotResult* slot, const char* name, const char* file, ::TableString& table) {
+    static void AddRows(const OrvSlotResult* slot, const char* name, const char* file, int firstPicture,
+                        ::TableString& table) {
         const Parameter* parameter = slot != nullptr ? slot->output.Find(name) : nullptr;
         if (parameter == nullptr || !parameter->IsSet()) return;
         const auto& rows = parameter->Get<::TableString>();
         for (std::size_t i = table.empty() ? 0 : 1; i < rows.size(); ++i) {
-            table.push_back(rows[i]);
-            table.back().insert(table.back().begin(), i == 0 ? "File" : file);
+            std::vector<std::string> row = rows[i];
+            for (std::string& cell : row) cell = ShiftThumbnail(cell, firstPicture);
+            row.insert(row.begin(), i == 0 ? "File" : file);
+            table.push_back(std::move(row));
         }
     }
 
     static void Show(const Report& report, const Trust& trust, OrvSlotResult& result) {
-        static constexpr const char* kPresence[] = {"None", "Kept elsewhere, not fetched", "Present",
-                                                    "Present several times", "Present, damaged"};
+        static constexpr const char* kPresence[] = {"None",
+                                                    "Kept elsewhere, not fetched",
+                                                    "Present",
+                                                    "Present several times",
+                                                    "Present, damaged",
+                                                    "Present, not read"};
         result.Set("present", kPresence[static_cast<int>(report.presence)]);
         result.Set("verdict", report.Summary());
         const Manifest* active = report.Active();
@@ -198,7 +238,6 @@ class ProvenanceFilter : public OrvFilter {
         if (!report.lineage.empty()) result.Set("lineage", LineageTable(report));
         if (!report.marks.empty()) result.Set("marks", MarkTable(report));
         if (!report.statuses.empty()) result.Set("checks", CheckTable(report));
-        if (!report.thumbnails.empty()) result.Set("thumbnails", ThumbnailTable(report));
         if (!report.manifests.empty()) result.Set("claims", ClaimsText(report));
     }
 

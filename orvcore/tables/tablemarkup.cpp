@@ -41,6 +41,12 @@ std::string ThumbnailCell(int number) {
     return std::string(kThumbnail) + ToString(number);
 }
 
+std::string ShiftThumbnail(const std::string& cell, int by) {
+    const ParsedCell parsed = ParseCell(cell);
+    return parsed.mark == CellMark::Thumbnail && parsed.thumbnail >= 0 ? ThumbnailCell(parsed.thumbnail + by)
+                                                                       : cell;
+}
+
 ParsedCell ParseCell(std::string_view cell) {
     ParsedCell parsed;
     if (cell.starts_with(kThumbnail)) {

@@ -24,6 +24,8 @@ std::string TableCell(const std::string& value);
 // The same, marked StandsOut or Doubtful; with None it is TableCell.
 std::string MarkCell(CellMark mark, const std::string& value);
 std::string ThumbnailCell(int number);
+// The cell, its thumbnail's number raised by `by` when it is one; for tables whose pictures are put behind those of others.
+std::string ShiftThumbnail(const std::string& cell, int by);
 
 ParsedCell ParseCell(std::string_view cell);
 // The text of a column label.

@@ -2,6 +2,7 @@
 
 #include <wx/string.h>
 
+#include <cstdint>
 #include <vector>
 
 #include "orvgui/common/orvgui.h"
@@ -24,6 +25,8 @@ class ORVGUI_API OrvFrameHost {
     // Widths of a table's columns in pixels, kept over a restart; empty for an unknown key.
     virtual std::vector<int> GetListControlColumnsWidth(const wxString& key) const = 0;
     virtual void SetListControlColumnsWidth(const wxString& key, const std::vector<int>& widths) = 0;
+    // Goes to the page that shows a file's bytes, at an offset. count: how many are meant, 0 when that is not known.
+    virtual void ShowBytes(std::uint64_t offset, std::uint64_t count) = 0;
 };
 
 // The main window of the running program, null when there is none.

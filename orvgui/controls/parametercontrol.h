@@ -9,6 +9,7 @@
 
 #include "orvgui/common/orvgui.h"
 #include "zorbase/parameter.h"
+#include "zorimage/image.h"
 
 // The widgets that show or edit one Parameter. A control makes its widgets when it is constructed, as
 // children of the parent window, which owns them; the control itself belongs to whoever asked
@@ -28,6 +29,8 @@ class ORVGUI_API ParameterControl {
     virtual wxWindow* GetControl() { return nullptr; }
     // Shows this value. The parameter must be of the type that the control was made for.
     virtual void SetControlValue(const Parameter& parameter) = 0;
+    // The pictures that the value's cells may name, before the value is set; for tables.
+    virtual void SetThumbnails(const std::vector<Image>&) {}
     // The value now shown; the last valid one where the text in the field is no value.
     virtual Parameter GetControlValue() const = 0;
     // Drops what was typed but not taken, and shows the value again.

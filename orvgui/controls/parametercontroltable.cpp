@@ -4,6 +4,9 @@
 
 #include <algorithm>
 
+#include "orvcore/tables/byteplaces.h"
+#include "orvcore/tables/tablemarkup.h"
+#include "orvgui/common/framehost.h"
 #include "orvgui/tables/listctrl.h"
 
 namespace {
@@ -12,6 +15,14 @@ constexpr int kMaximumRows = 24;  // shown without scrolling
 constexpr int kMaximumColumn = 420;
 constexpr int kMinimumWidth = 320;
 constexpr int kInset = 4;
+
+bool NamesThumbnails(const TableString& table) {
+    return std::any_of(table.begin(), table.end(), [](const std::vector<std::string>& row) {
+        return std::any_of(row.begin(), row.end(), [](const std::string& cell) {
+            return ParseCell(cell).mark == CellMark::Thumbnail;
+        });
+    });
+}
 
 }  // namespace
 
@@ -22,6 +33,9 @@ ParameterControlTableString::ParameterControlTableString(wxWindow* parent, wxGri
                              wxGrid::wxGridSelectRows, wxHORIZONTAL);
     m_list->FitLongestCells(kMaximumColumn);
     m_list->DisableDragRowSize();
+    m_list->SetByteViewer([](const BytePlace& place) {
+        if (OrvFrameHost* frame = GetFrameHost()) frame->ShowBytes(place.offset, place.count.value_or(0));
+    });
     Place(sizer, m_list, Height::Tall);
     ParameterControlTableString::SetControlValue(parameter);
 }
@@ -30,12 +44,23 @@ wxWindow* ParameterControlTableString::GetControl() {
     return m_list;
 }
 
+void ParameterControlTableString::SetThumbnails(const std::vector<Image>& thumbnails) {
+    const bool isSame =
+        std::equal(thumbnails.begin(), thumbnails.end(), m_thumbnails.begin(), m_thumbnails.end(),
+                   [](const Image& a, const Image& b) { return a.GetMat().data == b.GetMat().data; });
+    if (isSame) return;
+    m_thumbnails = thumbnails;
+    m_isFilled = false;  // the same cells may mean other pictures now
+}
+
 void ParameterControlTableString::SetControlValue(const Parameter& parameter) {
     if (m_isFilled && parameter == m_parameter) return;
     m_isFilled = true;
     m_parameter = parameter;
     auto table =
         std::make_shared<const TableString>(parameter.IsSet() ? parameter.Get<TableString>() : TableString());
+    // Only a table with pictures gets rows that are high enough for them.
+    m_list->SetThumbnails(NamesThumbnails(*table) ? m_thumbnails : std::vector<Image>());
     const TableString& before = m_list->GetView().Table();
     const bool staysSorted = m_list->GetSortColumn() >= 0 && !before.empty() && !table->empty() &&
                              before.front() == table->front();

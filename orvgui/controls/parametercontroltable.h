@@ -12,11 +12,13 @@ class ParameterControlTableString : public ParameterControl {
 
     wxWindow* GetControl() override;
     void SetControlValue(const Parameter& parameter) override;
+    void SetThumbnails(const std::vector<Image>& thumbnails) override;
     Parameter GetControlValue() const override { return m_parameter; }
 
   private:
     void FitSize();
 
     OrvListCtrl* m_list;
+    std::vector<Image> m_thumbnails;
     bool m_isFilled = false;
 };

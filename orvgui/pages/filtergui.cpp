@@ -5,9 +5,14 @@
 #include <wx/gdicmn.h>
 #include <wx/intl.h>
 
+#include <algorithm>
+#include <cstdlib>
+
 #include "orvcore/facade/interface.h"
+#include "orvcore/tables/tablemarkup.h"
 #include "orvgui/common/framehost.h"
 #include "orvgui/common/statictext.h"
+#include "orvgui/tables/listctrl.h"
 #include "zorbase/text.h"
 
 namespace {
@@ -29,6 +34,35 @@ void ReadValues(const std::vector<std::unique_ptr<ParameterControl>>& controls, 
     for (std::size_t i = 0; i < controls.size(); ++i) {
         if (controls[i]) parameters[i].Set(controls[i]->GetControlValue());
     }
+}
+
+// What can be done with a row that stands for a picture inside a file.
+std::vector<OrvRowCommand> PictureCommands(const OrvListCtrl& list, int dataRow) {
+    OrvInterface* core = GetInterface();
+    const TableString& table = list.GetView().Table();
+    if (core == nullptr || static_cast<std::size_t>(dataRow) + 1 >= table.size()) return {};
+    const auto& labels = table.front();
+    const auto column = std::find(labels.begin(), labels.end(), "Number");
+    const auto& row = table[static_cast<std::size_t>(dataRow) + 1];
+    const auto index = static_cast<std::size_t>(column - labels.begin());
+    if (index >= row.size()) return {};
+    const int number = std::atoi(ParseCell(row[index]).text.c_str());
+    const bool hasBoth = core->HasFile(OrvEvidence) && core->HasFile(OrvReference);
+    std::vector<OrvRowCommand> commands;
+    for (const OrvFileId slot : {OrvEvidence, OrvReference}) {
+        if (!core->HasFile(slot)) continue;
+        const wxString of = !hasBoth              ? wxString()
+                            : slot == OrvEvidence ? " (" + _("from the evidence") + ")"
+                                                  : " (" + _("from the reference") + ")";
+        const wxString help = _("Takes the picture out of the file, into the documents folder");
+        commands.push_back({_("Load Picture As Evidence") + of, help,
+                            [core, slot, number] { core->LoadPicture(slot, number, OrvEvidence); }});
+        commands.push_back({_("Load Picture As Reference") + of, help,
+                            [core, slot, number] { core->LoadPicture(slot, number, OrvReference); }});
+        commands.push_back(
+            {_("Extract Picture") + of, help, [core, slot, number] { core->ExtractPicture(slot, number); }});
+    }
+    return commands;
 }
 
 }  // namespace
@@ -128,6 +162,12 @@ void OrvFilterGui::CreateControlsPostProcessing() {
 void OrvFilterGui::CreateControlsOutput() {
     for (const Parameter& parameter : m_parametersOutput)
         m_controlsOutput.emplace_back(CreateParameterControl(m_outputParent, m_outputSizer, parameter));
+    if (!m_filter->ListsPictures()) return;
+    for (const auto& control : m_controlsOutput) {
+        auto* list = control ? dynamic_cast<OrvListCtrl*>(control->GetControl()) : nullptr;
+        if (list != nullptr)
+            list->SetRowCommands([list](int dataRow) { return PictureCommands(*list, dataRow); });
+    }
 }
 
 void OrvFilterGui::OnParameterChange(wxCommandEvent& event) {
@@ -145,6 +185,10 @@ void OrvFilterGui::UpdateControlsPostProcessing() {
 }
 
 void OrvFilterGui::UpdateControlsOutput() {
+    const OrvFilterResultPtr result = m_filter->GetResult();
+    const std::vector<Image> thumbnails = result ? result->GetThumbnails() : std::vector<Image>();
+    for (const auto& control : m_controlsOutput)
+        if (control) control->SetThumbnails(thumbnails);
     ShowValues(m_controlsOutput, m_parametersOutput);
 }
 

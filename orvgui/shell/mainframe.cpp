@@ -10,10 +10,14 @@
 #include <wx/translation.h>
 #include <wx/utils.h>
 
+#include <algorithm>
+
 #include "orvcore/facade/interface.h"
+#include "orvcore/filters/hexviewfilter.h"
 #include "orvgui/common/icons.h"
 #include "orvgui/common/messagebox.h"
 #include "orvgui/common/opencverrors.h"
+#include "orvgui/pages/filtergui.h"
 #include "orvgui/pages/orvviewerpanel.h"
 #include "orvgui/pages/pagefactory.h"
 #include "orvgui/shell/commandregistry.h"
@@ -196,6 +200,19 @@ void OrvMainFrame::SetZoom(double zoom) {
 
 void OrvMainFrame::ChangePage(OrvFilterGui* page, int configuration) {
     m_filtersPanel->ChangePage(page, configuration);
+}
+
+void OrvMainFrame::ShowBytes(std::uint64_t offset, std::uint64_t count) {
+    const auto& pages = m_filtersPanel->GetPages();
+    const auto page = std::find_if(pages.begin(), pages.end(), [](const OrvFilterGui* candidate) {
+        return candidate->GetFilter()->GetId() == HexViewFilter::kId;
+    });
+    if (page == pages.end()) return;
+    OrvFilter* filter = (*page)->GetFilter();
+    VecParameter input = filter->GetParametersInput();
+    HexViewFilter::Aim(input, offset, count);
+    m_core->Configure(filter, -1, input, filter->GetParametersPostProcessing(), false);
+    m_filtersPanel->ActivateGui(*page);
 }
 
 void OrvMainFrame::SelectFirstItem() {

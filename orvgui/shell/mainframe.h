@@ -55,6 +55,7 @@ class ORVGUI_API OrvMainFrame : public wxFrame, public OrvProgressHandler, publi
     wxString SaveListControlsColumnsWidth() const;
     std::vector<int> GetListControlColumnsWidth(const wxString& key) const override;
     void SetListControlColumnsWidth(const wxString& key, const std::vector<int>& widths) override;
+    void ShowBytes(std::uint64_t offset, std::uint64_t count) override;
     void UpdateTitle();
     // A tool bar with the one tool "Add Bookmark"; not part of the standard layout. A child of the frame.
     wxAuiToolBar* CreateAuiToolBar();

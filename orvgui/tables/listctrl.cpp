@@ -50,6 +50,7 @@ void OrvListCtrl::CreateListCtrl(wxWindow* parent, ListCtrlView::Source table,
     Create(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxWANTS_CHARS | wxBORDER_THEME);
     Bind(wxEVT_GRID_COL_SORT, &OrvListCtrl::OnColLabelLeftClick, this);
     Bind(wxEVT_GRID_CELL_LEFT_DCLICK, &OrvListCtrl::OnCellLeftDoubleClick, this);
+    Bind(wxEVT_GRID_CELL_RIGHT_CLICK, &OrvListCtrl::OnCellRightClick, this);
     Bind(wxEVT_GRID_COL_SIZE, &OrvListCtrl::OnColSize, this);
     Bind(wxEVT_SIZE, &OrvListCtrl::OnSize, this);
     Bind(wxEVT_CHAR_HOOK, &OrvListCtrl::OnCharHook, this);

@@ -5,6 +5,7 @@
 #include <wx/weakref.h>
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,17 @@
 
 class ListCtrlTable;
 class OrvFrameHost;
+class wxMenu;
+struct BytePlace;
+
+// What can be done with a row, beside what every table offers.
+struct OrvRowCommand {
+    wxString label;
+    wxString help;
+    std::function<void()> run;
+};
+// The commands for a row; dataRow counts the table's rows behind the labels, from 0.
+using OrvRowCommands = std::function<std::vector<OrvRowCommand>(int dataRow)>;
 
 // The read-only table in which every tabular result is shown. Row 0 of a table holds the labels; cells may be marked
 // (orvcore/tables/tablemarkup.h). Sorted by a click on a label; Ctrl+C copies the selection as TSV, Ctrl+F and F3 find, a
@@ -82,6 +94,14 @@ class ORVGUI_API OrvListCtrl : public wxGrid {
     // The details of the cursor's row.
     void ShowDetails();
 
+    // Who shows the bytes that rows tell of (see FindBytePlaces), and further commands of the context menu.
+    void SetByteViewer(std::function<void(const BytePlace&)> show) { m_showBytes = std::move(show); }
+    void SetRowCommands(OrvRowCommands commands) { m_rowCommands = std::move(commands); }
+    // Shows the bytes of a shown row; false when it tells of none or nobody shows them.
+    bool ShowBytes(int row);
+    // The context menu of the cursor's row.
+    std::unique_ptr<wxMenu> CreateRowMenu();
+
     const ListCtrlView& GetView() const;
 
     virtual void OnCellLeftDoubleClick(wxGridEvent& event);
@@ -101,6 +121,7 @@ class ORVGUI_API OrvListCtrl : public wxGrid {
     void CreateListCtrl(wxWindow* parent, ListCtrlView::Source table,
                         wxGrid::wxGridSelectionModes selectionMode);
     void OnCharHook(wxKeyEvent& event);
+    bool OnRowKey(const wxKeyEvent& event);
     void OnFind(wxFindDialogEvent& event);
     void GoToFound(int row, int col);
     void TellNotFound();
@@ -129,6 +150,8 @@ class ORVGUI_API OrvListCtrl : public wxGrid {
     wxFindReplaceData m_findData{wxFR_DOWN};
     wxWeakRef<wxFindReplaceDialog> m_findDialog;
     std::function<void()> m_listener;
+    std::function<void(const BytePlace&)> m_showBytes;
+    OrvRowCommands m_rowCommands;
     ListCtrlTable* m_gridTable = nullptr;  // belongs to the grid
     BackgroundTask m_viewTask{*this};
     BackgroundTask m_findTask{*this};

@@ -52,7 +52,7 @@ void OrvListCtrl::OnCharHook(wxKeyEvent& event) {
         } else {
             Find(m_findData.GetFindString(), event.ShiftDown());
         }
-    } else {
+    } else if (!OnRowKey(event)) {
         event.Skip();
     }
 }
@@ -178,16 +178,4 @@ void OrvListCtrl::OnFind(wxFindDialogEvent& event) {
         return;
     }
     if (!Find(event.GetFindString(), (event.GetFlags() & wxFR_DOWN) == 0)) TellNotFound();
-}
-
-void OrvListCtrl::OnCellLeftDoubleClick(wxGridEvent&) {
-    ShowDetails();
-}
-
-void OrvListCtrl::OnCellRightClick(wxGridEvent&) {}
-
-void OrvListCtrl::ShowDetails() {
-    const int dataRow = GetView().DataRow(GetGridCursorRow());
-    if (dataRow < 0) return;
-    ShowRowDetails(this, GetView().Table(), dataRow);
 }

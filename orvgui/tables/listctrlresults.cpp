@@ -89,7 +89,6 @@ void TellExported(const wxString& file) {
 OrvListCtrlResults::OrvListCtrlResults(wxWindow* parent, ListCtrlView::Source table, int fillMode,
                                        int labelOrientation)
     : OrvListCtrl(parent, std::move(table), fillMode, wxGridSelectRows, labelOrientation) {
-    Bind(wxEVT_GRID_CELL_RIGHT_CLICK, &OrvListCtrlResults::OnCellRightClick, this);
     Bind(wxEVT_CHAR_HOOK, &OrvListCtrlResults::OnMenuKey, this);
     Bind(wxEVT_MENU, &OrvListCtrlResults::OnSelectAllImages, this, OrvListSelectAll);
     Bind(wxEVT_MENU, &OrvListCtrlResults::OnCopyDetails, this, OrvListDetails);

@@ -2,9 +2,13 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "orvcore/formats/embeddedjpegs.h"
 #include "orvcore/formats/pdfimages.h"
+#include "orvcore/formats/structure/picturesinfile.h"
 #include "orvcore/model/loadedfile.h"
+#include "orvcore/tools/newfile.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"
 #include "zorbase/zorexception.h"
@@ -82,5 +86,36 @@ std::string ExtractPdfImages(const std::string& path, const VecParameter& parame
         const PdfDumpResult result = DumpPdfImages(
             file->GetBytes(), folder, ShortenText(PathStem(path), kLongestName), options, job.Part());
         return Finish(folder, !result.files.empty(), result.warnings);
+    });
+}
+
+std::string ExtractPictureInFile(const OrvLoadedFile& file, int number, const OrvJob& job) {
+    return NamingFile(file.GetPath(), [&] {
+        const FileStructure structure = ReadFileStructure(file.GetBytes(), job.Part(0.0, 0.5));
+        const std::vector<FilePicture> pictures = ReadPicturesInFile(file.GetBytes(), structure);
+        if (number < 1 || static_cast<std::size_t>(number) > pictures.size())
+            ZOR_THROW(Argument, "There is no picture number " + ToString(number) + ".");
+        const FilePicture& picture = pictures[static_cast<std::size_t>(number) - 1];
+        if (picture.access == FilePicture::Access::Whole)
+            ZOR_THROW(Argument, "Picture number " + ToString(number) + " is the file's own.");
+        const auto bytes = ExtractFilePicture(file.GetBytes(), picture);
+        if (!bytes)
+            ZOR_THROW(Format, "Picture number " + ToString(number) + " cannot be taken out of the file.");
+        std::string kind = FilePictureKindText(picture.kind);
+        std::replace(kind.begin(), kind.end(), ' ', '-');
+        const std::vector<std::string>& extensions = FormatExtensions(DetectFormat(*bytes));
+        // A name of dots or with a leading one would be hidden, or none.
+        const std::string stem = ShortenText(PathStem(file.GetPath()), kLongestName);
+        const std::string name = (stem.empty() || stem.front() == '.' ? "file" : "") + stem + "-" +
+                                 ToString(number) + "-" + kind + "-at-" +
+                                 ToString(static_cast<std::int64_t>(picture.offset)) + "." +
+                                 (extensions.empty() ? "bin" : extensions.front());
+        const std::string folder = FolderFor(file);
+        MakeFolder(folder);
+        const std::string path = PathJoin(folder, name);
+        if (FileExists(path) && ReadFileBytes(path) == *bytes) return path;
+        NewFile target(folder, name);
+        target.Write(*bytes);
+        return PathJoin(folder, target.Finish());
     });
 }
