@@ -126,3 +126,16 @@ TEST(HexView, TellsThePartAndFindsTextAndBytes) {
     input.Find("find")->SetValue(std::string("xyz"));
     EXPECT_NE(found().find("no sequence"), std::string::npos);
 }
+
+TEST(HexView, IsAimedAtWhatATableTellsOf) {
+    VecParameter input = HexViewFilter().GetInputPrototype();
+    const auto aimed = [&](std::uint64_t offset, std::uint64_t count) {
+        HexViewFilter::Aim(input, offset, count);
+        return std::pair(input.Get<std::int64_t>("offset"), input.Get<int>("length"));
+    };
+    EXPECT_EQ(aimed(123, 4), std::pair(std::int64_t{123}, 4));
+    EXPECT_EQ(aimed(123, 0), std::pair(std::int64_t{123}, 4096));
+    EXPECT_EQ(aimed(0, std::uint64_t{1} << 40), std::pair(std::int64_t{0}, 65536));
+    EXPECT_EQ(aimed(~std::uint64_t{0}, 1).second, 1);
+    EXPECT_GT(aimed(~std::uint64_t{0}, 1).first, std::int64_t{1} << 40);
+}

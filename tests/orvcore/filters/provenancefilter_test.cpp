@@ -1,6 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "orvcore/model/trust.h"
+#include "orvcore/tables/byteplaces.h"
+#include "orvcore/tables/tablemarkup.h"
 #include "tests/orvcore/formats/formatsupport.h"
 #include "tests/orvcore/formats/provenance/storemaker.h"
 #include "tests/support/runfilter.h"
@@ -64,6 +68,42 @@ TEST_F(ProvenanceFilterTest, ShowsBothFilesSideBySide) {
     const auto alone = RunFilter(*filter, folder / "sound.jpg");
     EXPECT_EQ(alone->output.Find("lineage")->Get<::TableString>()[0][0], "What");
     EXPECT_NE(OutputOf(result, "claims").find("\"claim_generator_info\""), std::string::npos);
+}
+
+// Rows lead to the bytes that they tell of, thumbnails are shown, and texts of the file colour nothing.
+TEST_F(ProvenanceFilterTest, ShowsThumbnailsAndLeadsToBytes) {
+    using namespace storemaker;
+    ManifestRecipe recipe;
+    recipe.title = "!loud.jpg";
+    const Bytes small = formatsupport::MakeJpeg({.width = 20, .height = 10, .seed = 5});
+    const Bytes type = Bytes{0} + formatsupport::ToBytes("image/jpeg") + Bytes{0};
+    const Bytes box = Superbox("bfdb", "c2pa.thumbnail.claim", {Box("bfdb", type), Box("bidb", small)});
+    recipe.boxes = {box};
+    const Bytes signedFile = SignedJpeg(picture, recipe, signer);
+    const auto result = RunFilter(*filter, Write("a.jpg", signedFile), Write("b.jpg", signedFile));
+    ASSERT_EQ(result->slot[OrvEvidence]->thumbnails.size(), 1U);
+    EXPECT_EQ(result->slot[OrvEvidence]->thumbnails[0].GetWidth(), 20);
+    EXPECT_EQ(result->GetThumbnails().size(), 2U);
+    EXPECT_EQ(result->MakeLight()->GetThumbnails().size(), 2U);
+    const auto& shown = result->output.Find("thumbnails")->Get<::TableString>();
+    ASSERT_EQ(shown.size(), 3U);
+    EXPECT_EQ(ParseCell(shown[1][1]).thumbnail, 0);
+    EXPECT_EQ(ParseCell(shown[2][1]).thumbnail, 1);
+    const auto places = FindBytePlaces(shown, 1);
+    ASSERT_EQ(places.size(), 1U);
+    ASSERT_EQ(places[0].count, small.size());
+    EXPECT_EQ(0, std::memcmp(signedFile.data() + places[0].offset, small.data(), small.size()));
+    for (const char* name : {"lineage", "checks"}) {
+        const auto& table = result->output.Find(name)->Get<::TableString>();
+        for (std::size_t row = 1; row < table.size(); ++row) {
+            ASSERT_EQ(FindBytePlaces(table, row).size(), 1U) << name << row;
+            EXPECT_LT(FindBytePlaces(table, row)[0].offset, signedFile.size());
+            EXPECT_EQ(FindBytePlaces(table, row)[0].isReference, table[row][0] == "Reference");
+        }
+    }
+    const auto& lineage = result->output.Find("lineage")->Get<::TableString>();
+    EXPECT_EQ(ParseCell(lineage[1][2]).text, "!loud.jpg");
+    EXPECT_EQ(ParseCell(lineage[1][2]).mark, CellMark::None);
 }
 
 TEST_F(ProvenanceFilterTest, FindsNothingInTheAbsenceOfCredentials) {

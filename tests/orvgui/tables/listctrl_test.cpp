@@ -4,11 +4,13 @@
 #include <wx/clipbrd.h>
 #include <wx/frame.h>
 #include <wx/headerctrl.h>
+#include <wx/menu.h>
 #include <wx/uiaction.h>
 
 #include <filesystem>
 
 #include "orvcore/facade/interface.h"
+#include "orvcore/tables/byteplaces.h"
 #include "orvcore/tables/tablemarkup.h"
 #include "orvgui/common/fileselectors.h"
 #include "orvgui/common/progressdialog.h"
@@ -158,6 +160,58 @@ TEST(ListCtrlView, FindsAndCopiesInShownOrder) {
     EXPECT_EQ(view.ShownRow(2), 0);
     EXPECT_EQ(view.ShownRow(0), -1);
     EXPECT_EQ(view.Cell(1, 0), "");
+}
+
+// A row that tells of bytes shows them by double click, Enter or its menu; any other row shows its details.
+TEST_F(ListCtrlTest, RowsLeadToTheirBytes) {
+    auto* list = new OrvListCtrl(
+        Frame(),
+        Share({{"Part", "Offset", "Length"}, {"b", "300", "4"}, {"a", "100", "20"}, {"none", "-", ""}}), 0,
+        wxGrid::wxGridSelectRows, wxHORIZONTAL);
+    std::vector<BytePlace> shown;
+    EXPECT_FALSE(list->ShowBytes(0)) << "nobody shows bytes";
+    list->SetByteViewer([&](const BytePlace& place) { shown.push_back(place); });
+    int commands = 0;
+    list->SetRowCommands([&](int dataRow) {
+        return std::vector<OrvRowCommand>{
+            {"Command of row " + ToWx(ToString(dataRow)), "", [&] { ++commands; }}};
+    });
+    list->SortCol(0);
+    // Sorted by the first column, the row with offset 100 comes first.
+    list->SetGridCursor(0, 0);
+    wxGridEvent twice(list->GetId(), wxEVT_GRID_CELL_LEFT_DCLICK, list, 0, 0);
+    list->ProcessWindowEvent(twice);
+    wxKeyEvent enter(wxEVT_CHAR_HOOK);
+    enter.m_keyCode = WXK_RETURN;
+    list->ProcessWindowEvent(enter);
+    ASSERT_EQ(shown.size(), 2U);
+    EXPECT_EQ(shown[0], (BytePlace{false, 100, 20}));
+    EXPECT_EQ(shown[1], shown[0]);
+    const auto labels = [](const wxMenu& menu) {
+        std::vector<wxString> texts;
+        for (const wxMenuItem* item : menu.GetMenuItems())
+            if (!item->IsSeparator()) texts.push_back(item->GetItemLabelText());
+        return texts;
+    };
+    auto menu = list->CreateRowMenu();
+    EXPECT_EQ(labels(*menu),
+              (std::vector<wxString>{"Show Bytes", "Command of row 1", "Show Details", "Copy"}));
+    for (const wxMenuItem* item : menu->GetMenuItems()) {
+        if (!item->GetItemLabelText().Contains("row 1") && item->GetItemLabelText() != "Show Bytes") continue;
+        wxCommandEvent chosen(wxEVT_MENU, item->GetId());
+        menu->ProcessEvent(chosen);
+    }
+    EXPECT_EQ(shown.size(), 3U);
+    EXPECT_EQ(commands, 1);
+    list->SetGridCursor(2, 0);
+    EXPECT_FALSE(list->ShowBytes(2));
+    EXPECT_EQ(labels(*list->CreateRowMenu()).front(), "Command of row 2");
+    // Two files: either can be chosen, Enter takes the evidence.
+    list->ConfigureListCtrl(Share({{"Part", "Offset (evidence)", "Offset (reference)"}, {"a", "7", "9"}}));
+    list->SetGridCursor(0, 0);
+    EXPECT_EQ(labels(*list->CreateRowMenu())[1], "Show Bytes In The Reference");
+    EXPECT_TRUE(list->ShowBytes(0));
+    EXPECT_EQ(shown.back().offset, 7U);
 }
 
 TEST_F(ListCtrlTest, ShowsMarksAsColours) {

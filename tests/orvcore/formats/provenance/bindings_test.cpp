@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "orvcore/formats/provenance/provenance.h"
 #include "tests/orvcore/formats/formatsupport.h"
 #include "tests/orvcore/formats/provenance/storemaker.h"
 
@@ -281,6 +282,34 @@ TEST(StoreSearch, FindsTheStoreOfEveryContainer) {
         Box("ftyp", Bytes(8)) + CredentialBox("original", store) + CredentialBox("update", store);
     EXPECT_TRUE(FindStores(two).IsLegal());
     EXPECT_FALSE(FindStores(two + CredentialBox("update", store)).IsLegal());
+}
+
+// Stores that are there but not read are told, never taken for none.
+TEST(StoreSearch, TellsWhatIsNotRead) {
+    const Bytes head = ToBytes("GIF89a") + Bytes{2, 0, 1, 0, 0x80, 0, 0} + Bytes(6);
+    const Bytes picture = Bytes{0x2C, 0, 0, 0, 0, 2, 0, 1, 0, 0, 2, 2, 0x44, 1, 0};
+    const Bytes store = Bytes{0x21, 0xFF, 11} + ToBytes("C2PA_GIF") + Bytes{1, 0, 0, 4} + Bytes(4) + Bytes{0};
+    const Bytes other = Bytes{0x21, 0xFF, 11} + ToBytes("NETSCAPE2.0") + Bytes{3, 1, 0, 0, 0};
+    const Bytes end = {0x3B};
+    const StoreSearch gif = FindStores(head + other + picture + store + end);
+    EXPECT_TRUE(gif.stores.empty());
+    ASSERT_EQ(gif.unread.size(), 1U);
+    EXPECT_EQ(gif.unread[0].place, (FileRange{head.size() + other.size() + picture.size(), store.size()}));
+    EXPECT_TRUE(FindStores(head + other + picture + end).unread.empty());
+    const Bytes whole = head + picture + store;
+    for (std::size_t size = 0; size <= whole.size(); ++size)
+        for (const UnreadStore& found : FindStores(Part(whole, 0, size)).unread)
+            EXPECT_LE(found.place.End(), size);
+
+    const Bytes pdf = ToBytes("%PDF-1.7\n1 0 obj<</Type/Filespec/AFRelationship/C2PA_Manifest>>endobj\n");
+    const Report report = ReadProvenance(pdf, {});
+    EXPECT_EQ(report.presence, Presence::Unread);
+    EXPECT_EQ(report.Summary(), "Present, not read");
+    EXPECT_EQ(report.content.answer, Answer::Unknown);
+    ASSERT_EQ(report.findings.size(), 1U);
+    EXPECT_FALSE(report.findings[0].isStrong);
+    EXPECT_TRUE(HasProvenance(pdf));
+    EXPECT_FALSE(HasProvenance(ToBytes("%PDF-1.7\n1 0 obj<</Type/Catalog>>endobj\n")));
 }
 
 }  // namespace

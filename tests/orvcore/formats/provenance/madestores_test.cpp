@@ -280,6 +280,42 @@ TEST(MadeStore, FollowsUpdatesToTheManifestThatIsBound) {
     EXPECT_TRUE(Has(updated("c2ma", PayloadSha(first), Picture()), "claim.hardBindings.missing"));
 }
 
+// A kind of binding that is too old to be checked is told, and nothing is called sound or changed for it.
+TEST(MadeStore, TellsOldBindingsThatAreNotChecked) {
+    ManifestRecipe recipe;
+    recipe.assertions = {{"c2pa.hash.bmff", Map({{"alg", Text("sha256")}, {"hash", Bin(Bytes(32))}})}};
+    const Report report = Read(PutIntoJpeg(Picture(), Store({MakeManifest(recipe, TheSigner())})));
+    EXPECT_TRUE(Has(report, "algorithm.unsupported"));
+    EXPECT_EQ(report.signature.answer, Answer::Yes);
+    EXPECT_EQ(report.content.answer, Answer::Unknown);
+    EXPECT_FALSE(report.contentHashMatches);
+}
+
+// A time stamp that another manifest holds and that is none is told as such; one for nobody is a warning.
+TEST(MadeStore, LooksAtTimeStampsThatLaterManifestsHold) {
+    ManifestRecipe first;
+    first.label = "urn:c2pa:first";
+    first.assertions = {{"c2pa.hash.data", DataHash({{2, 100}}, Sha(Picture()))}};
+    const Bytes stamped = MakeManifest(first, TheSigner());
+    const auto read = [&](const std::string& label) {
+        ManifestRecipe update;
+        update.kind = "c2um";
+        update.assertions = {{"c2pa.ingredient.v3", IngredientOf("urn:c2pa:first", PayloadSha(stamped))},
+                             {"c2pa.time-stamp", Map({{label, Bin(Bytes(40, 7))}})}};
+        return Read(PutIntoJpeg(Picture(), Store({stamped, MakeManifest(update, TheSigner())})));
+    };
+    const Report report = read("urn:c2pa:first");
+    EXPECT_TRUE(IsSound(report));
+    const auto told = std::find_if(report.statuses.begin(), report.statuses.end(),
+                                   [](const Status& status) { return status.code == "timeStamp.malformed"; });
+    ASSERT_NE(told, report.statuses.end());
+    EXPECT_EQ(told->manifest, 0U);
+    EXPECT_NE(told->sentence.find("later manifest"), std::string::npos);
+    EXPECT_TRUE(report.warnings.empty());
+    EXPECT_FALSE(Has(read("urn:c2pa:nobody"), "timeStamp.malformed"));
+    EXPECT_EQ(read("urn:c2pa:nobody").warnings.size(), 1U);
+}
+
 Bytes SignatureSha(const Bytes& manifest) {
     std::size_t budget = 100;
     const JumbfParse parse = ParseJumbf(manifest, budget);

@@ -213,6 +213,11 @@ Bytes MakeManifest(const ManifestRecipe& recipe, const Signer& signer) {
         if (std::find(recipe.removed.begin(), recipe.removed.end(), label) == recipe.removed.end())
             boxes.push_back(box);
     }
+    for (const Bytes& box : recipe.boxes) {
+        boxes.push_back(box);
+        const std::string label(reinterpret_cast<const char*>(box.data()) + 33);
+        uris.push_back(MakeHashedUri("self#jumbf=c2pa.assertions/" + label, PayloadSha(box)));
+    }
     boxes.insert(boxes.end(), recipe.extraAssertionBoxes.begin(), recipe.extraAssertionBoxes.end());
     std::vector<std::pair<std::string, Bytes>> claim = {
         {"instanceID", Text("xmp:iid:1")},

@@ -51,6 +51,7 @@ struct ManifestRecipe {
     std::string title = "made.jpg";
     const char* kind = "c2ma";
     std::vector<std::pair<std::string, Bytes>> assertions = {};  // label and CBOR
+    std::vector<Bytes> boxes = {};  // further assertions, as whole superboxes that the claim lists by their labels
     std::vector<std::string> redacted = {};
     std::vector<Bytes> extraAssertionBoxes = {};  // in the store, not in the claim
     std::vector<std::string> removed = {};        // in the claim, not in the store

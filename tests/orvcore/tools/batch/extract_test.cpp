@@ -101,3 +101,35 @@ TEST_F(Extract, AFailureNamesTheFile) {
                 AllOf(StartsWith("\"short.pdf\": "), HasSubstr("1 pages")));
     EXPECT_THAT(MessageOf([&] { ExtractEmbeddedJpegs(folder / "gone", 1, OrvJob()); }), HasSubstr("gone"));
 }
+
+// A thumbnail of the EXIF block is taken out under a name that tells where it was, and nothing is written over.
+TEST_F(Extract, TakesOnePictureOutAndOverwritesNothing) {
+    const Bytes thumbnail = MakeJpeg({.width = 16, .height = 12, .seed = 4});
+    const auto size = static_cast<std::uint32_t>(thumbnail.size());
+    const Bytes tiff =
+        Tiff({.second = {{0x0103, 3, {6}}, {0x0201, 4, {3400}}, {0x0202, 4, {size}}}, .behind = thumbnail});
+    const Bytes content = WithExif(tiff);
+    WriteFile(folder / "case/a.jpg", content);
+    const auto load = [&](const std::string& path) { return OrvLoadedFile::Load(path, 1 << 20, OrvJob()); };
+    const OrvFilePtr file = load(folder / "case/a.jpg");
+    const std::string path = ExtractPictureInFile(*file, 2, OrvJob());
+    EXPECT_EQ(ReadFileBytes(path), thumbnail);
+    const auto found = std::search(content.begin(), content.end(), thumbnail.begin(), thumbnail.end());
+    EXPECT_EQ(PathName(path), "a-2-thumbnail-at-" + std::to_string(found - content.begin()) + ".jpg");
+    EXPECT_THAT(path, StartsWith(folder / "documents"));
+    EXPECT_EQ(Names(folder / "case"), std::vector<std::string>{"a.jpg"});
+    // The same again is the same file; what somebody changed there stays.
+    EXPECT_EQ(ExtractPictureInFile(*file, 2, OrvJob()), path);
+    WriteFile(path, std::string("a note"));
+    const std::string other = ExtractPictureInFile(*file, 2, OrvJob());
+    EXPECT_NE(other, path);
+    EXPECT_EQ(ReadFile(path), "a note");
+    EXPECT_EQ(ReadFileBytes(other), thumbnail);
+    for (const int number : {0, 1, 3, -5})
+        EXPECT_THAT(MessageOf([&] { ExtractPictureInFile(*file, number, OrvJob()); }),
+                    StartsWith("\"a.jpg\": "))
+            << number;
+    // A hidden name does not stay hidden.
+    WriteFile(folder / "case/.jpg", content);
+    EXPECT_THAT(PathName(ExtractPictureInFile(*load(folder / "case/.jpg"), 2, OrvJob())), StartsWith("file"));
+}

@@ -16,6 +16,7 @@
 #include "orvcore/tables/tablemarkup.h"
 #include "orvcore/tools/folder/thumbnail.h"
 #include "tests/orvcore/formats/formatsupport.h"
+#include "tests/orvcore/formats/provenance/storemaker.h"
 #include "tests/support/temporaryfolder.h"
 #include "zorbase/hash.h"
 #include "zorbase/json.h"
@@ -232,6 +233,31 @@ TEST(FolderTable, WhatCannotBeReadIsARowThatSaysSo) {
     EXPECT_THROW(ScanFolder(folder / "absent", options, OrvJob()), ZorException);
     MakeFolder(folder / "sub/nothing");
     EXPECT_THROW(ScanFolder(folder / "sub/nothing", options, OrvJob()), ZorException);
+}
+
+// Present, whether the content is what was signed, and by whom.
+TEST(FolderTable, CredentialsAreTold) {
+    const TemporaryFolder folder;
+    const storemaker::Signer signer = storemaker::MakeSigner();
+    const Bytes sound = storemaker::SignedJpeg(MakeJpeg(), {}, signer);
+    Bytes changed = sound;
+    changed[changed.size() - 20] ^= 1;
+    Bytes forged = sound;
+    const std::string title = "made.jpg";
+    const auto at = std::search(forged.begin(), forged.end(), title.begin(), title.end());
+    ASSERT_NE(at, forged.end());
+    *at = 'f';
+    WriteFile(folder / "a sound.jpg", sound);
+    WriteFile(folder / "b changed.jpg", changed);
+    WriteFile(folder / "c forged.jpg", forged);
+    WriteFile(folder / "d none.jpg", MakeJpeg());
+    const TableString table = ScanFolder(folder.Path(), WithoutThumbnails(), OrvJob()).table;
+    const char* const expected[] = {"Yes, content matches, signer ", "Yes, content differs, signer ",
+                                    "Yes, signature does not verify", "No"};
+    for (std::size_t row = 0; row < 4; ++row) {
+        EXPECT_THAT(Text(table, row + 1, "Content Credentials"), testing::StartsWith(expected[row]));
+        EXPECT_EQ(Mark(table, row + 1, "Content Credentials") == CellMark::StandsOut, row == 1 || row == 2);
+    }
 }
 
 TEST(FolderTable, ThumbnailsShowThePictureItself) {
