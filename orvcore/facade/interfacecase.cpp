@@ -100,10 +100,8 @@ void OrvInterface::LoadProject(const wxString& path) {
     m->Push(OrvCommand::Kind::Project, [this, choice, path = PathFromWx(path)](const OrvJob& job) {
         Private::OpenedProject opened;
         opened.project = ReadProject(path);
-        // Saved by us, it stays ours.
-        if (m->projectLock && m->projectLock->IsFor(path)) {
-            opened.lock = std::move(m->projectLock);
-        } else {
+        opened.isLockedAlready = m->projectLock && m->projectLock->IsFor(path);
+        if (!opened.isLockedAlready) {
             OrvProjectLock::Attempt attempt = OrvProjectLock::Take(path);
             opened.lock = std::move(attempt.lock);
             if (!attempt.holder.empty())
@@ -215,7 +213,7 @@ void OrvInterface::Private::OpenProject(OpenedProject opened, std::uint64_t choi
     for (const OrvFileId slot : {OrvEvidence, OrvReference}) slots.Set(slot, files.file[slot]);
     slots.EnableReference(state.isReferenceEnabled);
     TellFilters();
-    projectLock = std::move(opened.lock);
+    if (!opened.isLockedAlready) projectLock = std::move(opened.lock);
     if (filter != nullptr) {
         VecParameter input = filter->GetInputPrototype();
         VecParameter post = filter->GetPostProcessingPrototype();

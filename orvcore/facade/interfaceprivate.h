@@ -155,6 +155,7 @@ struct OrvInterface::Private {
     struct OpenedProject {
         OrvProject project;
         std::unique_ptr<OrvProjectLock> lock;
+        bool isLockedAlready = false;  // it is the one that is open
         std::string problems;  // told before anything is shown
     };
     void OpenProject(OpenedProject opened, std::uint64_t choice, const OrvJob& job);

@@ -28,7 +28,7 @@ FieldsDialog::FieldsDialog(wxWindow* parent, const wxString& title, const std::v
         text->ChangeValue(field.text);
         text->SetName(field.label);
         if (!field.hint.empty()) text->SetToolTip(field.hint);
-        grid->Add(label, 0, field.hasManyLines ? wxTOP : wxALIGN_CENTRE_VERTICAL, 4);
+        grid->Add(label, 0, field.hasManyLines ? int{wxTOP} : int{wxALIGN_CENTRE_VERTICAL}, 4);
         grid->Add(text, 1, wxEXPAND);
         if (field.hasManyLines) grid->AddGrowableRow(static_cast<std::size_t>(row));
         m_fields.push_back(text);

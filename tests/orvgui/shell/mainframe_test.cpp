@@ -318,7 +318,6 @@ TEST_F(FrameTest, BookmarksAreShownAndLoadTheirFile) {
     tree->ProcessWindowEvent(activate);
     Settle();
     EXPECT_EQ("first.png", PathName(Evidence()));
-    DialogAnswers answers{wxID_YES};
     wxCommandEvent press(wxEVT_BUTTON, 6033);
     frame->GetProjectTree()->FindWindow(6033)->ProcessWindowEvent(press);
     Settle();
