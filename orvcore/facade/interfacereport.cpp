@@ -4,6 +4,7 @@
 
 #include "orvcore/facade/interface.h"
 #include "orvcore/facade/interfaceprivate.h"
+#include "orvcore/model/memorybudget.h"
 #include "orvcore/report/report.h"
 #include "orvcore/report/reportpdf.h"
 #include "zorbase/files.h"
@@ -54,6 +55,26 @@ OrvInterface::Private::ReportRequest OrvInterface::Private::ReportAskedNow() con
             asked.filters.push_back(AskedNow(filter));
     return asked;
 }
+
+namespace {
+
+// A report asks every filter in turn and looks at each result once: what is held of them may not add up to all of the memory.
+class SmallerBudget {
+  public:
+    explicit SmallerBudget(const OrvOptions& options) : m_options(options) {
+        constexpr std::size_t kBytes = std::size_t{256} << 20;
+        OrvMemoryBudget& budget = OrvMemoryBudget::Get();
+        budget.SetLimit(std::min(budget.GetLimit(), kBytes));
+    }
+    ~SmallerBudget() { OrvMemoryBudget::Get().SetLimit(m_options.GetMemoryBytes()); }
+    SmallerBudget(const SmallerBudget&) = delete;
+    SmallerBudget& operator=(const SmallerBudget&) = delete;
+
+  private:
+    const OrvOptions& m_options;
+};
+
+}  // namespace
 
 OrvInterface::Private::Asked OrvInterface::Private::AskedBy(const OrvBookmark& bookmark,
                                                             const std::string& projectPath, const OrvJob& job,
@@ -133,6 +154,7 @@ void OrvInterface::Private::GenerateReport(std::string path, OrvReportContents c
     }
     RefuseLoadedFile(path);
 
+    const SmallerBudget budget(options);
     OrvReport report;
     for (const OrvFileId slot : {OrvEvidence, OrvReference}) report.files[slot] = asked.analysed[slot];
     report.project = asked.project;

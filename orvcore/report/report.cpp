@@ -14,7 +14,8 @@ namespace {
 
 constexpr const char* kReading =
     "Values that differ between evidence and reference are red. A finding is an observation, not a proof: it says what was "
-    "found, and each filter's description says what that can mean. \"Not applicable\" says nothing about the picture.";
+    "found, and each filter's description says what that can mean. \"Not applicable\" says nothing about the picture. Pictures "
+    "are scaled down, and those with much grain saved as JPEG: for looking, not for measuring.";
 
 std::string ProgramText(const std::string& project) {
     const AppVersion version;

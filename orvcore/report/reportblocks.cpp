@@ -19,6 +19,9 @@ namespace {
 // Large enough to see what was found, small enough for a page with fifty analyses of two files.
 constexpr int kLongestSide = 800;
 constexpr int kThumbnailSide = 320;
+// Grain makes large files of PNG pictures. The report is for looking; the command below each result writes what can be measured.
+constexpr std::size_t kLargePicture = 150000;
+constexpr int kJpegQuality = 90;
 
 std::string CutCell(const std::string& text) {
     if (text.size() <= kReportCellBytes) return text;
@@ -79,6 +82,15 @@ void AddOutputs(const OrvFilterResult& result, std::vector<ReportBlock>& blocks)
     for (ReportBlock& block : tables) blocks.push_back(std::move(block));
 }
 
+void Encode(const Image& image, ReportPicture& picture) {
+    picture.bytes = EncodeImage(image, "png");
+    if (picture.bytes.size() <= kLargePicture) return;
+    std::vector<std::uint8_t> smaller = EncodeImage(image, "jpg", kJpegQuality);
+    if (smaller.size() * 2 > picture.bytes.size()) return;
+    picture.bytes = std::move(smaller);
+    picture.isJpeg = true;
+}
+
 void AddPictures(const OrvReportSection& section, const OrvPictureLink& link,
                  std::vector<ReportBlock>& blocks) {
     ForEachPicture(*section.filter, *section.result, link ? 0 : kLongestSide,
@@ -89,7 +101,7 @@ void AddPictures(const OrvReportSection& section, const OrvPictureLink& link,
                            shown.width = picture.image.GetWidth();
                            shown.height = picture.image.GetHeight();
                            if (!link)
-                               shown.png = EncodeImage(picture.image, "png");
+                               Encode(picture.image, shown);
                            else if ((shown.link = link(picture)).empty())
                                return;
                        }
@@ -166,7 +178,7 @@ std::vector<ReportBlock> FileThumbnails(const OrvReport& report, const OrvJob& j
             continue;
         }
         ReportPicture picture;
-        picture.png = EncodeImage(small, "png");
+        Encode(small, picture);
         picture.width = picture.shownWidth = small.GetWidth();
         picture.height = small.GetHeight();
         picture.alternative = std::string(kReportSlotTitles[slot]) + ": " + name;

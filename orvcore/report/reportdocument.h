@@ -46,10 +46,11 @@ struct ReportTable {
     std::string more = {};    // where those that are left out can be had; a sentence
 };
 
-// A picture as PNG, a drawing as SVG, or a link to where the picture is kept.
+// A picture as PNG or JPEG file, a drawing as SVG, or a link to where the picture is kept.
 struct ReportPicture {
-    std::vector<std::uint8_t> png;
-    int width = 0;  // of the PNG, pixels
+    std::vector<std::uint8_t> bytes;
+    bool isJpeg = false;
+    int width = 0;  // pixels
     int height = 0;
     std::string svg;
     std::string link;

@@ -77,10 +77,11 @@ class Writer {
         std::string figure = picture.svg;
         if (figure.empty()) {
             figure = "<img src=\"";
-            figure += picture.png.empty()
-                          ? picture.link
-                          : "data:image/png;base64," +
-                                FromWx(wxBase64Encode(picture.png.data(), picture.png.size()));
+            if (picture.bytes.empty())
+                figure += EscapeHtml(picture.link);
+            else
+                figure += std::string("data:image/") + (picture.isJpeg ? "jpeg" : "png") + ";base64," +
+                          FromWx(wxBase64Encode(picture.bytes.data(), picture.bytes.size()));
             figure += "\" alt=\"" + EscapeHtml(picture.alternative) + "\"";
             if (picture.shownWidth > 0) figure += " width=\"" + ToString(picture.shownWidth) + "\"";
             figure += ">";

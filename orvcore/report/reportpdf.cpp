@@ -5,14 +5,15 @@
 #include <pango/pangocairo.h>
 
 #include <algorithm>
-#include <cstring>
 #include <exception>
 #include <map>
 #include <memory>
+#include <opencv2/imgproc.hpp>
 #include <string>
 
 #include "zorbase/text.h"
 #include "zorbase/zorexception.h"
+#include "zorimage/imageio.h"
 
 namespace {
 
@@ -369,7 +370,7 @@ class Pages {
                 const RsvgRectangle room = {0, 0, width * scale, height * scale};
                 rsvg_handle_render_document(drawing.get(), m_context, &room, nullptr);
             } else {
-                DrawPng(picture, width * scale);
+                DrawPixels(picture, width * scale);
             }
             cairo_restore(m_context);
             Check(cairo_status(m_context), "picture");
@@ -386,23 +387,27 @@ class Pages {
         }
         m_y += captionHeight + 8;
     }
-    void DrawPng(const ReportPicture& picture, double width) {
-        struct Reader {
-            const std::vector<std::uint8_t>& bytes;
-            std::size_t at = 0;
-        } reader{picture.png};
-        const auto read = [](void* closure, unsigned char* data, unsigned int length) {
-            auto& source = *static_cast<Reader*>(closure);
-            if (length > source.bytes.size() - source.at) return CAIRO_STATUS_READ_ERROR;
-            std::memcpy(data, source.bytes.data() + source.at, length);
-            source.at += length;
-            return CAIRO_STATUS_SUCCESS;
-        };
-        const Surface image(cairo_image_surface_create_from_png_stream(read, &reader));
-        Check(cairo_surface_status(image.get()), "picture");
-        const double pixels = cairo_image_surface_get_width(image.get());
-        cairo_scale(m_context, width / pixels, width / pixels);
-        cairo_set_source_surface(m_context, image.get(), 0, 0);
+    void DrawPixels(const ReportPicture& picture, double width) {
+        const Image image = DecodeImage(picture.bytes).image.ToColor();
+        const Surface surface(
+            cairo_image_surface_create(CAIRO_FORMAT_RGB24, image.GetWidth(), image.GetHeight()));
+        Check(cairo_surface_status(surface.get()), "picture");
+        cairo_surface_flush(surface.get());
+        cv::Mat pixels(image.GetHeight(), image.GetWidth(), CV_8UC4,
+                       cairo_image_surface_get_data(surface.get()),
+                       static_cast<std::size_t>(cairo_image_surface_get_stride(surface.get())));
+        cv::cvtColor(image.GetMat(), pixels, cv::COLOR_BGR2BGRA);
+        cairo_surface_mark_dirty(surface.get());
+        if (picture.isJpeg) {
+            // Goes into the file as it is. The copy belongs to cairo, which frees it when the file is written.
+            auto* copy = new std::vector<std::uint8_t>(picture.bytes);
+            Check(cairo_surface_set_mime_data(
+                      surface.get(), CAIRO_MIME_TYPE_JPEG, copy->data(), copy->size(),
+                      [](void* bytes) { delete static_cast<std::vector<std::uint8_t>*>(bytes); }, copy),
+                  "picture");
+        }
+        cairo_scale(m_context, width / image.GetWidth(), width / image.GetWidth());
+        cairo_set_source_surface(m_context, surface.get(), 0, 0);
         cairo_paint(m_context);
     }
 
@@ -442,7 +447,8 @@ void WriteReportPdf(const ReportDocument& document, const std::function<void(con
     const Context measuring(cairo_create(draft.get()));
     const std::map<std::string, int> pageOf = Pages(measuring.get(), document, job, false, {}).Run(0.0, 0.3);
     const Surface surface(cairo_pdf_surface_create_for_stream(&Taker::Take, &taker, kPageWidth, kPageHeight));
-    cairo_pdf_surface_set_metadata(surface.get(), CAIRO_PDF_METADATA_TITLE, document.title.c_str());
+    cairo_pdf_surface_set_metadata(surface.get(), CAIRO_PDF_METADATA_TITLE,
+                                   ToValidUtf8(document.title).c_str());
     cairo_pdf_surface_set_metadata(surface.get(), CAIRO_PDF_METADATA_CREATOR, "Orvane");
     // For programs, which do not read what is drawn: where the log stood.
     cairo_pdf_surface_set_metadata(surface.get(), CAIRO_PDF_METADATA_SUBJECT, document.dateLine.c_str());

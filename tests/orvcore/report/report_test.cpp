@@ -111,7 +111,7 @@ TEST(Report, TableMarksAreColoursAndNoText) {
     const HostileFilter filter;
     const OrvReport report = MakeReport(folder, filter, false);
     const std::string html = BuildHtmlReport(report);
-    EXPECT_THAT(html, HasSubstr("<th>Label</th>"));
+    EXPECT_THAT(html, HasSubstr("<th scope=\"col\">Label</th>"));
     EXPECT_THAT(html, HasSubstr("<td>!kept</td><td class=\"odd\">&lt;script"));
     EXPECT_THAT(html, HasSubstr("<td class=\"note\">maybe</td>"));
     EXPECT_THAT(html, Not(HasSubstr("*IMG*")));
@@ -130,9 +130,9 @@ namespace {
 std::set<std::string> AnchorsOf(const ReportDocument& document) {
     std::set<std::string> anchors;
     for (const ReportBlock& block : document.blocks)
-        if (const auto* heading = std::get_if<ReportHeading>(&block))
-            if (!heading->anchor.empty())
-                EXPECT_TRUE(anchors.insert(heading->anchor).second) << heading->anchor << " stands twice";
+        if (const auto* heading = std::get_if<ReportHeading>(&block); heading && !heading->anchor.empty()) {
+            EXPECT_TRUE(anchors.insert(heading->anchor).second) << heading->anchor << " stands twice";
+        }
     return anchors;
 }
 
@@ -161,7 +161,7 @@ class LongFilter : public OrvFilter {
         for (int i = 1; i <= input.Get<int>("rows"); ++i)
             table.push_back({ToString(i), i == 1 ? std::string(5000, 'x') : "short"});
         result.Set("table", table);
-        result.Judge(OrvVerdict::WorthALook, "Long", {"It is long."});
+        result.Judge(OrvVerdict::WorthALook, "Long", std::vector<std::string>{"It is long."});
     }
 };
 
@@ -286,6 +286,5 @@ TEST(Report, TheCommandRepeatsFileNamesAndSettingsByteByByte) {
 
 TEST(Report, EveryFilterNamesTheSourceOfItsMethod) {
     for (const auto& filter : CreateAllFilters())
-        if (filter->GetPageKind() != OrvPageKind::Summary)
-            EXPECT_GT(MethodSource(filter->GetId()).size(), 20U) << filter->GetId();
+        EXPECT_GT(MethodSource(filter->GetId()).size(), 15U) << filter->GetId();
 }
