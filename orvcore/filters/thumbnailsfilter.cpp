@@ -16,10 +16,10 @@ namespace {
 constexpr std::size_t kMaxCompared = 24;
 constexpr int kJudgedSide = 320;  // the thresholds were found at this size
 constexpr int kShownSide = 640;
-constexpr int kMainSide = 2560;        // room for a preview that shows a quarter of the picture
-constexpr double kOtherPicture = 0.6;  // correlation below which it is another picture
-constexpr double kLookDisagreement = 1.0;
-constexpr double kStrongDisagreement = 1.5;
+constexpr int kMainSide = 2560;            // room for a preview that shows a quarter of the picture
+constexpr double kOtherPicture = 0.6;      // correlation below which it is another picture
+constexpr double kLookDisagreement = 0.9;  // 0.70 at most on 36 untouched photographs
+constexpr double kStrongDisagreement = 1.2;
 constexpr double kLeastChangedShare = 0.005;
 constexpr double kBeyond = 0.03;   // share of the picture's side
 constexpr double kFlatSpread = 4;  // levels

@@ -366,6 +366,9 @@ void Verifier::TakeThumbnails(std::size_t index) {
         thumbnail.bytes.assign(bytes.begin(), bytes.end());
         thumbnail.manifest = index;
         thumbnail.place = stored.PlaceOf(*content);
+        // The picture itself, where the box lies in one piece.
+        const std::size_t head = thumbnail.place.size - std::min(thumbnail.place.size, bytes.size());
+        if (head == 8 || head == 16) thumbnail.place = {thumbnail.place.offset + head, bytes.size()};
         m_report.thumbnails.push_back(std::move(thumbnail));
     }
 }

@@ -73,6 +73,7 @@ TEST_F(ProvenanceFilterTest, ShowsBothFilesSideBySide) {
 // Rows lead to the bytes that they tell of, thumbnails are shown, and texts of the file colour nothing.
 TEST_F(ProvenanceFilterTest, ShowsThumbnailsAndLeadsToBytes) {
     using namespace storemaker;
+    using formatsupport::operator+;
     ManifestRecipe recipe;
     recipe.title = "!loud.jpg";
     const Bytes small = formatsupport::MakeJpeg({.width = 20, .height = 10, .seed = 5});
