@@ -36,7 +36,7 @@ function(dep_wx name flags libraries)
 endfunction()
 
 dep_wx(wxbase base base)
-dep_wx(wxgui "core,adv,aui" "core,adv,aui")
+dep_wx(wxgui "core,adv,aui" "core,adv,aui,html")
 
 dep_pkg(exiv2 exiv2)
 dep_pkg(jpeg libjpeg)

@@ -42,9 +42,9 @@ set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_BINARY_DIR}/zorbase ${CMAKE_BINARY_DIR}/lib)
-# The library of the plots comes without a list of what it is packaged in. Tools that the program starts, certificates for what is
+# Tools that the program starts, certificates for what is
 # asked over the network, and a font for texts.
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "codeblocks-contrib, fonts-dejavu-core")
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "fonts-dejavu-core")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "xdg-utils, ca-certificates, shared-mime-info, hicolor-icon-theme")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)

@@ -188,7 +188,7 @@ class Pages {
                 cairo_tag_end(m_context, CAIRO_TAG_DEST);
                 cairo_pdf_surface_add_outline(
                     cairo_get_target(m_context), CAIRO_PDF_OUTLINE_ROOT, ToValidUtf8(heading.text).c_str(),
-                    ("dest='" + heading.anchor + "'").c_str(), static_cast<cairo_pdf_outline_flags_t>(0));
+                    ("dest='" + heading.anchor + "'").c_str(), CAIRO_PDF_OUTLINE_FLAG_OPEN);
             }
         }
         Put(heading.text, kText, size, true, kInk, 2);

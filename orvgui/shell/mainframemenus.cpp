@@ -15,6 +15,7 @@
 #include "orvgui/common/textfocus.h"
 #include "orvgui/shell/commandregistry.h"
 #include "orvgui/shell/filepanel.h"
+#include "orvgui/shell/helpwindow.h"
 #include "orvgui/shell/mainframe.h"
 
 namespace {
@@ -113,6 +114,12 @@ void OrvMainFrame::BindEvents() {
          {OrvCmdBatchProcessing, OrvCmdCameraSearch, OrvCmdCameraForensics, OrvCmdWebSearch,
           OrvCmdShowLocation, OrvCmdBatchAnalysis, OrvCmdBatchComparison});
     Bind(wxEVT_MENU, &OrvMainFrame::OnPanelCommand, this, OrvCmdBrowse, OrvCmdReferenceOnOff);
+    // Help on what is shown.
+    Bind(wxEVT_CHAR_HOOK, [this](wxKeyEvent& event) {
+        if (event.GetKeyCode() != WXK_F1 || event.HasAnyModifiers()) return event.Skip();
+        const OrvFilter* filter = m_core->GetActiveFilter();
+        OrvHelpWindow::ShowHelp(this, filter ? filter->GetId() : std::string());
+    });
 
     const auto core = [this](OrvEventId id, void (OrvMainFrame::*handler)(OrvCommandEvent&)) {
         Bind(wxEVT_ORV_COMMAND, handler, this, id);
