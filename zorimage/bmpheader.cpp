@@ -7,9 +7,6 @@
 #include "zorimage/codec.h"
 
 using codec::BmpHeader;
-using codec::ByteSpan;
-using codec::Le16;
-using codec::Le32;
 using Coding = codec::BmpHeader::Coding;
 
 namespace {
@@ -25,10 +22,10 @@ class HeaderView {
   public:
     HeaderView(ByteSpan bytes, std::size_t size) : m_bytes(bytes.first(std::min(size, bytes.size()))) {}
     std::uint32_t Get16(std::size_t offset) const {
-        return offset + 2 <= m_bytes.size() ? Le16(&m_bytes[offset]) : 0;
+        return offset + 2 <= m_bytes.size() ? Little16(m_bytes, offset) : 0;
     }
     std::uint32_t Get32(std::size_t offset) const {
-        return offset + 4 <= m_bytes.size() ? Le32(&m_bytes[offset]) : 0;
+        return offset + 4 <= m_bytes.size() ? Little32(m_bytes, offset) : 0;
     }
 
   private:
@@ -91,11 +88,11 @@ void SetMasks(BmpHeader& header, ByteSpan bytes, std::size_t& at) {
     const bool areAfterHeader = header.headerBytes == kWindowsV3Bytes;
     const std::size_t start = areAfterHeader ? at : kFileHeaderBytes + kWindowsV3Bytes;
     const bool hasAlpha =
-        areAfterHeader ? Le32(&bytes[kFileHeaderBytes + 16]) == 6 : header.headerBytes >= 56;
+        areAfterHeader ? Little32(bytes, kFileHeaderBytes + 16) == 6 : header.headerBytes >= 56;
     const std::size_t count = hasAlpha ? 4 : 3;
     if (start + count * 4 > bytes.size()) ZOR_THROW(Format, "The BMP file ends before its colour masks.");
-    header.masks = {Le32(&bytes[start + 8]), Le32(&bytes[start + 4]), Le32(&bytes[start]),
-                    hasAlpha ? Le32(&bytes[start + 12]) : 0};
+    header.masks = {Little32(bytes, start + 8), Little32(bytes, start + 4), Little32(bytes, start),
+                    hasAlpha ? Little32(bytes, start + 12) : 0};
     if (areAfterHeader) at += count * 4;
     for (const std::uint32_t mask : header.masks) {
         const std::uint32_t run = mask >> (mask == 0 ? 0 : std::countr_zero(mask));
@@ -116,7 +113,7 @@ void ReadPalette(BmpHeader& header, ByteSpan bytes, std::uint32_t used, std::siz
     std::size_t count = used == 0 ? most : std::min<std::size_t>(used, most);
     if (used > most) header.warnings.emplace_back("The palette claims " + std::to_string(used) + " colours.");
     // A palette ends where the pixels begin; short ones are usual in old files.
-    const std::size_t pixels = Le32(&bytes[10]);
+    const std::size_t pixels = Little32(bytes, 10);
     const std::size_t end = pixels > at && pixels <= bytes.size() ? pixels : bytes.size();
     const std::size_t there = (end - std::min(at, end)) / entryBytes;
     if (there < count && end == bytes.size())
@@ -153,7 +150,7 @@ BmpHeader ReadBmpHeader(ByteSpan bytes) {
     if (bytes.size() < kFileHeaderBytes + kOs2V1Bytes)
         ZOR_THROW(Format, "The BMP file ends inside its headers.");
     BmpHeader header;
-    header.headerBytes = Le32(&bytes[kFileHeaderBytes]);
+    header.headerBytes = Little32(bytes, kFileHeaderBytes);
     if (header.headerBytes > bytes.size() - kFileHeaderBytes)
         ZOR_THROW(Format, "The BMP file ends inside its headers.");
     const HeaderView view(bytes.subspan(kFileHeaderBytes), header.headerBytes);
@@ -164,7 +161,7 @@ BmpHeader ReadBmpHeader(ByteSpan bytes) {
     SetMasks(header, bytes, at);
     ReadPalette(header, bytes, view.Get32(32), at);
 
-    const std::size_t stated = Le32(&bytes[10]);
+    const std::size_t stated = Little32(bytes, 10);
     const std::size_t least = kFileHeaderBytes + header.headerBytes;
     header.dataOffset = stated;
     if (stated < least || stated > bytes.size()) {

@@ -7,7 +7,6 @@
 #include "zorimage/codec.h"
 
 using codec::BmpHeader;
-using codec::ByteSpan;
 using Coding = codec::BmpHeader::Coding;
 
 namespace {
@@ -62,7 +61,7 @@ void ExpandFields(const std::uint8_t* source, Sample* target, int width, const B
     constexpr std::uint64_t full = static_cast<Sample>(~Sample{0});
     const int step = header.bits / 8;
     for (int x = 0; x < width; ++x, source += step) {
-        const std::uint32_t pixel = step == 2 ? codec::Le16(source) : codec::Le32(source);
+        const std::uint32_t pixel = step == 2 ? Little16({source, 2}, 0) : Little32({source, 4}, 0);
         for (int i = 0; i < channels; ++i) {
             const std::uint32_t mask = header.masks[static_cast<std::size_t>(i)];
             const int shift = mask == 0 ? 0 : std::countr_zero(mask);

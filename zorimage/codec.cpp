@@ -12,7 +12,6 @@ namespace codec {
 
 namespace {
 
-constexpr std::size_t kMaxWarnings = 20;
 constexpr std::uint64_t kMaxPixels = std::numeric_limits<std::int32_t>::max();
 
 constexpr Codec kCodecs[] = {
@@ -87,21 +86,18 @@ void InkToBgr(const std::uint8_t* ink, std::uint8_t* bgr, int width, bool isInve
     }
 }
 
-void Warnings::Add(const std::string& text) {
-    if (text.empty()) return;
-    const std::string sentence = text.back() == '.' ? text : text + '.';
-    if (std::find(m_texts.begin(), m_texts.end(), sentence) != m_texts.end()) return;
-    if (m_texts.size() < kMaxWarnings - 1) {
-        m_texts.push_back(sentence);
-    } else {
-        ++m_more;
+bool ReadBox(ByteSpan bytes, std::size_t at, std::size_t end, std::size_t& body, std::size_t& boxEnd) {
+    if (end - at < 8) return false;
+    std::uint64_t length = Big32(bytes, at);
+    body = at + 8;
+    if (length == 1) {
+        if (end - at < 16) return false;
+        length = Big64(bytes, at + 8);
+        body = at + 16;
     }
-}
-
-std::vector<std::string> Warnings::Take() {
-    if (m_more > 0) m_texts.push_back("Further warnings of the decoder: " + std::to_string(m_more) + ".");
-    m_more = 0;
-    return std::move(m_texts);
+    if (length == 0 || length > end - at) length = end - at;
+    boxEnd = at + static_cast<std::size_t>(length);
+    return boxEnd >= body;
 }
 
 bool HasText(ByteSpan bytes, std::size_t offset, std::string_view text) {

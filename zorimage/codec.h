@@ -6,12 +6,12 @@
 #include <string>
 #include <vector>
 
+#include "zorbase/bytes.h"
 #include "zorimage/imageio.h"
+#include "zorimage/warnings.h"
 
 // What the format readers of this library share. Private to zorimage.
 namespace codec {
-
-using ByteSpan = std::span<const std::uint8_t>;
 
 // One format: its header reader and its pixel decoder. Both get the whole file.
 struct Codec {
@@ -68,31 +68,9 @@ constexpr std::uint32_t ScaleSample(std::uint64_t value, std::uint64_t from, std
     return static_cast<std::uint32_t>((value * to + from / 2) / from);
 }
 
-// Warnings as sentences: each said once, at most twenty.
-class Warnings {
-  public:
-    void Add(const std::string& text);  // gets a full stop when it has no end
-    bool IsEmpty() const { return m_texts.empty(); }
-    std::vector<std::string> Take();
-
-  private:
-    std::vector<std::string> m_texts;
-    std::size_t m_more = 0;
-};
-
-// Whole numbers out of bytes. The caller has checked that they are there.
-inline std::uint32_t Be16(const std::uint8_t* p) {
-    return static_cast<std::uint32_t>(p[0] << 8 | p[1]);
-}
-inline std::uint32_t Be32(const std::uint8_t* p) {
-    return Be16(p) << 16 | Be16(p + 2);
-}
-inline std::uint32_t Le16(const std::uint8_t* p) {
-    return static_cast<std::uint32_t>(p[1] << 8 | p[0]);
-}
-inline std::uint32_t Le32(const std::uint8_t* p) {
-    return Le16(p + 2) << 16 | Le16(p);
-}
+// One box of an ISO base media file at `at`, which must not be behind `end`: where its content begins and where it ends. A box of no
+// length goes on to `end`, one that claims more is cut there, as every reader does. False where none fits.
+bool ReadBox(ByteSpan bytes, std::size_t at, std::size_t end, std::size_t& body, std::size_t& boxEnd);
 
 // Whether the bytes at offset are those of text (its end included only when length says so).
 bool HasText(ByteSpan bytes, std::size_t offset, std::string_view text);

@@ -8,9 +8,6 @@
 #include "zorbase/zorexception.h"
 #include "zorimage/codec.h"
 
-using codec::ByteSpan;
-using codec::Le16;
-
 namespace {
 
 constexpr std::size_t kHeaderBytes = 13;
@@ -140,8 +137,8 @@ void ReadGifInfo(ByteSpan bytes, ImageInfo& info) {
         info.warnings.emplace_back("The file ends inside its header.");
         return;
     }
-    info.width = static_cast<int>(Le16(&bytes[6]));
-    info.height = static_cast<int>(Le16(&bytes[8]));
+    info.width = static_cast<int>(Little16(bytes, 6));
+    info.height = static_cast<int>(Little16(bytes, 8));
     info.channels = 1;
     info.compression = "LZW";
     info.recipe = "First picture on its canvas, palette colours as stored.";

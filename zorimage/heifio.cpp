@@ -9,9 +9,6 @@
 #include "zorbase/zorexception.h"
 #include "zorimage/codec.h"
 
-using codec::Be32;
-using codec::ByteSpan;
-
 namespace {
 
 struct ContextDeleter {
@@ -31,7 +28,10 @@ using Handle = std::unique_ptr<heif_image_handle, HandleDeleter>;
 
 void Check(const heif_error& error) {
     if (error.code == heif_error_Ok) return;
-    const std::string text = error.message == nullptr ? "unknown error" : error.message;
+    std::string text = error.message == nullptr ? "unknown error" : error.message;
+    // Some of the library's messages are lines.
+    while (!text.empty() && (text.back() == '\n' || text.back() == ' ')) text.pop_back();
+    std::replace(text.begin(), text.end(), '\n', ' ');
     if (error.code == heif_error_Memory_allocation_error) {
         ZOR_THROW(Memory, "The file needs more memory than is allowed or to be had: " + text + ".");
     }
@@ -55,17 +55,12 @@ Handle Primary(const Context& context) {
 // The body of the first box of that name below bytes, which are boxes; empty when there is none.
 ByteSpan FindBox(ByteSpan bytes, std::string_view name, std::size_t& at) {
     while (bytes.size() - std::min(at, bytes.size()) >= 8) {
-        std::uint64_t length = Be32(&bytes[at]);
-        std::size_t start = 8;
-        if (length == 1 && bytes.size() - at >= 16) {
-            length = static_cast<std::uint64_t>(Be32(&bytes[at + 8])) << 32 | Be32(&bytes[at + 12]);
-            start = 16;
-        }
-        if (length == 0 || length > bytes.size() - at) length = bytes.size() - at;
-        if (length < start) break;
+        std::size_t body = 0;
+        std::size_t end = 0;
+        if (!codec::ReadBox(bytes, at, bytes.size(), body, end)) break;
         const std::size_t here = at;
-        at += length;
-        if (codec::HasText(bytes, here + 4, name)) return bytes.subspan(here + start, length - start);
+        at = end;
+        if (codec::HasText(bytes, here + 4, name)) return bytes.subspan(body, end - body);
     }
     at = bytes.size();
     return {};

@@ -2,10 +2,6 @@
 
 #include "zorimage/codec.h"
 
-using codec::Be16;
-using codec::Be32;
-using codec::ByteSpan;
-
 namespace {
 
 void AppendUtf8(std::string& text, std::uint32_t code) {
@@ -31,10 +27,10 @@ void AppendUtf8(std::string& text, std::uint32_t code) {
 std::string FromUtf16(ByteSpan bytes) {
     std::string text;
     for (std::size_t i = 0; i + 2 <= bytes.size(); i += 2) {
-        std::uint32_t code = Be16(&bytes[i]);
+        std::uint32_t code = Big16(bytes, i);
         if (code == 0) break;
         if (code >= 0xd800 && code < 0xdc00 && i + 4 <= bytes.size()) {
-            const std::uint32_t low = Be16(&bytes[i + 2]);
+            const std::uint32_t low = Big16(bytes, i + 2);
             if (low >= 0xdc00 && low < 0xe000) {
                 code = 0x10000 + ((code - 0xd800) << 10) + (low - 0xdc00);
                 i += 2;
@@ -50,7 +46,7 @@ std::string FromUtf16(ByteSpan bytes) {
 std::string ReadTextDescription(ByteSpan tag) {
     if (tag.size() < 12) return {};
     std::string text;
-    for (const std::uint8_t byte : tag.subspan(12, std::min<std::size_t>(Be32(&tag[8]), tag.size() - 12))) {
+    for (const std::uint8_t byte : tag.subspan(12, std::min<std::size_t>(Big32(tag, 8), tag.size() - 12))) {
         if (byte == 0) break;
         AppendUtf8(text, byte < 0x20 ? 0xfffdU : byte);
     }
@@ -60,12 +56,12 @@ std::string ReadTextDescription(ByteSpan tag) {
 // Version 4: records of language, country, length and offset. English is preferred, else the first.
 std::string ReadLocalised(ByteSpan tag) {
     if (tag.size() < 16) return {};
-    const std::size_t count = std::min<std::size_t>(Be32(&tag[8]), (tag.size() - 16) / 12);
+    const std::size_t count = std::min<std::size_t>(Big32(tag, 8), (tag.size() - 16) / 12);
     std::string first;
     for (std::size_t i = 0; i < count; ++i) {
         const std::size_t record = 16 + i * 12;
-        const std::size_t length = Be32(&tag[record + 4]);
-        const std::size_t offset = Be32(&tag[record + 8]);
+        const std::size_t length = Big32(tag, record + 4);
+        const std::size_t offset = Big32(tag, record + 8);
         if (offset > tag.size() || length > tag.size() - offset) continue;
         const std::string text = FromUtf16(tag.subspan(offset, length));
         if (codec::HasText(tag, record, "en")) return text;
@@ -80,12 +76,12 @@ std::string IccProfileName(std::span<const std::uint8_t> profile) {
     constexpr std::size_t kHeaderBytes = 128;
     if (profile.size() < kHeaderBytes + 4) return {};
     const std::size_t count =
-        std::min<std::size_t>(Be32(&profile[kHeaderBytes]), (profile.size() - kHeaderBytes - 4) / 12);
+        std::min<std::size_t>(Big32(profile, kHeaderBytes), (profile.size() - kHeaderBytes - 4) / 12);
     for (std::size_t i = 0; i < count; ++i) {
         const std::size_t entry = kHeaderBytes + 4 + i * 12;
         if (!codec::HasText(profile, entry, "desc")) continue;
-        const std::size_t offset = Be32(&profile[entry + 4]);
-        const std::size_t length = Be32(&profile[entry + 8]);
+        const std::size_t offset = Big32(profile, entry + 4);
+        const std::size_t length = Big32(profile, entry + 8);
         if (offset > profile.size() || length > profile.size() - offset) continue;
         const ByteSpan tag = profile.subspan(offset, length);
         if (codec::HasText(tag, 0, "desc")) return ReadTextDescription(tag);

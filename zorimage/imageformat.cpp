@@ -7,7 +7,6 @@
 #include "zorbase/files.h"
 #include "zorimage/codec.h"
 
-using codec::ByteSpan;
 using codec::HasText;
 
 namespace {
@@ -57,19 +56,17 @@ const FormatRow* FindRow(FileFormat format) {
 // Numbers of a TIFF header in its own byte order; 0 outside the bytes.
 class TiffView {
   public:
-    explicit TiffView(ByteSpan bytes) : m_bytes(bytes), m_big(HasText(bytes, 0, "MM")) {}
+    explicit TiffView(ByteSpan bytes) : m_bytes(bytes), m_order(TiffByteOrder(bytes)) {}
     std::uint32_t Get16(std::size_t offset) const {
-        if (offset + 2 > m_bytes.size()) return 0;
-        return m_big ? codec::Be16(&m_bytes[offset]) : codec::Le16(&m_bytes[offset]);
+        return static_cast<std::uint32_t>(NumberAt(m_bytes, offset, 2, m_order));
     }
     std::uint32_t Get32(std::size_t offset) const {
-        if (offset + 4 > m_bytes.size()) return 0;
-        return m_big ? codec::Be32(&m_bytes[offset]) : codec::Le32(&m_bytes[offset]);
+        return static_cast<std::uint32_t>(NumberAt(m_bytes, offset, 4, m_order));
     }
 
   private:
     ByteSpan m_bytes;
-    bool m_big;
+    ByteOrder m_order;
 };
 
 bool IsRawMake(ByteSpan head, std::size_t offset) {
@@ -140,7 +137,7 @@ FileFormat DetectBoxed(ByteSpan head) {
     if (isOneOf(8, {"avif"sv, "avis"sv})) return FileFormat::Avif;
     if (isOneOf(8, {"heic"sv, "heix"sv, "hevc"sv, "hevx"sv, "heim"sv, "heis"sv, "hevm"sv, "hevs"sv}))
         return FileFormat::Heif;
-    const std::size_t end = std::min<std::size_t>(codec::Be32(head.data()), head.size());
+    const std::size_t end = std::min<std::size_t>(Big32(head, 0), head.size());
     bool isHeif = isOneOf(8, {"mif1"sv, "msf1"sv, "mif2"sv, "miaf"sv});
     for (std::size_t offset = 16; offset + 4 <= end; offset += 4) {
         if (isOneOf(offset, {"avif"sv, "avis"sv})) return FileFormat::Avif;
@@ -186,14 +183,14 @@ bool IsDamagedJpeg(ByteSpan head) {
     if (!HasText(head, 0, "\xff\xd8")) return false;
     if (HasText(head, 6, "JFIF\0"sv) || HasText(head, 6, "Exif\0"sv)) return true;
     if (head.size() < 6 || head[3] < 0xc0) return false;
-    const std::size_t next = 4 + std::size_t{codec::Be16(&head[4])};
+    const std::size_t next = 4 + std::size_t{Big16(head, 4)};
     return next + 1 < head.size() && head[next] == 0xff && head[next + 1] >= 0xc0 && head[next + 1] != 0xff;
 }
 
 bool IsBmp(ByteSpan head) {
     // Two letters are little: the size of the second header must be one that was ever in use.
     if (!HasText(head, 0, "BM") || head.size() < 18) return false;
-    const std::uint32_t size = codec::Le32(&head[14]);
+    const std::uint32_t size = Little32(head, 14);
     return size == 12 || (size >= 16 && size <= 124 && size % 4 == 0);
 }
 

@@ -5,9 +5,6 @@
 
 #include "zorimage/codec.h"
 
-using codec::Be16;
-using codec::Be32;
-using codec::ByteSpan;
 using codec::Jpeg2000Header;
 
 namespace {
@@ -18,15 +15,15 @@ constexpr std::uint32_t kMaxComponents = 16384;
 
 void ReadSize(ByteSpan body, Jpeg2000Header& header) {
     if (body.size() < 36) return;
-    const std::uint32_t right = Be32(&body[2]);
-    const std::uint32_t bottom = Be32(&body[6]);
-    const std::uint32_t left = Be32(&body[10]);
-    const std::uint32_t top = Be32(&body[14]);
-    const std::uint64_t tileWidth = Be32(&body[18]);
-    const std::uint64_t tileHeight = Be32(&body[22]);
-    const std::uint64_t tileLeft = Be32(&body[26]);
-    const std::uint64_t tileTop = Be32(&body[30]);
-    const std::uint32_t count = std::min<std::uint32_t>(Be16(&body[34]), kMaxComponents);
+    const std::uint32_t right = Big32(body, 2);
+    const std::uint32_t bottom = Big32(body, 6);
+    const std::uint32_t left = Big32(body, 10);
+    const std::uint32_t top = Big32(body, 14);
+    const std::uint64_t tileWidth = Big32(body, 18);
+    const std::uint64_t tileHeight = Big32(body, 22);
+    const std::uint64_t tileLeft = Big32(body, 26);
+    const std::uint64_t tileTop = Big32(body, 30);
+    const std::uint32_t count = std::min<std::uint32_t>(Big16(body, 34), kMaxComponents);
     if (right <= left || bottom <= top || tileWidth == 0 || tileHeight == 0 || tileLeft > left ||
         tileTop > top)
         return;
@@ -45,8 +42,8 @@ void ReadSize(ByteSpan body, Jpeg2000Header& header) {
 void ReadMainHeader(ByteSpan stream, Jpeg2000Header& header) {
     std::size_t at = 2;
     while (stream.size() - std::min(at, stream.size()) >= 4) {
-        const std::uint32_t marker = Be16(&stream[at]);
-        const std::size_t length = Be16(&stream[at + 2]);
+        const std::uint32_t marker = Big16(stream, at);
+        const std::size_t length = Big16(stream, at + 2);
         if (marker == 0xff90 || marker < 0xff00 || length < 2 || length > stream.size() - at - 2) break;
         const ByteSpan body = stream.subspan(at + 4, length - 2);
         if (marker == 0xff51) ReadSize(body, header);
@@ -57,7 +54,7 @@ void ReadMainHeader(ByteSpan stream, Jpeg2000Header& header) {
 
 void ReadColour(ByteSpan body, Jpeg2000Header& header) {
     if (body.size() < 3) return;
-    if (body[0] == 1 && body.size() >= 7 && header.colourSpace == 0) header.colourSpace = Be32(&body[3]);
+    if (body[0] == 1 && body.size() >= 7 && header.colourSpace == 0) header.colourSpace = Big32(body, 3);
     if (body[0] == 2 && header.iccProfile.empty()) header.iccProfile = body.subspan(3);
 }
 
@@ -65,21 +62,16 @@ void ReadColour(ByteSpan body, Jpeg2000Header& header) {
 void ReadBoxes(ByteSpan bytes, Jpeg2000Header& header, bool isInHeaderBox) {
     std::size_t at = 0;
     while (bytes.size() - std::min(at, bytes.size()) >= 8) {
-        std::uint64_t length = Be32(&bytes[at]);
-        std::size_t start = 8;
-        if (length == 1 && bytes.size() - at >= 16) {
-            length = static_cast<std::uint64_t>(Be32(&bytes[at + 8])) << 32 | Be32(&bytes[at + 12]);
-            start = 16;
-        }
-        if (length == 0 || length > bytes.size() - at) length = bytes.size() - at;  // to the end, or cut off
-        if (length < start) break;
-        const ByteSpan body = bytes.subspan(at + start, length - start);
+        std::size_t start = 0;
+        std::size_t end = 0;
+        if (!codec::ReadBox(bytes, at, bytes.size(), start, end)) break;
+        const ByteSpan body = bytes.subspan(start, end - start);
         const std::string_view name(reinterpret_cast<const char*>(&bytes[at + 4]), 4);
         if (!isInHeaderBox && name == "jp2h"sv) ReadBoxes(body, header, true);
         if (isInHeaderBox && name == "colr"sv) ReadColour(body, header);
         if (isInHeaderBox && name == "pclr"sv) header.hasPalette = true;
         if (!isInHeaderBox && name == "jp2c"sv && header.codestream.empty()) header.codestream = body;
-        at += length;
+        at = end;
     }
 }
 

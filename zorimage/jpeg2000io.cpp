@@ -9,7 +9,6 @@
 #include "zorimage/codec.h"
 #include "zorimage/jpeg2000header.h"
 
-using codec::ByteSpan;
 using codec::Jpeg2000Header;
 
 namespace {

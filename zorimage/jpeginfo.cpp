@@ -7,8 +7,6 @@
 #include "zorimage/codec.h"
 #include "zorimage/jpegnames.h"
 
-using codec::Be16;
-using codec::ByteSpan;
 using codec::JpegHeader;
 
 namespace {
@@ -25,8 +23,8 @@ void ReadFrame(ByteSpan body, int marker, JpegHeader& header) {
     if (body.size() < 6) return;
     header.frameMarker = marker;
     header.precision = body[0];
-    header.height = static_cast<int>(Be16(&body[1]));
-    header.width = static_cast<int>(Be16(&body[3]));
+    header.height = static_cast<int>(Big16(body, 1));
+    header.width = static_cast<int>(Big16(body, 3));
     header.components.clear();
     const std::size_t count = std::min<std::size_t>(body[5], (body.size() - 6) / 3);
     for (std::size_t i = 0; i < count; ++i) {
@@ -38,15 +36,9 @@ void ReadFrame(ByteSpan body, int marker, JpegHeader& header) {
 // How many pictures the index of an APP2 "MPF" segment counts, 0 when it does not fit.
 int CountIndexed(ByteSpan body) {
     const ByteSpan tiff = body.subspan(std::min<std::size_t>(body.size(), 4));
-    const bool isLittle = codec::HasText(tiff, 0, "II"sv);
-    const auto get16 = [&](std::size_t at) -> std::uint32_t {
-        if (at + 2 > tiff.size()) return 0;
-        return isLittle ? codec::Le16(&tiff[at]) : Be16(&tiff[at]);
-    };
-    const auto get32 = [&](std::size_t at) -> std::uint32_t {
-        if (at + 4 > tiff.size()) return 0;
-        return isLittle ? codec::Le32(&tiff[at]) : codec::Be32(&tiff[at]);
-    };
+    const ByteOrder order = TiffByteOrder(tiff);
+    const auto get16 = [&](std::size_t at) { return NumberAt(tiff, at, 2, order); };
+    const auto get32 = [&](std::size_t at) { return static_cast<std::size_t>(NumberAt(tiff, at, 4, order)); };
     const std::size_t directory = get32(4);
     for (std::size_t i = 0; i < std::min<std::size_t>(get16(directory), 64); ++i) {
         const std::size_t entry = directory + 2 + 12 * i;
@@ -140,7 +132,7 @@ JpegHeader ReadJpegHeader(ByteSpan bytes) {
         if (marker == 0xd9) break;
         if (marker == 0 || marker == 1 || (marker >= 0xd0 && marker <= 0xd8)) continue;
         if (at + 2 > bytes.size()) break;
-        const std::size_t length = Be16(&bytes[at]);
+        const std::size_t length = Big16(bytes, at);
         if (length < 2 || length > bytes.size() - at) break;
         if (marker == 0xda) {
             header.hasScan = true;

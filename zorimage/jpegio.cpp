@@ -1,137 +1,22 @@
 #include <algorithm>
 #include <array>
-#include <csetjmp>
-#include <cstdio>
-#include <exception>
 #include <memory>
-
-// The library's header needs the ones above.
-#include <jerror.h>
-#include <jpeglib.h>
 
 #include "zorbase/zorexception.h"
 #include "zorimage/codec.h"
 #include "zorimage/jpegheader.h"
+#include "zorimage/jpegsession.h"
 
-using codec::ByteSpan;
 using codec::JpegHeader;
 
 namespace {
 
-// More scans than any encoder writes; files with thousands of them are made to keep decoders busy.
-constexpr int kMaxScans = 500;
-// Work that a file may ask for: pixels times scans per byte, for pictures that are not small.
-constexpr double kMaxWorkPerByte = 200000.0;
-constexpr double kUndoubtedWork = 1e9;
 constexpr JDIMENSION kStripRows = 64;
 
-// The library and everything its callbacks need. Errors leave the library by longjmp to the last Run; C++
-// objects live outside the functions that are jumped over.
-struct Reader {
-    jpeg_decompress_struct cinfo{};
-    jpeg_error_mgr errors{};
-    jpeg_progress_mgr monitor{};
-    std::jmp_buf jump{};
-    std::array<char, JMSG_LENGTH_MAX> error{};
-    bool isOutOfMemory = false;
-    codec::Warnings warnings;
-    const DecodeProgress* progress = nullptr;
-    std::exception_ptr stopped;  // what the progress function threw
-    ByteSpan bytes;
-    int scan = 0;                  // the scan being read, from 1
-    std::size_t scanStart = 0;     // where its data begins
-    JDIMENSION rowsBeforeEnd = 0;  // rows decoded when the file ended early
-    bool endedEarly = false;
-
-    explicit Reader(ByteSpan file) : bytes(file) {}
-    Reader(const Reader&) = delete;
-    Reader& operator=(const Reader&) = delete;
-    ~Reader() { jpeg_destroy_decompress(&cinfo); }
-};
-
-Reader& ReaderOf(j_common_ptr cinfo) {
-    return *static_cast<Reader*>(cinfo->client_data);
-}
-
-[[noreturn]] void OnError(j_common_ptr cinfo) {
-    Reader& reader = ReaderOf(cinfo);
-    cinfo->err->format_message(cinfo, reader.error.data());
-    reader.isOutOfMemory = cinfo->err->msg_code == JERR_OUT_OF_MEMORY;
-    std::longjmp(reader.jump, 1);
-}
-
-[[noreturn]] void Refuse(Reader& reader, const char* text) {
-    std::snprintf(reader.error.data(), reader.error.size(), "%s", text);
-    std::longjmp(reader.jump, 1);
-}
-
-void AddWarning(Reader& reader, const char* text) noexcept {
-    try {
-        reader.warnings.Add(text);
-    } catch (const std::exception&) {
-        // Without memory for a sentence the picture still comes.
-    }
-}
-
-void OnMessage(j_common_ptr cinfo, int level) {
-    if (level >= 0) return;
-    Reader& reader = ReaderOf(cinfo);
-    ++cinfo->err->num_warnings;
-    std::array<char, JMSG_LENGTH_MAX> text{};
-    cinfo->err->format_message(cinfo, text.data());
-    if (cinfo->err->msg_code == JWRN_JPEG_EOF && !reader.endedEarly) {
-        const jpeg_decompress_struct& state = reader.cinfo;
-        reader.endedEarly = true;
-        reader.rowsBeforeEnd =
-            std::min(state.image_height,
-                     state.input_iMCU_row * static_cast<JDIMENSION>(state.max_v_samp_factor) * DCTSIZE);
-    }
-    AddWarning(reader, text.data());
-}
-
-std::size_t Position(const Reader& reader) {
-    return reader.bytes.size() - std::min(reader.bytes.size(), reader.cinfo.src->bytes_in_buffer);
-}
-
-// Called by the library for every row of blocks.
-void OnMonitor(j_common_ptr cinfo) {
-    Reader& reader = ReaderOf(cinfo);
-    if (!cinfo->is_decompressor) return;
-    if (reader.cinfo.input_scan_number != reader.scan) {
-        reader.scan = reader.cinfo.input_scan_number;
-        reader.scanStart = Position(reader);
-        const double work =
-            static_cast<double>(reader.cinfo.image_width) * reader.cinfo.image_height * reader.scan;
-        if (reader.scan > kMaxScans) Refuse(reader, "the file has more than 500 scans");
-        if (work > kUndoubtedWork && work > kMaxWorkPerByte * static_cast<double>(reader.bytes.size())) {
-            Refuse(reader, "the file asks for far more work than its size can justify");
-        }
-    }
-    if (!jpeg_has_multiple_scans(&reader.cinfo) || reader.cinfo.output_scanline > 0) return;
-    bool isStopped = false;
-    try {
-        (*reader.progress)(0.6 * static_cast<double>(Position(reader)) /
-                           static_cast<double>(reader.bytes.size()));
-    } catch (...) {
-        reader.stopped = std::current_exception();
-        isStopped = true;
-    }
-    if (isStopped) std::longjmp(reader.jump, 1);  // outside the handler: nothing of C++ is alive here
-}
-
-// Calls into the library; false when it gave up. step must not own anything.
-template <typename Step>
-bool Run(Reader& reader, const Step& step) {
-    if (setjmp(reader.jump) != 0) return false;  // NOLINT: the library's way to report errors
-    step();
-    return true;
-}
-
-[[noreturn]] void ThrowFailure(const Reader& reader) {
-    if (reader.stopped) std::rethrow_exception(reader.stopped);
-    const std::string text = reader.error.data();
-    if (reader.isOutOfMemory) ZOR_THROW(Memory, "There is not enough memory to decode this JPEG file.");
-    ZOR_THROW(Format, "The JPEG file cannot be decoded: " + text + (text.ends_with('.') ? "" : "."));
+[[noreturn]] void ThrowFailure(const JpegReading& reading) {
+    reading.RethrowIfStopped();
+    if (reading.IsOutOfMemory()) ZOR_THROW(Memory, "There is not enough memory to decode this JPEG file.");
+    ZOR_THROW(Format, reading.Explain("The JPEG file cannot be decoded: "));
 }
 
 // What the header alone forbids, said in words.
@@ -158,63 +43,64 @@ void CheckHeader(const JpegHeader& header, std::size_t fileBytes) {
                           fileBytes, (count == 1 ? 1 : 3) + (isProgressive ? 2 * count : 0));
 }
 
-bool Start(Reader& reader, J_COLOR_SPACE colour) {
-    reader.cinfo.err = jpeg_std_error(&reader.errors);
-    reader.cinfo.client_data = &reader;  // creating keeps this and the line above
-    reader.errors.error_exit = OnError;
-    reader.errors.emit_message = OnMessage;
-    reader.monitor.progress_monitor = OnMonitor;
-    return Run(reader, [&] {
-        jpeg_create_decompress(&reader.cinfo);
-        reader.cinfo.progress = &reader.monitor;
-        jpeg_mem_src(&reader.cinfo, reader.bytes.data(), reader.bytes.size());
-        jpeg_read_header(&reader.cinfo, TRUE);
-        reader.cinfo.out_color_space = colour;
-        reader.cinfo.dct_method = JDCT_ISLOW;
-        jpeg_start_decompress(&reader.cinfo);
-    });
+// Within Run: everything up to the first row.
+void Begin(JpegReading& reading, J_COLOR_SPACE colour) {
+    reading.ReadHeader();
+    reading.tellsProgress = jpeg_has_multiple_scans(&reading.info) != 0;
+    reading.info.out_color_space = colour;
+    reading.info.dct_method = JDCT_ISLOW;
+    jpeg_start_decompress(&reading.info);
+}
+
+// Rows that were whole when the file ended.
+int RowsBeforeEnd(const JpegReading& reading) {
+    const jpeg_decompress_struct& info = reading.info;
+    const std::uint64_t rows =
+        std::uint64_t{reading.blockRowsBeforeEnd} * static_cast<unsigned>(info.max_v_samp_factor) * DCTSIZE;
+    return static_cast<int>(std::min<std::uint64_t>(info.image_height, rows));
 }
 
 // Rows from the library straight into target, at most kStripRows; the number read, or -1 when it gave up.
-int ReadStrip(Reader& reader, std::uint8_t* target, std::size_t step) {
-    const JDIMENSION first = reader.cinfo.output_scanline;
-    const bool isGood = Run(reader, [&] {
+int ReadStrip(JpegReading& reading, std::uint8_t* target, std::size_t step) {
+    const JDIMENSION first = reading.info.output_scanline;
+    const bool isGood = reading.Run([&] {
         std::array<JSAMPROW, kStripRows> rows;
-        const JDIMENSION wanted = std::min(kStripRows, reader.cinfo.output_height - first);
+        const JDIMENSION wanted = std::min(kStripRows, reading.info.output_height - first);
         for (JDIMENSION i = 0; i < wanted; ++i) rows[i] = target + i * step;
         JDIMENSION done = 0;
-        while (done < wanted) done += jpeg_read_scanlines(&reader.cinfo, &rows[done], wanted - done);
+        while (done < wanted) done += jpeg_read_scanlines(&reading.info, &rows[done], wanted - done);
     });
-    return isGood ? static_cast<int>(reader.cinfo.output_scanline - first) : -1;
+    return isGood ? static_cast<int>(reading.info.output_scanline - first) : -1;
 }
 
-void DescribeEnd(Reader& reader, int rowsDone, int rows, DecodedImage& result) {
-    result.warnings = reader.warnings.Take();
+void DescribeEnd(JpegReading& reading, int rowsDone, int rows, DecodedImage& result) {
+    result.warnings = reading.warnings.Take();
     std::string text;
     if (rowsDone < rows) {
-        text = std::string("The decoder gave up (") + reader.error.data() +
+        text = std::string("The decoder gave up (") + reading.GetError() +
                "): " + codec::MissingRowsText(rowsDone, rows);
-    } else if (reader.endedEarly && jpeg_has_multiple_scans(&reader.cinfo)) {
-        text = "File ends early, in scan " + std::to_string(reader.cinfo.input_scan_number) +
+    } else if (reading.endedEarly && jpeg_has_multiple_scans(&reading.info)) {
+        text = "File ends early, in scan " + std::to_string(reading.info.input_scan_number) +
                ": the details of the scans after it are missing.";
-    } else if (reader.endedEarly && static_cast<int>(reader.rowsBeforeEnd) < rows) {
-        text = "File ends early: " + codec::MissingRowsText(static_cast<int>(reader.rowsBeforeEnd), rows);
+    } else if (reading.endedEarly && RowsBeforeEnd(reading) < rows) {
+        text = "File ends early: " + codec::MissingRowsText(RowsBeforeEnd(reading), rows);
     }
     if (!text.empty()) result.warnings.insert(result.warnings.begin(), text);
 }
 
-bool ReadRows(Reader& reader, cv::Mat& pixels, bool isInk, bool isInverted, int& rowsDone) {
-    const double done0 = jpeg_has_multiple_scans(&reader.cinfo) ? 0.6 : 0.0;
+bool ReadRows(JpegReading& reading, cv::Mat& pixels, bool isInk, bool isInverted,
+              const DecodeProgress& progress, int& rowsDone) {
+    const double done0 = jpeg_has_multiple_scans(&reading.info) ? 0.6 : 0.0;
     cv::Mat strip;
     if (isInk) strip = codec::NewPixels(static_cast<std::uint64_t>(pixels.cols), kStripRows, CV_8UC4);
     while (rowsDone < pixels.rows) {
-        const int count = isInk ? ReadStrip(reader, strip.data, strip.step[0])
-                                : ReadStrip(reader, pixels.ptr(rowsDone), pixels.step[0]);
+        const int count = isInk ? ReadStrip(reading, strip.data, strip.step[0])
+                                : ReadStrip(reading, pixels.ptr(rowsDone), pixels.step[0]);
         if (count < 0) return false;
         for (int i = 0; isInk && i < count; ++i)
             codec::InkToBgr(strip.ptr(i), pixels.ptr(rowsDone + i), pixels.cols, isInverted);
         rowsDone += count;
-        (*reader.progress)(done0 + (1.0 - done0) * rowsDone / pixels.rows);
+        progress(done0 + (1.0 - done0) * rowsDone / pixels.rows);
     }
     return true;
 }
@@ -230,37 +116,29 @@ DecodedImage DecodeJpeg(ByteSpan bytes, const DecodeProgress& progress) {
     const bool isGrey = header.components.size() == 1;
     const J_COLOR_SPACE colour = isGrey ? JCS_GRAYSCALE : isInk ? JCS_CMYK : JCS_EXT_BGR;
 
-    auto reader = std::make_unique<Reader>(bytes);
-    reader->progress = &progress;
     std::string lost;
-    if (!Start(*reader, colour)) {
-        // A later scan is damaged: what stands before it is a whole, coarser picture.
-        if (reader->stopped || reader->isOutOfMemory || reader->scan < 2 || reader->scan > kMaxScans)
-            ThrowFailure(*reader);
-        lost = "Scan " + std::to_string(reader->scan) + " is damaged (" + reader->error.data() +
-               "): it and all scans after it are left out.";
-        const ByteSpan before = bytes.first(reader->scanStart);
-        reader = std::make_unique<Reader>(before);
-        reader->progress = &progress;
-        if (!Start(*reader, colour)) ThrowFailure(*reader);
-    }
+    std::unique_ptr<JpegReading> failed;
+    const std::function<void(double)> partOfProgress = [&progress](double done) { progress(0.6 * done); };
+    const auto reading = BeginReading(
+        bytes, &partOfProgress, [colour](JpegReading& begun) { Begin(begun, colour); }, lost, failed);
+    if (!reading) ThrowFailure(*failed);
 
     DecodedImage result;
     cv::Mat pixels =
-        NewPixels(reader->cinfo.output_width, reader->cinfo.output_height, isGrey ? CV_8UC1 : CV_8UC3);
+        NewPixels(reading->info.output_width, reading->info.output_height, isGrey ? CV_8UC1 : CV_8UC3);
     int rowsDone = 0;
-    if (!ReadRows(*reader, pixels, isInk, header.adobeTransform >= 0, rowsDone)) {
-        if (!isInk) rowsDone = static_cast<int>(reader->cinfo.output_scanline);
-        if (rowsDone == 0) ThrowFailure(*reader);
+    if (!ReadRows(*reading, pixels, isInk, header.adobeTransform >= 0, progress, rowsDone)) {
+        if (!isInk) rowsDone = static_cast<int>(reading->info.output_scanline);
+        if (rowsDone == 0) ThrowFailure(*reading);
         pixels.rowRange(rowsDone, pixels.rows).setTo(cv::Scalar::all(128));
     }
-    DescribeEnd(*reader, rowsDone, pixels.rows, result);
-    if (rowsDone == pixels.rows && !reader->endedEarly) {
+    DescribeEnd(*reading, rowsDone, pixels.rows, result);
+    if (rowsDone == pixels.rows && !reading->endedEarly) {
         // What stands behind the last row can be damaged too; the library tells while it looks for the end.
-        jpeg_decompress_struct& cinfo = reader->cinfo;
-        Run(*reader, [&cinfo] { jpeg_finish_decompress(&cinfo); });
-        if (reader->stopped) std::rethrow_exception(reader->stopped);
-        for (const std::string& warning : reader->warnings.Take()) result.warnings.push_back(warning);
+        jpeg_decompress_struct& info = reading->info;
+        reading->Run([&info] { jpeg_finish_decompress(&info); });
+        reading->RethrowIfStopped();
+        for (const std::string& warning : reading->warnings.Take()) result.warnings.push_back(warning);
     }
     if (!lost.empty()) result.warnings.insert(result.warnings.begin(), lost);
     result.image = Image(pixels);

@@ -1,43 +1,26 @@
 #include <algorithm>
-#include <array>
-#include <csetjmp>
-#include <cstdio>
 #include <cstdlib>
-
-// The library's header needs the ones above.
-#include <jpeglib.h>
 
 #include "zorbase/zorexception.h"
 #include "zorimage/codec.h"
+#include "zorimage/jpegsession.h"
 
 namespace {
 
-struct Writer {
+struct Writer : JpegSession {
     jpeg_compress_struct cinfo{};
-    jpeg_error_mgr errors{};
-    std::jmp_buf jump{};
-    std::array<char, JMSG_LENGTH_MAX> error{};
     unsigned char* data = nullptr;  // the library's, by malloc
     unsigned long size = 0;
 
-    Writer() = default;
-    Writer(const Writer&) = delete;
-    Writer& operator=(const Writer&) = delete;
-    ~Writer() {
+    Writer() { Attach(cinfo); }
+    ~Writer() override {
         jpeg_destroy_compress(&cinfo);
         std::free(data);
     }
 };
 
-[[noreturn]] void OnError(j_common_ptr cinfo) {
-    Writer& writer = *static_cast<Writer*>(cinfo->client_data);
-    cinfo->err->format_message(cinfo, writer.error.data());
-    std::longjmp(writer.jump, 1);
-}
-
-// Only plain data between setjmp and the library.
-bool Compress(Writer& writer, const cv::Mat& pixels, int quality) {
-    if (setjmp(writer.jump) != 0) return false;  // NOLINT: the library's way to report errors
+// Within Run.
+void Compress(Writer& writer, const cv::Mat& pixels, int quality) {
     jpeg_compress_struct& cinfo = writer.cinfo;
     jpeg_create_compress(&cinfo);
     jpeg_mem_dest(&cinfo, &writer.data, &writer.size);
@@ -59,7 +42,6 @@ bool Compress(Writer& writer, const cv::Mat& pixels, int quality) {
         jpeg_write_scanlines(&cinfo, &row, 1);
     }
     jpeg_finish_compress(&cinfo);
-    return true;
 }
 
 }  // namespace
@@ -73,12 +55,8 @@ std::vector<std::uint8_t> EncodeJpeg(const Image& image, int quality) {
     }
     const Image narrow = image.GetChannels() <= 2 ? image.ToGray() : image.ToColor();
     Writer writer;
-    writer.cinfo.err = jpeg_std_error(&writer.errors);
-    writer.errors.error_exit = OnError;
-    writer.cinfo.client_data = &writer;
-    if (!Compress(writer, narrow.GetMat(), std::clamp(quality, 1, 100))) {
-        ZOR_THROW(Memory, std::string("The JPEG file could not be made: ") + writer.error.data() + '.');
-    }
+    if (!writer.Run([&] { Compress(writer, narrow.GetMat(), std::clamp(quality, 1, 100)); }))
+        ZOR_THROW(Memory, writer.Explain("The JPEG file could not be made: "));
     return {writer.data, writer.data + writer.size};
 }
 

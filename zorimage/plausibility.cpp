@@ -8,8 +8,6 @@
 
 #include "zorimage/codec.h"
 
-using codec::ByteSpan;
-
 namespace {
 
 constexpr std::size_t kMaxDepth = 24;
@@ -17,10 +15,6 @@ constexpr std::size_t kMaxBoxes = 100000;
 constexpr std::size_t kMaxDirectories = 1000;
 constexpr std::uint64_t kFreeMemory = std::uint64_t{576} << 20;
 constexpr std::uint64_t kMemoryPerByte = 64;
-
-std::uint64_t Big64(const std::uint8_t* p) {
-    return std::uint64_t{codec::Be32(p)} << 32 | codec::Be32(p + 4);
-}
 
 // Boxes that hold boxes, whatever reader looks into them, and how many bytes stand before the first.
 struct Container {
@@ -42,22 +36,6 @@ const Container* FindContainer(ByteSpan bytes, std::size_t at) {
     return nullptr;
 }
 
-// One box: where its content begins and ends. False where none fits.
-bool ReadBox(ByteSpan bytes, std::size_t at, std::size_t end, std::size_t& body, std::size_t& boxEnd) {
-    if (end - at < 8) return false;
-    std::uint64_t length = codec::Be32(&bytes[at]);
-    body = at + 8;
-    if (length == 1) {
-        if (end - at < 16) return false;
-        length = Big64(&bytes[at + 8]);
-        body = at + 16;
-    }
-    // A box of no length goes on to the end; one that claims more is cut there by every reader.
-    if (length == 0 || length > end - at) length = end - at;
-    boxEnd = at + static_cast<std::size_t>(length);
-    return boxEnd >= body;
-}
-
 // Without recursion: the ends of the boxes that lie around the place.
 std::string BoxProblem(ByteSpan bytes) {
     std::vector<std::size_t> ends = {bytes.size()};
@@ -65,7 +43,7 @@ std::string BoxProblem(ByteSpan bytes) {
     for (std::size_t at = 0; !ends.empty();) {
         std::size_t body = 0;
         std::size_t boxEnd = 0;
-        if (at >= ends.back() || !ReadBox(bytes, at, ends.back(), body, boxEnd)) {
+        if (at >= ends.back() || !codec::ReadBox(bytes, at, ends.back(), body, boxEnd)) {
             at = ends.back();
             ends.pop_back();
             continue;
@@ -97,7 +75,7 @@ class Directories {
         return false;
     }
 
-    explicit Directories(ByteSpan bytes) : m_bytes(bytes), m_isBig(codec::HasText(bytes, 0, "MM")) {}
+    explicit Directories(ByteSpan bytes) : m_bytes(bytes), m_order(TiffByteOrder(bytes)) {}
 
     std::string Problem() {
         std::vector<std::size_t> waiting = {Get32(4)};
@@ -119,12 +97,10 @@ class Directories {
 
   private:
     std::uint32_t Get16(std::size_t at) const {
-        if (at + 2 > m_bytes.size()) return 0;
-        return m_isBig ? codec::Be16(&m_bytes[at]) : codec::Le16(&m_bytes[at]);
+        return static_cast<std::uint32_t>(NumberAt(m_bytes, at, 2, m_order));
     }
     std::uint32_t Get32(std::size_t at) const {
-        if (at + 4 > m_bytes.size()) return 0;
-        return m_isBig ? codec::Be32(&m_bytes[at]) : codec::Le32(&m_bytes[at]);
+        return static_cast<std::uint32_t>(NumberAt(m_bytes, at, 4, m_order));
     }
 
     std::string Look(std::size_t at, std::vector<std::size_t>& waiting) {
@@ -192,7 +168,7 @@ class Directories {
     }
 
     ByteSpan m_bytes;
-    bool m_isBig;
+    ByteOrder m_order;
     std::set<std::size_t> m_seen;
     std::uint64_t m_end = 0;
 };
@@ -206,8 +182,8 @@ std::string Missing(std::uint64_t stated, std::size_t there) {
 // The first box on the outermost level that claims more than there is, and where its end would be.
 std::string CutBox(ByteSpan bytes) {
     for (std::size_t at = 0, boxes = 0; bytes.size() - at >= 8 && boxes < kMaxBoxes; ++boxes) {
-        std::uint64_t length = codec::Be32(&bytes[at]);
-        if (length == 1 && bytes.size() - at >= 16) length = Big64(&bytes[at + 8]);
+        std::uint64_t length = Big32(bytes, at);
+        if (length == 1 && bytes.size() - at >= 16) length = Big64(bytes, at + 8);
         if (length == 0) break;  // to the end, by the standard
         if (length < 8) break;
         if (length > bytes.size() - at) return Missing(at + length, bytes.size());

@@ -11,9 +11,6 @@
 #include "zorbase/zorexception.h"
 #include "zorimage/codec.h"
 
-using codec::Be32;
-using codec::ByteSpan;
-
 namespace {
 
 constexpr std::size_t kSignatureBytes = 8;
@@ -31,8 +28,8 @@ struct Header {
 // The header chunk, which must come first. False when it is not there.
 bool ReadHeader(ByteSpan bytes, Header& header) {
     if (bytes.size() < kSignatureBytes + 8 + 13 || !codec::HasText(bytes, 12, "IHDR")) return false;
-    const std::uint8_t* p = &bytes[kSignatureBytes + 8];
-    header = {Be32(p), Be32(p + 4), p[8], p[9], p[12] != 0};
+    const ByteSpan body = bytes.subspan(kSignatureBytes + 8, 13);
+    header = {Big32(body, 0), Big32(body, 4), body[8], body[9], body[12] != 0};
     return true;
 }
 
@@ -208,11 +205,11 @@ void ReadPngInfo(ByteSpan bytes, ImageInfo& info) {
     bool hasEnd = false;
     std::size_t at = kSignatureBytes;
     while (!hasEnd && bytes.size() - at >= 12) {
-        const std::size_t length = Be32(&bytes[at]);
+        const std::size_t length = Big32(bytes, at);
         if (length > bytes.size() - at - 12) break;
         const ByteSpan body = bytes.subspan(at + 8, length);
         const std::string_view name(reinterpret_cast<const char*>(&bytes[at + 4]), 4);
-        if (Be32(body.data() + length) != crc32(0, &bytes[at + 4], static_cast<uInt>(length + 4)) &&
+        if (Big32(bytes, at + 8 + length) != crc32(0, &bytes[at + 4], static_cast<uInt>(length + 4)) &&
             info.warnings.size() < 20) {
             info.warnings.emplace_back("The checksum of a chunk at byte " + std::to_string(at) +
                                        " is wrong.");
@@ -220,7 +217,7 @@ void ReadPngInfo(ByteSpan bytes, ImageInfo& info) {
         if (name == "PLTE") paletteEntries = length / 3;
         if (name == "tRNS") hasTransparency = true;
         if (name == "acTL" && length >= 4)
-            info.frames = static_cast<int>(std::clamp<std::uint32_t>(Be32(body.data()), 1, 1U << 30));
+            info.frames = static_cast<int>(std::clamp<std::uint32_t>(Big32(body, 0), 1, 1U << 30));
         if (name == "iCCP" && info.iccProfile.empty()) info.iccProfile = InflateProfile(body, info.warnings);
         hasEnd = name == "IEND";
         at += 12 + length;

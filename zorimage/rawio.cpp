@@ -8,8 +8,6 @@
 #include "zorimage/codec.h"
 #include "zorimage/plausibility.h"
 
-using codec::ByteSpan;
-
 namespace {
 
 constexpr const char* kRecipe =

@@ -7,7 +7,6 @@
 #include "zorimage/codec.h"
 #include "zorimage/tiffmemory.h"
 
-using codec::ByteSpan;
 using codec::TiffReader;
 
 namespace {
@@ -239,8 +238,23 @@ int PlanesToRead(const Page& page, const cv::Mat& pixels) {
     return pixels.channels();
 }
 
-// Rows that could not be read, which stay black.
-int ReadScanlines(TIFF* tiff, const Page& page, cv::Mat& pixels, const DecodeProgress& progress) {
+// Rows of which some plane or tile is missing, and whether anything at all was read.
+class MissingRows {
+  public:
+    explicit MissingRows(std::uint32_t height) : m_rows(height) {}
+    bool hasPixels = false;
+    void Add(std::uint64_t first, std::uint64_t end) {
+        std::fill(m_rows.begin() + static_cast<std::ptrdiff_t>(first),
+                  m_rows.begin() + static_cast<std::ptrdiff_t>(end), true);
+    }
+    int Count() const { return static_cast<int>(std::count(m_rows.begin(), m_rows.end(), true)); }
+
+  private:
+    std::vector<bool> m_rows;
+};
+
+// What is missing stays black.
+MissingRows ReadScanlines(TIFF* tiff, const Page& page, cv::Mat& pixels, const DecodeProgress& progress) {
     std::vector<std::uint8_t> row = WorkBuffer(TIFFScanlineSize(tiff), page);
     const std::size_t least =
         (static_cast<std::size_t>(page.width) * static_cast<std::size_t>(page.isPlanar ? 1 : page.samples) *
@@ -254,14 +268,17 @@ int ReadScanlines(TIFF* tiff, const Page& page, cv::Mat& pixels, const DecodePro
     stripRows = std::clamp<std::uint32_t>(stripRows, 1, page.height);
     RowWriter writer(page, pixels);
     const int planes = PlanesToRead(page, pixels);
-    int missing = 0;
+    MissingRows missing(page.height);
     for (int plane = 0; plane < planes; ++plane) {
         for (std::uint32_t y = 0; y < page.height; ++y) {
             if (TIFFReadScanline(tiff, row.data(), y, static_cast<std::uint16_t>(plane)) != 1) {
                 const std::uint32_t next = std::min(page.height, (y / stripRows + 1) * stripRows);
-                missing += static_cast<int>(next - y);
+                missing.Add(y, next);
                 y = next - 1;
-            } else if (page.isPlanar) {
+                continue;
+            }
+            missing.hasPixels = true;
+            if (page.isPlanar) {
                 writer.PutPlane(row.data(), plane, static_cast<int>(y), 0, pixels.cols);
             } else {
                 writer.PutPixels(row.data(), static_cast<int>(y), 0, pixels.cols);
@@ -269,10 +286,10 @@ int ReadScanlines(TIFF* tiff, const Page& page, cv::Mat& pixels, const DecodePro
             if (y % kStripRows == 0) progress((plane + static_cast<double>(y) / page.height) / planes);
         }
     }
-    return missing / planes;
+    return missing;
 }
 
-int ReadTiles(TiffReader& reader, const Page& page, cv::Mat& pixels, const DecodeProgress& progress) {
+MissingRows ReadTiles(TiffReader& reader, const Page& page, cv::Mat& pixels, const DecodeProgress& progress) {
     TIFF* tiff = reader.Get();
     const std::uint32_t tileWidth = reader.Get32(TIFFTAG_TILEWIDTH);
     const std::uint32_t tileHeight = reader.Get32(TIFFTAG_TILELENGTH);
@@ -289,7 +306,7 @@ int ReadTiles(TiffReader& reader, const Page& page, cv::Mat& pixels, const Decod
     }
     RowWriter writer(page, pixels);
     const int planes = PlanesToRead(page, pixels);
-    int missing = 0;
+    MissingRows missing(page.height);
     for (int plane = 0; plane < planes; ++plane) {
         for (std::uint64_t y = 0; y < page.height; y += tileHeight) {
             bool isRowMissing = false;
@@ -303,6 +320,7 @@ int ReadTiles(TiffReader& reader, const Page& page, cv::Mat& pixels, const Decod
                     isRowMissing = true;
                     continue;
                 }
+                missing.hasPixels = true;
                 for (int i = 0; i < rows; ++i) {
                     const std::uint8_t* row = tile.data() + static_cast<std::ptrdiff_t>(i) * rowBytes;
                     if (page.isPlanar) {
@@ -313,11 +331,10 @@ int ReadTiles(TiffReader& reader, const Page& page, cv::Mat& pixels, const Decod
                 }
                 progress((plane + static_cast<double>(y) / page.height) / planes);
             }
-            if (isRowMissing)
-                missing += static_cast<int>(std::min<std::uint64_t>(tileHeight, page.height - y));
+            if (isRowMissing) missing.Add(y, std::min<std::uint64_t>(y + tileHeight, page.height));
         }
     }
-    return missing / planes;
+    return missing;
 }
 
 // Colour models that the library converts itself, to 8 bits.
@@ -357,15 +374,15 @@ DecodedImage DecodeTiff(ByteSpan bytes, const DecodeProgress& progress) {
     pixels.setTo(cv::Scalar::all(0));
     const int extra = page.samples - page.colours - (page.hasAlpha ? 1 : 0);
     const bool isTiled = TIFFIsTiled(reader.Get()) != 0;
-    const int missing = isTiled ? ReadTiles(reader, page, pixels, progress)
-                                : ReadScanlines(reader.Get(), page, pixels, progress);
+    const MissingRows rows = isTiled ? ReadTiles(reader, page, pixels, progress)
+                                     : ReadScanlines(reader.Get(), page, pixels, progress);
     result.warnings = reader.GetWarnings().Take();
-    if (missing >= pixels.rows) {
+    if (!rows.hasPixels) {
         ZOR_THROW(Format,
                   "The TIFF file cannot be decoded" +
                       (reader.GetError().empty() ? std::string(".") : ": " + reader.GetError() + "."));
     }
-    if (missing > 0) {
+    if (const int missing = rows.Count(); missing > 0) {
         result.warnings.insert(result.warnings.begin(),
                                "The file is damaged or ends early: " + std::to_string(missing) + " of " +
                                    std::to_string(pixels.rows) + " rows are missing.");

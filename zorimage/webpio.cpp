@@ -9,17 +9,10 @@
 #include "zorbase/zorexception.h"
 #include "zorimage/codec.h"
 
-using codec::ByteSpan;
-using codec::Le32;
-
 namespace {
 
 constexpr std::size_t kFirstChunk = 12;
 constexpr std::size_t kAnimationHeaderBytes = 16;
-
-std::uint32_t Le24(const std::uint8_t* p) {
-    return codec::Le16(p) | static_cast<std::uint32_t>(p[2]) << 16;
-}
 
 // What the chunks say. Spans point into the file.
 struct Layout {
@@ -38,8 +31,8 @@ struct Layout {
 void ReadChunk(std::string_view name, ByteSpan body, Layout& layout) {
     if (name == "VP8X" && body.size() >= 10) {
         layout.isExtended = true;
-        layout.canvasWidth = Le24(&body[4]) + 1;
-        layout.canvasHeight = Le24(&body[7]) + 1;
+        layout.canvasWidth = Little24(body, 4) + 1;
+        layout.canvasHeight = Little24(body, 7) + 1;
     }
     if (name == "ICCP" && layout.profile.empty()) layout.profile = body;
     if (name == "VP8 ") layout.hasLossy = true;
@@ -54,7 +47,7 @@ Layout ReadLayout(ByteSpan bytes) {
     Layout layout;
     std::size_t at = kFirstChunk;
     while (bytes.size() - std::min(at, bytes.size()) >= 8) {
-        const std::size_t length = Le32(&bytes[at + 4]);
+        const std::size_t length = Little32(bytes, at + 4);
         const std::size_t there = std::min(length, bytes.size() - at - 8);
         if (there < length) layout.isWhole = false;
         const std::string_view name(reinterpret_cast<const char*>(&bytes[at]), 4);
@@ -144,8 +137,8 @@ DecodedImage DecodeWebp(ByteSpan bytes, const DecodeProgress& progress) {
     if (features.has_animation != 0) ZOR_THROW(Format, "The WebP file is an animation without pictures.");
     cv::Rect place(0, 0, features.width, features.height);
     if (isAnimation) {
-        place.x = static_cast<int>(Le24(&layout.firstFrame[0]) * 2);
-        place.y = static_cast<int>(Le24(&layout.firstFrame[3]) * 2);
+        place.x = static_cast<int>(Little24(layout.firstFrame, 0) * 2);
+        place.y = static_cast<int>(Little24(layout.firstFrame, 3) * 2);
     }
     const int width = std::max(isAnimation ? static_cast<int>(layout.canvasWidth) : 0, place.x + place.width);
     const int height =

@@ -1,11 +1,8 @@
 #include "orvcore/analysis/errorlevel.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <csetjmp>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <limits>
 #include <memory>
@@ -13,11 +10,9 @@
 #include <string>
 #include <vector>
 
-// The library's header needs the ones above.
-#include <jpeglib.h>
-
 #include "orvcore/analysis/parallel.h"
 #include "zorbase/zorexception.h"
+#include "zorimage/jpegsession.h"
 
 namespace {
 
@@ -26,41 +21,32 @@ constexpr int kStripRows = 64;
 constexpr int kStripRowsWithContext = 192;
 constexpr int kContextRows = 16;  // what smooth upsampling reads beyond a strip
 
-// One JPEG round trip. The library reports errors by a jump: only plain data between setjmp and its calls.
-class RoundTrip {
+// One JPEG round trip.
+class RoundTrip : JpegSession {
   public:
     RoundTrip() {
-        m_encoder.err = m_decoder.err = jpeg_std_error(&m_errors);
-        m_errors.error_exit = OnError;
-        m_errors.emit_message = [](j_common_ptr, int) {};
-        m_encoder.client_data = m_decoder.client_data = this;
+        Attach(m_encoder);
+        Attach(m_decoder);
     }
-    ~RoundTrip() {
+    ~RoundTrip() override {
         jpeg_destroy_compress(&m_encoder);
         jpeg_destroy_decompress(&m_decoder);
         std::free(m_data);
     }
-    RoundTrip(const RoundTrip&) = delete;
-    RoundTrip& operator=(const RoundTrip&) = delete;
 
     // Encodes rows first up to last (exclusive) of the image and decodes them into `decoded`, of the same type and row count.
-    void Run(const cv::Mat& image, int first, int last, const ErrorLevelSettings& settings,
-             cv::Mat& decoded) {
-        if (!Encode(image, first, last, settings) || !Decode(decoded)) {
-            ZOR_THROW(Memory, std::string("The picture could not be saved as JPEG in memory: ") +
-                                  m_message.data() + '.');
-        }
+    void Make(const cv::Mat& image, int first, int last, const ErrorLevelSettings& settings,
+              cv::Mat& decoded) {
+        if (!Run([&] {
+                Encode(image, first, last, settings);
+                Decode(decoded);
+            }))
+            ZOR_THROW(Memory, Explain("The picture could not be saved as JPEG in memory: "));
     }
 
   private:
-    [[noreturn]] static void OnError(j_common_ptr info) {
-        auto* self = static_cast<RoundTrip*>(info->client_data);
-        info->err->format_message(info, self->m_message.data());
-        std::longjmp(self->m_jump, 1);
-    }
-
-    bool Encode(const cv::Mat& image, int first, int last, const ErrorLevelSettings& settings) {
-        if (setjmp(m_jump) != 0) return false;  // NOLINT: the library's way to report errors
+    // Both within Run.
+    void Encode(const cv::Mat& image, int first, int last, const ErrorLevelSettings& settings) {
         if (!m_hasEncoder) jpeg_create_compress(&m_encoder);
         m_hasEncoder = true;
         // The buffer of the strip before is used again; the library replaces it when it is too small.
@@ -90,11 +76,9 @@ class RoundTrip {
             std::free(before);
             m_capacity = m_size;
         }
-        return true;
     }
 
-    bool Decode(cv::Mat& decoded) {
-        if (setjmp(m_jump) != 0) return false;  // NOLINT: the library's way to report errors
+    void Decode(cv::Mat& decoded) {
         if (!m_hasDecoder) jpeg_create_decompress(&m_decoder);
         m_hasDecoder = true;
         jpeg_mem_src(&m_decoder, m_data, m_size);
@@ -108,14 +92,10 @@ class RoundTrip {
             jpeg_read_scanlines(&m_decoder, &row, 1);
         }
         jpeg_finish_decompress(&m_decoder);
-        return true;
     }
 
     jpeg_compress_struct m_encoder{};
     jpeg_decompress_struct m_decoder{};
-    jpeg_error_mgr m_errors{};
-    std::jmp_buf m_jump{};
-    std::array<char, JMSG_LENGTH_MAX> m_message{};
     unsigned char* m_data = nullptr;  // by malloc
     unsigned long m_size = 0;
     unsigned long m_capacity = 0;
@@ -176,7 +156,7 @@ class StripWork {
         const int first = m_hasContext ? std::max(begin - kContextRows, 0) : begin;
         const int last = m_hasContext ? std::min(end + kContextRows, m_image.rows) : end;
         bench.decoded.create(last - first, m_image.cols, m_image.type());
-        bench.trip.Run(m_image, first, last, m_settings, bench.decoded);
+        bench.trip.Make(m_image, first, last, m_settings, bench.decoded);
         const cv::Mat source = m_image.rowRange(begin, end);
         const cv::Mat again = bench.decoded.rowRange(begin - first, end - first);
         cv::Mat target = m_result.rowRange(begin, end);

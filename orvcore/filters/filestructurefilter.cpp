@@ -3,7 +3,7 @@
 #include "orvcore/filter/fileintermediates.h"
 #include "orvcore/filter/filter.h"
 #include "orvcore/filters/filterlist.h"
-#include "orvcore/formats/bytes.h"
+#include "zorbase/bytes.h"
 #include "zorbase/hash.h"
 #include "zorbase/text.h"
 

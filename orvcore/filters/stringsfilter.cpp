@@ -3,8 +3,8 @@
 #include "orvcore/filter/fileintermediates.h"
 #include "orvcore/filter/filter.h"
 #include "orvcore/filters/filterlist.h"
-#include "orvcore/formats/bytes.h"
 #include "orvcore/formats/printablestrings.h"
+#include "zorbase/bytes.h"
 #include "zorbase/text.h"
 
 namespace {

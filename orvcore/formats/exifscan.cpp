@@ -55,9 +55,8 @@ class Scanner {
     explicit Scanner(ByteSpan tiff) : m_tiff(tiff) {}
 
     ExifScan Run() {
-        const bool isLittle = StartsWith(m_tiff, 0, "II", 2);
-        if (!isLittle && !StartsWith(m_tiff, 0, "MM", 2)) return m_scan;
-        m_isLittle = isLittle;
+        if (!StartsWith(m_tiff, 0, "II", 2) && !StartsWith(m_tiff, 0, "MM", 2)) return m_scan;
+        m_order = TiffByteOrder(m_tiff);
         if (Number16(2) != 42) return m_scan;
 
         std::size_t exifAt = 0;
@@ -106,10 +105,10 @@ class Scanner {
 
   private:
     std::uint32_t Number16(std::size_t at) const {
-        return m_isLittle ? Little16(m_tiff, at) : Big16(m_tiff, at);
+        return static_cast<std::uint32_t>(NumberAt(m_tiff, at, 2, m_order));
     }
     std::uint32_t Number32(std::size_t at) const {
-        return m_isLittle ? Little32(m_tiff, at) : Big32(m_tiff, at);
+        return static_cast<std::uint32_t>(NumberAt(m_tiff, at, 4, m_order));
     }
 
     // Hands every field over and returns where the next directory stands, 0 when there is none. Directories
@@ -220,7 +219,7 @@ class Scanner {
     }
 
     ByteSpan m_tiff;
-    bool m_isLittle = false;
+    ByteOrder m_order = ByteOrder::Big;
     bool m_wasRead = false;
     ExifScan m_scan;
 };

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "orvcore/formats/bytes.h"
 #include "orvcore/formats/metadata.h"
+#include "zorbase/bytes.h"
 
 // The few EXIF facts that a table of many files shows, read straight from the block of a JPEG: hundreds of
 // times faster than a whole reading of its metadata, which interprets every entry and lets only one thread in

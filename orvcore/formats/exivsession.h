@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "orvcore/formats/bytes.h"
 #include "orvcore/formats/metadata.h"
+#include "zorbase/bytes.h"
 
 // The metadata library is used through this one door. It keeps global state (log handler, registered name
 // spaces, translations of its labels), so a session holds a lock, collects the library's log messages instead

@@ -2,7 +2,7 @@
 
 #include <functional>
 
-#include "orvcore/formats/bytes.h"
+#include "zorbase/bytes.h"
 
 // A complete JPEG somewhere in the bytes.
 struct CarvedJpeg {

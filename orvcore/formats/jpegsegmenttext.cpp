@@ -142,9 +142,13 @@ std::string ScanText(ByteSpan p) {
 // Reads numbers of a TIFF structure in its own byte order.
 struct TiffReader {
     ByteSpan tiff;
-    bool little = false;
-    std::uint32_t Get16(std::size_t at) const { return little ? Little16(tiff, at) : Big16(tiff, at); }
-    std::uint32_t Get32(std::size_t at) const { return little ? Little32(tiff, at) : Big32(tiff, at); }
+    ByteOrder order = ByteOrder::Big;
+    std::uint32_t Get16(std::size_t at) const {
+        return static_cast<std::uint32_t>(NumberAt(tiff, at, 2, order));
+    }
+    std::uint32_t Get32(std::size_t at) const {
+        return static_cast<std::uint32_t>(NumberAt(tiff, at, 4, order));
+    }
 };
 
 std::string PictureText(std::uint32_t attributes) {
@@ -260,7 +264,7 @@ std::vector<JpegPictureEntry> ReadPictureIndex(ByteSpan payload, std::size_t pay
                                                std::size_t imageStart) {
     std::vector<JpegPictureEntry> pictures;
     if (!StartsWith(payload, 0, "MPF\0", 4)) return pictures;
-    TiffReader reader{Slice(payload, 4, payload.size()), StartsWith(payload, 4, "II", 2)};
+    TiffReader reader{Slice(payload, 4, payload.size()), TiffByteOrder(Slice(payload, 4, 2))};
     const std::size_t base = payloadOffset + 4;
     const std::size_t directory = reader.Get32(4);
     const std::size_t entries = std::min<std::size_t>(reader.Get16(directory), 64);

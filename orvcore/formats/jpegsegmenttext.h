@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "orvcore/formats/bytes.h"
 #include "orvcore/formats/jpegstructure.h"
+#include "zorbase/bytes.h"
 #include "zorimage/jpegnames.h"
 
 // The words of one marker segment: its identifier and what it says in a few words. Payloads are the bytes

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <array>
 
-#include "orvcore/formats/bytes.h"
 #include "orvcore/formats/jpegsegmenttext.h"
 #include "orvcore/formats/jpegwalk.h"
+#include "zorbase/bytes.h"
 #include "zorbase/text.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "orvcore/formats/bytes.h"
+#include "zorbase/bytes.h"
 
 // The marker codes that the walk itself must know (second byte; the first one is FF).
 namespace jpegmarker {

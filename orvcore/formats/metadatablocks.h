@@ -1,6 +1,6 @@
 #pragma once
 
-#include "orvcore/formats/bytes.h"
+#include "zorbase/bytes.h"
 
 // Where a file's metadata lie, found without the metadata library, for files that it refuses as a whole. The spans
 // point into the bytes; empty where there is none.

@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "orvcore/formats/bytes.h"
+#include "zorbase/bytes.h"
 #include "zorbase/files.h"
 
 // Unpacks the two coders of black-and-white pages. The result is rows of one bit per pixel, padded to bytes, 0 black and 1 white. Nothing

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "orvcore/formats/bytes.h"
 #include "orvcore/formats/qpdfheaders.h"
+#include "zorbase/bytes.h"
 
 // The walk through a document that hostile ones cannot end: the library's own goes down page trees and into packed
 // streams as deep and as far as they claim to go.

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "orvcore/formats/bytes.h"
+#include "zorbase/bytes.h"
 #include "zorbase/text.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "orvcore/formats/bytes.h"
+#include "zorbase/bytes.h"
 #include "zorbase/files.h"
 
 // One file inside a zip container, as the central directory tells it. Offsets count bytes of the container.

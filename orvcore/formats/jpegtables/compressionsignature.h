@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "orvcore/formats/bytes.h"
+#include "zorbase/bytes.h"
 
 // What identifies the kind of writer of a JPEG: how it compresses and in what order it writes, not what it
 // shows. After Kee, Johnson and Farid, "Digital image authentication from JPEG headers" (2011), who use

@@ -3,9 +3,9 @@
 #include <string>
 #include <vector>
 
-#include "orvcore/formats/bytes.h"
 #include "orvcore/formats/jpegstructure.h"
 #include "orvcore/formats/jpegtables/quantizationfamily.h"
+#include "zorbase/bytes.h"
 
 // Every quantization and Huffman table that a JPEG holds, with the place where it is defined and what uses it.
 // Pure functions, any thread; offsets count bytes of the span that was handed in.

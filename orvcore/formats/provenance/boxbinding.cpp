@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "orvcore/formats/jpegsegmenttext.h"
 #include "orvcore/formats/jpegwalk.h"
 #include "orvcore/formats/provenance/bindings.h"
 
@@ -16,45 +17,11 @@ struct NamedBox {
 
 const char kStoreName[] = "C2PA";
 
+// Reserved markers have no name among signed boxes.
 std::string JpegName(std::uint8_t marker) {
     using namespace jpegmarker;
-    const auto numbered = [marker](const char* name, std::uint8_t base) {
-        return name + std::to_string(marker - base);
-    };
-    switch (marker) {
-        case kTem:
-            return "TEM";
-        case kSoi:
-            return "SOI";
-        case kEoi:
-            return "EOI";
-        case kSos:
-            return "SOS";
-        case kDqt:
-            return "DQT";
-        case kDht:
-            return "DHT";
-        case kDac:
-            return "DAC";
-        case kDnl:
-            return "DNL";
-        case kDri:
-            return "DRI";
-        case kDhp:
-            return "DHP";
-        case kExp:
-            return "EXP";
-        case kJpg:
-            return "JPG";
-        case kCom:
-            return "COM";
-        default:
-            break;
-    }
-    if (IsRestart(marker)) return numbered("RST", kRst0);
-    if (marker >= kApp0 && marker <= kApp15) return numbered("APP", kApp0);
-    if (marker >= kSof0 && marker < kRst0) return numbered("SOF", kSof0);
-    return "?";
+    const bool isNamed = marker == kTem || (marker >= kSof0 && marker <= kApp15) || marker == kCom;
+    return isNamed ? JpegMarkerName(marker) : "?";
 }
 
 bool IsInShell(const FoundStore& store, std::size_t offset) {

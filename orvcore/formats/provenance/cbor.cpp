@@ -84,9 +84,8 @@ class Decoder {
         const std::size_t count =
             head.extra < 24 || head.isIndefinite ? 0 : std::size_t{1} << (head.extra - 24);
         if (Left() - 1 < count) return Fail("The record ends inside an item.");
-        head.number = head.extra < 24 ? static_cast<std::uint64_t>(head.extra) : 0;
-        for (std::size_t i = 0; i < count; ++i)
-            head.number = (head.number << 8) | ByteAt(m_bytes, m_position + 1 + i);
+        head.number = head.extra < 24 ? static_cast<std::uint64_t>(head.extra)
+                                      : NumberAt(m_bytes, m_position + 1, count, ByteOrder::Big);
         m_position += 1 + count;
         return true;
     }

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "orvcore/formats/bytes.h"
+#include "zorbase/bytes.h"
 
 // CBOR (RFC 8949) read into a tree that keeps the encoded bytes of every item, because hashes and signatures are
 // computed over them. Pure; any thread.

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "orvcore/formats/bytes.h"
+#include "zorbase/bytes.h"
 
 // Certificates of signers and of time-stamp authorities: read, looked at, and followed to roots that the examiner chose.
 // The system's own roots never count, nothing is fetched. Any thread.

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "orvcore/formats/bytes.h"
+#include "zorbase/bytes.h"
 
 // The hash functions that content credentials allow.
 namespace provenance {

@@ -54,7 +54,7 @@ class Parser {
         box.headerSize = 8;
         box.code = Big32(m_bytes, offset + 4);
         if (left >= 16 && size == 1) {
-            size = (std::uint64_t{Big32(m_bytes, offset + 8)} << 32) | Big32(m_bytes, offset + 12);
+            size = Big64(m_bytes, offset + 8);
             box.headerSize = 16;
         } else if (left >= 8 && size == 0) {
             size = left;

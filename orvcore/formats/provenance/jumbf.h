@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "orvcore/formats/bytes.h"
+#include "zorbase/bytes.h"
 
 // The boxes that credentials are kept in (JUMBF, ISO/IEC 19566-5). Offsets count from the start of the bytes handed in.
 namespace provenance {

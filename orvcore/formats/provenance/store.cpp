@@ -24,10 +24,6 @@ constexpr std::uint32_t kSubDirectoriesTag = 330;
 constexpr std::uint8_t kCredentialBox[16] = {0xD8, 0xFE, 0xC3, 0xD6, 0x1B, 0x0E, 0x48, 0x3C,
                                              0x92, 0x97, 0x58, 0x28, 0x87, 0x7E, 0xC4, 0x81};
 
-std::uint64_t Big64(ByteSpan bytes, std::size_t position) {
-    return (std::uint64_t{Big32(bytes, position)} << 32) | Big32(bytes, position + 4);
-}
-
 // Whether a superbox of the credentials' own type begins here.
 bool IsStoreStart(ByteSpan bytes, std::size_t offset) {
     if (Big32(bytes, offset + 4) != kSuperbox) return false;
@@ -183,7 +179,7 @@ void FindInMedia(ByteSpan file, StoreSearch& search) {
 class TiffWalk {
   public:
     TiffWalk(ByteSpan file, StoreSearch& search) : m_file(file), m_search(search) {
-        m_isLittle = file[0] == 'I';
+        m_order = TiffByteOrder(file);
         m_isBig = Number(2, 2) == 43;
     }
 
@@ -199,12 +195,7 @@ class TiffWalk {
 
   private:
     std::uint64_t Number(std::size_t position, int size) const {
-        std::uint64_t number = 0;
-        for (int i = 0; i < size; ++i) {
-            const int byte = m_isLittle ? size - 1 - i : i;
-            number = (number << 8) | ByteAt(m_file, position + static_cast<std::size_t>(byte));
-        }
-        return number;
+        return NumberAt(m_file, position, static_cast<std::size_t>(size), m_order);
     }
 
     void Directory(std::size_t offset) {
@@ -247,7 +238,7 @@ class TiffWalk {
 
     ByteSpan m_file;
     StoreSearch& m_search;
-    bool m_isLittle = false;
+    ByteOrder m_order = ByteOrder::Big;
     bool m_isBig = false;
     std::size_t m_entriesLeft = kMaxDirectoryEntries;
     std::vector<std::uint64_t> m_waiting;

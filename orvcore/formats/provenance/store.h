@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "orvcore/formats/bytes.h"
+#include "zorbase/bytes.h"
 
 // Where a file keeps its content credentials: the manifest store, found in the container's own way. Pure; any thread.
 namespace provenance {

@@ -222,10 +222,6 @@ class MetaReader {
 
 }  // namespace
 
-std::uint64_t Big64(ByteSpan bytes, std::size_t at) {
-    return (std::uint64_t{Big32(bytes, at)} << 32) | Big32(bytes, at + 4);
-}
-
 std::optional<IsoBox> ReadIsoBox(ByteSpan bytes, std::size_t at, std::size_t end) {
     end = std::min(end, bytes.size());
     if (at >= end || end - at < 8) return std::nullopt;

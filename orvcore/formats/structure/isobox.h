@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "orvcore/formats/bytes.h"
+#include "zorbase/bytes.h"
 
 // Boxes of the ISO base media file format (ISO/IEC 14496-12) and the items of a picture file (ISO/IEC
 // 23008-12): what HEIF, AVIF, MP4, CR3 and JPEG 2000 share. Offsets count bytes of the file.
@@ -62,5 +62,3 @@ constexpr std::size_t kMaxIsoItems = 20000;
 
 // What the file's meta box says of its items; nothing without one.
 IsoItems ReadIsoItems(ByteSpan file);
-
-std::uint64_t Big64(ByteSpan bytes, std::size_t at);

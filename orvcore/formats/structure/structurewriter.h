@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "orvcore/formats/bytes.h"
 #include "orvcore/formats/structure/filestructure.h"
+#include "zorbase/bytes.h"
 
 // Collects the rows of a file while its parsers walk through it, and keeps what every structure promises:
 // rows inside the file, a depth with an end, a number with an end. One thread, one file.

@@ -235,17 +235,7 @@ std::string OneValue(const TiffDirectories& tiff, ByteSpan bytes, std::uint32_t 
 }  // namespace
 
 std::uint64_t TiffDirectories::Number(ByteSpan bytes, std::size_t at, std::size_t size) const {
-    switch (size) {
-        case 1:
-            return ByteAt(bytes, at);
-        case 2:
-            return little ? Little16(bytes, at) : Big16(bytes, at);
-        case 4:
-            return little ? Little32(bytes, at) : Big32(bytes, at);
-        default:
-            return little ? Little64(bytes, at)
-                          : (std::uint64_t{Big32(bytes, at)} << 32) | Big32(bytes, at + 4);
-    }
+    return NumberAt(bytes, at, size, little ? ByteOrder::Little : ByteOrder::Big);
 }
 
 TiffDirectories ReadTiffDirectories(ByteSpan tiff) {

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "orvcore/formats/bytes.h"
 #include "orvcore/formats/structure/tifftags.h"
+#include "zorbase/bytes.h"
 
 // The directories of a TIFF structure, classic or big, as they stand in the file: nothing is interpreted
 // beyond types and pointers. Offsets count bytes of the span, in which the structure starts at 0. Shared by

@@ -1,15 +1,11 @@
 #include "orvcore/tools/folder/thumbnail.h"
 
 #include <algorithm>
-#include <csetjmp>
-#include <cstdio>
 #include <opencv2/imgproc.hpp>
-
-// The library's header needs the ones above.
-#include <jpeglib.h>
 
 #include "zorbase/zorexception.h"
 #include "zorimage/imageio.h"
+#include "zorimage/jpegsession.h"
 
 namespace {
 
@@ -17,64 +13,14 @@ constexpr int kMaxScans = 100;
 constexpr double kMaxJpegPixels = 400e6;
 constexpr double kMaxProgressivePixels = 100e6;  // the library keeps all their coefficients
 
-// The library with what its callbacks need. Errors leave it by longjmp; nothing of C++ is alive in the
-// functions that are jumped over.
-struct Reader {
-    jpeg_decompress_struct cinfo{};
-    jpeg_error_mgr errors{};
-    jpeg_progress_mgr monitor{};
-    std::jmp_buf jump{};
-    const OrvJob* job = nullptr;
-
-    Reader() = default;
-    Reader(const Reader&) = delete;
-    Reader& operator=(const Reader&) = delete;
-    ~Reader() { jpeg_destroy_decompress(&cinfo); }
-};
-
-Reader& ReaderOf(j_common_ptr cinfo) {
-    return *static_cast<Reader*>(cinfo->client_data);
-}
-
-[[noreturn]] void OnError(j_common_ptr cinfo) {
-    std::longjmp(ReaderOf(cinfo).jump, 1);
-}
-
-void OnMessage(j_common_ptr, int) {}
-
-void OnMonitor(j_common_ptr cinfo) {
-    Reader& reader = ReaderOf(cinfo);
-    if (reader.job->IsAborted() || reader.cinfo.input_scan_number > kMaxScans) std::longjmp(reader.jump, 1);
-}
-
-template <typename Step>
-bool Run(Reader& reader, const Step& step) {
-    if (setjmp(reader.jump) != 0) return false;  // NOLINT: the library's way to report errors
-    step();
-    return true;
-}
-
-bool Open(Reader& reader, std::span<const std::uint8_t> bytes) {
-    reader.cinfo.err = jpeg_std_error(&reader.errors);
-    reader.errors.error_exit = OnError;
-    reader.errors.emit_message = OnMessage;
-    reader.cinfo.client_data = &reader;
-    return Run(reader, [&] {
-        jpeg_create_decompress(&reader.cinfo);
-        reader.monitor.progress_monitor = OnMonitor;
-        reader.cinfo.progress = &reader.monitor;
-        jpeg_mem_src(&reader.cinfo, bytes.data(), static_cast<unsigned long>(bytes.size()));
-        jpeg_read_header(&reader.cinfo, TRUE);
-    });
-}
-
 // The picture at an eighth, a quarter… of its size, at least `side` where it has so much. A damaged file gives
 // what could be decoded, the rest grey.
 cv::Mat DecodeReduced(std::span<const std::uint8_t> bytes, int side, const OrvJob& job) {
-    Reader reader;
-    reader.job = &job;
-    if (!Open(reader, bytes)) return {};
-    jpeg_decompress_struct& cinfo = reader.cinfo;
+    const std::function<void(double)> checkAbort = [&job](double) { job.CheckAbort(); };
+    JpegReading reading(bytes, &checkAbort);
+    reading.maxScans = kMaxScans;
+    if (!reading.Run([&] { reading.ReadHeader(); })) return {};
+    jpeg_decompress_struct& cinfo = reading.info;
     const double pixels = static_cast<double>(cinfo.image_width) * cinfo.image_height;
     if (pixels > (jpeg_has_multiple_scans(&cinfo) ? kMaxProgressivePixels : kMaxJpegPixels)) return {};
     if (cinfo.jpeg_color_space == JCS_CMYK || cinfo.jpeg_color_space == JCS_YCCK) return {};
@@ -87,11 +33,11 @@ cv::Mat DecodeReduced(std::span<const std::uint8_t> bytes, int side, const OrvJo
     cinfo.out_color_space = JCS_EXT_BGR;
     cinfo.dct_method = JDCT_IFAST;
     cinfo.do_fancy_upsampling = FALSE;
-    if (!Run(reader, [&] { jpeg_start_decompress(&cinfo); })) return {};
+    if (!reading.Run([&] { jpeg_start_decompress(&cinfo); })) return {};
 
     cv::Mat picture(static_cast<int>(cinfo.output_height), static_cast<int>(cinfo.output_width), CV_8UC3,
                     cv::Scalar::all(128));
-    Run(reader, [&] {
+    reading.Run([&] {
         while (cinfo.output_scanline < cinfo.output_height && !job.IsAborted()) {
             JSAMPROW row = picture.ptr(static_cast<int>(cinfo.output_scanline));
             jpeg_read_scanlines(&cinfo, &row, 1);

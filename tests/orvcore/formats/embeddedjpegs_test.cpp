@@ -7,11 +7,11 @@
 #include <cstdio>
 #include <set>
 
-#include "orvcore/formats/bytes.h"
 #include "orvcore/formats/jpegcarver.h"
 #include "orvcore/formats/jpegstructure.h"
 #include "tests/orvcore/formats/formatsupport.h"
 #include "tests/support/temporaryfolder.h"
+#include "zorbase/bytes.h"
 #include "zorbase/hash.h"
 #include "zorbase/json.h"
 

@@ -30,8 +30,30 @@ inline std::uint32_t Little32(ByteSpan bytes, std::size_t position) {
     return Little16(bytes, position) | (Little16(bytes, position + 2) << 16);
 }
 
+inline std::uint32_t Little24(ByteSpan bytes, std::size_t position) {
+    return Little16(bytes, position) | (ByteAt(bytes, position + 2) << 16);
+}
+
+inline std::uint64_t Big64(ByteSpan bytes, std::size_t position) {
+    return (std::uint64_t{Big32(bytes, position)} << 32) | Big32(bytes, position + 4);
+}
+
 inline std::uint64_t Little64(ByteSpan bytes, std::size_t position) {
     return Little32(bytes, position) | (std::uint64_t{Little32(bytes, position + 4)} << 32);
+}
+
+// A whole number of 1 to 8 bytes in the byte order that the file states.
+enum class ByteOrder : std::uint8_t { Big, Little };
+inline std::uint64_t NumberAt(ByteSpan bytes, std::size_t position, std::size_t size, ByteOrder order) {
+    std::uint64_t number = 0;
+    for (std::size_t i = 0; i < size; ++i)
+        number = (number << 8) | ByteAt(bytes, position + (order == ByteOrder::Big ? i : size - 1 - i));
+    return number;
+}
+
+// The byte order that a TIFF header at the start of the bytes states; big where it states none.
+inline ByteOrder TiffByteOrder(ByteSpan bytes) {
+    return ByteAt(bytes, 0) == 'I' && ByteAt(bytes, 1) == 'I' ? ByteOrder::Little : ByteOrder::Big;
 }
 
 // The part of the bytes that really exists: never outside, never longer than what is there.
