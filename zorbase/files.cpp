@@ -15,6 +15,7 @@
 
 #include "zorbase/calendar.h"
 #include "zorbase/fileprotection.h"
+#include "zorbase/openbelow.h"
 #include "zorbase/text.h"
 #include "zorbase/zorexception.h"
 
@@ -206,15 +207,7 @@ class AtomicFile {
 }  // namespace
 
 int OpenForReading(const std::string& path, int moreFlags) {
-    // Without waiting: a named pipe would otherwise block until somebody writes to it.
-    const int flags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | moreFlags;
-    if (HasNul(path)) {
-        errno = EINVAL;
-        return -1;
-    }
-    const int fd = open(path.c_str(), flags | O_NOATIME);
-    // Only the owner may leave the access time alone.
-    return fd >= 0 || errno != EPERM ? fd : open(path.c_str(), flags);
+    return OpenBelow(AT_FDCWD, path, moreFlags);
 }
 
 std::string ReadFile(const std::string& path) {

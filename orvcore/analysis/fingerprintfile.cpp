@@ -5,10 +5,11 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
-#include <filesystem>
 #include <limits>
 #include <string_view>
 
+#include "zorbase/files.h"
+#include "zorbase/folders.h"
 #include "zorbase/hash.h"
 #include "zorbase/json.h"
 #include "zorbase/zorexception.h"
@@ -140,15 +141,8 @@ FingerprintRecord ReadFingerprint(const std::string& path) {
 }
 
 std::vector<std::string> ListFingerprints(const std::string& folder) {
-    std::vector<std::string> paths;
-    std::error_code error;
-    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
-         entry.increment(error)) {
-        std::error_code ignored;
-        if (entry->is_regular_file(ignored) &&
-            entry->path().extension() == std::string(".") + kFingerprintExtension)
-            paths.push_back(entry->path().string());
-    }
-    std::sort(paths.begin(), paths.end());
+    std::vector<std::string> paths = ListFiles(folder);
+    std::erase_if(paths,
+                  [](const std::string& path) { return PathExtension(path) != kFingerprintExtension; });
     return paths;
 }

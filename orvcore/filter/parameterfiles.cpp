@@ -2,27 +2,16 @@
 
 #include <sys/stat.h>
 
-#include <algorithm>
-#include <filesystem>
 #include <functional>
 #include <vector>
 
 #include "zorbase/files.h"
+#include "zorbase/folders.h"
 #include "zorbase/hash.h"
 #include "zorbase/text.h"
 #include "zorbase/zorexception.h"
 
 namespace {
-
-std::vector<std::string> FilesIn(const std::string& folder) {
-    std::vector<std::string> paths;
-    std::error_code error;
-    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
-         entry.increment(error))
-        if (entry->is_regular_file(error)) paths.push_back(entry->path().string());
-    std::sort(paths.begin(), paths.end());
-    return paths;
-}
 
 std::string Describe(const VecParameter& parameters,
                      const std::function<std::string(const std::string&)>& one) {
@@ -37,7 +26,7 @@ std::string Describe(const VecParameter& parameters,
         if (isFile)
             text += one(path) + "\n";
         else
-            for (const std::string& file : FilesIn(path)) text += PathName(file) + "=" + one(file) + "\n";
+            for (const std::string& file : ListFiles(path)) text += PathName(file) + "=" + one(file) + "\n";
     }
     return text;
 }

@@ -1,26 +1,23 @@
 #include "orvcore/model/filelister.h"
 
-#include <dirent.h>
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <chrono>
 
 #include "zorbase/files.h"
+#include "zorbase/folders.h"
 #include "zorbase/text.h"
+#include "zorbase/zorexception.h"
 #include "zorimage/imageformat.h"
 
 namespace {
 
-bool IsImageFile(int folder, const char* name) {
-    // Looking at a file must not count as reading it: the access time is left alone where the system allows.
-    constexpr int kFlags = O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY;
-    int file = openat(folder, name, kFlags | O_NOATIME);
-    if (file < 0 && errno == EPERM) file = openat(folder, name, kFlags);
+bool IsImageFile(const FolderEntry& entry) {
+    // Looking at a file does not count as reading it.
+    const int file = OpenInFolder(entry.folder, entry.name);
     if (file < 0) return false;
     std::array<std::uint8_t, kFormatSniffBytes> head;
     struct stat facts {};
@@ -36,15 +33,15 @@ bool IsImageFile(int folder, const char* name) {
 OrvPaths ListImageFiles(const std::string& folder, const std::string& always, const std::stop_token& stop) {
     const std::string alwaysName = PathName(always);
     std::vector<std::string> names;
-    if (DIR* handle = opendir(folder.c_str())) {
-        while (!stop.stop_requested()) {
-            const dirent* entry = readdir(handle);
-            if (entry == nullptr) break;
-            if (entry->d_type != DT_REG && entry->d_type != DT_LNK && entry->d_type != DT_UNKNOWN) continue;
-            if (alwaysName == entry->d_name || IsImageFile(dirfd(handle), entry->d_name))
-                names.emplace_back(entry->d_name);
-        }
-        closedir(handle);
+    try {
+        ForEachEntry(folder, [&](const FolderEntry& entry) {
+            const bool mayBeFile =
+                entry.kind == FolderEntry::Kind::File || entry.kind == FolderEntry::Kind::Link;
+            if (mayBeFile && (alwaysName == entry.name || IsImageFile(entry))) names.push_back(entry.name);
+            return !stop.stop_requested();
+        });
+    } catch (const ZorException&) {
+        // A folder that cannot be read has no files to step through.
     }
     if (!alwaysName.empty() && std::find(names.begin(), names.end(), alwaysName) == names.end())
         names.push_back(alwaysName);

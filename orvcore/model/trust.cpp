@@ -1,6 +1,5 @@
 #include "orvcore/model/trust.h"
 
-#include <dirent.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -8,6 +7,7 @@
 #include <mutex>
 
 #include "zorbase/files.h"
+#include "zorbase/folders.h"
 #include "zorbase/text.h"
 
 namespace {
@@ -30,19 +30,16 @@ Chosen& TheChosen() {
 // What tells a folder's files from others: names, sizes, places and times.
 std::string ListOf(const std::string& folder) {
     if (folder.empty()) return {};
-    const std::unique_ptr<DIR, int (*)(DIR*)> listing(opendir(folder.c_str()), closedir);
-    if (!listing) return "not readable";
+    if (!FolderExists(folder)) return "not readable";
     std::vector<std::string> files;
-    while (const dirent* entry = readdir(listing.get())) {
+    for (const std::string& path : ListFiles(folder)) {
         struct stat facts {};
-        if (stat(PathJoin(folder, entry->d_name).c_str(), &facts) != 0 || !S_ISREG(facts.st_mode)) continue;
+        if (stat(path.c_str(), &facts) != 0) continue;
         // A file may be replaced by one of its size within a second.
-        files.push_back(
-            Join({std::string(entry->d_name), std::to_string(facts.st_size), std::to_string(facts.st_ino),
-                  std::to_string(facts.st_ctim.tv_sec), std::to_string(facts.st_ctim.tv_nsec)},
-                 " "));
+        files.push_back(Join({PathName(path), std::to_string(facts.st_size), std::to_string(facts.st_ino),
+                              std::to_string(facts.st_ctim.tv_sec), std::to_string(facts.st_ctim.tv_nsec)},
+                             " "));
     }
-    std::sort(files.begin(), files.end());
     return Join(files, "\n");
 }
 

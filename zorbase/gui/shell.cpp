@@ -41,19 +41,7 @@ wxString FileAddress(const std::string& path) {
     std::error_code error;
     const std::string absolute = std::filesystem::absolute(path, error).string();
     if (error) return {};
-    constexpr char kDigits[] = "0123456789ABCDEF";
-    std::string address = "file://";
-    for (const char c : absolute) {
-        const bool isPlain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-                             c == '/' || c == '-' || c == '.' || c == '_' || c == '~';
-        if (isPlain) {
-            address += c;
-        } else {
-            const auto byte = static_cast<unsigned char>(c);
-            address += {'%', kDigits[byte >> 4], kDigits[byte & 15]};
-        }
-    }
-    return wxString::FromAscii(address.c_str());
+    return wxString::FromAscii(("file://" + PercentEncode(absolute, "/")).c_str());
 }
 
 bool LaunchFile(const std::string& path) {

@@ -1,13 +1,12 @@
 #include "orvcore/formats/provenance/provenance.h"
 
-#include <dirent.h>
-
 #include <algorithm>
 #include <memory>
 
 #include "orvcore/formats/provenance/marks.h"
 #include "orvcore/formats/provenance/verifier.h"
 #include "zorbase/files.h"
+#include "zorbase/folders.h"
 #include "zorbase/text.h"
 #include "zorbase/zorexception.h"
 
@@ -50,15 +49,16 @@ using namespace provenance;
 TrustStore ReadTrustFolder(const std::string& folder, std::vector<std::string>& warnings) {
     TrustStore anchors;
     if (folder.empty()) return anchors;
-    const std::unique_ptr<DIR, int (*)(DIR*)> listing(opendir(folder.c_str()), closedir);
-    if (!listing) {
+    std::vector<std::string> names;
+    try {
+        ForEachEntry(folder, [&names](const FolderEntry& entry) {
+            const std::string extension = PathExtension(entry.name);
+            if (extension == "pem" || extension == "crt" || extension == "cer") names.push_back(entry.name);
+            return true;
+        });
+    } catch (const ZorException&) {
         warnings.push_back("The folder of trusted certificates cannot be read: " + ToValidUtf8(folder));
         return anchors;
-    }
-    std::vector<std::string> names;
-    while (const dirent* entry = readdir(listing.get())) {
-        const std::string extension = PathExtension(entry->d_name);
-        if (extension == "pem" || extension == "crt" || extension == "cer") names.emplace_back(entry->d_name);
     }
     std::sort(names.begin(), names.end());
     if (names.size() > kMaxTrustFiles) {

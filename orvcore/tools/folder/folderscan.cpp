@@ -1,12 +1,9 @@
 // The part of the folder table that reads files: the list of a folder, the worker threads, the progress.
 
-#include <dirent.h>
-#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <atomic>
-#include <cerrno>
 #include <chrono>
 #include <condition_variable>
 #include <exception>
@@ -19,6 +16,7 @@
 #include "orvcore/tools/folder/foldertable.h"
 #include "orvcore/tools/folder/thumbnail.h"
 #include "zorbase/files.h"
+#include "zorbase/folders.h"
 #include "zorbase/hash.h"
 #include "zorbase/text.h"
 #include "zorbase/zorexception.h"
@@ -31,31 +29,19 @@ constexpr auto kTick = std::chrono::milliseconds(40);
 // Adds the regular files of one folder (also those that links lead to), and the folders in it.
 void ListFolder(const std::string& folder, std::vector<std::string>& files, std::vector<std::string>& folders,
                 const OrvJob& job) {
-    const int descriptor = OpenForReading(folder, O_DIRECTORY);
-    DIR* handle = descriptor >= 0 ? fdopendir(descriptor) : nullptr;
-    if (handle == nullptr)
-        ZOR_THROW(File, "Cannot read the folder \"" + ToValidUtf8(folder) +
-                            "\": " + std::generic_category().message(errno) + ".");
-    const std::unique_ptr<DIR, int (*)(DIR*)> closer(handle, closedir);
-    while (const dirent* entry = readdir(handle)) {
+    using Kind = FolderEntry::Kind;
+    ForEachEntry(folder, [&](const FolderEntry& entry) {
         job.CheckAbort();
-        const std::string name = entry->d_name;
-        if (name == "." || name == "..") continue;
+        const std::string path = PathJoin(folder, entry.name);
+        // A link that leads nowhere is a row that says so.
         struct stat facts {};
-        unsigned char type = entry->d_type;
-        if (type == DT_UNKNOWN || type == DT_LNK) {
-            const bool isLink = type == DT_LNK;
-            if (fstatat(dirfd(handle), entry->d_name, &facts, isLink ? 0 : AT_SYMLINK_NOFOLLOW) != 0) {
-                // A link that leads nowhere is a row that says so.
-                files.push_back(PathJoin(folder, name));
-                continue;
-            }
-            if (isLink && S_ISDIR(facts.st_mode)) continue;
-            type = S_ISREG(facts.st_mode) ? DT_REG : S_ISDIR(facts.st_mode) ? DT_DIR : DT_FIFO;
-        }
-        if (type == DT_REG) files.push_back(PathJoin(folder, name));
-        if (type == DT_DIR) folders.push_back(PathJoin(folder, name));
-    }
+        const bool isLink = entry.kind == Kind::Link;
+        const bool isFile = entry.kind == Kind::File ||
+                            (isLink && (stat(path.c_str(), &facts) != 0 || S_ISREG(facts.st_mode)));
+        if (isFile) files.push_back(path);
+        if (entry.kind == Kind::Folder) folders.push_back(path);
+        return true;
+    });
 }
 
 void TakeHashes(const FileHashes& hashes, FileExamination& file) {
