@@ -49,6 +49,10 @@ struct CopyMoveResult {
     std::vector<CopiedPair> pairs;  // the one with the most matches first, at most 255
 };
 
+// What every search begins with: map and mask of the picture's size, empty; whyNot for a picture smaller than 64 x 64 pixels. Throws
+// ZorException (kind Argument) for what CheckPicture refuses.
+CopyMoveResult BeginCopySearch(const cv::Mat& picture);
+
 struct CopyMoveVerdict {
     bool isSign = false;
     double measured = 0;  // of the pair that counts most

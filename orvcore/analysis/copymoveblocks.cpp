@@ -12,7 +12,6 @@
 
 namespace {
 
-constexpr int kLeastSide = 64;
 constexpr int kMostCandidates = 48;
 constexpr int kLeastCount = 12;
 constexpr std::size_t kMostChecks = 96;
@@ -26,15 +25,6 @@ constexpr double kSignArea = 1200;
 
 constexpr double kSignDistinctness = 4.0;
 constexpr double kSignDetail = 0.3;
-
-cv::Mat RoundedLuminance(const cv::Mat& picture, const AnalysisProgress& progress) {
-    cv::Mat luminance(picture.size(), CV_8U);
-    ForEachStrip(picture.rows, kStripRows, progress, [&](int first, int end) {
-        cv::Mat target = luminance.rowRange(first, end);
-        FloatLuminance(picture.rowRange(first, end)).convertTo(target, CV_8U);
-    });
-    return luminance;
-}
 
 cv::Matx33d Square(const cv::Matx23d& m) {
     return {m(0, 0), m(0, 1), m(0, 2), m(1, 0), m(1, 1), m(1, 2), 0, 0, 1};
@@ -232,14 +222,8 @@ void FindByTwins(const cv::Mat& luminance, const CopyMoveBlocksSettings& setting
 
 CopyMoveResult FindCopiedBlocks(const cv::Mat& picture, const CopyMoveBlocksSettings& settings,
                                 const AnalysisProgress& progress) {
-    CheckPicture(picture);
-    CopyMoveResult result;
-    if (picture.cols < kLeastSide || picture.rows < kLeastSide) {
-        result.whyNot = "The picture is smaller than 64 x 64 pixels.";
-        return result;
-    }
-    result.map = cv::Mat::zeros(picture.size(), CV_8U);
-    result.mask = cv::Mat::zeros(picture.size(), CV_8U);
+    CopyMoveResult result = BeginCopySearch(picture);
+    if (!result.whyNot.empty()) return result;
     const cv::Mat luminance = RoundedLuminance(picture, PartOf(progress, 0.0, 0.05));
     FindByShifts(luminance, settings, PartOf(progress, 0.05, settings.rotationAndScale ? 0.2 : 1.0), result);
     // What was found by shifts comes first, so that it is not found a second time.

@@ -11,7 +11,6 @@
 
 namespace {
 
-constexpr int kLeastSide = 64;
 constexpr std::size_t kLeastKeypoints = 8;
 constexpr int kMostModels = 24;
 constexpr double kTolerance = 3.0;
@@ -54,19 +53,9 @@ void MarkBlind(const Keypoints& keypoints, const cv::Mat& luminance, CopyMoveRes
 
 CopyMoveResult FindCopiedKeypoints(const cv::Mat& picture, const CopyMoveKeypointsSettings& settings,
                                    const AnalysisProgress& progress) {
-    CheckPicture(picture);
-    CopyMoveResult result;
-    if (picture.cols < kLeastSide || picture.rows < kLeastSide) {
-        result.whyNot = "The picture is smaller than 64 x 64 pixels.";
-        return result;
-    }
-    result.map = cv::Mat::zeros(picture.size(), CV_8U);
-    result.mask = cv::Mat::zeros(picture.size(), CV_8U);
-    cv::Mat luminance(picture.size(), CV_8U);
-    ForEachStrip(picture.rows, 64, PartOf(progress, 0.0, 0.03), [&](int first, int end) {
-        cv::Mat target = luminance.rowRange(first, end);
-        FloatLuminance(picture.rowRange(first, end)).convertTo(target, CV_8U);
-    });
+    CopyMoveResult result = BeginCopySearch(picture);
+    if (!result.whyNot.empty()) return result;
+    const cv::Mat luminance = RoundedLuminance(picture, PartOf(progress, 0.0, 0.03));
     const Keypoints keypoints = FindKeypoints(luminance, {}, PartOf(progress, 0.03, 0.5));
     MarkBlind(keypoints, luminance, result);
     if (keypoints.points.size() < kLeastKeypoints) {

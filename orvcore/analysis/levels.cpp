@@ -58,11 +58,7 @@ cv::Mat RaiseLocalContrast(const cv::Mat& picture, double clipLimit, int tiles,
                            const AnalysisProgress& progress) {
     CheckPicture(picture);
     // In 256 levels: the library's histogram of 16 bits is too thin for small tiles, and what is shown has no more.
-    cv::Mat luminance(picture.size(), CV_8U);
-    ForEachStrip(picture.rows, kStripRows, PartOf(progress, 0.0, 0.3), [&](int first, int end) {
-        cv::Mat target = luminance.rowRange(first, end);
-        FloatLuminance(picture.rowRange(first, end)).convertTo(target, CV_8U);
-    });
+    const cv::Mat luminance = RoundedLuminance(picture, PartOf(progress, 0.0, 0.3));
     const int most = std::clamp(tiles, 1, 64);
     const cv::Size grid(std::min(most, picture.cols), std::min(most, picture.rows));
     cv::Mat raised;

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <opencv2/core/hal/intrin.hpp>
 
-#include "zorbase/zorexception.h"
+#include "orvcore/analysis/pixelrows.h"
 
 namespace {
 
@@ -81,10 +81,7 @@ void ComputeLuminanceRow(const cv::Mat& image, int y, float* row) {
 }
 
 cv::Mat ComputeLuminance(const cv::Mat& image, const AnalysisProgress& progress) {
-    if (image.empty() || image.dims != 2 || (image.depth() != CV_8U && image.depth() != CV_16U) ||
-        image.channels() > 4) {
-        ZOR_THROW(Argument, "Luminance needs a picture of 8 or 16 bits per channel.");
-    }
+    CheckPicture(image);
     cv::Mat luminance(image.rows, image.cols, CV_32FC1);
     ForEachStrip(image.rows, kStripRows, progress, [&](int first, int end) {
         for (int y = first; y < end; ++y) ComputeLuminanceRow(image, y, luminance.ptr<float>(y));

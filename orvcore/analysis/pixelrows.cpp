@@ -2,6 +2,7 @@
 
 #include <opencv2/imgproc.hpp>
 
+#include "orvcore/analysis/luminance.h"
 #include "zorbase/zorexception.h"
 
 namespace {
@@ -40,8 +41,17 @@ cv::Mat FloatColour(const cv::Mat& rows) {
 }
 
 cv::Mat FloatLuminance(const cv::Mat& rows) {
-    if (!HasColour(rows)) return FloatGrey(rows);
-    cv::Mat luminance;
-    cv::transform(FloatColour(rows), luminance, cv::Matx13f(0.114F, 0.587F, 0.299F));
+    cv::Mat luminance(rows.rows, rows.cols, CV_32FC1);
+    for (int y = 0; y < rows.rows; ++y) ComputeLuminanceRow(rows, y, luminance.ptr<float>(y));
+    return luminance;
+}
+
+cv::Mat RoundedLuminance(const cv::Mat& picture, const AnalysisProgress& progress) {
+    constexpr int kStripRows = 64;
+    cv::Mat luminance(picture.size(), CV_8U);
+    ForEachStrip(picture.rows, kStripRows, progress, [&](int first, int end) {
+        cv::Mat target = luminance.rowRange(first, end);
+        FloatLuminance(picture.rowRange(first, end)).convertTo(target, CV_8U);
+    });
     return luminance;
 }

@@ -2,6 +2,8 @@
 
 #include <opencv2/core.hpp>
 
+#include "orvcore/analysis/parallel.h"
+
 // Rows of a picture in floating point, in units of 8-bit levels (0..255; 16-bit samples are divided by 257), whatever the
 // picture's depth and channels: what analyses that look at levels share. Thread-safe, no state.
 
@@ -22,5 +24,8 @@ inline int HighestLevel(const cv::Mat& picture) {
 // CV_32FC3, B G R; of a grey picture three equal channels. Alpha is left out.
 cv::Mat FloatColour(const cv::Mat& rows);
 
-// CV_32FC1: Y = 0.299 R + 0.587 G + 0.114 B, not rounded; of a grey picture the grey channel.
+// CV_32FC1: the rows' luminance, bit-equal to those of ComputeLuminance (luminance.h).
 cv::Mat FloatLuminance(const cv::Mat& rows);
+
+// CV_8U: the luminance of a whole picture, rounded to the nearest level.
+cv::Mat RoundedLuminance(const cv::Mat& picture, const AnalysisProgress& progress);

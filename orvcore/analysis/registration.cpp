@@ -31,15 +31,6 @@ constexpr double kPerhapsWhole = 0.3;  // if it fits as well
 constexpr int kStripRows = 64;
 constexpr int kWarpLimit = 32000;
 
-cv::Mat RoundedLuminance(const cv::Mat& picture, const AnalysisProgress& progress) {
-    cv::Mat luminance(picture.size(), CV_8U);
-    ForEachStrip(picture.rows, kStripRows, progress, [&](int first, int end) {
-        cv::Mat target = luminance.rowRange(first, end);
-        FloatLuminance(picture.rowRange(first, end)).convertTo(target, CV_8U);
-    });
-    return luminance;
-}
-
 // Reduced by area so that it has at most so many pixels; scale: of the reduced one against the whole, per axis.
 struct Reduced {
     cv::Mat picture;
