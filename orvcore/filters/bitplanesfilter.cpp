@@ -21,6 +21,7 @@ class BitPlanesFilter : public OrvFilterImage {
                        Parameter::Slider("bit", "Bit (0: lowest)", 0, 0, 15)},
                       {}, {Parameter::Output(ParameterType::TableString, "numbers", "Numbers")});
     }
+    int GetVersion() const override { return 2; }
 
   protected:
     void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,

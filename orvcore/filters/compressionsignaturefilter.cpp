@@ -1,5 +1,5 @@
-#include "orvcore/filter/filter.h"
 #include "orvcore/filters/filterlist.h"
+#include "orvcore/filters/jpegfilter.h"
 #include "orvcore/formats/jpegtables/compressionsignature.h"
 #include "orvcore/formats/jpegtables/signaturecollection.h"
 #include "zorbase/text.h"
@@ -30,12 +30,9 @@ std::string WritersText(const std::string& path, const std::string& key) {
     return text;
 }
 
-class CompressionSignatureFilter : public OrvFilter {
+class CompressionSignatureFilter : public OrvJpegFilter {
   public:
     CompressionSignatureFilter();
-    std::string WhyNot(const OrvLoadedFile& file, const VecParameter&) const override {
-        return file.GetInfo().format == FileFormat::Jpeg ? "" : "Not a JPEG";
-    }
 
   protected:
     void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,
@@ -43,7 +40,7 @@ class CompressionSignatureFilter : public OrvFilter {
 };
 
 CompressionSignatureFilter::CompressionSignatureFilter()
-    : OrvFilter("Compression Signature", "compression-signature") {
+    : OrvJpegFilter("Compression Signature", "compression-signature") {
     Describe(
         "JPEG",
         "What identifies the kind of writer: coding process, sampling, quantization and Huffman tables, order of segments, scans, "

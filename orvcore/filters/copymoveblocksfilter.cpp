@@ -1,14 +1,13 @@
 #include "orvcore/analysis/copymoveblocks.h"
 
-#include "orvcore/filter/intermediates.h"
 #include "orvcore/filters/copymovetables.h"
 #include "orvcore/filters/filterlist.h"
 
 namespace {
 
-class CopyMoveBlocksFilter : public OrvFilterImage {
+class CopyMoveBlocksFilter : public OrvCopyMoveFilter {
   public:
-    CopyMoveBlocksFilter() : OrvFilterImage("Copy-Move (Blocks)", "copy-move-blocks") {
+    CopyMoveBlocksFilter() : OrvCopyMoveFilter("Copy-Move (Blocks)", "copy-move-blocks") {
         Describe(
             "Copies",
             "Looks for parts of the picture that occur a second time in it: every small window is compared with every other. Pairs "
@@ -19,28 +18,21 @@ class CopyMoveBlocksFilter : public OrvFilterImage {
             "copies unless \"Rotation And Scale\" is chosen, which takes longer and works at no more than 2 megapixels. Bricks, "
             "facades and lettering are alike by nature: said, and not taken as a sign. After Fridrich, Soukal and "
             "Lukas 2003; with rotation Cozzolino, Poggi and Verdoliva 2015. Needs 12 bytes of memory per pixel.");
-        SetParameters({Parameter::Bool("rotation", "Rotation And Scale", false),
-                       Parameter::Slider("distance", "Least Distance (pixels)", 24, 16, 512),
-                       Parameter::Int("area", "Least Area (pixels)", 800, 256, 1000000)},
-                      {},
-                      {Parameter::Output(ParameterType::TableString, "numbers", "Numbers"),
-                       Parameter::Output(ParameterType::TableString, "pairs", "Pairs")});
+        SetCopyParameters({Parameter::Bool("rotation", "Rotation And Scale", false),
+                           Parameter::Slider("distance", "Least Distance (pixels)", 24, 16, 512),
+                           Parameter::Int("area", "Least Area (pixels)", 800, 256, 1000000)});
     }
-    bool GivesVerdict() const override { return true; }
-    bool IsCacheable() const override { return true; }
 
   protected:
-    void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,
-                 OrvSlotResult& result) const override {
+    CopyMoveResult Find(const cv::Mat& samples, const VecParameter& input, const OrvJob& job) const override {
         CopyMoveBlocksSettings settings;
         settings.rotationAndScale = input.Get<bool>("rotation");
         settings.leastDistance = input.Get<int>("distance");
         settings.leastArea = input.Get<int>("area");
-        job.SetProgress(0.0, "Looking for parts that occur twice");
-        const CopyMoveResult copies = FindCopiedBlocks(GetSamples(file, job), settings, job.Part());
-        if (!copies.isApplicable) return result.SayNothing(copies.whyNot);
-        ShowCopies(copies, result);
-        JudgeCopies(copies, JudgeCopiedBlocks(copies), result);
+        return FindCopiedBlocks(samples, settings, job.Part());
+    }
+    CopyMoveVerdict JudgeFound(const CopyMoveResult& copies) const override {
+        return JudgeCopiedBlocks(copies);
     }
 };
 

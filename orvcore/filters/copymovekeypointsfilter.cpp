@@ -1,14 +1,13 @@
 #include "orvcore/analysis/copymovekeypoints.h"
 
-#include "orvcore/filter/intermediates.h"
 #include "orvcore/filters/copymovetables.h"
 #include "orvcore/filters/filterlist.h"
 
 namespace {
 
-class CopyMoveKeypointsFilter : public OrvFilterImage {
+class CopyMoveKeypointsFilter : public OrvCopyMoveFilter {
   public:
-    CopyMoveKeypointsFilter() : OrvFilterImage("Copy-Move (Keypoints)", "copy-move-keypoints") {
+    CopyMoveKeypointsFilter() : OrvCopyMoveFilter("Copy-Move (Keypoints)", "copy-move-keypoints") {
         Describe(
             "Copies",
             "Looks for parts of the picture that occur a second time in it, also turned and scaled: corners and spots that look alike "
@@ -17,28 +16,21 @@ class CopyMoveKeypointsFilter : public OrvFilterImage {
             "in the map; their share is given), for mirrored copies and for copies below about 50 x 50 pixels: use the search by blocks "
             "too. Bricks, facades and lettering are alike by nature: said, and not taken as a sign. After Amerini et al. 2011 and "
             "Christlein et al. 2012. Needs about 180 MB of memory per processor beside 5 bytes per pixel.");
-        SetParameters({Parameter::Double("ratio", "Nearest Against Next (ratio)", 0.6, 0.3, 0.95),
-                       Parameter::Slider("distance", "Least Distance (pixels)", 30, 16, 512),
-                       Parameter::Slider("inliers", "Least Matches Of A Pair", 8, 4, 200)},
-                      {},
-                      {Parameter::Output(ParameterType::TableString, "numbers", "Numbers"),
-                       Parameter::Output(ParameterType::TableString, "pairs", "Pairs")});
+        SetCopyParameters({Parameter::Double("ratio", "Nearest Against Next (ratio)", 0.6, 0.3, 0.95),
+                           Parameter::Slider("distance", "Least Distance (pixels)", 30, 16, 512),
+                           Parameter::Slider("inliers", "Least Matches Of A Pair", 8, 4, 200)});
     }
-    bool GivesVerdict() const override { return true; }
-    bool IsCacheable() const override { return true; }
 
   protected:
-    void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,
-                 OrvSlotResult& result) const override {
+    CopyMoveResult Find(const cv::Mat& samples, const VecParameter& input, const OrvJob& job) const override {
         CopyMoveKeypointsSettings settings;
         settings.ratio = input.Get<double>("ratio");
         settings.leastDistance = input.Get<int>("distance");
         settings.leastInliers = input.Get<int>("inliers");
-        job.SetProgress(0.0, "Looking for points that occur twice");
-        const CopyMoveResult copies = FindCopiedKeypoints(GetSamples(file, job), settings, job.Part());
-        if (!copies.isApplicable) return result.SayNothing(copies.whyNot);
-        ShowCopies(copies, result);
-        JudgeCopies(copies, JudgeCopiedKeypoints(copies), result);
+        return FindCopiedKeypoints(samples, settings, job.Part());
+    }
+    CopyMoveVerdict JudgeFound(const CopyMoveResult& copies) const override {
+        return JudgeCopiedKeypoints(copies);
     }
 };
 

@@ -1,5 +1,6 @@
 #include "orvcore/filters/copymovetables.h"
 
+#include "orvcore/filter/intermediates.h"
 #include "zorbase/text.h"
 
 namespace {
@@ -11,8 +12,6 @@ Roi ToRoi(const cv::Rect& rect) {
 std::string Percent(double share) {
     return FixedText(100.0 * share, 2);
 }
-
-}  // namespace
 
 void ShowCopies(const CopyMoveResult& copies, OrvSlotResult& result) {
     result.AddNumber("Pairs of alike parts", std::to_string(copies.pairs.size()));
@@ -73,4 +72,21 @@ void JudgeCopies(const CopyMoveResult& copies, const CopyMoveVerdict& verdict, O
     if (!verdict.reason.empty())
         return result.Judge(OrvVerdict::WorthALook, "A pattern, or lettering", measurement, {verdict.reason});
     result.Judge(OrvVerdict::NothingFound, "Nothing found", measurement);
+}
+
+}  // namespace
+
+void OrvCopyMoveFilter::SetCopyParameters(VecParameter input) {
+    SetParameters(std::move(input), {},
+                  {Parameter::Output(ParameterType::TableString, "numbers", "Numbers"),
+                   Parameter::Output(ParameterType::TableString, "pairs", "Pairs")});
+}
+
+void OrvCopyMoveFilter::Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,
+                                OrvSlotResult& result) const {
+    job.SetProgress(0.0, "Looking for parts that occur twice");
+    const CopyMoveResult copies = Find(GetSamples(file, job), input, job);
+    if (!copies.isApplicable) return result.SayNothing(copies.whyNot);
+    ShowCopies(copies, result);
+    JudgeCopies(copies, JudgeFound(copies), result);
 }

@@ -1,11 +1,22 @@
 #pragma once
 
 #include "orvcore/analysis/copymove.h"
+#include "orvcore/filter/filter.h"
 #include "orvcore/filter/filterresult.h"
 
-// What both searches for copies show of their result: the map with one class per pair, lines between twins, a table, and numbers.
-// The filter's outputs are tables of strings called "numbers" and "pairs".
-void ShowCopies(const CopyMoveResult& copies, OrvSlotResult& result);
+// What the searches for copies share: a map with one class per pair, lines between twins, a table of the pairs, numbers and the verdict.
+class OrvCopyMoveFilter : public OrvFilterImage {
+  public:
+    using OrvFilterImage::OrvFilterImage;
+    bool GivesVerdict() const override { return true; }
+    bool IsCacheable() const override { return true; }
+    int GetVersion() const override { return 2; }
 
-// The verdict; measured: how the quantity is called in a sentence.
-void JudgeCopies(const CopyMoveResult& copies, const CopyMoveVerdict& verdict, OrvSlotResult& result);
+  protected:
+    void SetCopyParameters(VecParameter input);
+    void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,
+                 OrvSlotResult& result) const final;
+    virtual CopyMoveResult Find(const cv::Mat& samples, const VecParameter& input,
+                                const OrvJob& job) const = 0;
+    virtual CopyMoveVerdict JudgeFound(const CopyMoveResult& copies) const = 0;
+};

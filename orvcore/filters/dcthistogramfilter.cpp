@@ -3,9 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "orvcore/filter/fileintermediates.h"
-#include "orvcore/filter/filter.h"
 #include "orvcore/filters/filterlist.h"
+#include "orvcore/filters/jpegfilter.h"
 #include "zorbase/text.h"
 
 namespace {
@@ -24,21 +23,16 @@ std::string PeriodText(const DctTraces& traces) {
     return traces.period > 0 ? FixedText(traces.period, 2) + " bins" : std::string("none");
 }
 
-class DctHistogramFilter : public OrvFilterPlot {
+class DctHistogramFilter : public OrvCoefficientPlot {
   public:
     DctHistogramFilter();
-    bool GivesVerdict() const override { return true; }
-    std::string WhyNot(const OrvLoadedFile& file, const VecParameter&) const override {
-        return WhyNoCoefficients(file);
-    }
-    bool NeedsPicture() const override { return false; }
 
   protected:
-    void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,
-                 OrvSlotResult& result) const override;
+    void ComputePlot(const JpegCoefficientPlane& plane, const VecParameter& input, const OrvJob& job,
+                     OrvSlotResult& result) const override;
 };
 
-DctHistogramFilter::DctHistogramFilter() : OrvFilterPlot("DCT Histograms", "dct-histograms") {
+DctHistogramFilter::DctHistogramFilter() : OrvCoefficientPlot("DCT Histograms", "dct-histograms") {
     Describe(
         "JPEG",
         "How often each value of one frequency occurs among the coefficients that the file itself holds (first component, before "
@@ -63,12 +57,8 @@ DctHistogramFilter::DctHistogramFilter() : OrvFilterPlot("DCT Histograms", "dct-
                   });
 }
 
-void DctHistogramFilter::Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,
-                                 OrvSlotResult& result) const {
-    const auto read = GetFirstCoefficients(file, job.Piece(0.0, 0.8, {}));
-    if (read->components.empty() || read->components[0].coefficients.empty())
-        return result.SayNothing("No coefficients of the first component");
-    const JpegCoefficientPlane& plane = read->components[0];
+void DctHistogramFilter::ComputePlot(const JpegCoefficientPlane& plane, const VecParameter& input,
+                                     const OrvJob& job, OrvSlotResult& result) const {
     const int u = input.Get<int>("u"), v = input.Get<int>("v"), range = input.Get<int>("range");
     const DctHistogram shown = ComputeDctHistogram(plane.coefficients, u, v, kLargest);
     const DctTraces traces = FindDctTraces(shown);
@@ -78,7 +68,6 @@ void DctHistogramFilter::Compute(const OrvLoadedFile& file, const VecParameter& 
     result.Set("period", PeriodText(traces));
     result.SetNumber("strength", traces.strength, 1);
     result.Set("coefficients", ToString(shown.total - shown.At(0)) + " of " + ToString(shown.total));
-    result.Set("warnings", read->warnings.empty() ? std::string("None") : Join(read->warnings, "\n"));
 
     OrvPlotData& plot = result.plot;
     plot.layerCount = 1;

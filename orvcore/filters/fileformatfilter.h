@@ -9,6 +9,7 @@ class FileFormatFilter : public OrvFilter {
   public:
     FileFormatFilter();
     bool GivesVerdict() const override { return true; }
+    int GetVersion() const override { return 2; }
 
   protected:
     void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,

@@ -1,8 +1,7 @@
 #include "orvcore/analysis/firstdigitlaw.h"
 
-#include "orvcore/filter/fileintermediates.h"
-#include "orvcore/filter/filter.h"
 #include "orvcore/filters/filterlist.h"
+#include "orvcore/filters/jpegfilter.h"
 #include "zorbase/text.h"
 
 namespace {
@@ -10,21 +9,16 @@ namespace {
 // Parts of the whole, of which the sum of squared differences is taken.
 constexpr double kTellingChiSquare = 0.02;
 
-class FirstDigitFilter : public OrvFilterPlot {
+class FirstDigitFilter : public OrvCoefficientPlot {
   public:
     FirstDigitFilter();
-    bool GivesVerdict() const override { return true; }
-    std::string WhyNot(const OrvLoadedFile& file, const VecParameter&) const override {
-        return WhyNoCoefficients(file);
-    }
-    bool NeedsPicture() const override { return false; }
 
   protected:
-    void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,
-                 OrvSlotResult& result) const override;
+    void ComputePlot(const JpegCoefficientPlane& plane, const VecParameter& input, const OrvJob& job,
+                     OrvSlotResult& result) const override;
 };
 
-FirstDigitFilter::FirstDigitFilter() : OrvFilterPlot("First-Digit Law", "first-digit-law") {
+FirstDigitFilter::FirstDigitFilter() : OrvCoefficientPlot("First-Digit Law", "first-digit-law") {
     Describe(
         "JPEG",
         "How often the digits 1 to 9 stand first among the file's own AC coefficients (first component), as bars, against the "
@@ -42,14 +36,10 @@ FirstDigitFilter::FirstDigitFilter() : OrvFilterPlot("First-Digit Law", "first-d
                   });
 }
 
-void FirstDigitFilter::Compute(const OrvLoadedFile& file, const VecParameter&, const OrvJob& job,
-                               OrvSlotResult& result) const {
-    const auto read = GetFirstCoefficients(file, job.Piece(0.0, 0.9, {}));
-    if (read->components.empty() || read->components[0].coefficients.empty())
-        return result.SayNothing("No coefficients of the first component");
-    const FirstDigits digits = CountFirstDigits(read->components[0].coefficients);
+void FirstDigitFilter::ComputePlot(const JpegCoefficientPlane& plane, const VecParameter&, const OrvJob&,
+                                   OrvSlotResult& result) const {
+    const FirstDigits digits = CountFirstDigits(plane.coefficients);
     result.SetCount("coefficients", digits.total);
-    result.Set("warnings", read->warnings.empty() ? std::string("None") : Join(read->warnings, "\n"));
     const FirstDigitFit fit = FitFirstDigits(digits);
     if (!fit.isFitted) return result.SayNothing("Too few coefficients that are not zero");
 

@@ -42,6 +42,7 @@ class FourierSpectrumFilter : public OrvFilterImage {
                       {Parameter::Output(ParameterType::TableString, "numbers", "Numbers"),
                        Parameter::Output(ParameterType::TableString, "peaks", "Peaks")});
     }
+    int GetVersion() const override { return 2; }
 
   protected:
     void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,

@@ -22,6 +22,7 @@ class FrequencySplitFilter : public OrvFilterImage {
                        Parameter::Double("cutoff", "Cutoff (cycles per pixel)", 0.1, 0.001, 0.5)},
                       {}, {Parameter::Output(ParameterType::TableString, "numbers", "Numbers")});
     }
+    int GetVersion() const override { return 2; }
 
   protected:
     void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,

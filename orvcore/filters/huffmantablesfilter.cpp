@@ -1,8 +1,7 @@
 #include <cstdio>
 
-#include "orvcore/filter/fileintermediates.h"
-#include "orvcore/filter/filter.h"
 #include "orvcore/filters/filterlist.h"
+#include "orvcore/filters/jpegfilter.h"
 #include "zorbase/text.h"
 
 namespace {
@@ -23,13 +22,10 @@ std::string SymbolsText(const JpegHuffmanTable& table) {
     return text;
 }
 
-class HuffmanTablesFilter : public OrvFilter {
+class HuffmanTablesFilter : public OrvJpegFilter {
   public:
     HuffmanTablesFilter();
     bool GivesVerdict() const override { return true; }
-    std::string WhyNot(const OrvLoadedFile& file, const VecParameter&) const override {
-        return file.GetInfo().format == FileFormat::Jpeg ? "" : "Not a JPEG";
-    }
 
   protected:
     void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,
@@ -38,7 +34,7 @@ class HuffmanTablesFilter : public OrvFilter {
                VecParameter& output) const override;
 };
 
-HuffmanTablesFilter::HuffmanTablesFilter() : OrvFilter("Huffman Tables", "huffman-tables") {
+HuffmanTablesFilter::HuffmanTablesFilter() : OrvJpegFilter("Huffman Tables", "huffman-tables") {
     Describe(
         "JPEG",
         "The code tables of the file: number of codes of each length, symbols, and whether they are the typical tables of the "

@@ -18,6 +18,7 @@ class LevelSweepFilter : public OrvFilterImage {
                        Parameter::Slider("width", "Width Of The Band (levels)", 48, 1, 255)},
                       {Parameter::Output(ParameterType::TableString, "numbers", "Numbers")});
     }
+    int GetVersion() const override { return 2; }
 
   protected:
     void Compute(const OrvLoadedFile& file, const VecParameter&, const OrvJob& job,

@@ -18,6 +18,7 @@ class LineProfileFilter : public OrvFilterPlot {
                       {Parameter::Choice("layer", "Channel", 0, {"Luminance", "Red", "Green", "Blue"})},
                       {Parameter::Output(ParameterType::TableString, "numbers", "Numbers")});
     }
+    int GetVersion() const override { return 2; }
 
   protected:
     void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,

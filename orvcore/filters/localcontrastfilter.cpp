@@ -18,6 +18,7 @@ class LocalContrastFilter : public OrvFilterImage {
                        Parameter::Slider("tiles", "Tiles Per Side", 8, 1, 64)},
                       {}, {});
     }
+    int GetVersion() const override { return 2; }
 
   protected:
     void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,

@@ -17,6 +17,7 @@ class LuminanceGradientFilter : public OrvFilterImage {
         SetParameters({Parameter::Slider("gain", "Gain", 8, 1, 64)}, {},
                       {Parameter::Output(ParameterType::TableString, "numbers", "Numbers")});
     }
+    int GetVersion() const override { return 2; }
 
   protected:
     void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,

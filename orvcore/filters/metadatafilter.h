@@ -8,6 +8,7 @@ class MetadataFilter : public OrvFilter {
   public:
     MetadataFilter();
     bool GivesVerdict() const override { return true; }
+    int GetVersion() const override { return 2; }
 
   protected:
     void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,

@@ -1,7 +1,6 @@
-#include "orvcore/filter/fileintermediates.h"
-#include "orvcore/filter/filter.h"
 #include "orvcore/filter/intermediates.h"
 #include "orvcore/filters/filterlist.h"
+#include "orvcore/filters/jpegfilter.h"
 #include "zorbase/text.h"
 
 namespace {
@@ -19,13 +18,10 @@ std::string StateText(const QuantizationTableUse& use) {
     return {};
 }
 
-class QuantizationTablesFilter : public OrvFilter {
+class QuantizationTablesFilter : public OrvJpegFilter {
   public:
     QuantizationTablesFilter();
     bool GivesVerdict() const override { return true; }
-    std::string WhyNot(const OrvLoadedFile& file, const VecParameter&) const override {
-        return file.GetInfo().format == FileFormat::Jpeg ? "" : "Not a JPEG";
-    }
 
   protected:
     void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,
@@ -35,7 +31,7 @@ class QuantizationTablesFilter : public OrvFilter {
 };
 
 QuantizationTablesFilter::QuantizationTablesFilter()
-    : OrvFilter("Quantization Tables", "quantization-tables") {
+    : OrvJpegFilter("Quantization Tables", "quantization-tables") {
     Describe(
         "JPEG",
         "The tables that decided how strongly each frequency was rounded, with where they come from: the standard's example at a "

@@ -25,6 +25,7 @@ class RadialSpectrumFilter : public OrvFilterPlot {
                        Parameter::Output(ParameterType::TableString, "peaks", "Peaks")});
     }
     bool GivesVerdict() const override { return true; }
+    int GetVersion() const override { return 2; }
 
   protected:
     void Compute(const OrvLoadedFile& file, const VecParameter&, const OrvJob& job,

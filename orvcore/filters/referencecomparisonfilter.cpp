@@ -93,6 +93,7 @@ class ReferenceComparisonFilter : public OrvFilterImage {
              Parameter::Output(ParameterType::TableString, "histograms", "Histograms")});
     }
     bool ComparesFiles() const override { return true; }
+    int GetVersion() const override { return 2; }
 
   protected:
     void Compute(const OrvLoadedFile&, const VecParameter&, const OrvJob&,
