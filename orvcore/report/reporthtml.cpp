@@ -3,22 +3,21 @@
 #include <wx/base64.h>
 
 #include "orvcore/report/reportdocument.h"
+#include "orvcore/tables/pagestyle.h"
 #include "zorbase/text.h"
 
 namespace {
 
-constexpr const char* kStyle = R"(
-body{font:15px/1.45 sans-serif;color:#1c2127;background:#fff;max-width:1100px;margin:24px auto;padding:0 16px}
-h1{font-size:24px;margin:0 0 4px}h2{font-size:18px;margin:32px 0 4px;border-bottom:1px solid #c9ced6;padding-bottom:4px}
+// Beyond the common style. Plots are drawn for white paper.
+constexpr const char* kReportStyle = R"(body{max-width:1100px;margin:24px auto;padding:0 16px}
+h1{font-size:24px;margin:0 0 4px}h2{font-size:18px;margin:32px 0 4px;border-bottom:1px solid var(--line);padding-bottom:4px}
 h3{font-size:15px;margin:18px 0 4px}
-p{margin:4px 0 8px;overflow-wrap:anywhere}.quiet{color:#5b6470}.odd{color:#b3261e}.note{color:#8a4b00}
-a{color:#1f5fa3}ol.contents{columns:2;margin:8px 0}
-table{border-collapse:collapse;margin:8px 0;width:100%}
-th,td{border:1px solid #d9dde3;padding:4px 8px;text-align:left;vertical-align:top;overflow-wrap:anywhere}
-figure{margin:12px 0}figure img,figure svg{max-width:100%;height:auto}figcaption{color:#5b6470;font-size:13px}
-th{background:#f2f4f7;font-weight:600}th.name{width:24%}
-td,pre{font-family:"DejaVu Sans Mono",monospace;font-size:13px;white-space:pre-wrap}
-pre{overflow-wrap:anywhere;margin:4px 0 8px}
+p{margin:4px 0 8px}
+ol.contents{columns:2;margin:8px 0}
+table{margin:8px 0;width:100%}
+th,td{overflow-wrap:anywhere}th.name{width:24%}
+figure{margin:12px 0}figure img,figure svg{max-width:100%;height:auto}figure svg{background:#fff}figcaption{color:var(--quiet);font-size:13px}
+pre{font-family:"DejaVu Sans Mono",monospace;font-size:13px;white-space:pre-wrap;overflow-wrap:anywhere;margin:4px 0 8px}
 @media print{body{margin:0;max-width:none;font-size:11px}td,pre{font-size:9px}h2,h3{break-after:avoid}tr,figure{break-inside:avoid}
 thead{display:table-header-group}figure img,figure svg{max-height:20cm}a{color:inherit;text-decoration:none}}
 )";
@@ -114,8 +113,9 @@ std::string BlocksToHtml(const std::vector<ReportBlock>& blocks, const std::vect
 
 std::string HtmlPageBegin(const std::string& title, const std::string& dateLine) {
     return "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n<title>" +
-           EscapeHtml(title) + "</title>\n<style>" + kStyle + "</style>\n</head>\n<body>\n<h1>" +
-           EscapeHtml(title) + "</h1>\n<p class=\"quiet\">" + EscapeHtml(dateLine) + "</p>\n";
+           EscapeHtml(title) + "</title>\n<style>" + kPageStyle + kReportStyle +
+           "</style>\n</head>\n<body>\n<h1>" + EscapeHtml(title) + "</h1>\n<p class=\"quiet\">" +
+           EscapeHtml(dateLine) + "</p>\n";
 }
 
 std::string HtmlPageEnd() {

@@ -4,6 +4,7 @@
 #include <functional>
 #include <system_error>
 
+#include "orvcore/tables/pagestyle.h"
 #include "orvcore/tables/tablemarkup.h"
 #include "orvcore/tables/tables.h"
 #include "zorbase/fileprotection.h"
@@ -14,22 +15,16 @@
 
 namespace {
 
-// A mark is shown by colour and by a sign, and the sign is not part of the cell's text. Each cell keeps its writing
-// direction to itself.
-constexpr const char* kStyleSheet =
-    R"(:root{color-scheme:light dark;--ink:#1c2127;--page:#fff;--line:#d9dde3;--head:#f2f4f7;--band:#fafbfc;--odd:#b3261e;--note:#8a4b00}
-@media screen and (prefers-color-scheme:dark){:root{--ink:#e3e6ea;--page:#16191d;--line:#3a414a;--head:#242a31;--band:#1b2025;--odd:#ff8a80;--note:#ffb74d}}
-body{font:15px/1.45 sans-serif;color:var(--ink);background:var(--page);margin:24px}
+// Beyond the common style: tables as wide as they need, their labels in sight, bands for long rows.
+constexpr const char* kTableStyle =
+    R"(body{margin:24px}
 h1,h2{font-size:22px}h3{font-size:16px;margin:28px 0 6px}
-p{margin:2px 0;overflow-wrap:anywhere;unicode-bidi:isolate}
+p{margin:2px 0}
 img{height:auto;max-width:100%}
-table{border-collapse:collapse;width:max-content}
-th,td{border:1px solid var(--line);padding:4px 8px;text-align:left;vertical-align:top;max-width:40em;overflow-wrap:break-word;unicode-bidi:isolate}
-th{background:var(--head);position:sticky;top:0;white-space:nowrap}
-td{font-family:"DejaVu Sans Mono",monospace;font-size:13px;white-space:pre-wrap}
+table{width:max-content}
+th,td{max-width:40em;overflow-wrap:break-word}
+th{position:sticky;top:0;white-space:nowrap}
 tbody tr:nth-child(even){background:var(--band)}
-.odd{color:var(--odd)}.odd::before{content:"! "}
-.note{color:var(--note)}.note::before{content:"? "}
 @page{size:landscape}
 @media print{body{margin:0}table{width:auto}table,td{font-size:7px}th,td{padding:1px 2px;overflow-wrap:anywhere}th{position:static;white-space:normal}tr,img{break-inside:avoid}h3{break-after:avoid}}
 )";
@@ -119,7 +114,7 @@ void WritePage(const std::string& path, bool withStyle, const Write& write) {
     write([&file](std::string_view piece) { file.Add(piece); });
     const std::string style = PathJoin(PathFolder(path), "style.css");
     // A style sheet that is there may be the user's own.
-    if (withStyle && !GetFileFacts(style)) WriteFile(style, std::string(kStyleSheet));
+    if (withStyle && !GetFileFacts(style)) WriteFile(style, std::string(kPageStyle) + kTableStyle);
     file.Finish();
 }
 
