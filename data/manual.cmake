@@ -1,6 +1,8 @@
 # Lays the manual's plain text out on A4 pages: cmake -DSOURCE=… -DFOLDER=… -DVERSION=… -DCONVERT=… -DOUTPUT=… -P manual.cmake
 # A line of the source is a line of the page. Its beginning tells what it is: "# " title, "=" below it, "## " heading, "- " and
-# "--" list, "| key|meaning" table, ">" command, "!drawing.svg height" a drawing beside the source.
+# "--" list, "| key|meaning" table, ">" command, "!drawing.svg height" a drawing beside the source, "@id" the filter's own text, in
+# filters/id.txt beside the source. "@rates" in it says where the measured rates of the filter are, or that there are none: RATES is the
+# folder of the files id.txt.
 cmake_minimum_required(VERSION 3.25)
 set(LEFT 52)
 set(TOP 62)
@@ -9,6 +11,19 @@ get_filename_component(drawings ${SOURCE} DIRECTORY)
 
 file(READ ${SOURCE} text)
 string(REPLACE "@VERSION@" "${VERSION}" text "${text}")
+# The filters' texts stand at the places that name them.
+string(REGEX MATCHALL "\n@[a-z0-9-]+" places "${text}")
+foreach(place IN LISTS places)
+    string(SUBSTRING "${place}" 2 -1 id)
+    file(READ ${drawings}/filters/${id}.txt section)
+    set(rates "-- How often it errs has not been measured.")
+    if(EXISTS ${RATES}/${id}.txt)
+        set(rates "-- How often it finds and errs was measured: accuracy/${id}.txt in the data folder.")
+    endif()
+    string(REPLACE "@rates" "${rates}" section "${section}")
+    string(STRIP "${section}" section)
+    string(REPLACE "${place}\n" "\n${section}\n" text "${text}")
+endforeach()
 # Characters that mean something to a list or to XML.
 string(REPLACE "&" "&amp;" text "${text}")
 string(REPLACE "<" "&lt;" text "${text}")
