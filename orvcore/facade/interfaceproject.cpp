@@ -37,7 +37,6 @@ void OrvInterface::LoadPicture(OrvFileId slot, int number, OrvFileId target) {
     m->Push(OrvCommand::Kind::Slot, [this, slot, number, target](const OrvJob& job) {
         const std::string path = ExtractPictureInFile(*NeedFile(m->slots.Get(slot)), number, job);
         m->SetSlot(target, m->ReadForSlot(path, job));
-        m->TellFilters();
         m->RunActive({}, job);
     });
 }
