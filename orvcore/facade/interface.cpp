@@ -1,5 +1,6 @@
 #include "orvcore/facade/interface.h"
 
+#include <algorithm>
 #include <atomic>
 #include <filesystem>
 #include <utility>
@@ -370,7 +371,7 @@ void OrvInterface::Private::TellFilters() {
     for (OrvFilter* filter : context.GetFilters()) filter->SetFiles(files);
 }
 
-void OrvInterface::Private::RefuseLoadedFile(const std::string& path) const {
+void OrvInterface::Private::RefuseLoadedFile(const std::string& path) {
     for (const OrvFileId slot : {OrvEvidence, OrvReference}) {
         const OrvFilePtr file = slots.Get(slot);
         std::error_code error;
@@ -379,10 +380,31 @@ void OrvInterface::Private::RefuseLoadedFile(const std::string& path) const {
                                 (slot == OrvEvidence ? "evidence" : "reference") +
                                 ", which is never written to. Choose another name.");
     }
+    ProtectProject();  // a file may have come or been replaced since
+    RefuseProtectedFile(path);
+}
+
+void OrvInterface::Private::ProtectProject() {
+    std::vector<std::string> paths;
+    {
+        const std::lock_guard lock(mutex);
+        for (const OrvFileId slot : {OrvEvidence, OrvReference}) paths.push_back(project.GetFilePath(slot));
+        for (const OrvBookmark& bookmark : project.GetBookmarks())
+            for (const OrvCaseFile& file : bookmark.file) paths.push_back(file.path);
+    }
+    std::sort(paths.begin(), paths.end());
+    paths.erase(std::unique(paths.begin(), paths.end()), paths.end());
+    std::vector<FileProtection> files;
+    for (const std::string& path : paths)
+        if (!path.empty()) files.emplace_back(path);
+    projectFiles.swap(files);
 }
 
 void OrvInterface::Private::ChangeProject(const std::function<void(OrvProject&)>& change) {
-    const std::lock_guard lock(mutex);
-    change(project);
-    project.SetSaved(false);
+    {
+        const std::lock_guard lock(mutex);
+        change(project);
+        project.SetSaved(false);
+    }
+    ProtectProject();
 }

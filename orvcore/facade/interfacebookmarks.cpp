@@ -148,6 +148,7 @@ void OrvInterface::UndoBookmarkChange() {
             m->bookmarkHistory.pop_back();
             m->project.SetSaved(false);
         }
+        m->ProtectProject();
         m->Tell(OrvEventEditBookmark);
     });
 }

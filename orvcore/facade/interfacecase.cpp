@@ -88,6 +88,7 @@ void OrvInterface::NewProject() {
             m->bookmarkHistory.clear();
             m->viewToShow.reset();
         }
+        m->ProtectProject();
         m->recovery.Clear();
         m->log.Note(OrvLogLevel::Info, "New project.");
         m->Tell(OrvEventNewProject);
@@ -233,6 +234,7 @@ void OrvInterface::Private::OpenProject(OpenedProject opened, std::uint64_t choi
         viewToShow.reset();
         if (filter != nullptr) viewToShow = ViewToShow{filter, state.view};
     }
+    ProtectProject();
     recovery.Clear();
     NoteFile("Project opened", project.GetPath());
     for (const OrvFileId slot : {OrvEvidence, OrvReference}) NoteSlot(slot, files.file[slot]);

@@ -7,6 +7,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "orvcore/facade/commandqueue.h"
 #include "orvcore/facade/eventport.h"
@@ -19,6 +20,7 @@
 #include "orvcore/model/slots.h"
 #include "orvcore/tools/toolsettings.h"
 #include "orvcore/tools/web/keyfile.h"
+#include "zorbase/fileprotection.h"
 
 struct OrvReport;
 struct OrvReportSection;
@@ -45,6 +47,7 @@ struct OrvInterface::Private {
     };
     std::optional<ViewToShow> viewToShow;
     std::map<std::string, FileHashes> knownHashes;  // by SHA-256, of exhibits with an expected hash
+    std::vector<FileProtection> projectFiles;  // worker
     Image imageToSave;
     std::function<OrvViewState()> viewSource;           // GUI thread
     bool wasAutosaveProblemTold = false;                // GUI thread
@@ -137,8 +140,10 @@ struct OrvInterface::Private {
     // The first dozen, one a line, and how many more there are.
     static std::string ListProblems(std::vector<std::string> problems);
     OrvFilterResult RequestFor(const VecParameter& input, const VecParameter& post) const;
-    // Throws when the path is the evidence or the reference: these are never written to.
-    void RefuseLoadedFile(const std::string& path) const;
+    // Throws when the path is the evidence, the reference or another file that the project names: these are never written to.
+    void RefuseLoadedFile(const std::string& path);
+    // Nothing writes to the files that the project names, loaded or not. Called after every change of the project.
+    void ProtectProject();
     void ChangeProject(const std::function<void(OrvProject&)>& change);  // and marks it as not saved
     // The same for the list of bookmarks, which can be taken back; the window is told.
     void ChangeBookmarks(const std::function<void(std::vector<OrvBookmark>&)>& change);

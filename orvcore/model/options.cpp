@@ -1,6 +1,7 @@
 #include "orvcore/model/options.h"
 
 #include "orvcore/model/trust.h"
+#include "orvcore/model/webservices.h"
 #include "zorbase/files.h"
 #include "zorbase/json.h"
 #include "zorbase/text.h"
@@ -179,7 +180,16 @@ bool OrvOptions::BatchIncludesSubfolders() const {
 }
 
 OrvWebServices OrvOptions::GetWebServices() const {
-    const auto text = [this](const char* name) { return Trim(Value<std::string>(name)); };
+    return ReadWebServices(Get());
+}
+
+OrvWebServices ReadWebServices(const VecVecParameter& options) {
+    const auto find = [&options](const char* name) -> const Parameter& {
+        for (const VecParameter& group : options)
+            if (const Parameter* option = group.Find(name)) return *option;
+        ThrowParameterType(name);
+    };
+    const auto text = [&find](const char* name) { return Trim(find(name).Get<std::string>()); };
     OrvWebServices services;
     services.flickrAddress = text("flickrAddress");
     services.flickrKey = text("flickrKey");
@@ -189,7 +199,7 @@ OrvWebServices OrvOptions::GetWebServices() const {
     services.googlePictureAddress = text("googlePictureAddress");
     services.tinEyeAddress = text("tinEyeAddress");
     services.cameraForensicsAddress = text("cameraForensicsAddress");
-    services.allowsLocalDownloads = Value<bool>("allowLocalDownloads");
+    services.allowsLocalDownloads = find("allowLocalDownloads").Get<bool>();
     return services;
 }
 

@@ -6,16 +6,22 @@
 #include <wx/filename.h>
 #include <wx/translation.h>
 
-#include <filesystem>
-#include <map>
-#include <system_error>
+#include <unistd.h>
 
-#include "orvcore/facade/interface.h"
+#include <algorithm>
+#include <map>
+#include <optional>
+
 #include "orvgui/common/messagebox.h"
+#include "zorbase/fileprotection.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"
+#include "zorbase/zorexception.h"
+#include "zorimage/imageformat.h"
 
 namespace {
+
+constexpr const char* kProjectExtension = "zop";
 
 std::map<wxString, wxString>& LastFolders() {
     static std::map<wxString, wxString> folders;
@@ -60,16 +66,40 @@ wxString AskForFile(OrvSelectorKind kind, const wxString& message, const Start& 
     return dialog.GetPath();
 }
 
-bool IsLoadedFile(const wxString& path) {
-    const OrvInterface* core = GetInterface();
-    if (!core) return false;
-    for (OrvFileId slot : {OrvEvidence, OrvReference}) {
-        // A reference that is switched off has a name as well.
-        const std::string loaded = PathFromWx(core->GetFilename(slot));
-        std::error_code error;  // there is no such file: it is not the loaded one
-        if (!loaded.empty() && std::filesystem::equivalent(PathFromWx(path), loaded, error)) return true;
+// Whether what stands at the path could be evidence, or a case's work: a picture by name or content, or a project.
+bool IsPictureOrProject(const std::string& path) {
+    if (IsPictureName(path) || PathExtension(path) == kProjectExtension) return true;
+    Bytes head(kFormatSniffBytes);
+    const int file = OpenForReading(path);
+    const ssize_t got = file < 0 ? 0 : read(file, head.data(), head.size());
+    if (file >= 0) close(file);
+    head.resize(static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+    return IsReadableFormat(DetectFormat(head));
+}
+
+// Which files are worked on is known in one place; "" when this is none of them.
+wxString WhyNeverReplaced(const std::string& path) {
+    try {
+        RefuseProtectedFile(path);
+    } catch (const ZorException& refused) {
+        return ToWx(refused.GetMessage());
     }
-    return false;
+    return {};
+}
+
+bool AsksForProject(const wxString& filter) {
+    return filter.Lower().Contains(wxString("|*.") + kProjectExtension);
+}
+
+// Names the file and its date: what is replaced cannot be brought back.
+bool ConfirmsReplacing(const std::string& path) {
+    const std::optional<FileFacts> facts = GetFileFacts(path);
+    if (!facts) return true;
+    const wxString question = wxString::Format(
+        _("A file named \"%s\" already exists. It was last changed on %s and cannot be brought back. Do you want to replace it?"),
+        ToWx(PathName(path)), ToWx(FormatTime(facts->modified)));
+    return OrvQuestionBox(question, _("Confirm"), _("Replace"), _("Keep"), wxNO_DEFAULT | wxICON_WARNING,
+                          nullptr) == wxYES;
 }
 
 // "*.zop" of the chosen entry of the filter; "" when that entry takes any file.
@@ -82,27 +112,27 @@ wxString ExtensionOf(const wxString& filter, int filterIndex) {
     return extension.find_first_of("*?") == wxString::npos ? extension : wxString();
 }
 
-// The chosen path, with an extension; empty when the user must choose again.
+// The chosen path, with an extension; empty when the user must choose again. The chooser asks itself before it answers with a file
+// that exists; this is the second question, where there was none about the name that was made here, and for what may be lost least.
 wxString AcceptSavePath(const wxString& chosen, const wxString& filter, int filterIndex) {
     wxFileName name(chosen);
     const wxString extension = ExtensionOf(filter, filterIndex);
-    if (!name.HasExt() && !extension.empty()) {
+    bool isMadeHere = true;
+    if (AsksForProject(filter) && name.GetExt().Lower() != kProjectExtension) {
+        name.SetFullName(name.GetFullName() + "." + kProjectExtension);
+    } else if (!name.HasExt() && !extension.empty()) {
         name.SetExt(extension);
-        // The chooser asked about the name without extension only.
-        if (FileExists(PathFromWx(name.GetFullPath())) &&
-            OrvMessageBox(
-                wxString::Format(_("A file named \"%s\" already exists. Do you want to replace it?"),
-                                 name.GetFullName()),
-                _("Confirm"), wxYES_NO | wxICON_QUESTION) != wxYES) {
-            return wxString();
-        }
+    } else {
+        isMadeHere = false;
     }
-    if (IsLoadedFile(name.GetFullPath())) {
-        OrvMessageBox(
-            _("This file is loaded as evidence or reference and is never written to. Choose another name."),
-            _("Error"), wxOK | wxICON_ERROR);
+    const std::string path = PathFromWx(name.GetFullPath());
+    const wxString refusal = WhyNeverReplaced(path);
+    if (!refusal.empty()) {
+        OrvMessageBox(refusal, _("Error"), wxOK | wxICON_ERROR);
         return wxString();
     }
+    const bool isAsked = GetFileFacts(path) && (isMadeHere || IsPictureOrProject(path));
+    if (isAsked && !ConfirmsReplacing(path)) return wxString();
     return name.GetFullPath();
 }
 

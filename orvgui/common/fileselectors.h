@@ -14,8 +14,8 @@
 ORVGUI_API wxString OrvFileLoadSelector(const wxString& message, const wxString& defaultPath,
                                         const wxString& filter);
 
-// A file to write; an existing one is confirmed in the chooser. The filter's first extension is added to a
-// name without one.
+// A file to write; an existing picture or project is confirmed once more, by name and date, and what is worked on is refused. The
+// filter's first extension is added to a name without one; of a project ".zop" is always the end.
 ORVGUI_API wxString OrvFileSaveSelector(const wxString& message, const wxString& defaultPath,
                                         const wxString& filter);
 

@@ -5,8 +5,11 @@
 #include <algorithm>
 
 #include "orvcore/facade/interface.h"
+#include "orvcore/model/webservices.h"
+#include "orvcore/tools/web/weboptions.h"
 #include "orvgui/common/messagebox.h"
 #include "zorbase/text.h"
+#include "zorbase/zorexception.h"
 
 namespace {
 
@@ -71,6 +74,13 @@ wxString ConsentQuestion(const std::vector<WebTransfer>& transfers) {
 
 bool AskBeforeSending(wxWindow* parent, OrvInterface& core, OrvActionId action,
                       const VecParameter& parameters) {
+    // Without a key nothing can be sent: nobody is asked whether it may.
+    try {
+        RequireWebOptions(action, ReadWebServices(core.GetProgramOptions()));
+    } catch (const ZorException& missing) {
+        OrvMessageBox(ToWx(missing.GetMessage()), _("Error"), wxOK | wxICON_ERROR, parent);
+        return false;
+    }
     const std::vector<WebTransfer> unagreed =
         FindUnagreed(core.GetWebTransfers(action, parameters), core.GetToolSettings(kRecord));
     for (const bool isImage : {false, true}) {

@@ -19,7 +19,7 @@ Json AddConsent(const Json& record, const std::vector<WebTransfer>& transfers);
 // Names every place and what would go there; long lists are cut.
 wxString ConsentQuestion(const std::vector<WebTransfer>& transfers);
 
-// Asks what must be asked before the action is called with these parameters, texts apart from images, and has the
-// core keep the answer. False: nothing may be sent. GUI thread, waits for the answer.
+// Tells which key or address the action lacks, otherwise asks what must be asked before it is called with these parameters, texts
+// apart from images, and has the core keep the answer. False: nothing may be sent. GUI thread, waits for the answer.
 bool AskBeforeSending(wxWindow* parent, OrvInterface& core, OrvActionId action,
                       const VecParameter& parameters);

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "orvcore/tools/web/httpclient.h"
+#include "orvcore/tools/web/weboptions.h"
 #include "orvcore/tools/web/webparameters.h"
 #include "orvcore/tools/web/webresults.h"
 #include "zorbase/text.h"
@@ -89,7 +90,7 @@ void CheckAnswer(const HttpResponse& response, const std::string& key) {
 TableString SearchCameraForensics(const VecParameter& parameters, const OrvWebServices& services,
                                   const OrvJob& job) {
     const std::string key = ReadKey(parameters);
-    RequireOption(services.cameraForensicsAddress, "CameraForensics address");
+    RequireWebOptions(OrvActionCameraForensics, services);
     HttpRequest request;
     request.address = services.cameraForensicsAddress;
     request.what = "The CameraForensics address";

@@ -6,6 +6,7 @@
 
 #include "orvcore/formats/metadatacheck.h"
 #include "orvcore/tools/web/httpclient.h"
+#include "orvcore/tools/web/weboptions.h"
 #include "orvcore/tools/web/webparameters.h"
 #include "orvcore/tools/web/webresults.h"
 #include "zorbase/calendar.h"
@@ -257,15 +258,11 @@ TableString SearchCamera(OrvActionId action, const VecParameter& parameters, con
                          const OrvJob& job, std::string& incomplete) {
     incomplete.clear();
     const SearchSettings settings = ReadSettings(parameters);
+    RequireWebOptions(action, services);
     if (action == OrvActionSearchGoogle) {
-        RequireOption(services.googleAddress, "Google search address");
-        RequireOption(services.googleKey, "Google API key");
-        RequireOption(services.googleEngine, "Google search engine ID");
         job.SetProgress(0.0, "Asking Google");
         return RunAsFarAsItGoes(GoogleSearch(settings, services, job), incomplete);
     }
-    RequireOption(services.flickrAddress, "Flickr address");
-    RequireOption(services.flickrKey, "Flickr API key");
     job.SetProgress(0.0, "Asking Flickr");
     return RunAsFarAsItGoes(FlickrSearch(settings, services, job), incomplete);
 }

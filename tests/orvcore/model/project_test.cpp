@@ -140,6 +140,31 @@ TEST_F(Project, MissingAndChangedFilesAreToldAndTheRestIsOpened) {
     EXPECT_FALSE(core->HasFile(OrvReference));
 }
 
+TEST_F(Project, NothingIsSavedOverAFileThatABookmarkNames) {
+    const std::string marked = folder.WritePicture("marked.png", 10);
+    std::filesystem::create_hard_link(marked, folder / "other.png");
+    Load(marked);
+    core->AddBookmark("mark", "");
+    ASSERT_TRUE(sink.PumpUntilIdle());
+    SaveProject(folder / "case.zop");
+    const auto replace = [&](const std::string& path) {
+        return FailureOf([&] { core->SaveConfigurations(PathToWx(path)); });
+    };
+    for (const char* step : {"the slot holds another file", "the project was loaded again"}) {
+        if (std::string(step).starts_with("the slot"))
+            Load(folder.WritePicture("now.png", 20));
+        else
+            LoadProject(folder / "case.zop");
+        EXPECT_THAT(replace(marked), HasSubstr("never written to")) << step;
+        EXPECT_THAT(replace(folder / "other.png"), HasSubstr("never written to")) << step;
+        EXPECT_EQ(SaveProject(folder / "case.zop"), "") << "a project replaces itself";
+    }
+    Load("");
+    core->DeleteBookmark(0);
+    ASSERT_TRUE(sink.PumpUntilIdle());
+    EXPECT_EQ(replace(folder / "other.png"), "") << "named by nothing any more";
+}
+
 TEST_F(Project, NothingIsSavedOverALoadedFile) {
     const std::string evidence = folder.WritePicture("a.png", 10);
     const std::string reference = folder.WritePicture("b.png", 20);

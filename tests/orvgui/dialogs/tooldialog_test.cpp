@@ -11,6 +11,7 @@
 #include "orvcore/tools/toolsettings.h"
 #include "orvcore/tools/web/keyfile.h"
 #include "orvcore/tools/web/webparameters.h"
+#include "orvgui/common/webconsent.h"
 #include "tests/orvgui/framefixture.h"
 
 namespace {
@@ -309,4 +310,41 @@ TEST_F(ToolDialogTest, NothingIsSentThatTheUserDoesNotAgreeTo) {
             address->SetValue(std::string("http://localhost:1/"));
     core->SetProgramOptions(options);
     EXPECT_NE(search({wxID_NO})[1].find("Google (localhost)"), std::string::npos);
+}
+
+TEST_F(ToolDialogTest, NobodyIsAskedAboutWhatCannotBeSent) {
+    const auto set = [this](const char* name, const char* value) {
+        VecVecParameter options = core->GetProgramOptions();
+        for (VecParameter& group : options)
+            if (Parameter* option = group.Find(name)) option->SetValue(std::string(value));
+        core->SetProgramOptions(options);
+        Settle();
+    };
+    const struct {
+        OrvActionId action;
+        std::vector<std::pair<const char*, const char*>> missing;  // option, and what the message calls it
+    } services[] = {
+        {OrvActionSearchFlickr, {{"flickrKey", "Flickr API key"}, {"flickrAddress", "Flickr address"}}},
+        {OrvActionSearchGoogle,
+         {{"googleKey", "Google API key"},
+          {"googleEngine", "Google search engine ID"},
+          {"googleAddress", "Google search address"}}},
+        {OrvActionCameraForensics, {{"cameraForensicsAddress", "CameraForensics address"}}},
+    };
+    for (const auto& service : services) {
+        for (const auto& [option, label] : service.missing) set(option, "https://127.0.0.1/");
+        {
+            DialogAnswers answers{wxID_NO};
+            EXPECT_FALSE(AskBeforeSending(frame, *core, service.action, {}));
+            EXPECT_TRUE(answers.Seen()[0].starts_with("Send To The Web|")) << answers.Seen()[0];
+        }
+        for (const auto& [option, label] : service.missing) {
+            set(option, " ");
+            DialogAnswers answers{wxID_OK};
+            EXPECT_FALSE(AskBeforeSending(frame, *core, service.action, {}));
+            EXPECT_TRUE(answers.Seen()[0].starts_with("Error|")) << answers.Seen()[0];
+            EXPECT_NE(answers.Seen()[0].find(label), std::string::npos) << answers.Seen()[0];
+            set(option, "https://127.0.0.1/");
+        }
+    }
 }

@@ -295,6 +295,52 @@ TEST_F(FilePanelTest, SaveSelectorRefusesAReferenceThatIsOffUnderAnyOfItsNames) 
     }
 }
 
+TEST_F(FilePanelTest, WhatCannotBeBroughtBackIsReplacedOnlyAfterASecondQuestion) {
+    WriteFile(folder / "old.zop", std::string("{}"));
+    WriteFile(folder / "case.jpg.zop", std::string("{}"));
+    WriteFile(folder / "table.tsv", std::string("a"));
+    WriteFile(folder / "named.c", std::string("a"));
+    std::filesystem::copy_file(paths[2], folder / "picture.dat");  // a picture under another name
+    const std::string project = "Project file (*.zop)|*.zop|All files (*.*)|*.*";
+    const struct {
+        const char* chosen;
+        const std::string filter;
+        const char* written;
+        bool asks;
+    } cases[] = {
+        {"img10.png", "PNG|*.png", "img10.png", true},
+        {"picture.dat", "PNG|*.png", "picture.dat", true},
+        {"old.zop", project, "old.zop", true},
+        {"old", project, "old.zop", true},
+        {"case.jpg", project, "case.jpg.zop", true},
+        {"named", "C|*.c", "named.c", true},             // the chooser asked about another name
+        {"table.tsv", "TSV|*.tsv", "table.tsv", false},  // asked in the chooser
+        {"new.png", "PNG|*.png", "new.png", false},
+        {"new.ZOP", project, "new.ZOP", false},
+    };
+    for (const auto& c : cases) {
+        if (!c.asks) {
+            chosen = folder / c.chosen;
+            EXPECT_EQ(PathFromWx(OrvFileSaveSelector("Save", "", ToWx(c.filter))), folder / c.written);
+            continue;
+        }
+        for (const int answer : {wxID_YES, wxID_NO}) {
+            chosen = folder / c.chosen;
+            DialogAnswers answers([this, answer](wxDialog*) {
+                if (answer != wxID_YES) chosen = "";  // the chooser comes again
+                return answer;
+            });
+            const std::string path = PathFromWx(OrvFileSaveSelector("Save", "", ToWx(c.filter)));
+            EXPECT_EQ(path, answer == wxID_YES ? folder / c.written : "") << c.chosen;
+            ASSERT_EQ(answers.Seen().size(), 1u) << c.chosen;
+            const std::string& question = answers.Seen()[0];
+            EXPECT_NE(question.find("\"" + std::string(c.written) + "\""), std::string::npos) << question;
+            const std::string date = FormatTime(GetFileFacts(folder / c.written)->modified);
+            EXPECT_NE(question.find(date), std::string::npos) << question;
+        }
+    }
+}
+
 TEST_F(FilePanelTest, FoldersWithForeignNamesAreFolders) {
     const std::string name = folder / "caf\xE9";  // Latin-1
     std::filesystem::create_directory(name);
