@@ -44,6 +44,11 @@ Utf8Step NextUtf8(std::string_view text, std::size_t pos) {
     return {code, length, true};
 }
 
+bool IsDirectionMark(char32_t codePoint) {
+    return codePoint == 0x061C || codePoint == 0x200E || codePoint == 0x200F ||
+           (codePoint >= 0x202A && codePoint <= 0x202E) || (codePoint >= 0x2066 && codePoint <= 0x2069);
+}
+
 void AppendUtf8(std::string& text, char32_t codePoint) {
     const auto put = [&text](char32_t byte) { text += static_cast<char>(static_cast<unsigned char>(byte)); };
     if (codePoint < 0x80) {

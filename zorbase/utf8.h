@@ -19,6 +19,9 @@ Utf8Step NextUtf8(std::string_view text, std::size_t pos);
 // Appends one code point of at most U+10FFFF; surrogates are written as the three bytes they would take.
 void AppendUtf8(std::string& text, char32_t codePoint);
 
+// The invisible characters that change the writing direction of what follows, by which a name can be made to look like another.
+bool IsDirectionMark(char32_t codePoint);
+
 // A path as valid UTF-8 and back without loss: every byte that is no UTF-8 becomes the private-use character
 // U+100000 + byte, and so does every byte of a character that is itself one of U+100000..U+1000FF. The
 // toolkit's own conversion of file names uses the same characters.

@@ -73,6 +73,7 @@ void OrvInterface::Private::ChangeBookmarks(const std::function<void(std::vector
         if (bookmarkHistory.size() > kMaxHistory) bookmarkHistory.erase(bookmarkHistory.begin());
         project.SetSaved(false);
     }
+    ProtectProject();
 }
 
 void OrvInterface::AddBookmark(const wxString& name, const wxString& note) {

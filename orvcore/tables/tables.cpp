@@ -26,11 +26,6 @@ wxString TranslateCell(const wxString& cell, bool isLabel) {
     return ToWx(MarkCell(parsed.mark, translated));
 }
 
-bool IsDirectionMark(char32_t c) {
-    return c == 0x061C || c == 0x200E || c == 0x200F || (c >= 0x202A && c <= 0x202E) ||
-           (c >= 0x2066 && c <= 0x2069);
-}
-
 // Code points of a text as far as they are shown in one column of a fixed-pitch font.
 std::size_t CountCharacters(std::string_view text) {
     return static_cast<std::size_t>(

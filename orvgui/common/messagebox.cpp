@@ -3,6 +3,8 @@
 #include <wx/app.h>
 #include <wx/window.h>
 
+#include "orvgui/common/visibletext.h"
+
 namespace {
 
 // A text from a damaged file can be of any length; a box taller than the screen has no reachable button.
@@ -14,19 +16,20 @@ wxWindow* FindParent(wxWindow* parent) {
     return parent;
 }
 
-wxString Shorten(const wxString& text) {
+wxString Fit(const wxString& message) {
+    const wxString text = VisibleText(message);
     return text.length() > kLongestMessage ? text.Left(kLongestMessage) + wxString::FromUTF8("…") : text;
 }
 
 }  // namespace
 
 int OrvMessageBox(const wxString& message, const wxString& caption, long style, wxWindow* parent) {
-    return wxMessageBox(Shorten(message), caption, style, FindParent(parent));
+    return wxMessageBox(Fit(message), caption, style, FindParent(parent));
 }
 
 int OrvQuestionBox(const wxString& message, const wxString& caption, const wxString& yes, const wxString& no,
                    long style, wxWindow* parent) {
-    wxMessageDialog box(FindParent(parent), Shorten(message), caption, wxYES_NO | style);
+    wxMessageDialog box(FindParent(parent), Fit(message), caption, wxYES_NO | style);
     box.SetYesNoLabels(yes, no);
     switch (box.ShowModal()) {
         case wxID_YES:

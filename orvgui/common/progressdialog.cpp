@@ -1,6 +1,8 @@
 #include "orvgui/common/progressdialog.h"
 
+#include <wx/arrstr.h>
 #include <wx/control.h>
+#include <wx/dcclient.h>
 #include <wx/gauge.h>
 #include <wx/sizer.h>
 #include <wx/stattext.h>
@@ -9,10 +11,13 @@
 #include <algorithm>
 #include <cmath>
 
+#include "orvgui/common/visibletext.h"
+
 namespace {
 
 constexpr int kGaugeWidth = 390;
 constexpr int kGaugeHeight = 20;
+constexpr int kMessageLines = 2;  // the work, and the piece of it
 constexpr int kLargestGaugeRange = 65535;
 
 int ScaleFactor(int maximum) {
@@ -63,9 +68,34 @@ OrvProgressDialogBase::OrvProgressDialogBase(const wxString& title, const wxStri
     for (wxWindow* child : GetChildren()) {
         if (auto* gauge = dynamic_cast<wxGauge*>(child)) gauge->SetMinSize(wxSize(kGaugeWidth, kGaugeHeight));
     }
+    for (wxWindow* child : GetChildren()) {
+        m_messageLabel = dynamic_cast<wxStaticText*>(child);
+        if (m_messageLabel != nullptr) break;  // the toolkit makes it first
+    }
+    if (m_messageLabel != nullptr) {
+        m_messageLabel->SetWindowStyle(m_messageLabel->GetWindowStyle() | wxST_NO_AUTORESIZE);
+        m_messageLabel->SetMinSize(wxSize(kGaugeWidth, kMessageLines * GetCharHeight() + kMessageLines));
+        ShowMessage(message);
+    }
     m_estimatedLabel = FindValueLabel(GetEstimatedLabel());
     m_remainingLabel = FindValueLabel(GetRemainingLabel());
     GetSizer()->SetSizeHints(this);
+}
+
+// The toolkit would widen the window for a longer message and lay it over the gauge for a higher one.
+void OrvProgressDialogBase::ShowMessage(const wxString& message) {
+    if (m_messageLabel == nullptr) return;
+    wxClientDC dc(m_messageLabel);
+    dc.SetFont(m_messageLabel->GetFont());
+    wxString text;
+    int lines = 0;
+    for (const wxString& line : wxSplit(VisibleText(message), '\n', '\0')) {
+        if (++lines > kMessageLines) break;
+        if (lines > 1) text += "\n";
+        text += wxControl::Ellipsize(line, dc, wxELLIPSIZE_MIDDLE, kGaugeWidth, wxELLIPSIZE_FLAGS_NONE);
+    }
+    const wxString label = wxControl::EscapeMnemonics(text);
+    if (m_messageLabel->GetLabel() != label) m_messageLabel->SetLabel(label);
 }
 
 int OrvProgressDialogBase::ToGauge(int value) const {
@@ -121,15 +151,15 @@ OrvProgressDialog::OrvProgressDialog(const wxString& title, const wxString& mess
     : OrvProgressDialogBase(title, message, maximum, parent, style), m_title(title), m_message(message) {}
 
 bool OrvProgressDialog::Update(int value, const wxString& newmsg, bool* skip) {
-    if (!newmsg.empty()) m_message = newmsg;
-    const bool goOn = OrvProgressDialogBase::Update(ToGauge(value), wxControl::EscapeMnemonics(newmsg), skip);
+    if (!newmsg.empty()) ShowMessage(m_message = newmsg);
+    const bool goOn = OrvProgressDialogBase::Update(ToGauge(value), wxString(), skip);
     ShowTimeEstimates(value);
     return goOn;
 }
 
 bool OrvProgressDialog::Pulse(const wxString& newmsg, bool* skip) {
-    if (!newmsg.empty()) m_message = newmsg;
-    return OrvProgressDialogBase::Pulse(wxControl::EscapeMnemonics(newmsg), skip);
+    if (!newmsg.empty()) ShowMessage(m_message = newmsg);
+    return OrvProgressDialogBase::Pulse(wxString(), skip);
 }
 
 bool OrvProgressDialog::Show(bool show) {
@@ -146,5 +176,5 @@ wxString OrvProgressDialog::GetTitle() const {
 }
 
 wxString OrvProgressDialog::GetMessage() const {
-    return wxControl::RemoveMnemonics(OrvProgressDialogBase::GetMessage());
+    return m_message;
 }

@@ -44,6 +44,8 @@ class OrvProgressDialogBase : public wxGenericProgressDialog {
     int GetValue() const override;
 
   protected:
+    // The message, each line shortened in its middle where it is wider than the dialog, which keeps its size whatever is said.
+    void ShowMessage(const wxString& message);
     // The gauge counts to at most 65535; larger ranges are scaled down for it.
     int ToGauge(int value) const;
     // Times since the dialog was made, for a value of 0 … GetRange().
@@ -57,6 +59,7 @@ class OrvProgressDialogBase : public wxGenericProgressDialog {
     int m_range;   // as the caller counts
     int m_factor;  // of the caller's range to the gauge's
     ProgressEstimate m_estimate;
+    wxStaticText* m_messageLabel = nullptr;
     wxStaticText* m_estimatedLabel = nullptr;  // null without the style flag
     wxStaticText* m_remainingLabel = nullptr;
 };

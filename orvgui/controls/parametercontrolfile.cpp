@@ -7,6 +7,7 @@
 
 #include "orvgui/common/fileselectors.h"
 #include "orvgui/common/textfocus.h"
+#include "orvgui/common/visibletext.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"
 
@@ -41,7 +42,7 @@ ParameterControlInputFilename::ParameterControlInputFilename(wxWindow* parent, w
 
 wxString ParameterControlInputFilename::FormatText(const Parameter& parameter) const {
     const auto& path = parameter.Get<std::string>();
-    return PathToWx(m_shown == Shown::Name ? PathName(path) : path);
+    return m_shown == Shown::Name ? VisibleText(PathName(path)) : EditablePath(path);
 }
 
 bool ParameterControlInputFilename::ParseText(const wxString& text, Parameter& parameter) const {

@@ -9,6 +9,7 @@
 
 #include "orvgui/common/textdialog.h"
 #include "orvgui/common/textfocus.h"
+#include "orvgui/common/visibletext.h"
 #include "orvgui/common/wheel.h"
 #include "zorbase/text.h"
 
@@ -126,8 +127,9 @@ wxString ParameterControlString::FormatText(const Parameter& parameter) const {
     const wxString evidence = GetParameterAsString(parameter, false);
     if (!m_readOnly && !parameter.IsRefSet())
         return evidence;  // an empty field shows the placeholder as its hint
-    if (!parameter.IsRefSet()) return OrPlaceholder(evidence);
-    return OrPlaceholder(evidence) + " / " + OrPlaceholder(GetParameterAsString(parameter, true));
+    const wxString shown = VisibleText(OrPlaceholder(evidence));
+    if (!parameter.IsRefSet()) return shown;
+    return shown + " / " + VisibleText(OrPlaceholder(GetParameterAsString(parameter, true)));
 }
 
 bool ParameterControlString::ParseText(const wxString& text, Parameter& parameter) const {
@@ -253,11 +255,11 @@ wxWindow* ParameterControlOutputText::GetControl() {
 void ParameterControlOutputText::SetControlValue(const Parameter& parameter) {
     m_parameter = parameter;
     const wxString evidence =
-        OrPlaceholder(parameter.IsSet() ? ToWx(parameter.Get<std::string>()) : wxString());
+        OrPlaceholder(parameter.IsSet() ? VisibleText(parameter.Get<std::string>()) : wxString());
     wxString text = evidence;
     bool red = false;
     if (parameter.IsRefSet()) {
-        const wxString reference = OrPlaceholder(ToWx(parameter.Get<std::string>(true)));
+        const wxString reference = OrPlaceholder(VisibleText(parameter.Get<std::string>(true)));
         const bool lines = LineCount(evidence) > 1 || LineCount(reference) > 1;
         text += (lines ? kBetweenSlots : wxString(" / ")) + reference;
         red = evidence != reference;

@@ -12,6 +12,7 @@
 #include "orvgui/common/statictext.h"
 #include "orvgui/common/textfocus.h"
 #include "orvgui/common/validator.h"
+#include "orvgui/common/visibletext.h"
 #include "orvgui/controls/parametercontrol.h"
 #include "zorbase/text.h"
 
@@ -190,7 +191,7 @@ std::optional<ToolProblem> OrvToolDialog::FindTypingError() const {
 void OrvToolDialog::ShowProblem(const ToolProblem& problem) {
     const Parameter* parameter = m_parameters.Find(problem.field);
     const wxString label = parameter ? wxGetTranslation(ToWx(parameter->GetDescription())) : wxString();
-    m_problem = wxString::Format(wxString::FromUTF8("\"%s\": %s"), label, problem.message);
+    m_problem = wxString::Format(wxString::FromUTF8("\"%s\": %s"), label, VisibleText(problem.message));
     m_problemText->SetText(m_problem);
     GetSizer()->Show(m_problemLine, true);
     // The first layout gives the text its width, and the text answers with its height.

@@ -5,6 +5,7 @@
 #include <wx/intl.h>
 
 #include "orvcore/facade/interface.h"
+#include "orvgui/common/visibletext.h"
 #include "orvgui/viewer/canvas.h"
 #include "orvgui/viewer/mappanel.h"
 #include "orvgui/viewer/viewerpanel.h"
@@ -90,7 +91,7 @@ void OrvFilterGuiViewer::ShowCaptions() {
         const Shown& shown = m_shown[canvas.IsShowingOther() && canvases.size() == 2 ? 1 - i : i];
         wxString text;
         if (canvas.HasImage() && core != nullptr) {
-            const wxString name = ToWx(PathName(PathFromWx(core->GetFilename(shown.slot))));
+            const wxString name = VisibleText(PathName(PathFromWx(core->GetFilename(shown.slot))));
             text = shown.slot == OrvEvidence ? _("Evidence") : _("Reference");
             if (shown.isDifference)
                 text = _("Difference");

@@ -7,6 +7,7 @@
 
 #include "orvcore/facade/interface.h"
 #include "orvgui/common/loadedfiles.h"
+#include "orvgui/common/visibletext.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"
 
@@ -27,7 +28,7 @@ wxString OnOneLine(const std::string& text) {
     line.Replace("\r", " ");
     line.Replace("\n", " ");
     line.Replace("\t", " ");
-    return line.Trim().Trim(false);
+    return VisibleText(line).Trim().Trim(false);
 }
 
 wxString Names(const SummaryFile& file, SummaryState state) {

@@ -12,6 +12,7 @@
 #include "orvgui/common/fileselectors.h"
 #include "orvgui/common/messagebox.h"
 #include "orvgui/common/textfocus.h"
+#include "orvgui/common/visibletext.h"
 #include "orvgui/shell/commandregistry.h"
 #include "orvgui/shell/mainframe.h"
 #include "zorbase/files.h"
@@ -128,12 +129,12 @@ void FilePanel::ShowFilename() {
     const OrvInterface* core = GetInterface();
     const wxString path = core ? core->GetFilename(m_slot) : wxString();
     if (path != m_attemptedFrom) m_attempt.clear();
-    const wxString name = m_attempt.empty() ? ToWx(PathName(PathFromWx(path))) : m_attempt;
+    const wxString name = m_attempt.empty() ? VisibleText(PathName(PathFromWx(path))) : m_attempt;
     if (m_filename->GetValue() != name) m_filename->ChangeValue(name);
     if (path.empty()) {
         m_filename->UnsetToolTip();
-    } else if (m_filename->GetToolTipText() != path) {
-        m_filename->SetToolTip(ToWx(PathFromWx(path)));
+    } else if (const wxString tip = VisibleText(PathFromWx(path)); m_filename->GetToolTipText() != tip) {
+        m_filename->SetToolTip(tip);
     }
 }
 

@@ -1,6 +1,7 @@
 #include <wx/filename.h>
 #include <wx/filesys.h>
 
+#include "orvgui/common/visibletext.h"
 #include "orvgui/shell/commandregistry.h"
 #include "orvgui/shell/filepanel.h"
 #include "zorbase/files.h"
@@ -45,7 +46,7 @@ wxString FilePanelState::Position() const {
 std::string ResolveTypedFilename(const wxString& typed, const std::string& currentPath) {
     const wxString text = wxString(typed).Trim(true).Trim(false);
     if (text.empty()) return std::string();
-    if (!currentPath.empty() && text == ToWx(PathName(currentPath)).Trim(true).Trim(false))
+    if (!currentPath.empty() && text == VisibleText(PathName(currentPath)).Trim(true).Trim(false))
         return currentPath;
     if (text.StartsWith("file://")) return PathFromWx(wxFileSystem::URLToFileName(text).GetFullPath());
     if (text.StartsWith("/")) return PathFromWx(text);

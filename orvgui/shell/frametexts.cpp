@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "orvgui/common/visibletext.h"
 #include "zorbase/files.h"
 #include "zorbase/gpsformat.h"
 #include "zorbase/progress.h"
@@ -25,7 +26,7 @@ wxString Line(const wxString& text, int percent) {
 }  // namespace
 
 wxString MakeFrameTitle(const wxString& projectPath, bool saved, const wxString& baseTitle) {
-    wxString title = ToWx(PathName(PathFromWx(projectPath)));
+    wxString title = VisibleText(PathName(PathFromWx(projectPath)));
     if (title.empty()) title = _("New Project");
     if (!saved) title += "*";
     return title + " - " + baseTitle;

@@ -12,6 +12,7 @@
 #include "orvcore/model/log.h"
 #include "orvgui/common/fileselectors.h"
 #include "orvgui/common/messagebox.h"
+#include "orvgui/common/visibletext.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"
 #include "zorbase/zorexception.h"
@@ -45,7 +46,7 @@ class LogTarget : public wxLog {
 };
 
 wxString LineText(const OrvLogLine& line) {
-    return ToWx(line.time + " " + line.zone + "  " + LogLevelName(line.level) + "  " + line.text + "\n");
+    return ToWx(line.time + " " + line.zone + "  " + LogLevelName(line.level) + "  ") + VisibleText(line.text) + "\n";
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <wx/aui/dockart.h>
 #include <wx/aui/framemanager.h>
 #include <wx/filename.h>
+#include <wx/menu.h>
 #include <wx/settings.h>
 #include <wx/statusbr.h>
 #include <wx/stdpaths.h>
@@ -18,6 +19,7 @@
 #include "orvgui/common/messagebox.h"
 #include "orvgui/common/opencverrors.h"
 #include "orvgui/pages/filtergui.h"
+#include "orvgui/common/visibletext.h"
 #include "orvgui/pages/orvviewerpanel.h"
 #include "orvgui/pages/pagefactory.h"
 #include "orvgui/shell/commandregistry.h"
@@ -68,6 +70,13 @@ OrvMainFrame::OrvMainFrame(OrvInterface* core, const AppVersion& version, const 
     StartProjectKeeping();
     SetAcceleratorTable(OrvGuiCommandRegistry::GetAcceleratorTableGlobal());
     UpdateTitle();
+    // Until the window manager has told its borders the toolkit lays the window out two pixels wide, and complains of the menu bar,
+    // which does not fit.
+    GetMenuBar()->Hide();
+    Bind(wxEVT_SHOW, [this](wxShowEvent& event) {
+        event.Skip();
+        if (event.IsShown()) GetMenuBar()->Show();
+    });
     // The keyboard starts in the tree, where every shortcut works; a text field would keep some of them.
     m_filtersPanel->GetTree()->SetFocus();
 }
@@ -219,7 +228,8 @@ void OrvMainFrame::SelectFirstItem() {
     m_filtersPanel->SelectFirstItem();
 }
 
-void OrvMainFrame::SetStatusField(OrvStatusField field, const wxString& text) {
+void OrvMainFrame::SetStatusField(OrvStatusField field, const wxString& message) {
+    const wxString text = VisibleText(message);
     const int index = static_cast<int>(field);
     if (GetStatusBar() && GetStatusBar()->GetStatusText(index) != text)
         GetStatusBar()->SetStatusText(text, index);

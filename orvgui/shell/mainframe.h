@@ -18,6 +18,7 @@
 #include "zorbase/appversion.h"
 
 class FilePanel;
+class OrvFilter;
 class OrvFilterGui;
 class OrvFiltersPanel;
 class OrvHelpNode;

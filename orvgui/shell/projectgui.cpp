@@ -13,6 +13,7 @@
 
 #include "orvcore/facade/interface.h"
 #include "orvgui/common/framehost.h"
+#include "orvgui/common/visibletext.h"
 #include "orvgui/shell/commandregistry.h"
 #include "orvgui/shell/projectdialogs.h"
 #include "zorbase/files.h"
@@ -169,7 +170,7 @@ void OrvProjectGui::AddFiles(const OrvProject& project, const wxTreeItemId& root
     const wxTreeItemId group = m_tree->AppendItem(root, _("Files"));
     for (std::size_t i = 0; i < m_files.size(); ++i) {
         const OrvCaseFile& file = m_files[i];
-        wxString text = ToWx(PathName(file.path));
+        wxString text = VisibleText(PathName(file.path));
         const OrvExhibit* exhibit = project.GetCaseData().Find(file);
         if (exhibit && !exhibit->number.empty()) text = ToWx(exhibit->number) + "  " + text;
         const OrvHashCheck check = exhibit ? CheckExpectedHash(ParseExpectedHash(exhibit->expectedHash),
@@ -196,7 +197,7 @@ void OrvProjectGui::AddBookmarks(const OrvProject& project, const wxTreeItemId& 
     }
     int index = 0;
     for (const OrvBookmark& bookmark : project.GetBookmarks()) {
-        const wxString text = ToWx(bookmark.name) + " (" + FilterName(bookmark.filterId) + ")";
+        const wxString text = VisibleText(bookmark.name) + " (" + FilterName(bookmark.filterId) + ")";
         const wxTreeItemId item = m_tree->AppendItem(group, text, ThumbnailIndex(bookmark), -1,
                                                      new ProjectItem(ItemKind::Bookmark, index));
         if (!bookmark.note.empty()) {

@@ -1,6 +1,7 @@
 #include "orvgui/common/progressdialog.h"
 
 #include <gtest/gtest.h>
+#include <wx/arrstr.h>
 #include <wx/button.h>
 #include <wx/frame.h>
 #include <wx/gauge.h>
@@ -121,4 +122,32 @@ TEST(ProgressDialog, AbortAndResume) {
         EXPECT_TRUE(frame.IsEnabled());
     }
     EXPECT_TRUE(frame.IsEnabled());
+}
+
+TEST(ProgressDialog, KeepsItsSizeWhateverItSays) {
+    OrvProgressDialog dialog("Title", "Processing", 100, nullptr, kAllFlags);
+    Pump();
+    const wxSize size = dialog.GetSize();
+    const auto* label = FindChild<wxStaticText>(dialog);
+    const wxRect room = label->GetRect();
+    const std::string longName = "Reading " + std::string(300, 'n') + "-end.jpg";
+    for (const std::string& text :
+         {longName, longName + " (12%)\n" + longName, std::string("short"), std::string("one\ntwo\nthree")}) {
+        dialog.Update(10, text);
+        Pump();
+        EXPECT_EQ(dialog.GetSize(), size) << text;
+        EXPECT_EQ(label->GetRect(), room) << text;
+        EXPECT_EQ(dialog.GetMessage(), text) << "what is said is not shortened";
+        wxSize needed = label->GetTextExtent("x");
+        for (const wxString& line : wxSplit(label->GetLabelText(), '\n', '\0'))
+            needed.IncTo(label->GetTextExtent(line));
+        EXPECT_LE(needed.x, room.width) << text;
+    }
+    dialog.Update(10, longName);
+    EXPECT_TRUE(label->GetLabelText().StartsWith("Reading nnn")) << label->GetLabelText();
+    EXPECT_TRUE(label->GetLabelText().EndsWith("-end.jpg")) << label->GetLabelText();
+    EXPECT_TRUE(label->GetLabelText().Contains(wxString::FromUTF8("\u2026")) ||
+                label->GetLabelText().Contains("..."));
+    dialog.Pulse(wxString::FromUTF8("a\u202Egpj.exe"));
+    EXPECT_EQ(label->GetLabelText(), "a[U+202E]gpj.exe");
 }

@@ -8,6 +8,7 @@
 #include <wx/treectrl.h>
 #include <wx/weakref.h>
 
+#include "orvgui/common/messagebox.h"
 #include "orvgui/common/progressdialog.h"
 #include "orvgui/pages/filtersummary.h"
 #include "orvgui/pages/orvviewerpanel.h"
@@ -16,6 +17,7 @@
 #include "orvgui/shell/logpanel.h"
 #include "orvgui/shell/projectgui.h"
 #include "orvgui/tables/gridframe.h"
+#include "orvgui/tables/listctrlresults.h"
 #include "tests/orvgui/fakefilters.h"
 #include "tests/orvgui/framefixture.h"
 #include "zorbase/progress.h"
@@ -319,6 +321,14 @@ TEST_F(FrameTest, BookmarksAreShownAndLoadTheirFile) {
     Settle();
     EXPECT_EQ("first.png", PathName(Evidence()));
     wxCommandEvent press(wxEVT_BUTTON, 6033);
+    for (const int answer : {wxID_NO, wxID_CANCEL}) {
+        DialogAnswers answers{answer};
+        frame->GetProjectTree()->FindWindow(6033)->ProcessWindowEvent(press);
+        Settle();
+        EXPECT_EQ(1u, core->GetProject().GetBookmarks().size()) << "only a Yes deletes";
+        EXPECT_EQ("Delete Bookmark|Do you want to delete this bookmark?", answers.Seen()[0]);
+    }
+    DialogAnswers answers{wxID_YES};
     frame->GetProjectTree()->FindWindow(6033)->ProcessWindowEvent(press);
     Settle();
     EXPECT_TRUE(core->GetProject().GetBookmarks().empty());
@@ -585,4 +595,72 @@ TEST_F(FrameTest, ShortcutsWorkEverywhereButLeaveTextFieldsTheirKeys) {
     simulator.Char('Q', wxMOD_CONTROL);
     EXPECT_TRUE(PumpUntil([&] { return !window; }));
     frame = nullptr;
+}
+
+TEST_F(FrameTest, ControlQEndsTheProgramFromATablesWindow) {
+    WxTable table = {{"Name"}, {"a"}};
+    auto* window = new GridFrame(frame, "table", table, GridFrame::Batch, 0, {});
+    window->Show();
+    Pump();
+    const wxWeakRef<wxWindow> main(frame);
+    const auto press = [&](int modifiers) {
+        wxKeyEvent event(wxEVT_CHAR_HOOK);
+        event.m_keyCode = 'Q';
+        event.SetControlDown((modifiers & wxMOD_CONTROL) != 0);
+        event.SetShiftDown((modifiers & wxMOD_SHIFT) != 0);
+        event.SetEventObject(window->GetListCtrl());
+        window->GetListCtrl()->ProcessWindowEvent(event);
+    };
+    press(wxMOD_NONE);
+    press(wxMOD_CONTROL | wxMOD_SHIFT);
+    PumpFor(50);
+    ASSERT_TRUE(main) << "other keys";
+    press(wxMOD_CONTROL);
+    EXPECT_TRUE(PumpUntil([&] { return !main; }));
+    frame = nullptr;
+    core = nullptr;
+}
+
+TEST_F(FrameTest, AnExportThatEndsSaysSoInTheStatusBar) {
+    WxTable table = {{"Name"}, {"a"}};
+    auto* window = new GridFrame(frame, "table", table, GridFrame::Batch, 0, {});
+    chosen = folder / "out.tsv";
+    wxCommandEvent event(wxEVT_MENU, OrvListDataAsTsv);
+    window->GetListCtrl()->ProcessWindowEvent(event);
+    const auto note = [this] { return frame->GetStatusBar()->GetStatusText(0); };
+    EXPECT_TRUE(PumpUntil([&] { return !note().empty(); }));
+    EXPECT_EQ(note(), "Written: " + chosen);
+    EXPECT_EQ(ReadFile(chosen), "Name\na\n");
+    window->Destroy();
+    Pump();
+}
+
+// A name made to look like another: "photo" and a mark, after which "gpj.exe" would be read backwards.
+TEST_F(FrameTest, MarksThatTurnTheWritingAreVisibleEverywhere) {
+    const std::string name = "photo\u202Egpj\u061C.png";
+    const std::string visible = "photo[U+202E]gpj[U+061C].png";
+    const std::string path = folder.WritePicture(name);
+    Load(path);
+    const FilePanel& panel = *frame->GetFilePanel(OrvEvidence);
+    EXPECT_EQ(FromWx(panel.GetFilenameField()->GetValue()), visible);
+    EXPECT_TRUE(panel.GetFilenameField()->GetToolTipText().Contains(ToWx(visible)));
+    // What is shown still stands for the file.
+    wxCommandEvent enter(wxEVT_TEXT_ENTER);
+    panel.GetFilenameField()->ProcessWindowEvent(enter);
+    Settle();
+    EXPECT_EQ(Evidence(), path);
+
+    frame->SetStatusField(OrvStatusField::Activity, ToWx(name));
+    EXPECT_EQ(FromWx(frame->GetStatusBar()->GetStatusText(0)), visible);
+    auto* log = dynamic_cast<LogPanel*>(wxWindow::FindWindowByLabel("Log", nullptr)->GetChildren().front());
+    EXPECT_FALSE(log->GetText()->GetValue().Contains(wxString::FromUTF8("\u202E")));
+    {
+        DialogAnswers answers{wxID_OK};
+        OrvMessageBox(ToWx(name), "Caption");
+        EXPECT_EQ(answers.Seen()[0], "Caption|" + visible);
+    }
+    chosen = folder / name;
+    core->SaveProject(PathToWx(folder / "a\u202Eb.zop"));
+    Settle();
+    EXPECT_TRUE(frame->GetTitle().StartsWith("a[U+202E]b.zop")) << frame->GetTitle();
 }
