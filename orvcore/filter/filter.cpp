@@ -320,7 +320,7 @@ void OrvFilter::KeepFresh(const OrvFilterResult& result, const OrvResultCache& c
 OrvFilterResultPtr OrvFilter::Run(const OrvFilterResult& request, const std::vector<OrvFilterResultPtr>& held,
                                   const OrvJob& job, const OrvResultCache* cache) const {
     auto result = std::make_shared<OrvFilterResult>(request);
-    result->pictures = std::make_shared<OrvMapPictures>();
+    result->pictures = std::make_shared<OrvMapPictures>(MapRangesOf(m_id));
     result->surroundings = GetSurroundings();
     result->fileStamp = StampOfFiles(request.input);
     std::fill(std::begin(result->isFresh), std::end(result->isFresh), false);
@@ -426,8 +426,8 @@ std::vector<OrvFilterResultPtr> OrvFilter::HeldWithoutLocked(const OrvFilePtr& f
     // Published results are immutable: each is replaced by a copy without that file's part.
     for (OrvFilterResultPtr& held : results) {
         auto rest = std::make_shared<OrvFilterResult>(*held);
-        rest->pictures =
-            std::make_shared<OrvMapPictures>();  // drawn over a range that the other file had a part in
+        rest->pictures = std::make_shared<OrvMapPictures>(
+            MapRangesOf(m_id));  // drawn over a range that the other file had a part in
         for (int slot = 0; slot < kFileSlots; ++slot)
             if (rest->file[slot] == file) {
                 rest->file[slot].reset();

@@ -150,6 +150,10 @@ std::vector<OrvMap> OrvFilterResult::GetMaps(int ofSlot) const {
     if (!slot[ofSlot]) return {};
     std::vector<OrvMap> maps = slot[ofSlot]->maps;
     for (OrvMap& map : maps) {
+        if (const auto set = pictures ? pictures->Ranges().Get(map.name) : std::nullopt) {
+            map.range = *set;
+            map.isAutomatic = false;
+        }
         if (!map.isAutomatic) continue;
         const OrvMap* other = FindMap(slot[1 - ofSlot], map.name);
         if (other == nullptr || !other->isAutomatic) continue;

@@ -59,7 +59,7 @@ std::string Ascii(const std::string& text) {
 
 }  // namespace
 
-OrvMapLegend LegendOf(const OrvMap& map) {
+OrvMapLegend LegendOf(const OrvMap& map, bool isByHand) {
     OrvMapLegend legend;
     if (map.scale == OrvMapScale::Classes) {
         legend = LegendOfClasses(map);
@@ -74,10 +74,12 @@ OrvMapLegend LegendOf(const OrvMap& map) {
         legend.note = "Scale " + RangeText(map, range);
         if (map.scale == OrvMapScale::Probability)
             legend.note += ".";
+        else if (isByHand)
+            legend.note += ", set by hand.";
         else if (map.isAutomatic)
             legend.note += ", automatic (never narrower than " + RangeText(map, map.floor) + ").";
         else
-            legend.note += ", set by hand.";
+            legend.note += ", fixed by the analysis.";
         if (map.values.channels() == 3) legend.note += " Each channel is drawn in its own colour.";
         if (map.thresholdSide != OrvMapSide::None) {
             legend.note += std::string(" Beyond the threshold: ") +
@@ -92,7 +94,7 @@ OrvMapLegend LegendOf(const OrvMap& map) {
     return legend;
 }
 
-cv::Mat DrawLegend(const OrvMap& map, int width) {
+cv::Mat DrawLegend(const OrvMap& map, int width, bool isByHand) {
     constexpr int kMargin = 10;
     constexpr int kBarTop = 28;
     constexpr int kBarHeight = 14;
@@ -100,7 +102,7 @@ cv::Mat DrawLegend(const OrvMap& map, int width) {
     constexpr int kFont = cv::FONT_HERSHEY_SIMPLEX;
     constexpr double kSize = 0.4;
     const cv::Scalar black = cv::Scalar::all(20);
-    const OrvMapLegend legend = LegendOf(map);
+    const OrvMapLegend legend = LegendOf(map, isByHand);
     cv::Mat picture(kHeight, std::max(width, 200), CV_8UC3, cv::Scalar::all(255));
     const int length = picture.cols - 2 * kMargin;
     for (int x = 0; x < length; ++x) {
@@ -116,8 +118,10 @@ cv::Mat DrawLegend(const OrvMap& map, int width) {
         const int x = placeOf(legend.threshold);
         cv::line(picture, {x, kBarTop - 4}, {x, kBarTop + kBarHeight + 3}, cv::Scalar(0, 0, 200), 2);
     }
-    const std::string title =
-        Ascii(legend.title + (map.isAutomatic && !map.values.empty() ? ", automatic scale" : ""));
+    const std::string title = Ascii(legend.title + (map.values.empty() ? ""
+                                                    : isByHand         ? ", scale set by hand"
+                                                    : map.isAutomatic  ? ", automatic scale"
+                                                                       : ""));
     cv::putText(picture, title, {kMargin, 18}, kFont, kSize, black, 1, cv::LINE_AA);
     int free = 0;  // texts do not run into each other
     for (const OrvMapLegendTick& tick : legend.ticks) {

@@ -21,8 +21,9 @@ struct OrvMapLegend {
     std::string note;
     std::vector<int> classes;  // the values of the ticks, for Classes only
 };
-OrvMapLegend LegendOf(const OrvMap& map);
+// isByHand: the user has set the range, see mapranges.h.
+OrvMapLegend LegendOf(const OrvMap& map, bool isByHand = false);
 
 // The legend as a picture of that width (at least 200 pixels), B, G, R: title, scale, ticks and the mark of the threshold. Letters
 // outside ASCII become '?': windows and pages write the texts themselves.
-cv::Mat DrawLegend(const OrvMap& map, int width);
+cv::Mat DrawLegend(const OrvMap& map, int width, bool isByHand = false);

@@ -6,6 +6,7 @@
 
 #include "orvcore/filter/mapimage.h"
 #include "orvcore/filter/maplegend.h"
+#include "orvcore/filter/mappictures.h"
 #include "orvcore/report/plotsvg.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"
@@ -67,7 +68,7 @@ cv::Mat Below(const cv::Mat& picture, const cv::Mat& legend) {
 }
 
 // The map over its image; where there are only lines and regions, over the picture.
-Image PictureOf(const OrvMap& map, const OrvSlotResult& result, int longestSide) {
+Image PictureOf(const OrvMap& map, bool isByHand, const OrvSlotResult& result, int longestSide) {
     const double scale = ScaleFor(map.image, longestSide);
     const bool hasValues = !map.values.empty();
     const Image ground =
@@ -78,7 +79,7 @@ Image PictureOf(const OrvMap& map, const OrvSlotResult& result, int longestSide)
         picture = picture.clone();
         DrawMarks(map, scale, picture);
     }
-    return Image(hasValues ? Below(picture, DrawLegend(map, picture.cols)) : picture);
+    return Image(hasValues ? Below(picture, DrawLegend(map, picture.cols, isByHand)) : picture);
 }
 
 std::string RegionsText(const OrvMap& map) {
@@ -120,10 +121,12 @@ void ForEachPicture(const OrvFilter& filter, const OrvFilterResult& result, int 
             give({}, {}, scale < 1.0 ? Image(Scaled(shown.GetMat(), scale, true)) : shown, {});
         }
         for (const OrvMap& map : result.GetMaps(slot)) {
-            Image image = PictureOf(map, found, longestSide);
+            const bool isByHand = IsRangeByHand(result, map);
+            Image image = PictureOf(map, isByHand, found, longestSide);
             if (!image.IsValid()) continue;
             const std::string regions = RegionsText(map);
-            give(map.name, LegendOf(map).note + (regions.empty() ? "" : " Marked: " + regions + "."),
+            give(map.name,
+                 LegendOf(map, isByHand).note + (regions.empty() ? "" : " Marked: " + regions + "."),
                  std::move(image), {});
         }
         int number = 0;

@@ -62,6 +62,7 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost 
     wxString DescribeMap(const Canvas* canvas, int x, int y) const override;
     void SelectionChanged(const Roi& region) override;
     void MapDisplayChanged() override;
+    void SetMapRange(const std::string& map, const std::optional<OrvRange>& range) override;
     virtual void ZoomNavigatorMouseOn(wxMouseEvent&) {}
     virtual void ZoomNavigatorPaint(wxPaintEvent&) {}
 

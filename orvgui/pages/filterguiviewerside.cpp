@@ -12,7 +12,10 @@
 #include <wx/textctrl.h>
 
 #include <algorithm>
+#include <set>
 
+#include "orvcore/facade/interface.h"
+#include "orvcore/filter/mappictures.h"
 #include "orvgui/pages/plotdialog.h"
 #include "orvgui/pages/plotlayers.h"
 #include "orvgui/pages/plotpanel.h"
@@ -145,9 +148,23 @@ void OrvFilterGuiViewer::SetSideWidth(int width) {
 
 void OrvFilterGuiViewer::ShowMaps() {
     std::vector<OrvMap> maps[kFileSlots];
-    if (const OrvFilterResultPtr result = m_filter->GetResult())
-        for (int slot = 0; slot < kFileSlots; ++slot) maps[slot] = result->GetMaps(slot);
-    m_mapPanel->SetMaps(maps);
+    std::set<std::string> byHand;
+    if (const OrvFilterResultPtr result = m_filter->GetResult()) {
+        for (int slot = 0; slot < kFileSlots; ++slot) {
+            maps[slot] = result->GetMaps(slot);
+            for (const OrvMap& map : maps[slot])
+                if (IsRangeByHand(*result, map)) byHand.insert(map.name);
+        }
+    }
+    m_mapPanel->SetMaps(maps, byHand);
+}
+
+// The maps are drawn anew by the worker, and the page shows them like a new result.
+void OrvFilterGuiViewer::SetMapRange(const std::string& map, const std::optional<OrvRange>& range) {
+    MapRangesOf(m_filter->GetId())->Set(map, range);
+    if (OrvInterface* core = GetInterface())
+        core->Configure(m_filter, -1, m_filter->GetParametersInput(), m_filter->GetParametersPostProcessing(),
+                        false);
 }
 
 PlotPanel* OrvFilterGuiViewer::AddPlot() {

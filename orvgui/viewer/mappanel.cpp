@@ -1,16 +1,21 @@
 #include "orvgui/viewer/mappanel.h"
 
+#include <wx/button.h>
 #include <wx/checkbox.h>
 #include <wx/choice.h>
 #include <wx/gbsizer.h>
 #include <wx/intl.h>
 #include <wx/slider.h>
 #include <wx/stattext.h>
+#include <wx/textctrl.h>
 
 #include <algorithm>
 #include <memory>
 
+#include "orvcore/filter/mapranges.h"
 #include "orvgui/common/statictext.h"
+#include "orvgui/common/textfocus.h"
+#include "orvgui/common/validator.h"
 #include "orvgui/common/wheel.h"
 #include "orvgui/viewer/maplegend.h"
 #include "orvgui/viewer/viewerhost.h"
@@ -21,6 +26,7 @@ namespace {
 
 constexpr int kGap = 4;
 constexpr int kTextWidth = 240;
+constexpr int kRangeWidth = 64;
 constexpr int kRestMs = 80;  // a selection that is being drawn is counted when it rests
 
 struct Counted {
@@ -52,15 +58,27 @@ MapPanel::MapPanel(wxWindow* parent, OrvViewerHost* page) : OrvSidePanelBase(par
     add(m_beyond, 2, 0, 2);
     m_legend = new MapLegend(this);
     add(m_legend, 3, 0, 2);
+    m_rangeRow = new wxBoxSizer(wxHORIZONTAL);
+    m_low = AddRangeField(m_rangeRow, _("Colours from"));
+    // TRANSLATORS: between the two ends of a range of values.
+    m_rangeRow->Add(new wxStaticText(this, wxID_ANY, _("to")), 0, wxALIGN_CENTER_VERTICAL | wxRIGHT, kGap);
+    m_high = AddRangeField(m_rangeRow, _("Colours to"));
+    m_reset = new wxButton(this, wxID_ANY, _("Reset"), wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT);
+    m_reset->SetToolTip(_("The range of the analysis instead of your own"));
+    m_rangeRow->Add(m_reset, 0, wxALIGN_CENTER_VERTICAL);
+    grid->Add(m_rangeRow, wxGBPosition(4, 0), wxGBSpan(1, 2), wxBOTTOM, kGap);
     m_range = new OrvStaticText(this, wxString());
     m_range->SetMaximumTextWidth(kTextWidth);
-    add(m_range, 4, 0, 2);
+    add(m_range, 5, 0, 2);
     m_numbers = new OrvStaticText(this, wxString());
     m_numbers->SetMaximumTextWidth(kTextWidth);
-    add(m_numbers, 5, 0, 2);
+    add(m_numbers, 6, 0, 2);
     grid->AddGrowableCol(1);
     m_choice->Bind(wxEVT_CHOICE, [this](wxCommandEvent&) { OnChange(); });
     m_beyond->Bind(wxEVT_CHECKBOX, [this](wxCommandEvent&) { OnChange(); });
+    m_reset->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) {
+        if (const OrvMap* map = ShownMap()) m_page->SetMapRange(map->name, {});
+    });
     m_opacity->Bind(wxEVT_SLIDER, [this](wxCommandEvent&) { OnChange(); });
     m_timer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { Count(); });
     Hide();
@@ -75,7 +93,59 @@ const OrvMap* MapPanel::ShownMap() const {
     return map != nullptr ? map : GetMap(OrvReference);
 }
 
-void MapPanel::SetMaps(const std::vector<OrvMap> (&maps)[kFileSlots]) {
+wxTextCtrl* MapPanel::AddRangeField(wxSizer* row, const wxString& name) {
+    auto* field =
+        new wxTextCtrl(this, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize, wxTE_PROCESS_ENTER);
+    field->SetName(name);
+    field->SetValidator(ValidatorTyped<double>());
+    field->SetMinSize(FieldSize(*field, kRangeWidth));
+    field->Bind(wxEVT_TEXT_ENTER, [this](wxCommandEvent&) { TakeRange(); });
+    field->Bind(wxEVT_KILL_FOCUS, [this, field](wxFocusEvent& event) {
+        event.Skip();
+        if (!field->IsBeingDeleted()) TakeRange();
+    });
+    row->Add(field, 0, wxALIGN_CENTER_VERTICAL | wxRIGHT, kGap);
+    return field;
+}
+
+// A range that is being typed is not written over by a result that comes meanwhile.
+void MapPanel::ShowRange(const OrvMap& map) {
+    const bool hasRange = RangeByHand(map, map.range.low, map.range.high).has_value();
+    m_rangeRow->ShowItems(hasRange && !map.values.empty());
+    m_reset->Enable(m_byHand.contains(map.name));
+    const auto show = [](wxTextCtrl* field, wxString& shown, const wxString& text) {
+        if (field->HasFocus() && field->GetValue() != shown) return;
+        shown = text;
+        if (field->GetValue() != text) field->ChangeValue(text);
+        if (auto* validator = dynamic_cast<Validator*>(field->GetValidator())) validator->Mark();
+    };
+    show(m_low, m_lowShown, ToWx(MapNumberText(map, map.range.low)));
+    show(m_high, m_highShown, ToWx(MapNumberText(map, map.range.high)));
+}
+
+// An end that was not edited stays exactly as it is, whatever digits are shown of it. What is no range is taken back.
+void MapPanel::TakeRange() {
+    const OrvMap* map = ShownMap();
+    if (map == nullptr || (m_low->GetValue() == m_lowShown && m_high->GetValue() == m_highShown)) return;
+    double low = map->range.low;
+    double high = map->range.high;
+    const bool isLowEdited = m_low->GetValue() != m_lowShown;
+    const bool isHighEdited = m_high->GetValue() != m_highShown;
+    const ValidatorTyped<double> number;
+    const bool isGood = (!isLowEdited || number.Parse(m_low->GetValue(), low)) &&
+                        (!isHighEdited || number.Parse(m_high->GetValue(), high));
+    // Of two ends that mirror each other, the one that was edited says how far both reach.
+    if (map->scale == OrvMapScale::Diverging && isLowEdited != isHighEdited)
+        (isLowEdited ? high : low) = -(isLowEdited ? low : high);
+    const std::optional<OrvRange> range = isGood ? RangeByHand(*map, low, high) : std::nullopt;
+    m_low->ChangeValue(m_lowShown);
+    m_high->ChangeValue(m_highShown);
+    if (range && *range != map->range) m_page->SetMapRange(map->name, range);
+    ShowRange(*map);
+}
+
+void MapPanel::SetMaps(const std::vector<OrvMap> (&maps)[kFileSlots], const std::set<std::string>& byHand) {
+    m_byHand = byHand;
     for (int slot = 0; slot < kFileSlots; ++slot) m_maps[slot] = maps[slot];
     const std::vector<OrvMap>& named =
         m_maps[OrvEvidence].empty() ? m_maps[OrvReference] : m_maps[OrvEvidence];
@@ -98,8 +168,10 @@ void MapPanel::ShowMap() {
     const wxString threshold = ThresholdText(*map);
     m_beyond->Show(!threshold.empty());
     wxString text = MapTitle(*map);
-    for (const wxString& line : {RangeText(*map), threshold})
+    ShowRange(*map);
+    for (const wxString& line : {RangeText(*map, m_byHand.contains(map->name)), threshold})
         if (!line.empty()) text += "\n" + line;
+    m_rangeText = text;
     m_range->SetText(text);
     Layout();
 }

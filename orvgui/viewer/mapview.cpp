@@ -154,14 +154,17 @@ wxString MapTitle(const OrvMap& map) {
     return map.unit.empty() ? name : name + " (" + wxGetTranslation(ToWx(map.unit)) + ")";
 }
 
-wxString RangeText(const OrvMap& map) {
+wxString RangeText(const OrvMap& map, bool isByHand) {
     if (map.scale == OrvMapScale::Classes) return {};
     const OrvRange range = ShownRange(map);
     // TRANSLATORS: a range of values: the lowest, and the highest with its unit.
     const wxString text =
         wxString::Format(_("%s to %s"), ToWx(MapNumberText(map, range.low)), NumberWithUnit(map, range.high));
     if (map.scale == OrvMapScale::Probability) return text;
-    return text + ", " + (map.isAutomatic ? _("automatic") : _("as set"));
+    return text + ", " +
+           (isByHand          ? _("set by hand")
+            : map.isAutomatic ? _("automatic")
+                              : _("fixed by the analysis"));
 }
 
 wxString ThresholdText(const OrvMap& map) {

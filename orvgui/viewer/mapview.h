@@ -40,8 +40,9 @@ struct LegendMark {
 std::vector<LegendMark> LegendMarks(const OrvMap& map);
 // Name and unit: "Error Level (levels)".
 wxString MapTitle(const OrvMap& map);
-// "0 to 12 levels, automatic", "0 to 25.5 levels, as set", "0 to 1"; "" for classes.
-wxString RangeText(const OrvMap& map);
+// "0 to 12 levels, automatic", "0 to 25.5 levels, set by hand", "0 to 1"; "" for classes.
+// isByHand: the user has set the range.
+wxString RangeText(const OrvMap& map, bool isByHand = false);
 // "Above 8 levels counts"; "" without a threshold.
 wxString ThresholdText(const OrvMap& map);
 

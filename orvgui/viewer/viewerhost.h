@@ -2,12 +2,15 @@
 
 #include <wx/string.h>
 
+#include <optional>
+#include <string>
 #include <vector>
 
 #include "orvgui/common/orvgui.h"
 
 class Canvas;
 class OrvToolPanel;
+struct OrvRange;
 struct Roi;
 class wxKeyEvent;
 class wxMouseEvent;
@@ -46,4 +49,6 @@ class ORVGUI_API OrvViewerHost {
     virtual void ShowSidePanel(bool show) = 0;
     virtual void SelectionChanged(const Roi& region) = 0;  // image pixels; empty for none
     virtual void MapDisplayChanged() = 0;
+    // The user wants this range for the maps of that name; nothing: their own again.
+    virtual void SetMapRange(const std::string& map, const std::optional<OrvRange>& range) = 0;
 };

@@ -180,8 +180,9 @@ TEST(MapLegend, TellsScaleRangeAndThreshold) {
     map.isAutomatic = false;
     map.threshold = 9;
     legend = LegendOf(map);
-    EXPECT_THAT(legend.note, HasSubstr("Scale 0 to 8 levels, set by hand."));
+    EXPECT_THAT(legend.note, HasSubstr("Scale 0 to 8 levels, fixed by the analysis."));
     EXPECT_EQ(legend.threshold, -1) << "beyond the scale";
+    EXPECT_THAT(LegendOf(map, true).note, HasSubstr("Scale 0 to 8 levels, set by hand."));
     // The bar runs from one end's colour to the other's.
     const cv::Mat drawn = DrawLegend(map, 400);
     const MapColours& colours = ColoursOfScale(map.scale);

@@ -1,8 +1,12 @@
 // What an image page makes of a result's maps, plots and reasons.
 
 #include <gtest/gtest.h>
+#include <wx/button.h>
 #include <wx/frame.h>
+#include <wx/textctrl.h>
 
+#include "orvcore/filter/mapimage.h"
+#include "orvcore/report/resultpictures.h"
 #include "orvgui/common/statictext.h"
 #include "orvgui/pages/filterguiviewer.h"
 #include "orvgui/pages/plotdialog.h"
@@ -221,4 +225,79 @@ TEST_F(MapPageTest, AReasonIsToldWhereTheFilterSaysNothing) {
     Load(m_folder.WritePicture("a.png", 100, 64), "");
     m_page->UpdateGui();
     EXPECT_FALSE(says("Smaller than two blocks"));
+}
+
+TEST_F(MapPageTest, ARangeSetByHandIsDrawnToldAndTakenBack) {
+    Load(m_folder.WritePicture("a.png", 100, 64), m_folder.WritePicture("b.png", 50, 64));
+    Build();
+    const auto update = [this] {
+        m_core.WaitIdle();
+        m_page->UpdateGui();
+        Pump();
+    };
+    const auto type = [&](wxTextCtrl* field, const char* text) {
+        field->SetValue(text);
+        wxCommandEvent enter(wxEVT_TEXT_ENTER);
+        enter.SetEventObject(field);
+        field->ProcessWindowEvent(enter);
+        update();
+    };
+    const auto note = [this](OrvFileId slot) {
+        std::string notes;
+        const OrvFilterResultPtr result = m_filter->GetResult();
+        ForEachPicture(*m_filter, *result, 0, [&](const OrvResultPicture& picture) {
+            if (picture.slot == slot && picture.svg.empty()) notes += picture.caption;
+        });
+        return notes;
+    };
+    EXPECT_EQ(Maps().GetLowField()->GetValue(), "0");
+    EXPECT_EQ(Maps().GetHighField()->GetValue(), "6");
+    EXPECT_FALSE(Maps().GetResetButton()->IsEnabled());
+    EXPECT_TRUE(Maps().GetRangeText().Contains("0 to 6 blocks, automatic"));
+    const cv::Vec3b automatic = PixelOf(Processed(), 30, 30);
+
+    type(Maps().GetHighField(), "3");
+    EXPECT_TRUE(Maps().GetRangeText().Contains("0 to 3 blocks, set by hand")) << Maps().GetRangeText();
+    EXPECT_TRUE(Maps().GetResetButton()->IsEnabled());
+    // Column 3, half way up the range of 0 to 6, now has the colour of the highest end; both files share the range.
+    const MapColour& top = ColoursOfScale(OrvMapScale::Sequential)[255];
+    EXPECT_NE(PixelOf(Processed(), 30, 30), automatic);
+    EXPECT_EQ(PixelOf(Processed(), 30, 30), cv::Vec3b(top[0], top[1], top[2]));
+    for (const OrvFileId slot : {OrvEvidence, OrvReference}) {
+        EXPECT_EQ(m_filter->GetResult()->GetMaps(slot)[0].range, (OrvRange{0.0, 3.0}));
+        EXPECT_NE(note(slot).find("Scale 0 to 3 blocks, set by hand."), std::string::npos) << note(slot);
+    }
+    // Not computed anew, and another file is drawn over it too.
+    Load(m_folder.WritePicture("c.png", 10, 80), "");
+    update();
+    EXPECT_TRUE(Maps().GetRangeText().Contains("0 to 3 blocks, set by hand"));
+
+    const struct {
+        const char* low;
+        const char* high;
+        const char* shown;
+    } refused[] = {{"0", "x", "0 to 3"}, {"3", "3", "0 to 3"}, {"", "3", "0 to 3"}, {"nan", "3", "0 to 3"}};
+    for (const auto& c : refused) {
+        Maps().GetLowField()->SetValue(c.low);
+        type(Maps().GetHighField(), c.high);
+        EXPECT_TRUE(Maps().GetRangeText().Contains(c.shown)) << c.low << " " << c.high;
+        EXPECT_EQ(Maps().GetLowField()->GetValue(), "0") << "taken back";
+        EXPECT_EQ(Maps().GetHighField()->GetValue(), "3") << "taken back";
+    }
+    type(Maps().GetLowField(), "5");
+    EXPECT_TRUE(Maps().GetRangeText().Contains("3 to 5 blocks, set by hand")) << "ends in either order";
+
+    // Leaving a field is as good as Enter.
+    Maps().GetHighField()->SetValue("4");
+    wxFocusEvent leave(wxEVT_KILL_FOCUS);
+    Maps().GetHighField()->ProcessWindowEvent(leave);
+    update();
+    EXPECT_TRUE(Maps().GetRangeText().Contains("3 to 4 blocks"));
+
+    wxCommandEvent press(wxEVT_BUTTON);
+    Maps().GetResetButton()->ProcessWindowEvent(press);
+    update();
+    EXPECT_TRUE(Maps().GetRangeText().Contains(", automatic")) << Maps().GetRangeText();
+    EXPECT_EQ(note(OrvEvidence).find("by hand"), std::string::npos);
+    EXPECT_FALSE(Maps().GetResetButton()->IsEnabled());
 }

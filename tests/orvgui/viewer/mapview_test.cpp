@@ -83,7 +83,7 @@ TEST(MapView, TheLegendTellsRangeUnitAndThreshold) {
     EXPECT_EQ(MapTitle(map), "Level (levels)");
     EXPECT_EQ(RangeText(map), "0 to 100 levels, automatic");
     map.isAutomatic = false;
-    EXPECT_EQ(RangeText(map), "0 to 100 levels, as set");
+    EXPECT_EQ(RangeText(map), "0 to 100 levels, fixed by the analysis");
     EXPECT_EQ(ThresholdText(map), "Above 20 levels counts");
     std::vector<LegendMark> marks = LegendMarks(map);
     ASSERT_EQ(marks.size(), 6U);
