@@ -9,6 +9,7 @@
 
 #include "orvcore/facade/interface.h"
 #include "orvcore/model/options.h"
+#include "orvgui/common/messagebox.h"
 #include "orvgui/common/textfocus.h"
 #include "orvgui/common/validator.h"
 #include "orvgui/controls/parametercontrol.h"
@@ -18,6 +19,7 @@ namespace {
 
 constexpr int kMargin = 12;
 constexpr int kGap = 8;
+constexpr int kPollMs = 50;
 constexpr int kTextWidth = 320;  // shows an address of common length
 
 }  // namespace
@@ -36,6 +38,7 @@ OrvOptionsGui::OrvOptionsGui(wxWindow* parent, const VecVecParameter& options)
             sizer->Add(title, 0, wxLEFT | wxRIGHT | wxTOP, kMargin);
         }
         sizer->Add(CreateGroup(group), 0, wxEXPAND | wxLEFT | wxRIGHT, kMargin);
+        if (group == 0) sizer->Add(CreateCacheRow(), 0, wxEXPAND | wxLEFT | wxRIGHT, kMargin);
     }
     AlignGroups();
     sizer->AddSpacer(kMargin);
@@ -46,6 +49,12 @@ OrvOptionsGui::OrvOptionsGui(wxWindow* parent, const VecVecParameter& options)
     CentreOnParent();
     Bind(wxEVT_BUTTON, &OrvOptionsGui::OnButtonOk, this, wxID_OK);
     Bind(wxEVT_CHAR_HOOK, &OrvOptionsGui::OnCharHook, this);
+    m_emptying.Bind(wxEVT_TIMER, [this](wxTimerEvent&) {
+        if (GetInterface()->IsBusy()) return;
+        m_emptying.Stop();
+        CountCache();
+    });
+    CountCache();
 }
 
 OrvOptionsGui::~OrvOptionsGui() = default;
@@ -63,6 +72,48 @@ wxSizer* OrvOptionsGui::CreateGroup(std::size_t group) {
     if (grid->GetCols() > 1) grid->AddGrowableCol(static_cast<std::size_t>(1));
     m_grids.push_back(grid);
     return grid;
+}
+
+wxSizer* OrvOptionsGui::CreateCacheRow() {
+    m_cacheText = new wxStaticText(this, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize,
+                                   wxST_NO_AUTORESIZE | wxST_ELLIPSIZE_END);
+    m_emptyButton = new wxButton(this, wxID_ANY, _("Empty"));
+    m_emptyButton->SetToolTip(_("Removes all results that are kept on disk; what was extracted stays"));
+    m_emptyButton->Bind(wxEVT_BUTTON, &OrvOptionsGui::OnButtonEmpty, this);
+    auto* row = new wxBoxSizer(wxHORIZONTAL);
+    row->Add(m_cacheText, 1, wxALIGN_CENTER_VERTICAL | wxRIGHT, kGap);
+    row->Add(m_emptyButton, 0, wxALIGN_CENTER_VERTICAL);
+    return row;
+}
+
+// The folder can hold thousands of files.
+void OrvOptionsGui::CountCache() {
+    m_emptyButton->Disable();
+    m_cacheText->SetLabelText(_("Results on disk: counting..."));
+    const auto bytes = std::make_shared<std::uint64_t>(0);
+    m_counting.Start([bytes](const std::stop_token&) { *bytes = GetInterface()->GetCacheBytes(); },
+                     [this, bytes](const std::string& error) {
+                         m_cacheText->SetLabelText(
+                             error.empty()
+                                 ? wxString::Format(_("Results on disk: %s"), ToWx(FormatFileSize(*bytes)))
+                                 : ToWx(error));
+                         m_emptyButton->Enable(error.empty() && *bytes > 0);
+                     });
+}
+
+wxString OrvOptionsGui::GetCacheText() const {
+    return m_cacheText->GetLabelText();
+}
+
+void OrvOptionsGui::OnButtonEmpty(wxCommandEvent&) {
+    const int answer = OrvMessageBox(
+        _("Do you want to remove all results that are kept on disk? They are computed again when they are needed."),
+        _("Empty The Cache"), wxYES_NO | wxNO_DEFAULT | wxICON_QUESTION, this);
+    if (answer != wxYES) return;
+    m_emptyButton->Disable();
+    m_cacheText->SetLabelText(_("Results on disk: being removed..."));
+    GetInterface()->EmptyCache();
+    m_emptying.Start(kPollMs);
 }
 
 // The labels of all groups in one column.

@@ -9,6 +9,7 @@
 #include <algorithm>
 
 #include "orvcore/facade/interface.h"
+#include "orvgui/common/dragedge.h"
 #include "orvgui/common/filedrop.h"
 #include "orvgui/common/statictext.h"
 #include "orvgui/pages/plotdialog.h"
@@ -22,6 +23,8 @@ constexpr int kReferencePlotId = 6001;
 constexpr int kBorder = 4;
 constexpr int kMinimumPlotHeight = 160;
 constexpr int kMinimumStripWidth = 200;
+constexpr int kMinimumPlotWidth = 300;
+constexpr int kTableWidth = 320;
 constexpr int kStripScrollStep = 16;
 
 // Shared by all plot pages, which are all on one thread. The layout is worked out afresh when the set of
@@ -78,8 +81,13 @@ void OrvFilterGuiPlot::CreateControlsCustom() {
     auto* column = new wxBoxSizer(wxVERTICAL);
     auto* row = new wxBoxSizer(wxHORIZONTAL);
     column->Add(description, 0, wxEXPAND);
-    column->Add(m_evidencePlot, 1, wxEXPAND);
-    column->Add(m_referencePlot, 1, wxEXPAND);
+    auto* plots = new wxBoxSizer(wxVERTICAL);
+    plots->Add(m_evidencePlot, 1, wxEXPAND);
+    plots->Add(m_referencePlot, 1, wxEXPAND);
+    auto* middle = new wxBoxSizer(wxHORIZONTAL);
+    middle->Add(plots, 1, wxEXPAND);
+    CreateTablePanel(middle);
+    column->Add(middle, 1, wxEXPAND);
     column->Add(m_strip, 0, wxEXPAND);
     m_inputSizer = AddGrid(row, 0);
     m_outputSizer = AddGrid(row, 1);
@@ -93,6 +101,43 @@ void OrvFilterGuiPlot::CreateControlsCustom() {
     for (wxWindow* window : descriptions)
         AddToSizer(m_descriptionSizer, window, CountCells(m_descriptionSizer).GetRow(), 0, 1, 1);
     m_descriptionSizer->AddGrowableCol(0);
+}
+
+void OrvFilterGuiPlot::CreateTablePanel(wxSizer* middle) {
+    const bool hasTable =
+        std::any_of(m_parametersOutput.begin(), m_parametersOutput.end(),
+                    [](const Parameter& output) { return output.Type() == ParameterType::TableString; });
+    if (!hasTable) return;
+    auto* edge = new DragEdge(
+        this, [this] { m_tableWidthBefore = m_tables->GetSize().x; },
+        [this](int distance) { SetTableWidth(m_tableWidthBefore - distance); });
+    m_tables = new wxScrolledWindow(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxVSCROLL);
+    m_tables->SetScrollRate(0, kStripScrollStep);
+    m_tables->SetSizer(new wxBoxSizer(wxVERTICAL));
+    m_tables->SetMinSize(wxSize(kTableWidth, kMinimumPlotHeight));
+    middle->Add(edge, 0, wxEXPAND);
+    middle->Add(m_tables, 0, wxEXPAND);
+}
+
+void OrvFilterGuiPlot::SetTableWidth(int width) {
+    if (m_tables == nullptr) return;
+    const int most = std::max(GetClientSize().x - 2 * m_margin - kMinimumPlotWidth, kMinimumStripWidth);
+    m_tables->SetMinSize(wxSize(std::clamp(width, kMinimumStripWidth, most), kMinimumPlotHeight));
+    Layout();
+    m_tables->FitInside();
+}
+
+// Tables would leave the plots no height in the strip below them.
+void OrvFilterGuiPlot::CreateControlsOutput() {
+    for (const Parameter& output : m_parametersOutput) {
+        if (m_tables == nullptr || output.Type() != ParameterType::TableString) {
+            m_controlsOutput.emplace_back(CreateParameterControl(m_outputParent, m_outputSizer, output));
+            continue;
+        }
+        auto* grid = AddGrid(static_cast<wxBoxSizer*>(m_tables->GetSizer()), 0);
+        m_controlsOutput.emplace_back(CreateParameterControl(m_tables, grid, output));
+        if (grid->GetCols() > 0) grid->AddGrowableCol(0);
+    }
 }
 
 // As high as its controls, with room for the scroll bar where there is one; as wide as the page.
@@ -136,6 +181,7 @@ void OrvFilterGuiPlot::ConfigurePlots() {
         hadBothFiles = true;
     }
     FitStrip();
+    if (m_tables != nullptr) m_tables->FitInside();
     bool changed = false;
     const bool neitherShown = !m_evidencePlot->IsShown() && !m_referencePlot->IsShown();
     if (layoutPending || hadBothFiles || neitherShown) {

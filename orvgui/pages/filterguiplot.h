@@ -7,12 +7,14 @@
 class PlotPanel;
 
 // The page of a plot filter: the evidence plot above the reference plot, each shown when its file is loaded,
-// and below them the parameters from left to right.
+// beside them the tables of the result, in a panel whose width the user can change, and below them the other parameters from left to
+// right.
 class ORVGUI_API OrvFilterGuiPlot : public OrvFilterGui {
   public:
     using OrvFilterGui::OrvFilterGui;
 
     void CreateControlsCustom() override;
+    void CreateControlsOutput() override;
     void ResetViewerPanel() override;
     void ConfigurePlots() override;
     void RefreshViewerPanel() override {}
@@ -26,12 +28,18 @@ class ORVGUI_API OrvFilterGuiPlot : public OrvFilterGui {
     PlotPanel* GetEvidencePlot() const { return m_evidencePlot; }
     PlotPanel* GetReferencePlot() const { return m_referencePlot; }
 
+    wxWindow* GetTablePanel() const { return m_tables; }  // null where the filter gives no table
+    void SetTableWidth(int width);                        // pixels, within what the page allows
+
   private:
+    void CreateTablePanel(wxSizer* middle);
     void ConfigurePlot(PlotPanel* panel, OrvFileId slot);
     void FitStrip();
 
     int m_visibleLayer = 0;
     PlotPanel* m_evidencePlot = nullptr;
     PlotPanel* m_referencePlot = nullptr;
-    wxScrolledWindow* m_strip = nullptr;  // holds the parameters
+    wxScrolledWindow* m_strip = nullptr;   // holds the parameters
+    wxScrolledWindow* m_tables = nullptr;  // the tables, one below the other
+    int m_tableWidthBefore = 0;            // before the edge was dragged
 };

@@ -6,6 +6,7 @@
 #include "orvgui/common/statictext.h"
 #include "orvgui/pages/plotlayers.h"
 #include "orvgui/pages/plotpanel.h"
+#include "orvgui/tables/listctrl.h"
 #include "tests/orvgui/pagefixture.h"
 
 namespace {
@@ -56,6 +57,60 @@ TEST_F(PlotPageTest, ShowsOnePlotPerLoadedFile) {
     EXPECT_TRUE(described);
     page->ResetViewerPanel();
     EXPECT_FALSE(ShowsEvidence() || ShowsReference());
+}
+
+// A plot and a table of as many rows as the file has bytes, within reason.
+class PlotTableFilter : public OrvFilterPlot {
+  public:
+    PlotTableFilter() : OrvFilterPlot("Plot and table", "plot-table") {
+        Describe("Test", "Gives both.");
+        SetParameters({}, {},
+                      {Parameter::Output(ParameterType::OutputInt64, "peak", "Peak"),
+                       Parameter::Output(ParameterType::TableString, "values", "Values")});
+    }
+
+  protected:
+    void Compute(const OrvLoadedFile& file, const VecParameter&, const OrvJob&,
+                 OrvSlotResult& result) const override {
+        result.plot.x = {0, 1, 2};
+        result.plot.curves = {{1, 2, 3}};
+        result.plot.layerCount = 1;
+        TableString table{{"Row", "Value"}};
+        for (int row = 0; row < 40; ++row)
+            table.push_back({std::to_string(row), std::to_string(file.GetBytes().size())});
+        result.Set("values", table);
+        result.Set("peak", std::int64_t{3});
+    }
+};
+
+TEST_F(PlotPageTest, TablesStandBesideThePlots) {
+    EXPECT_EQ(page->GetTablePanel(), nullptr) << "no table, no panel";
+    auto* tables = MakePage<OrvFilterGuiPlot>(Register<PlotTableFilter>());
+    page->Hide();
+    page = tables;
+    Load(OrvEvidence, 16);
+    wxWindow* panel = tables->GetTablePanel();
+    ASSERT_NE(panel, nullptr);
+    OrvListCtrl* list = nullptr;
+    for (wxWindow* child : panel->GetChildren())
+        if (auto* found = dynamic_cast<OrvListCtrl*>(child)) list = found;
+    ASSERT_NE(list, nullptr);
+    EXPECT_EQ(list->GetNumberRows(), 40);
+    ASSERT_TRUE(PumpUntil([&] { return tables->GetEvidencePlot()->GetSize().y > 300; }))
+        << "the table takes no height from the plot";
+    EXPECT_GE(panel->GetRect().GetLeft(), tables->GetEvidencePlot()->GetRect().GetRight());
+    EXPECT_GT(list->GetSize().x, 200);
+    for (const auto& [asked, least, most] : {std::tuple{500, 500, 500}, {10, 150, 250}, {5000, 400, 600}}) {
+        tables->SetTableWidth(asked);
+        Pump();
+        EXPECT_GE(panel->GetSize().x, least) << asked;
+        EXPECT_LE(panel->GetSize().x, most) << asked;
+        EXPECT_GE(tables->GetEvidencePlot()->GetSize().x, 290) << asked;
+    }
+    // A new result comes into the same table.
+    const wxString before = list->GetCellValue(0, 1);
+    Load(OrvEvidence, 300);
+    EXPECT_NE(list->GetCellValue(0, 1), before);
 }
 
 TEST_F(PlotPageTest, APageThatWasNeverSeenHasNoImage) {

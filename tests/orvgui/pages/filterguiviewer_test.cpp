@@ -424,6 +424,26 @@ TEST_F(ViewerPageTest, AtAnEdgeTheViewKeepsItsMiddle) {
     }
 }
 
+TEST_F(ViewerPageTest, AfterAScrollTheNextStepKeepsTheNewMiddle) {
+    Load(WritePattern("e.png", 3000, 2000, 10), "");
+    Build();
+    Canvas* canvas = m_page->GetCanvasFromActiveWin();
+    m_page->ZoomEnter("100");
+    // A click zooms about its place, which is then the stored middle.
+    SendMouse(canvas, wxEVT_LEFT_DOWN, 50, 40, true);
+    SendMouse(canvas, wxEVT_LEFT_UP, 50, 40);
+    ASSERT_NE(m_shared.zoomCentre, (IntPair{0, 0}));
+    for (int i = 0; i < 25; ++i) {
+        SendKey(canvas, wxEVT_KEY_DOWN, WXK_RIGHT);
+        SendKey(canvas, wxEVT_KEY_DOWN, WXK_DOWN);
+    }
+    EXPECT_EQ(m_shared.zoomCentre, (IntPair{0, 0})) << "the place of the click is past";
+    const IntPair middle = canvas->GetViewCentre();
+    ASSERT_GT(middle.x, 1000);
+    m_page->ZoomPlus();
+    EXPECT_EQ(canvas->GetViewStart(), AskedPlace(canvas, middle));
+}
+
 TEST_F(ViewerPageTest, AChangeOfModeOrAKnownResultKeepsThePlace) {
     Load(WritePattern("e.png", 2400, 1800, 10), WritePattern("r.png", 2400, 1800, 60));
     Build();

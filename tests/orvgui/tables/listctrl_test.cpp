@@ -335,6 +335,16 @@ TEST_F(ListCtrlTest, FilterNarrowsAndSelectionFollowsItsRows) {
     EXPECT_EQ(list->GetNumberRows(), 1);
 }
 
+TEST_F(ListCtrlTest, ANewTableIsFilteredAnewByTheSameText) {
+    OrvListCtrl* list = Make({{"n", "s"}, {"1", "Canon"}, {"2", "Nikon"}});
+    list->SetRowFilter("canon");
+    ASSERT_EQ(ColumnOf(*list, 0), (std::vector<wxString>{"1"}));
+    list->ConfigureListCtrl(WxTable{{"n", "s"}, {"7", "Sony"}, {"8", "Canon"}, {"9", "Canon"}});
+    EXPECT_EQ(ColumnOf(*list, 0), (std::vector<wxString>{"7", "8", "9"})) << "no filter of another table";
+    list->SetRowFilter("canon");
+    EXPECT_EQ(ColumnOf(*list, 0), (std::vector<wxString>{"8", "9"}));
+}
+
 TEST_F(ListCtrlTest, LargeTablesAreSortedWithoutTheWindow) {
     auto* list = new OrvListCtrl(Frame(), NumberedRows(30000), OrvListCtrl::kQuickFill,
                                  wxGrid::wxGridSelectRows, wxHORIZONTAL);

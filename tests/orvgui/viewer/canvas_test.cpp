@@ -2,12 +2,17 @@
 
 #include <gtest/gtest.h>
 #include <wx/dcmemory.h>
+#include <wx/dcsvg.h>
 #include <wx/frame.h>
 
 #include <cmath>
 #include <cstring>
+#include <regex>
 
 #include "tests/support/guitest.h"
+#include "tests/support/temporaryfolder.h"
+#include "zorbase/files.h"
+#include "zorbase/text.h"
 
 namespace {
 
@@ -279,6 +284,47 @@ TEST_F(CanvasTest, TheSelectionIsOutlinedInScreenPixels) {
     EXPECT_GT(white, 15);
     m_canvas->SetDrawRect(wxRect(), false);
     EXPECT_EQ(At(Paint(), 20, 50), wxColour(90, 90, 90));
+}
+
+// Dashes that nobody sees cost as much as those that are seen, and at the largest zoom there are a hundred times as many.
+TEST_F(CanvasTest, OnlyTheSeenPartOfAnOutlineIsDrawn) {
+    Size(400, 300);
+    Show(cv::Mat(2000, 3000, CV_8UC3, cv::Scalar(90, 90, 90)));
+    m_canvas->InitZoom();
+    m_canvas->SetZoom(0, 0, 128.0, 0, 0);
+    wxRect outline(10, 10, 2900, 1900);
+    const TemporaryFolder folder;
+    const struct {
+        const char* what;
+        IntPair corner;  // image pixel that the view begins at
+        int lines;       // each is drawn twice: black, and white dashes
+    } cases[] = {
+        {"its corner", {9, 9}, 4}, {"its upper edge", {1000, 9}, 2}, {"its inside", {1000, 1000}, 0}};
+    for (const auto& c : cases) {
+        m_canvas->ScrollTo(RoundToInt(c.corner.x * 128.0 / m_shared.scrollRate),
+                           RoundToInt(c.corner.y * 128.0 / m_shared.scrollRate));
+        PumpFor(20);
+        const std::string path = folder / "outline.svg";
+        wxPoint origin;
+        {
+            wxSVGFileDC dc(PathToWx(path), 400, 300);
+            m_canvas->DoPrepareDC(dc);
+            origin = dc.GetDeviceOrigin();
+            m_canvas->DrawSpecialRectangle(&dc, outline);
+        }
+        const std::string drawing = ReadFile(path);
+        const std::regex line("M(-?[0-9]+) (-?[0-9]+) L(-?[0-9]+) (-?[0-9]+)");
+        int lines = 0;
+        for (std::sregex_iterator it(drawing.begin(), drawing.end(), line), end; it != end; ++it, ++lines) {
+            for (int i = 1; i <= 4; ++i) {
+                const bool isX = i % 2 == 1;
+                const int place = std::stoi((*it)[static_cast<std::size_t>(i)]) + (isX ? origin.x : origin.y);
+                EXPECT_GE(place, -8) << c.what;
+                EXPECT_LE(place, (isX ? 400 : 300) + 8) << c.what;
+            }
+        }
+        EXPECT_EQ(lines, c.lines) << c.what;
+    }
 }
 
 TEST_F(CanvasTest, WithoutAnImageItSaysSo) {
