@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "zorimage/codec.h"
+#include "zorimage/icctext.h"
 
 namespace {
 
@@ -72,6 +73,12 @@ std::string ReadLocalised(ByteSpan tag) {
 
 }  // namespace
 
+std::string IccText(std::span<const std::uint8_t> tag) {
+    if (codec::HasText(tag, 0, "desc")) return ReadTextDescription(tag);
+    if (codec::HasText(tag, 0, "mluc")) return ReadLocalised(tag);
+    return {};
+}
+
 std::string IccProfileName(std::span<const std::uint8_t> profile) {
     constexpr std::size_t kHeaderBytes = 128;
     if (profile.size() < kHeaderBytes + 4) return {};
@@ -84,8 +91,7 @@ std::string IccProfileName(std::span<const std::uint8_t> profile) {
         const std::size_t length = Big32(profile, entry + 8);
         if (offset > profile.size() || length > profile.size() - offset) continue;
         const ByteSpan tag = profile.subspan(offset, length);
-        if (codec::HasText(tag, 0, "desc")) return ReadTextDescription(tag);
-        if (codec::HasText(tag, 0, "mluc")) return ReadLocalised(tag);
+        return IccText(tag);
     }
     return {};
 }

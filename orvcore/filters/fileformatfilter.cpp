@@ -1,6 +1,7 @@
 #include "orvcore/filters/fileformatfilter.h"
 
 #include "orvcore/filters/filterlist.h"
+#include "orvcore/formats/consistency/consistency.h"
 #include "zorbase/text.h"
 #include "zorbase/zorexception.h"
 
@@ -51,18 +52,13 @@ void Judge(const ImageInfo& info, const std::string& path, const FileDamage& dam
         result.verdictText = info.format == FileFormat::Empty ? "Empty file" : "Unknown format";
         return;
     }
-    if (isDisguised)
-        result.findings.emplace_back(
-            "The file has the name of a picture, but its content is of no known format. Damage at its beginning does this "
-            "as well as disguise.");
-    else if (!ExtensionAgrees(info.format, path))
-        result.findings.push_back(
-            "The file's name does not agree with its content, which is " + FormatName(info.format) +
-            ". Renaming and conversion on the way do this as well as deliberate disguise.");
-    if (!damage.IsEmpty())
-        result.findings.push_back(
-            "The file is damaged or departs from its format's standard: " + damage.damage.front() +
-            " Damage in transfer and careless programs do this too.");
+    ConsistencyInput input;
+    input.format = info.format;
+    input.isPictureName = IsPictureName(path);
+    input.nameAgrees = ExtensionAgrees(info.format, path);
+    input.damage = damage.damage;
+    for (const ConsistencyResult& one : FindInconsistencies(input, {RuleGroup::File}))
+        result.findings.push_back(one.Text());
     const bool isOdd = !result.findings.empty();
     result.verdict = isOdd ? OrvVerdict::WorthALook : OrvVerdict::NothingFound;
     result.verdictText = !damage.IsEmpty() ? "Damaged" : isOdd ? "Worth a look" : "Nothing found";

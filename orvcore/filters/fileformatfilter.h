@@ -8,6 +8,7 @@
 class FileFormatFilter : public OrvFilter {
   public:
     FileFormatFilter();
+    int GetVersion() const override { return 2; }
     bool GivesVerdict() const override { return true; }
     int GetVersion() const override { return 2; }
 

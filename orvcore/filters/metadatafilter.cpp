@@ -1,7 +1,7 @@
 #include "orvcore/filters/metadatafilter.h"
 
+#include "orvcore/filters/consistencyoffile.h"
 #include "orvcore/filters/filterlist.h"
-#include "orvcore/formats/metadatacheck.h"
 #include "orvcore/formats/metadatatable.h"
 #include "orvcore/formats/provenance/provenance.h"
 #include "orvcore/model/trust.h"
@@ -10,11 +10,29 @@
 namespace {
 
 // In the order of the choice "Show", after "All".
-constexpr MetadataKind kKinds[] = {MetadataKind::Exif, MetadataKind::Gps, MetadataKind::MakerNote,
-                                   MetadataKind::Iptc, MetadataKind::Xmp, MetadataKind::Comment};
+constexpr MetadataKind kKinds[] = {MetadataKind::Exif,   MetadataKind::Gps, MetadataKind::MakerNote,
+                                   MetadataKind::Iptc,   MetadataKind::Xmp, MetadataKind::Icc,
+                                   MetadataKind::Comment};
+
+// The rules that speak of metadata.
+const std::vector<RuleGroup> kRuleGroups = {RuleGroup::Camera, RuleGroup::Thumbnail, RuleGroup::Dates,
+                                            RuleGroup::Programs, RuleGroup::Position};
 
 std::string Size(int width, int height) {
     return ToString(width) + " x " + ToString(height) + " pixels";
+}
+
+std::string ProfileText(const IccFacts& icc) {
+    if (!icc.isProfile) return "None";
+    std::vector<std::string> parts = {icc.description.empty() ? "Without a name" : icc.description};
+    if (icc.primaries.size() == 6)
+        parts.push_back(HasPrimariesOfSrgb(icc) ? "primaries of sRGB" : "primaries other than sRGB's");
+    if (!icc.curves.empty()) parts.push_back("curves: " + icc.curves);
+    return Join(parts, ", ");
+}
+
+std::string Count(std::size_t number, const char* what) {
+    return ToString(static_cast<std::int64_t>(number)) + what;
 }
 
 // A word or two; the filter Provenance tells all of it.
@@ -33,30 +51,40 @@ std::string Credentials(const OrvLoadedFile& file, const MetadataSet& metadata, 
 MetadataFilter::MetadataFilter() : OrvFilter("Metadata", "metadata") {
     Describe(
         "File",
-        "What the file says about itself in EXIF, GPS, maker notes, IPTC, XMP and comments, both files side by side with "
-        "differences marked, and what in it does not fit together or names a program. It cannot see: metadata is "
-        "written as easily as it is read, so agreement proves nothing; and a file without metadata may have lost it "
-        "on an ordinary way through a service or messenger. Dates are those of the device's clock.");
+        "What the file says about itself in EXIF, GPS, maker notes, IPTC, XMP, its colour profile and comments, readable and as stored, "
+        "with the place in the file; of two files with what changed and what only one of them has; and what in it does not fit together "
+        "or names a program. It cannot see: metadata is written as easily as it is read, so agreement proves nothing; and a file "
+        "without metadata may have lost it on an ordinary way through a service or messenger. Dates are those of the device's clock. "
+        "Places are not known inside packed parts and for some entries of makers' notes.");
     using enum ParameterType;
     SetParameters(
         {
-            Parameter::Choice("show", "Show", 0,
-                              {"All", "EXIF", "GPS", "Maker Note", "IPTC", "XMP", "Comments"}),
-            Parameter::Choice("values", "Values", 0, {"Interpreted", "As Stored"}),
+            Parameter::Choice(
+                "show", "Show", 0,
+                {"All", "EXIF", "GPS", "Maker Note", "IPTC", "XMP", "Colour Profile", "Comments"}),
+            Parameter::Choice("values", "Values", 0,
+                              {"Interpreted And As Stored", "Interpreted", "As Stored"}),
+            Parameter::Choice("order", "Two Files", 0,
+                              {"Order Of The File", "Differences First", "Differences Only"}),
+            Parameter::String("search", "Containing", ""),
+            Parameter::Choice("encoding", "Texts That Are Not Unicode", 0, TextEncodingNames()),
         },
         {},
         {
+            Parameter::Output(OutputText, "findings", "What Deserves A Look"),
+            Parameter::Output(OutputString, "differences", "Differences"),
             Parameter::Output(OutputInt64, "entries", "Entries"),
             Parameter::Output(OutputString, "camera", "Camera"),
             Parameter::Output(OutputString, "software", "Software"),
             Parameter::Output(OutputDateTime, "taken", "Taken"),
             Parameter::Output(OutputString, "position", "Position (degrees)"),
             Parameter::Output(OutputString, "thumbnail", "Thumbnail"),
+            Parameter::Output(OutputString, "profile", "Colour Profile"),
             Parameter::Output(OutputString, "credentials", "Content Credentials (C2PA)"),
-            Parameter::Output(OutputText, "findings", "What Deserves A Look"),
             Parameter::Output(OutputText, "warnings", "Warnings"),
             Parameter::Output(TableString, "table", "Metadata"),
             Parameter::Output(TableString, "rows", "Rows Of One File").SetHiddenFromGui(),
+            Parameter::Output(OutputString, "layout", "Layout Of The Table").SetHiddenFromGui(),
         });
 }
 
@@ -65,25 +93,24 @@ void MetadataFilter::Compute(const OrvLoadedFile& file, const VecParameter& inpu
     const auto set = [&result](const char* name, const auto& value) {
         result.output.Find(name)->SetValue(value);
     };
-    const MetadataSet metadata = ReadMetadata(file.GetBytes());
+    const auto parts = GetConsistencyParts(file);
     job.SetProgress(0.6);
+    const MetadataSet& metadata = parts->metadata.set;
     const MetadataFacts& facts = metadata.facts;
-
-    MetadataSurroundings around;
-    around.format = file.GetInfo().format;
-    around.width = file.GetInfo().width;
-    around.height = file.GetInfo().height;
-    const std::vector<std::uint8_t> thumbnail = ReadExifThumbnail(file.GetBytes());
-    if (!thumbnail.empty()) {
-        const ImageInfo info = ReadImageInfo(thumbnail);
-        around.thumbnailWidth = info.width;
-        around.thumbnailHeight = info.height;
-    }
+    const ConsistencyInput around = ConsistencyInputOf(file, *parts, false, job);
 
     const auto show = static_cast<std::size_t>(input.Get<int>("show"));
     std::vector<MetadataKind> kinds;
     if (show > 0) kinds.push_back(kKinds[show - 1]);
-    set("rows", MetadataRows(metadata, kinds, input.Get<int>("values") == 1));
+    const auto encoding = static_cast<TextEncoding>(input.Get<int>("encoding"));
+    const std::string& search = input.Get<std::string>("search");
+    if (encoding == TextEncoding::Western)
+        set("rows", MetadataRows(metadata, kinds, search));
+    else
+        set("rows",
+            MetadataRows(ReadDetailedMetadata(file.GetBytes(), file.GetInfo().iccProfile, encoding).set,
+                         kinds, search));
+    set("layout", ToString(input.Get<int>("values")) + " " + ToString(input.Get<int>("order")));
     set("entries", static_cast<std::int64_t>(metadata.entries.size()));
     const bool isRead = metadata.reading != MetadataReading::NotRead;
     const auto told = [&](const std::string& text, unsigned bits) {
@@ -94,9 +121,10 @@ void MetadataFilter::Compute(const OrvLoadedFile& file, const VecParameter& inpu
     set("software", told(facts.software, kFactSoftware));
     set("taken", told(facts.dateTimeOriginal, kFactTaken));
     set("position", told(metadata.gps ? GpsToText(*metadata.gps) : std::string(), 0));
-    set("thumbnail", thumbnail.empty()           ? std::string("None")
+    set("thumbnail", parts->thumbnail.empty()    ? std::string("None")
                      : around.thumbnailWidth > 0 ? Size(around.thumbnailWidth, around.thumbnailHeight)
                                                  : std::string("Present, cannot be read"));
+    set("profile", ProfileText(parts->metadata.icc));
     set("credentials", Credentials(file, metadata, job));
     set("warnings", metadata.warnings.empty() ? std::string("None") : Join(metadata.warnings, "\n"));
 
@@ -106,21 +134,8 @@ void MetadataFilter::Compute(const OrvLoadedFile& file, const VecParameter& inpu
         result.verdictText = "No metadata";
         return;
     }
-    bool isStrong = false;
-    for (const MetadataFinding& finding : CheckMetadata(metadata, around)) {
-        result.findings.push_back(finding.text);
-        isStrong = isStrong || finding.isStrong;
-    }
-    const std::size_t count = result.findings.size();
-    set("findings", count == 0 ? std::string("Nothing found") : Join(result.findings, "\n"));
-    result.verdict = isStrong    ? OrvVerdict::StrongSign
-                     : count > 0 ? OrvVerdict::WorthALook
-                                 : OrvVerdict::NothingFound;
-    result.verdictText = isStrong     ? "Declared by the file itself"
-                         : count == 0 ? "Nothing found"
-                         : count == 1 ? "1 point to look at"
-                                      : ToString(static_cast<int>(count)) + " points to look at";
-    result.status = count > 0 ? FilterStatus::StandsOut : FilterStatus::Processed;
+    JudgeConsistency(FindInconsistencies(around, kRuleGroups), result);
+    set("findings", result.findings.empty() ? std::string("Nothing found") : Join(result.findings, "\n"));
 }
 
 void MetadataFilter::Merge(const OrvSlotResult* evidence, const OrvSlotResult* reference,
@@ -131,7 +146,25 @@ void MetadataFilter::Merge(const OrvSlotResult* evidence, const OrvSlotResult* r
         return rows != nullptr && rows->IsSet() ? &rows->Get<::TableString>() : nullptr;
     };
     output.Find("rows")->Reset();
-    const ::TableString table = MergeMetadataRows(rowsOf(evidence), rowsOf(reference));
+    output.Find("layout")->Reset();
+    const OrvSlotResult* any = evidence != nullptr ? evidence : reference;
+    const Parameter* asked = any != nullptr ? any->output.Find("layout") : nullptr;
+    MetadataTableLayout layout;
+    if (asked != nullptr && asked->IsSet()) {
+        const std::string& digits = asked->Get<std::string>();
+        if (digits.size() == 3) {
+            layout.values = static_cast<MetadataTableLayout::Values>(digits[0] - '0');
+            layout.order = static_cast<MetadataTableLayout::Order>(digits[2] - '0');
+        }
+    }
+    MetadataDifferences differences;
+    const ::TableString table = MergeMetadataRows(rowsOf(evidence), rowsOf(reference), layout, &differences);
+    if (rowsOf(evidence) != nullptr && rowsOf(reference) != nullptr)
+        output.Find("differences")
+            ->SetValue(Count(differences.changed, " changed, ") +
+                       Count(differences.onlyEvidence, " only in the evidence, ") +
+                       Count(differences.onlyReference, " only in the reference, ") +
+                       Count(differences.equal, " equal"));
     if (!table.empty()) output.Find("table")->SetValue(table);
 }
 

@@ -7,6 +7,7 @@
 class MetadataFilter : public OrvFilter {
   public:
     MetadataFilter();
+    int GetVersion() const override { return 2; }
     bool GivesVerdict() const override { return true; }
     int GetVersion() const override { return 2; }
 

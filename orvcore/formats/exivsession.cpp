@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <climits>
 
-#include "orvcore/formats/jpegwalk.h"
 #include "orvcore/formats/metadatablocks.h"
 #include "zorbase/text.h"
 #include "zorimage/imageformat.h"
@@ -12,7 +11,6 @@
 namespace {
 
 constexpr std::size_t kMaxWarnings = 100;
-constexpr char kExtendedXmp[] = "http://ns.adobe.com/xmp/extension/";
 
 std::mutex& LibraryMutex() {
     static std::mutex mutex;
@@ -48,18 +46,6 @@ bool IsReadFormat(FileFormat format) {
         default:
             return false;
     }
-}
-
-bool HasExtendedXmp(ByteSpan bytes) {
-    JpegWalk walk(bytes, 0);
-    for (int i = 0; i < 10000; ++i) {
-        const JpegPiece piece = walk.Next();
-        if (piece.kind != JpegPiece::Kind::Segment || piece.marker == jpegmarker::kSos) return false;
-        if (piece.marker == 0xE1 &&
-            StartsWith(bytes, piece.PayloadOffset(), kExtendedXmp, sizeof kExtendedXmp - 1))
-            return true;
-    }
-    return false;
 }
 
 }  // namespace
@@ -132,7 +118,5 @@ Exiv2::Image::AutoPtr ExivSession::Open(ByteSpan bytes) {
     // Damaged metadata throw half way; what was read until then is kept.
     isWhole = isWhole && Guard([&] { image->readMetadata(); });
     if (!isWhole) image = Rescue(bytes, image);
-    if (format == FileFormat::Jpeg && HasExtendedXmp(bytes))
-        Warn("The file has an extended XMP packet, which is not read.");
     return image;
 }

@@ -1,11 +1,13 @@
 #include "orvcore/formats/metadata.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <sstream>
 
 #include "orvcore/formats/exivsession.h"
+#include "orvcore/formats/extendedxmp.h"
 #include "zorbase/calendar.h"
 #include "zorbase/gpsformat.h"
 #include "zorbase/text.h"
@@ -27,6 +29,12 @@ std::string Shorten(const std::string& bytes) {
     text = ToValidUtf8(text);
     if (cut < bytes.size()) text += "… (" + std::to_string(bytes.size()) + " characters in all)";
     return text;
+}
+
+// Fields that begin with the name of their character set.
+bool IsCommentField(const std::string& key) {
+    return key == "Exif.Photo.UserComment" || key == "Exif.GPSInfo.GPSProcessingMethod" ||
+           key == "Exif.GPSInfo.GPSAreaInformation";
 }
 
 bool IsUtf8(const std::string& bytes) {
@@ -54,7 +62,8 @@ std::string Label(const std::string& label, const std::string& tagName) {
 
 class Collector {
   public:
-    Collector(ExivSession& session, MetadataSet& set) : m_session(session), m_set(set) {}
+    Collector(ExivSession& session, MetadataSet& set, TextEncoding encoding)
+        : m_session(session), m_set(set), m_encoding(encoding) {}
 
     void AddExif(const Exiv2::ExifData& data) {
         for (const MetadataKind kind : {MetadataKind::Exif, MetadataKind::Gps, MetadataKind::MakerNote})
@@ -66,10 +75,10 @@ class Collector {
         for (const Exiv2::Iptcdatum& datum : data) Add([&] { return IptcEntry(datum); });
     }
 
-    void AddXmp(const Exiv2::XmpData& data) {
+    void AddXmp(const Exiv2::XmpData& data, const char* group = "XMP ") {
         for (const Exiv2::Xmpdatum& datum : data)
             Add([&] {
-                MetadataEntry entry = Common(datum, MetadataKind::Xmp, "XMP " + datum.groupName());
+                MetadataEntry entry = Common(datum, MetadataKind::Xmp, group + datum.groupName());
                 entry.value = Shorten(datum.print());
                 return entry;
             });
@@ -77,9 +86,12 @@ class Collector {
 
     void AddComment(const std::string& comment) {
         if (comment.empty()) return;
-        const std::string text = Shorten(comment);
-        m_set.entries.push_back(
-            {MetadataKind::Comment, "Comment", "Comment", "Comment", text, text, "String"});
+        MetadataEntry entry{MetadataKind::Comment, "Comment", "Comment", "Comment", {},
+                            Shorten(comment),      "String"};
+        entry.size = comment.size();
+        entry.value = entry.raw;
+        ReadAsText(comment, entry);
+        m_set.entries.push_back(std::move(entry));
     }
 
   private:
@@ -99,6 +111,18 @@ class Collector {
         return Exiv2::ExifTags::isMakerGroup(group) ? MetadataKind::MakerNote : MetadataKind::Exif;
     }
 
+    // The readable value of a text whose bytes are no UTF-8; false, and nothing changed, for any other.
+    bool ReadAsText(const std::string& text, MetadataEntry& entry) const {
+        const std::string_view bytes = std::string_view(text).substr(0, text.find_last_not_of('\0') + 1);
+        if (IsUtf8(std::string(bytes))) return false;
+        // More bytes than are shown need not be converted; a character may be cut at the end.
+        const auto converted = DecodeText(bytes.substr(0, kMaxMetadataText + 8), m_encoding);
+        if (!converted) return false;
+        entry.value = Shorten(*converted);
+        entry.type += ", read as " + TextEncodingName(m_encoding);
+        return true;
+    }
+
     static MetadataEntry Common(const Exiv2::Metadatum& datum, MetadataKind kind, const std::string& group) {
         MetadataEntry entry;
         entry.kind = kind;
@@ -108,15 +132,39 @@ class Collector {
         entry.raw = RawText(datum);
         const char* type = datum.typeName();
         entry.type = type == nullptr ? "Unknown" : type;
+        if (kind != MetadataKind::Xmp) entry.size = static_cast<std::size_t>(std::max(0L, datum.size()));
         return entry;
     }
 
-    static MetadataEntry ExifEntry(const Exiv2::Exifdatum& datum, const Exiv2::ExifData& all,
-                                   MetadataKind kind) {
+    // A comment that begins with eight bytes that name its character set: readable where that is one of several bytes a letter that the
+    // library passes on as it is.
+    bool ReadAsComment(const Exiv2::Exifdatum& datum, MetadataEntry& entry) const {
+        std::string bytes(static_cast<std::size_t>(std::max(0L, datum.size())), '\0');
+        datum.copy(reinterpret_cast<Exiv2::byte*>(bytes.data()), Exiv2::littleEndian);
+        if (bytes.size() <= 8) return false;
+        const std::string text = bytes.substr(8);
+        if (bytes.starts_with("JIS")) {
+            const auto converted =
+                DecodeText(std::string_view(text).substr(0, kMaxMetadataText + 8), TextEncoding::JisComment);
+            if (!converted) return false;
+            entry.value = Shorten(*converted);
+            entry.type += ", read as " + TextEncodingName(TextEncoding::JisComment);
+            return true;
+        }
+        return !bytes.starts_with("UNICODE") && ReadAsText(text, entry);
+    }
+
+    MetadataEntry ExifEntry(const Exiv2::Exifdatum& datum, const Exiv2::ExifData& all,
+                            MetadataKind kind) const {
         std::string group = "GPS";
         if (kind == MetadataKind::Exif) group = "EXIF " + datum.groupName();
         if (kind == MetadataKind::MakerNote) group = "Maker note " + datum.groupName();
         MetadataEntry entry = Common(datum, kind, group);
+        char number[8];
+        std::snprintf(number, sizeof number, "0x%04X", static_cast<unsigned>(datum.tag()));
+        entry.tag = number;
+        if (datum.typeId() == Exiv2::asciiString && ReadAsText(datum.toString(), entry)) return entry;
+        if (IsCommentField(entry.key) && ReadAsComment(datum, entry)) return entry;
         // Interpreting a long array gives its numbers again.
         const bool isLong =
             datum.count() > static_cast<long>(kMaxListed) && datum.typeId() != Exiv2::asciiString;
@@ -126,22 +174,17 @@ class Collector {
         return entry;
     }
 
-    static MetadataEntry IptcEntry(const Exiv2::Iptcdatum& datum) {
+    MetadataEntry IptcEntry(const Exiv2::Iptcdatum& datum) const {
         MetadataEntry entry = Common(datum, MetadataKind::Iptc, "IPTC " + datum.groupName());
         const std::string text = datum.toString();
-        if (datum.typeId() == Exiv2::string && !IsUtf8(text)) {
-            // Older programs write one byte per letter and do not say which set; Western European is the
-            // usual one.
-            entry.value = Shorten(Latin1ToUtf8(text));
-            entry.type += ", read as ISO 8859-1";
-        } else {
-            entry.value = Shorten(datum.print());
-        }
+        entry.tag = std::to_string(datum.record()) + ":" + std::to_string(datum.tag());
+        if (datum.typeId() != Exiv2::string || !ReadAsText(text, entry)) entry.value = Shorten(datum.print());
         return entry;
     }
 
     ExivSession& m_session;
     MetadataSet& m_set;
+    const TextEncoding m_encoding;
 };
 
 const Exiv2::Exifdatum* Find(const Exiv2::ExifData& data, const char* key) {
@@ -323,16 +366,28 @@ std::string GpsToText(const GpsPosition& position) {
     return FixedText(position.latitude) + " " + FixedText(position.longitude);
 }
 
-MetadataSet ReadMetadata(std::span<const std::uint8_t> bytes) {
+MetadataSet ReadMetadata(std::span<const std::uint8_t> bytes, TextEncoding encoding) {
     MetadataSet set;
     ExivSession session;
     const Exiv2::Image::AutoPtr image = session.Open(bytes);
     if (image.get() != nullptr) {
-        Collector collector(session, set);
+        Collector collector(session, set, encoding);
         session.Guard([&] { collector.AddExif(image->exifData()); });
         session.Guard([&] { collector.AddIptc(image->iptcData()); });
         session.Guard([&] { collector.AddXmp(image->xmpData()); });
         session.Guard([&] { collector.AddComment(image->comment()); });
+        std::string extension;
+        session.Guard([&] { extension = XmpText(image->xmpData(), {"Xmp.xmpNote.HasExtendedXMP"}); });
+        const ExtendedXmp extended = ReadExtendedXmp(bytes, extension);
+        set.extendedXmp = extended.state;
+        for (const std::string& warning : extended.warnings) session.Warn(warning);
+        if (!extended.packet.empty())
+            session.Guard([&] {
+                Exiv2::XmpData data;
+                if (Exiv2::XmpParser::decode(data, extended.packet) != 0)
+                    session.Warn("The extended XMP packet could not be read.");
+                collector.AddXmp(data, "XMP extended ");
+            });
         set.facts = FactsOf(session, *image);
         session.Guard([&] { set.gps = PositionOf(image->exifData(), image->xmpData()); });
         set.xmpPacket = ToValidUtf8(image->xmpPacket());

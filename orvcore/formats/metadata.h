@@ -6,11 +6,13 @@
 #include <string>
 #include <vector>
 
+#include "orvcore/formats/textencoding.h"
+
 // What a file says about itself: EXIF, GPS, maker notes, IPTC, XMP and comments. All texts are valid UTF-8,
 // come from the file and are hostile. Labels and interpreted values are English whatever the locale. Safe on
 // any thread; calls wait for each other.
 
-enum class MetadataKind { Exif, Gps, MakerNote, Iptc, Xmp, Comment };
+enum class MetadataKind { Exif, Gps, MakerNote, Iptc, Xmp, Comment, Icc };
 
 // Values longer than this many characters (bytes of UTF-8) are cut, with a note of the full length after
 // them.
@@ -24,7 +26,12 @@ struct MetadataEntry {
     std::string label;  // "Exposure Time"
     std::string value;  // interpreted: "1/60 s"
     std::string raw;    // as stored: "1/60"
-    std::string type;   // "Rational"; "String, read as ISO 8859-1" where the bytes were not UTF-8
+    std::string type;   // "Rational"; "String, read as Western (ISO 8859-1)" where the bytes were not UTF-8
+    std::string tag =
+        {};  // number within its group: "0x829A", "2:120" (IPTC), "desc" (ICC); "" where there is none
+    std::size_t size = 0;  // of the stored value, bytes; 0 where it is not known
+    // Of the value, in bytes from the start of the file; nothing where it is not known. Filled in by AddMetadataPlaces.
+    std::optional<std::size_t> offset = {};
 };
 
 // In degrees, north and east positive.
@@ -80,18 +87,23 @@ enum class MetadataReading {
 // zone is passed over): seconds since 1970 as if the clock ran in UTC. Nothing when it is no date.
 std::optional<std::int64_t> ParseMetadataTime(const std::string& text);
 
+// What became of the parts of an XMP packet that is too long for one segment of a JPEG.
+enum class ExtendedXmpState { None, Whole, Incomplete, Altered };
+
 struct MetadataSet {
     std::vector<MetadataEntry> entries;  // in the order of the file, kind by kind
     MetadataFacts facts;
     std::optional<GpsPosition> gps;
     MetadataReading reading = MetadataReading::Whole;
-    std::string xmpPacket;              // the XMP packet itself, not cut
+    std::string xmpPacket;  // the XMP packet itself, not cut
+    ExtendedXmpState extendedXmp = ExtendedXmpState::None;
     std::vector<std::string> warnings;  // each a sentence: what is damaged, what was not read
 };
 
 // Never throws on what the bytes say: what cannot be read is told in warnings. Formats without metadata give
 // an empty set. Films are not read.
-MetadataSet ReadMetadata(std::span<const std::uint8_t> bytes);
+// encoding: what texts are read as that are not Unicode and do not say what they are.
+MetadataSet ReadMetadata(std::span<const std::uint8_t> bytes, TextEncoding encoding = TextEncoding::Western);
 
 // The entry of that key, the first one, or null.
 const MetadataEntry* FindMetadata(const MetadataSet& set, const std::string& key);

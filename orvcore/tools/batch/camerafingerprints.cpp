@@ -7,8 +7,8 @@
 
 #include "orvcore/analysis/fingerprintfile.h"
 #include "orvcore/filter/filterresult.h"
+#include "orvcore/formats/editingsoftware.h"
 #include "orvcore/formats/metadata.h"
-#include "orvcore/formats/metadatacheck.h"
 #include "orvcore/tools/folder/foldertable.h"
 #include "zorbase/appversion.h"
 #include "zorbase/files.h"

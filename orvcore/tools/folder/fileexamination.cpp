@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
+#include "orvcore/formats/consistency/consistencyinput.h"
 #include "orvcore/formats/damage.h"
 #include "orvcore/formats/exifscan.h"
 #include "orvcore/formats/jpegstructure.h"
@@ -117,11 +118,7 @@ void TakeJpeg(ByteSpan bytes, const ImageInfo& info, FileExamination& file) {
     }
     file.tablesHash = QuantizationTablesHash(structure.quantizationTables);
     file.quality = LuminanceQuality(structure);
-    const QuantizationTable* chrominance = TableOf(structure, 1);
-    if (file.quality.isExact && chrominance != nullptr && chrominance != TableOf(structure, 0))
-        file.chrominanceAgrees =
-            chrominance->values ==
-            StandardQuantizationTable(file.quality.quality, true, chrominance->precision == 8).values;
+    file.chrominanceAgrees = ChrominanceAgrees(structure);
     file.isComplete = structure.complete;
     // Pictures that the file's own index names belong to it.
     if (structure.pictures.size() < 2) file.bytesAfterEnd = structure.trailingBytes;

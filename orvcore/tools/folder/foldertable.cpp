@@ -4,7 +4,7 @@
 #include <cmath>
 #include <map>
 
-#include "orvcore/formats/metadatacheck.h"
+#include "orvcore/formats/consistency/consistency.h"
 #include "orvcore/tables/tablemarkup.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"
@@ -95,8 +95,6 @@ constexpr ColumnInfo kInfo[kColumns] = {
     {"Full Path", Weight::NotCompared},
 };
 
-constexpr std::time_t kDay = 24 * 60 * 60;
-
 // A row being made: texts, marks and the reasons for them.
 class RowMaker {
   public:
@@ -104,9 +102,8 @@ class RowMaker {
 
     void Set(Column column, const std::string& text) { m_cells[column] = text; }
     // The stronger mark of two stays.
-    void Mark(Column column, CellMark mark, const std::string& reason) {
+    void Mark(Column column, CellMark mark) {
         if (m_marks[column] != CellMark::StandsOut) m_marks[column] = mark;
-        if (!reason.empty()) m_reasons.push_back(reason);
     }
     void Note(const std::string& text) { m_reasons.push_back(text); }
     std::vector<std::string> Finish() {
@@ -125,21 +122,53 @@ std::string Size(int width, int height) {
     return width > 0 && height > 0 ? ToString(width) + " x " + ToString(height) : std::string();
 }
 
-// The shape of a thumbnail is odd when it is upright and the picture is not, or the other way round, or when
-// it is neither the picture's shape nor the usual 4:3 with bars beside a longer picture.
-bool HasOddShape(const FileExamination& file) {
-    if (file.thumbnailWidth <= 0 || file.thumbnailHeight <= 0 || file.width <= 0 || file.height <= 0)
-        return false;
-    const double picture = static_cast<double>(file.width) / file.height;
-    const double thumbnail = static_cast<double>(file.thumbnailWidth) / file.thumbnailHeight;
-    constexpr double kTolerance = 0.03;
-    if (std::max(picture / thumbnail, thumbnail / picture) <= 1 + kTolerance) return false;
-    if ((picture > 1) != (thumbnail > 1)) return true;
-    constexpr double kUsual = 4.0 / 3.0;
-    const double longPicture = std::max(picture, 1 / picture);
-    const double longThumbnail = std::max(thumbnail, 1 / thumbnail);
-    return longThumbnail > kUsual * (1 + kTolerance) || longThumbnail < kUsual * (1 - kTolerance) ||
-           longPicture < kUsual;
+// Where each rule's finding is marked.
+struct RuleColumns {
+    const char* rule;
+    std::vector<Column> columns;
+};
+const RuleColumns kRuleColumns[] = {
+    {"name-content", {kFormat}},
+    {"known-content", {kFormat}},
+    {"sound-file", {kStructure}},
+    {"bytes-after-end", {kStructure}},
+    {"taken-before-file", {kDateTaken}},
+    {"chrominance-table", {kQuality}},
+    {"camera-coding", {kCoding}},
+    {"stated-size", {kWidth, kHeight}},
+    {"taken-after-changed", {kDateChanged}},
+    {"changed-after-taken", {kDateChanged}},
+    {"digitized", {kDateTaken}},
+    {"clock-set", {kDateTaken}},
+    {"editing-program", {kSoftware}},
+    {"thumbnail-turned", {kThumbnailDimensions}},
+    {"thumbnail-shape", {kThumbnailDimensions}},
+    {"credential-signature", {kCredentials}},
+    {"credential-content", {kCredentials}},
+};
+
+// What the rules of consistency compare, as far as headers tell it.
+ConsistencyInput InputOf(const FileExamination& file) {
+    ConsistencyInput input;
+    input.name = ToValidUtf8(PathName(file.path));
+    input.format = file.format;
+    input.isPictureName = IsPictureName(file.path);
+    input.nameAgrees = file.nameAgrees;
+    if (file.modified) input.modified = *file.modified;
+    input.damage = file.warnings;
+    if (input.damage.empty() && !file.isComplete) input.damage.emplace_back("It is not complete.");
+    input.bytesAfterEnd = file.bytesAfterEnd;
+    input.width = file.width;
+    input.height = file.height;
+    input.thumbnailWidth = file.thumbnailWidth;
+    input.thumbnailHeight = file.thumbnailHeight;
+    if (file.format == FileFormat::Jpeg) input.coding = file.coding;
+    input.chrominanceAgrees = file.chrominanceAgrees;
+    input.hasCredentials = file.hasCredentials;
+    input.credentialSignature = file.credentialSignature;
+    input.credentialContent = file.credentialContent;
+    input.facts = file.facts;
+    return input;
 }
 
 // Present, content, signer.
@@ -172,42 +201,30 @@ void AddPicture(const FileExamination& file, RowMaker& row) {
     row.Set(kChannels, file.channels > 0 ? ToString(file.channels) : "");
     row.Set(kProfile, ToValidUtf8(file.profile));
     if (IsReadableFormat(file.format)) row.Set(kCredentials, CredentialsText(file));
-    if (file.credentialSignature == provenance::Answer::No)
-        row.Mark(kCredentials, CellMark::StandsOut, "The content credentials' signature does not verify.");
-    else if (file.credentialContent == provenance::Answer::No)
-        row.Mark(kCredentials, CellMark::StandsOut, "The content is not what its credentials were made for.");
-    const int statedWidth = file.facts.pixelXDimension;
-    const int statedHeight = file.facts.pixelYDimension;
-    if (statedWidth > 0 && statedHeight > 0 && file.width > 0 &&
-        (statedWidth != file.width || statedHeight != file.height)) {
-        row.Mark(kWidth, CellMark::Doubtful,
-                 "The EXIF block states " + Size(statedWidth, statedHeight) + " pixels.");
-        row.Mark(kHeight, CellMark::Doubtful, {});
-    }
-    if (!file.chrominanceAgrees)
-        row.Mark(kQuality, CellMark::Doubtful,
-                 "The chrominance table is not the one that belongs to the luminance table.");
-    if (file.coding.find("rogressive") != std::string::npos && !file.facts.make.empty())
-        row.Mark(kCoding, CellMark::Doubtful, "Progressive although a camera is named.");
 }
 
 void AddStructure(const FileExamination& file, RowMaker& row) {
     if (file.format == FileFormat::Jpeg && !file.isComplete) {
         row.Set(kStructure, "Not complete");
-        row.Mark(kStructure, CellMark::StandsOut,
-                 file.warnings.empty() ? "The file is not complete." : ToValidUtf8(file.warnings.front()));
     } else if (file.bytesAfterEnd > 0) {
-        const bool isOne = file.bytesAfterEnd == 1;
-        const std::string bytes =
-            ToString(static_cast<std::int64_t>(file.bytesAfterEnd)) + (isOne ? " byte" : " bytes");
-        row.Set(kStructure, bytes + " after the end");
-        row.Mark(kStructure, CellMark::Doubtful,
-                 bytes + (isOne ? " follows" : " follow") + " the end of the picture.");
+        row.Set(kStructure, ToString(static_cast<std::int64_t>(file.bytesAfterEnd)) +
+                                (file.bytesAfterEnd == 1 ? " byte" : " bytes") + " after the end");
     } else if (!file.warnings.empty()) {
         row.Set(kStructure, "With warnings");
-        row.Mark(kStructure, CellMark::Doubtful, ToValidUtf8(file.warnings.front()));
     } else if (IsReadableFormat(file.format)) {
         row.Set(kStructure, "Complete");
+    }
+}
+
+// The rules of consistency say what does not fit; here is only where that is marked.
+void AddFindings(const FileExamination& file, RowMaker& row) {
+    for (const ConsistencyResult& one : FindInconsistencies(InputOf(file))) {
+        const CellMark mark =
+            one.rule->severity == RuleSeverity::Hint ? CellMark::Doubtful : CellMark::StandsOut;
+        row.Note(one.answer.found);
+        for (const RuleColumns& columns : kRuleColumns)
+            if (std::string(columns.rule) == one.rule->id)
+                for (const Column column : columns.columns) row.Mark(column, mark);
     }
 }
 
@@ -229,18 +246,6 @@ void AddMetadata(const FileExamination& file, RowMaker& row) {
                      ? "The metadata were read in part only: " + ToValidUtf8(file.metadataProblem)
                      : "The metadata were not read: " + ToValidUtf8(file.metadataProblem));
     if (facts.fromXmp != 0) row.Note("Told by XMP only: " + facts.NamesFromXmp() + ".");
-    if (IsEditingSoftware(facts.software))
-        row.Mark(kSoftware, CellMark::Doubtful, "The software is a program for changing pictures.");
-    // A date of XMP may be in another time zone than one of EXIF.
-    const MetadataFacts exif = facts.FromExif();
-    const auto taken = ParseMetadataTime(exif.dateTimeOriginal);
-    const auto changed = ParseMetadataTime(exif.dateTime);
-    if (taken && file.modified && *taken > *file.modified + kDay)
-        row.Mark(kDateTaken, CellMark::Doubtful, "Taken after the file system's date.");
-    if (taken && changed && *changed < *taken)
-        row.Mark(kDateChanged, CellMark::StandsOut, "Changed before it was taken.");
-    if (taken && changed && *changed > *taken)
-        row.Mark(kDateChanged, CellMark::Doubtful, "Changed after it was taken.");
 }
 
 void AddThumbnail(const FileExamination& file, RowMaker& row) {
@@ -249,9 +254,6 @@ void AddThumbnail(const FileExamination& file, RowMaker& row) {
     row.Set(kThumbnailQuality, JpegQualityText(file.thumbnailQuality));
     row.Set(kThumbnailSize, ToString(static_cast<std::int64_t>(file.thumbnailBytes)));
     row.Set(kThumbnailSha256, file.thumbnailSha256);
-    if (HasOddShape(file))
-        row.Mark(kThumbnailDimensions, CellMark::Doubtful,
-                 "The thumbnail's shape is not that of the picture.");
 }
 
 // The name by which the table control finds the file again, whatever its bytes are.
@@ -327,7 +329,7 @@ std::vector<std::string> FolderTableRow(const FileExamination& file) {
     if (file.created) row.Set(kCreated, FormatTime(*file.created));
     if (!file.problem.empty()) {
         row.Set(kNotes, file.problem);
-        row.Mark(kNotes, CellMark::StandsOut, {});
+        row.Mark(kNotes, CellMark::StandsOut);
         return row.Finish();
     }
     row.Set(kFormat, FormatName(file.format));
@@ -336,18 +338,15 @@ std::vector<std::string> FolderTableRow(const FileExamination& file) {
     row.Set(kSha1, file.sha1);
     row.Set(kMd5, file.md5);
     if (file.format == FileFormat::Empty) {
-        row.Mark(kFormat, CellMark::StandsOut, "The file is empty.");
+        row.Mark(kFormat, CellMark::StandsOut);
+        row.Note("The file is empty.");
         return row.Finish();
     }
-    if (!file.nameAgrees)
-        row.Mark(kFormat, CellMark::StandsOut,
-                 file.format == FileFormat::Unknown || file.format == FileFormat::Text
-                     ? "The name is that of a picture; the content is of no known picture format."
-                     : "The content is not what the name's extension says.");
     AddPicture(file, row);
     AddMetadata(file, row);
     AddStructure(file, row);
     AddThumbnail(file, row);
+    AddFindings(file, row);
     return row.Finish();
 }
 

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <ctime>
 
-#include "orvcore/formats/metadatacheck.h"
+#include "orvcore/formats/editingsoftware.h"
 #include "orvcore/tools/web/httpclient.h"
 #include "orvcore/tools/web/weboptions.h"
 #include "orvcore/tools/web/webparameters.h"

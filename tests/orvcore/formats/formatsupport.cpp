@@ -123,10 +123,7 @@ Bytes MakeZip(const std::vector<ZipEntry>& entries) {
     return zip;
 }
 
-namespace {
-
-// One directory with its values behind it, little endian; `offset` is where it will stand in the TIFF structure.
-Bytes Directory(const std::vector<Tag>& tags, std::size_t offset, std::uint32_t next = 0) {
+Bytes Directory(const std::vector<Tag>& tags, std::size_t offset, std::uint32_t next) {
     Bytes entries;
     Bytes data;
     const std::size_t dataStart = offset + 2 + 12 * tags.size() + 4;
@@ -134,8 +131,10 @@ Bytes Directory(const std::vector<Tag>& tags, std::size_t offset, std::uint32_t 
     for (const Tag& tag : tags) {
         Bytes value;
         if (tag.type == 2) value = ToBytes(tag.text + std::string(1, '\0'));
+        const bool isBytes = tag.type == 1 || tag.type == 7;
+        if (isBytes) value = ToBytes(tag.text);
         for (const std::uint32_t number : tag.values) AppendLittle(value, number, tag.type == 3 ? 2 : 4);
-        const int unit = tag.type == 2 ? 1 : tag.type == 3 ? 2 : tag.type == 5 || tag.type == 10 ? 8 : 4;
+        const int unit = tag.type == 2 || isBytes ? 1 : tag.type == 3 ? 2 : tag.type == 5 || tag.type == 10 ? 8 : 4;
         AppendLittle(entries, static_cast<std::uint64_t>(tag.number), 2);
         AppendLittle(entries, static_cast<std::uint64_t>(tag.type), 2);
         AppendLittle(entries, value.size() / static_cast<std::size_t>(unit), 4);
@@ -150,8 +149,6 @@ Bytes Directory(const std::vector<Tag>& tags, std::size_t offset, std::uint32_t 
     AppendLittle(entries, next, 4);
     return entries + data;
 }
-
-}  // namespace
 
 Bytes Tiff(const TiffRecipe& recipe) {
     std::vector<Tag> main = recipe.main;

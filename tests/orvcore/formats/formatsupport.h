@@ -44,10 +44,12 @@ Bytes MakeZip(const std::vector<ZipEntry>& entries);
 
 struct Tag {
     int number;
-    int type;  // of the standard: 2 text, 3 short, 4 long, 5 rational, 9 signed long, 10 signed rational, 13 directory
+    int type;  // of the standard: 1 and 7 bytes, 2 text, 3 short, 4 long, 5 rational, 9 signed long, 10 signed rational, 13 directory
     std::vector<std::uint32_t> values;
     std::string text = {};
 };
+// One directory with its values behind it, little endian; `offset` is where it will stand in the TIFF structure.
+Bytes Directory(const std::vector<Tag>& tags, std::size_t offset, std::uint32_t next = 0);
 // Where the directories of a position and of the camera stand in what Tiff makes, and how they are pointed to.
 struct TiffRecipe {
     std::vector<Tag> main = {};

@@ -7,7 +7,7 @@
 #include <clocale>
 #include <thread>
 
-#include "orvcore/formats/metadatacheck.h"
+#include "orvcore/formats/editingsoftware.h"
 #include "tests/orvcore/formats/formatsupport.h"
 #include "zorbase/hash.h"
 #include "zorbase/json.h"
@@ -106,7 +106,8 @@ TEST(Metadata, ReadsXmpIptcAndComment) {
     EXPECT_EQ(FindMetadata(set, "Iptc.Application2.Caption")->value, "caf\xC3\xA9s");
     EXPECT_THAT(FindMetadata(set, "Iptc.Application2.Caption")->type, HasSubstr("8859-1"));
     ASSERT_NE(FindMetadata(set, "Comment"), nullptr);
-    EXPECT_EQ(FindMetadata(set, "Comment")->value, "by \xEF\xBF\xBDme");
+    EXPECT_EQ(FindMetadata(set, "Comment")->value, "by \xC3\xBFme");
+    EXPECT_EQ(FindMetadata(set, "Comment")->raw, "by \xEF\xBF\xBDme");
 }
 
 TEST(Metadata, LongValuesAreCutAndSaySo) {
