@@ -57,7 +57,7 @@ class OrvaneApp : public wxApp {
         wxInitAllImageHandlers();
         auto* frame = new OrvMainFrame(new OrvInterface, m_version, ToWx(m_version.GetAppName()));
         frame->SelectFirstItem();
-        if (!theFiles.empty()) ShowFileFacts(*frame);
+        if (!theFiles.empty()) ShowPicture(*frame);
         if (getenv("ORVANE_TELL_FIRST_PAINT")) TellFirstPaint(*frame);
         frame->Show();
         CopySamples();
@@ -84,9 +84,9 @@ class OrvaneApp : public wxApp {
         translations->AddCatalog("orvane");
     }
 
-    // Whoever opens a photograph wants to know first what the file is.
-    static void ShowFileFacts(OrvMainFrame& frame) {
-        OrvFilter* filter = GetContext()->FindFilter("file-format");
+    // Whoever opens a photograph wants to see it first, with the main facts beside it.
+    static void ShowPicture(OrvMainFrame& frame) {
+        OrvFilter* filter = GetContext()->FindFilter("visual-inspection");
         auto* page = filter ? dynamic_cast<OrvFilterGui*>(filter->GetAnalsyisFilterGui()) : nullptr;
         if (!page) return;
         frame.GetFiltersPanel()->ActivateGui(page);
@@ -153,6 +153,8 @@ int main(int argc, char** argv) {
 #ifdef NDEBUG
     wxDisableAsserts();
 #endif
+    // A list or panel that goes on below its edge shows a scroll bar, not only while the mouse is over it.
+    setenv("GTK_OVERLAY_SCROLLING", "0", 0);
     // The toolkit has nothing to read from the command line but the program's name.
     int toolkitArgc = 1;
     return wxEntry(toolkitArgc, argv);

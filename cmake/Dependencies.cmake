@@ -88,3 +88,10 @@ find_library(CAIRO_LIBRARY NAMES cairo libcairo.so.2 REQUIRED)
 add_library(dep_cairo INTERFACE)
 target_link_libraries(dep_cairo INTERFACE ${CAIRO_LIBRARY})
 add_library(dep::cairo ALIAS dep_cairo)
+
+# The libraries of the toolkit that know the names which assistive programs read out; no header of them is used.
+find_library(GTK_LIBRARY NAMES gtk-3 libgtk-3.so.0 REQUIRED)
+find_library(ATK_LIBRARY NAMES atk-1.0 libatk-1.0.so.0 REQUIRED)
+add_library(dep_accessibility INTERFACE)
+target_link_libraries(dep_accessibility INTERFACE ${GTK_LIBRARY} ${ATK_LIBRARY})
+add_library(dep::accessibility ALIAS dep_accessibility)

@@ -88,6 +88,8 @@ VecParameter RunGenericAction(OrvActionId action, const std::string& name, const
         case OrvActionDownload:
             DownloadFiles(parameters, options.GetWebServices(), options.GetMaximumFileBytes(), job);
             return {};
+        case OrvActionRunAll:
+            break;  // the facade's own: it needs all that a filter is asked for
     }
     ZOR_THROW(Argument, "\"" + name + "\" is not available in this version of the program.");
 }

@@ -135,6 +135,9 @@ struct OrvInterface::Private {
     OrvReportSection ReportedSection(const Asked& asked, const OrvJob& job);
     void GenerateReport(std::string path, OrvReportContents contents, const ReportRequest& asked,
                         const OrvJob& job);
+    // Computes what each filter in use is asked for and is not held yet. A filter that fails keeps the others from nothing; its
+    // error is its own. What was computed before a stop stays.
+    void RunAll(const ReportRequest& asked, const OrvJob& job);
     void SaveResult(const Asked& asked, const Image& image, const std::string& path, const OrvJob& job);
 
     // The first dozen, one a line, and how many more there are.

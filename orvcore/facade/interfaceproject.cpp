@@ -1,6 +1,7 @@
 // The part of the facade that deals with extraction and generic actions.
 
 #include <filesystem>
+#include <memory>
 
 #include "orvcore/facade/genericactions.h"
 #include "orvcore/facade/interface.h"
@@ -68,7 +69,13 @@ void OrvInterface::CallGenericAction(OrvActionId action, const wxString& name,
         event->SetParameters(results);
         m->port.Post(std::move(event), true);
     };
-    command.run = [this, action, name = FromWx(name), parameters, tell](const OrvJob& job) {
+    const auto all =
+        action == OrvActionRunAll ? std::make_shared<Private::ReportRequest>(m->ReportAskedNow()) : nullptr;
+    command.run = [this, action, name = FromWx(name), parameters, tell, all](const OrvJob& job) {
+        if (all) {
+            m->RunAll(*all, job);
+            return tell(0, {}, {});
+        }
         const OrvFilePtr files[kFileSlots] = {m->slots.Get(OrvEvidence), m->slots.Get(OrvReference)};
         // Without the parameters: they may hold keys.
         m->log.Note(OrvLogLevel::Info, "Tool started: " + name + ".");

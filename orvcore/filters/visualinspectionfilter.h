@@ -6,6 +6,7 @@
 class VisualInspectionFilter : public OrvFilterImage {
   public:
     VisualInspectionFilter();
+    int GetVersion() const override { return 2; }
 
   protected:
     void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,

@@ -11,4 +11,5 @@ enum OrvActionId : int {
     OrvActionBatchComparison = 6,
     OrvActionDownload = 7,
     OrvActionWebSearch = 8,
+    OrvActionRunAll = 9,  // every filter in use, one after the other; no parameters
 };

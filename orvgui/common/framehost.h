@@ -7,6 +7,7 @@
 
 #include "orvgui/common/orvgui.h"
 
+class OrvFilter;
 class WindowProperties;
 
 // Fields of the status bar.
@@ -27,6 +28,8 @@ class ORVGUI_API OrvFrameHost {
     virtual void SetListControlColumnsWidth(const wxString& key, const std::vector<int>& widths) = 0;
     // Goes to the page that shows a file's bytes, at an offset. count: how many are meant, 0 when that is not known.
     virtual void ShowBytes(std::uint64_t offset, std::uint64_t count) = 0;
+    // Goes to the filter's page, as if its item in the tree had been chosen.
+    virtual void ShowFilter(OrvFilter* filter) = 0;
 };
 
 // The main window of the running program, null when there is none.

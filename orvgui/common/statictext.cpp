@@ -3,6 +3,13 @@
 #include <wx/dcclient.h>
 #include <wx/tokenzr.h>
 
+// The toolkit's own label knows no vertical alignment; this one is that of the library it draws with, whose headers come with no
+// package that the toolkit's headers need.
+extern "C" {
+struct _GtkLabel;
+void gtk_label_set_yalign(_GtkLabel* label, float alignment);
+}
+
 std::vector<wxString> WrapLines(const wxString& text, int width,
                                 const std::function<std::vector<int>(const wxString&)>& extents) {
     std::vector<wxString> lines;
@@ -49,6 +56,10 @@ void OrvStaticText::SetText(const wxString& text) {
 void OrvStaticText::SetMaximumTextWidth(int pixels) {
     m_maximumWidth = pixels;
     Rewrap();
+}
+
+void OrvStaticText::CentreVertically() {
+    gtk_label_set_yalign(reinterpret_cast<_GtkLabel*>(GetHandle()), 0.5F);
 }
 
 bool OrvStaticText::SetFont(const wxFont& font) {

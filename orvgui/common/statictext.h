@@ -23,6 +23,9 @@ class ORVGUI_API OrvStaticText : public wxStaticText {
     void SetText(const wxString& text);
     void SetMaximumTextWidth(int pixels);
 
+    // In a cell that is higher than the text, the text stands in its middle instead of at its top.
+    void CentreVertically();
+
     bool SetFont(const wxFont& font) override;
 
   private:

@@ -7,6 +7,7 @@
 #include <wx/spinctrl.h>
 #include <wx/window.h>
 
+#include "orvgui/common/accessible.h"
 #include "orvgui/common/statictext.h"
 #include "orvgui/controls/parametercontrolchoice.h"
 #include "orvgui/controls/parametercontrolfile.h"
@@ -118,10 +119,14 @@ void ParameterControl::AddLabelTop(wxGridBagSizer* sizer, wxWindow* window, cons
     sizer->Add(window, position, span, wxRIGHT | wxTOP | wxBOTTOM, kBorder);
 }
 
-wxWindow* ParameterControl::CreateLabel() {
+wxString ParameterControl::GetLabelText() const {
     const std::string& text =
         m_parameter.GetDescription().empty() ? m_parameter.Name() : m_parameter.GetDescription();
-    auto* label = new OrvStaticText(m_parent, text.empty() ? wxString() : wxGetTranslation(ToWx(text)));
+    return text.empty() ? wxString() : wxGetTranslation(ToWx(text));
+}
+
+wxWindow* ParameterControl::CreateLabel() {
+    auto* label = new OrvStaticText(m_parent, GetLabelText());
     Adopt(label);
     return label;
 }
@@ -177,6 +182,7 @@ void ParameterControl::Adopt(wxWindow* window) {
     if (!m_parameter.GetToolTip().empty())
         window->SetToolTip(wxGetTranslation(ToWx(m_parameter.GetToolTip())));
     if (m_parameter.IsHiddenFromGui()) window->Hide();
+    if (NeedsAccessibleName(window)) SetAccessibleName(window, GetLabelText());
     if (dynamic_cast<wxComboBox*>(window) != nullptr || dynamic_cast<wxSlider*>(window) != nullptr ||
         dynamic_cast<wxSpinCtrl*>(window) != nullptr)
         window->Bind(wxEVT_MOUSEWHEEL, &OnWheel);

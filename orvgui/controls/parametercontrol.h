@@ -74,6 +74,7 @@ class ORVGUI_API ParameterControl {
     Parameter m_parameter;  // as it was last set, or last entered and accepted
 
   private:
+    wxString GetLabelText() const;
     wxWindow* CreateLabel();
     wxGBPosition PlaceLabel(wxGridBagSizer* sizer, Height height);
     void PlaceColumn(wxGridBagSizer* sizer, wxSizer* content, Height height);

@@ -77,7 +77,7 @@ ParameterControlInputSpinSlider::ParameterControlInputSpinSlider(wxWindow* paren
     m_spin = new wxSpinCtrl(parent, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize,
                             wxSP_ARROW_KEYS | wxALIGN_RIGHT | wxTE_PROCESS_ENTER, minimum, maximum, minimum);
     auto* row = new wxBoxSizer(wxHORIZONTAL);
-    row->Add(m_slider, 0, wxALIGN_CENTER_VERTICAL);
+    row->Add(m_slider, 1, wxALIGN_CENTER_VERTICAL);
     row->Add(m_spin, 0, wxALIGN_CENTER_VERTICAL | wxLEFT, kGap);
     Adopt(m_slider);
     Adopt(m_spin);

@@ -281,11 +281,13 @@ void ParameterControlOutputText::SetControlValue(const Parameter& parameter) {
 bool ParameterControlOutputText::FitHeight() {
     constexpr int kInset = 12;
     const bool wraps = (m_field->GetWindowStyleFlag() & wxTE_DONTWRAP) == 0;
-    const int width = std::max(m_field->GetClientSize().x, kFieldWidth) - kInset;
+    // The page may have asked for a narrower one.
+    const int least = m_field->GetMinSize().x;
+    const int width = std::max(m_field->GetClientSize().x, least) - kInset;
     const int lines =
         std::clamp(wraps ? WrappedLineCount(*m_field, m_shownText, width) : LineCount(m_shownText),
                    kMinimumLines, kMaximumLines);
-    const wxSize size(kFieldWidth, lines * m_field->GetCharHeight() + kInset);
+    const wxSize size(least, lines * m_field->GetCharHeight() + kInset);
     if (m_field->GetMinSize() == size) return false;
     m_field->SetMinSize(size);
     return true;

@@ -10,6 +10,7 @@
 
 #include "orvcore/facade/interface.h"
 #include "orvcore/tables/tablemarkup.h"
+#include "orvgui/common/accessible.h"
 #include "orvgui/common/framehost.h"
 #include "orvgui/common/statictext.h"
 #include "orvgui/tables/listctrl.h"
@@ -92,6 +93,7 @@ wxString OrvFilterGui::GetName() const {
 
 void OrvFilterGui::Init() {
     CreateControls();
+    NameControls(this);
     UpdateGui();
 }
 

@@ -203,6 +203,15 @@ void OrvFilterGuiPlot::ConfigurePlots() {
         show(m_referencePlot, true);
         if (!evidence) show(m_evidencePlot, false);
     }
+    if (evidence && reference) {
+        ShareScaleY(*m_evidencePlot->GetPlotWindow(), *m_referencePlot->GetPlotWindow());
+    } else {
+        // The other's data has gone.
+        for (PlotPanel* plot : {m_evidencePlot, m_referencePlot}) {
+            plot->GetPlotWindow()->SetLeastRangeY(1, 0);
+            plot->GetPlotWindow()->FitNewData();
+        }
+    }
     wxString reason = m_filter->GetErrorMessage();
     if (reason.empty() && !evidence && !reference) reason = GetNoDataMessage();
     bool isAll = false;

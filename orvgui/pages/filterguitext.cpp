@@ -1,16 +1,169 @@
 #include "orvgui/pages/filterguitext.h"
 
+#include <wx/gbsizer.h>
+#include <wx/settings.h>
+#include <wx/textctrl.h>
+
+#include <algorithm>
+
 #include "orvcore/facade/interface.h"
+#include "orvgui/common/framehost.h"
+#include "orvgui/tables/listctrl.h"
+
+namespace {
+
+constexpr int kPairedFieldWidth = 120;  // least width in pixels of a field that shares its row
+constexpr int kLongResultHeight = 240;  // least height of what takes the rest of the page
+constexpr int kLeastColumn = 80;
+constexpr int kPairGap = 12;
+
+bool IsLong(const Parameter& parameter) {
+    return parameter.Type() == ParameterType::TableString || parameter.Type() == ParameterType::OutputText ||
+           parameter.Type() == ParameterType::OutputQuantizationTable;
+}
+
+bool IsTable(const Parameter& parameter) {
+    return parameter.Type() == ParameterType::TableString;
+}
+
+wxSizerItem* ItemAt(wxGridBagSizer& grid, int row, int column) {
+    return grid.FindItemAtPosition(wxGBPosition(row, column));
+}
+
+void NarrowFields(wxSizerItem* item) {
+    if (wxWindow* window = item->GetWindow(); window != nullptr) {
+        if (dynamic_cast<wxTextCtrl*>(window) != nullptr)
+            window->SetMinSize(wxSize(kPairedFieldWidth, window->GetMinSize().y));
+    } else if (wxSizer* sizer = item->GetSizer(); sizer != nullptr) {
+        for (wxSizerItem* child : sizer->GetChildren()) NarrowFields(child);
+    }
+}
+
+// Every second one of the rows [first, first + short.size()) goes beside the one before it, where both are short.
+void PairRows(wxGridBagSizer& grid, int first, const std::vector<bool>& isShort) {
+    for (std::size_t i = 0; i + 1 < isShort.size();) {
+        const int row = first + static_cast<int>(i);
+        wxSizerItem* label = ItemAt(grid, row + 1, 0);
+        wxSizerItem* field = ItemAt(grid, row + 1, 1);
+        wxSizerItem* beside = ItemAt(grid, row, 1);
+        if (!isShort[i] || !isShort[i + 1] || label == nullptr || field == nullptr || beside == nullptr) {
+            ++i;
+            continue;
+        }
+        label->SetBorder(kPairGap);
+        label->SetFlag((label->GetFlag() & ~(wxRIGHT | wxTOP | wxBOTTOM)) | wxLEFT | wxRIGHT);
+        static_cast<wxGBSizerItem*>(label)->SetPos(wxGBPosition(row, 2));
+        static_cast<wxGBSizerItem*>(field)->SetPos(wxGBPosition(row, 3));
+        NarrowFields(field);
+        NarrowFields(beside);
+        i += 2;
+    }
+}
+
+// What has a row to itself reaches over both columns of fields.
+void SpanUnpaired(wxGridBagSizer& grid, int first, int count) {
+    for (int row = first; row < first + count; ++row) {
+        wxSizerItem* item = ItemAt(grid, row, 1);
+        if (item != nullptr && ItemAt(grid, row, 3) == nullptr)
+            static_cast<wxGBSizerItem*>(item)->SetSpan(wxGBSpan(1, 3));
+    }
+}
+
+}  // namespace
+
+std::vector<int> FitColumnWidths(std::vector<int> widths, int room, int least) {
+    const auto sumWith = [&widths](int most) {
+        int sum = 0;
+        for (const int width : widths) sum += std::min(width, most);
+        return sum;
+    };
+    int most = widths.empty() ? 0 : *std::max_element(widths.begin(), widths.end());
+    int tooNarrow = least;
+    if (sumWith(most) <= room) return widths;
+    if (sumWith(least) > room) most = least;
+    // The largest width that all columns may have.
+    while (most - tooNarrow > 1) {
+        const int middle = tooNarrow + (most - tooNarrow) / 2;
+        (sumWith(middle) <= room ? tooNarrow : most) = middle;
+    }
+    for (int& width : widths) width = std::min(width, tooNarrow);
+    return widths;
+}
+
+// Some results are for other readers than the page's.
+int OrvFilterGuiText::LastShown() const {
+    for (int i = static_cast<int>(m_parametersOutput.size()) - 1; i >= 0; --i)
+        if (!m_parametersOutput[static_cast<std::size_t>(i)].IsHiddenFromGui()) return i;
+    return -1;
+}
+
+bool OrvFilterGuiText::EndsInLongResult() const {
+    const int last = LastShown();
+    return last >= 0 && IsLong(m_parametersOutput[static_cast<std::size_t>(last)]);
+}
 
 void OrvFilterGuiText::CreateControlsInput() {
-    if (!m_parametersInput.empty()) OrvFilterGui::CreateControlsInput();
+    if (m_parametersInput.empty()) return;
+    const int first = CountCells(m_inputSizer).GetRow();
+    OrvFilterGui::CreateControlsInput();
+    if (!EndsInLongResult()) return;
+    PairRows(*m_inputSizer, first, std::vector<bool>(m_parametersInput.size(), true));
+    SpanUnpaired(*m_inputSizer, first, static_cast<int>(m_parametersInput.size()));
 }
 
 void OrvFilterGuiText::CreateControlsOutput() {
     SetNotice(wxString());  // above the results, whose place it takes
+    const int first = CountCells(m_outputSizer).GetRow();
     if (!m_parametersOutput.empty()) OrvFilterGui::CreateControlsOutput();
+    if (EndsInLongResult()) {
+        std::vector<bool> isShort;
+        for (std::size_t i = 0; i < m_parametersOutput.size(); ++i)
+            isShort.push_back(!IsLong(m_parametersOutput[i]));
+        const int count = static_cast<int>(isShort.size());
+        const int last = LastShown();
+        if (IsTable(m_parametersOutput[static_cast<std::size_t>(last)]))
+            PairRows(*m_outputSizer, first, isShort);
+        SpanUnpaired(*m_outputSizer, first, count);
+        m_outputSizer->SetRows(0);
+        m_outputSizer->AddGrowableRow(static_cast<std::size_t>(first + last), 1);
+    }
+    // The sizer counts its cells when it is laid out, and takes no growing ones before that which it does not know.
+    m_outputSizer->SetCols(0);
     // Results get the width that labels leave.
-    if (CountCells(m_outputSizer).GetCol() > 1) m_outputSizer->AddGrowableCol(1);
+    const int columns = CountCells(m_outputSizer).GetCol();
+    if (columns > 1) m_outputSizer->AddGrowableCol(1, 1);
+    if (columns > 3) m_outputSizer->AddGrowableCol(3, 1);
+}
+
+OrvListCtrl* OrvFilterGuiText::FindTable() const {
+    const int last = LastShown();
+    if (last < 0 || !m_controlsOutput[static_cast<std::size_t>(last)]) return nullptr;
+    return dynamic_cast<OrvListCtrl*>(m_controlsOutput[static_cast<std::size_t>(last)]->GetControl());
+}
+
+void OrvFilterGuiText::UpdateControlsOutput() {
+    OrvFilterGui::UpdateControlsOutput();
+    OrvListCtrl* table = FindTable();
+    if (table == nullptr) return;
+    // It scrolls by itself; the page need not be as high as its rows.
+    table->SetMinSize(wxSize(table->GetMinSize().x, std::min(table->GetMinSize().y, kLongResultHeight)));
+    if (table->GetNumRows() > 0) CallAfter([this] { FitTable(); });
+}
+
+// When the page knows its width: all columns in sight, unless the user has sized them at some time.
+void OrvFilterGuiText::FitTable() {
+    OrvListCtrl* table = FindTable();
+    OrvFrameHost* frame = GetFrameHost();
+    if (table == nullptr || frame == nullptr || !IsShownOnScreen()) return;
+    const int room = table->GetClientSize().x - wxSystemSettings::GetMetric(wxSYS_VSCROLL_X, table);
+    if (room <= kLeastColumn) return;
+    if (!frame->GetListControlColumnsWidth(m_filter->GetName()).empty()) return;
+    std::vector<int> widths;
+    for (int column = 0; column < table->GetNumCols(); ++column) widths.push_back(table->GetColSize(column));
+    const std::vector<int> fitted = FitColumnWidths(widths, room, kLeastColumn);
+    if (fitted == widths) return;
+    for (int column = 0; column < table->GetNumCols(); ++column)
+        table->SetColSize(column, fitted[static_cast<std::size_t>(column)]);
 }
 
 void OrvFilterGuiText::UpdateControlsCustom() {

@@ -2,8 +2,13 @@
 
 #include "orvgui/pages/filtergui.h"
 
+class OrvListCtrl;
+
 // The page of a filter whose results are its output parameters, shown as text. While no file is loaded, or
 // when the filter failed, one sentence says so in their place.
+//
+// A page that ends in a table or a long text leaves it the room: short parameters and results stand two in a row above it, and it
+// takes what is left of the page.
 class ORVGUI_API OrvFilterGuiText : public OrvFilterGui {
   public:
     using OrvFilterGui::OrvFilterGui;
@@ -12,5 +17,16 @@ class ORVGUI_API OrvFilterGuiText : public OrvFilterGui {
     void CreateControlsInput() override;
     void CreateControlsOutput() override;
     void UpdateFocus() override {}
+    void UpdateControlsOutput() override;
     void UpdateControlsCustom() override;
+
+  private:
+    int LastShown() const;  // index of the last output that is not hidden; -1 for none
+    bool EndsInLongResult() const;
+    OrvListCtrl* FindTable() const;  // at the end of the page; null for none
+    void FitTable();
 };
+
+// Widths for the columns of a table that was never sized by hand, so that all of them are in sight: the widest give way first, none
+// below `least`. Unchanged where they fit.
+std::vector<int> FitColumnWidths(std::vector<int> widths, int room, int least);

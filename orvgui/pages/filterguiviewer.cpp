@@ -7,6 +7,7 @@
 #include "orvgui/common/framehost.h"
 #include "orvgui/common/textfocus.h"
 #include "orvgui/viewer/canvas.h"
+#include "orvgui/viewer/comparepanel.h"
 #include "orvgui/viewer/inspectorpanel.h"
 #include "orvgui/viewer/mappanel.h"
 #include "orvgui/viewer/navigatorcanvas.h"
@@ -36,7 +37,7 @@ void OrvFilterGuiViewer::CreateControlsCustom() {
     auto* middle = new wxBoxSizer(wxHORIZONTAL);
     middle->Add(m_viewerPanel, 1, wxEXPAND);
     m_sideEdge = new DragEdge(
-        this, [this] { m_sideWidthBefore = m_sidePanel->GetSize().x; },
+        this, wxHORIZONTAL, [this] { m_sideWidthBefore = m_sidePanel->GetSize().x; },
         [this](int distance) { SetSideWidth(m_sideWidthBefore - distance); });
     middle->Add(m_sideEdge, 0, wxEXPAND);
     middle->Add(m_sidePanel, 0, wxEXPAND);
@@ -53,6 +54,7 @@ void OrvFilterGuiViewer::UpdateControlsCustom() {
     bool isAll = false;
     const wxString error = m_filter->GetErrorMessage();
     SetNotice(error.empty() ? GetSilence(isAll) : error);
+    NarrowTables();
     ShowMaps();
     ShowPlots();
     // A reference that comes to a view which nobody chose is there to be compared with: as if the page were new.
@@ -83,6 +85,7 @@ void OrvFilterGuiViewer::ResetViewerPanel() {
     if (m_viewerPanel != nullptr) m_viewerPanel->ResetImages();
     if (m_toolPanel != nullptr) m_toolPanel->GetInspectorPanel()->ClearValues();
     if (OrvFrameHost* frame = GetFrameHost()) frame->SetStatusField(OrvStatusField::Zoom, wxString());
+    if (m_comparePanel != nullptr) m_comparePanel->ClearValues();
     m_derived.Reset();
 }
 
@@ -128,6 +131,7 @@ void OrvFilterGuiViewer::ConfigureViewer(int mode, bool keepUnprocessed) {
     NoteFit();
     KeepFit();
     ShowMarks();
+    ShowCompare();
     ShowCaptions();
 }
 

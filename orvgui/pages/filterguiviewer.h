@@ -8,6 +8,7 @@
 #include "orvgui/viewer/derivedpictures.h"
 #include "orvgui/viewer/viewerhost.h"
 
+class ComparePanel;
 class MapPanel;
 class NavigatorCanvas;
 class PlotPanel;
@@ -49,6 +50,8 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost 
     void ViewerResized(Canvas* canvas) override;
     void ViewerMouseLeft() override;
     void WindowFit() override;
+    void MixPictures(int percent) override;
+    void ZoomToSelection() override;
     virtual void WindowSplit(int /*mode*/) {}
     virtual void WindowSync() {}
     void WindowSwap(int /*phase*/) override {}
@@ -74,11 +77,12 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost 
     ViewerPanel* GetViewerPanel() const { return m_viewerPanel; }
     NavigatorCanvas* GetNavigator() const { return m_navigator; }
     MapPanel* GetMapPanel() const { return m_mapPanel; }
+    ComparePanel* GetComparePanel() const { return m_comparePanel; }
     std::vector<Canvas*> GetCanvases() const override;
     int GetActiveWinId() const { return m_activeWinId; }
     void SetActiveWinId(int id) { m_activeWinId = id; }
     void ShowSidePanel(bool show) override;
-    void SetSideWidth(int width);  // pixels, within what the page allows
+    void SetSideWidth(int width);  // as if the user had dragged the edge; pixels, within what the page allows
 
   protected:
     // Applies a zoom operation to the active canvas, then brings the other half in line.
@@ -96,6 +100,7 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost 
     void KeepFit();
     // The overview takes the shape of the picture that it shows.
     void FitNavigator();
+    bool IsMixed() const { return m_mixPercent > 0; }
 
     OrvToolPanel* m_toolPanel = nullptr;
     ViewerPanel* m_viewerPanel = nullptr;
@@ -106,11 +111,15 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost 
     void CreateSidePanel();
     void OnPageSize(wxSizeEvent& event);
     bool ScrollByKey(int key, bool fine, Canvas* canvas);
+    void NarrowTables();
     void ShowMaps();
     void ShowPlots();
     PlotPanel* AddPlot();
     void ShowMarks();
     void ShowCaptions();
+    void ShowCompare();
+    void ShowMix(const Image& first, const Image& second, int percent);
+    bool IsSwapped(const Canvas& canvas) const;
     Image ProcessedImage(OrvFileId slot);
     const OrvMap* MapOnCanvas(const Canvas* canvas) const;
 
@@ -119,15 +128,21 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost 
 
     wxWindow* m_sidePanel = nullptr;
     wxWindow* m_sideEdge = nullptr;
-    int m_sideWidthBefore = 0;  // before the edge was dragged
+    int m_sideWidthBefore = 0;   // before the edge was dragged
+    int m_sideWanted = 0;        // pixels that its controls ask for
+    bool m_isSideSized = false;  // by the user
     wxScrolledWindow* m_sideScroll = nullptr;
     wxString m_differenceMessage;  // why there is no difference to see, "" when there is
     DerivedPictures m_derived;
     MapPanel* m_mapPanel = nullptr;
+    ComparePanel* m_comparePanel = nullptr;
+    BackgroundTask m_mixTask{*this};
+    int m_mixPercent = 0;  // of the other picture, as the canvases show it now
     wxSizer* m_sideList = nullptr;
     // The plots of the result, small; those that are not needed are hidden.
     struct SmallPlot {
         PlotPanel* panel = nullptr;
+        wxWindow* edge = nullptr;  // below it, to be dragged
         OrvPlotData data;
         OrvFileId slot = OrvEvidence;
     };

@@ -88,7 +88,7 @@ void OrvFilterGuiViewer::ShowCaptions() {
     const auto canvases = GetCanvases();
     for (std::size_t i = 0; i < canvases.size(); ++i) {
         const Canvas& canvas = *canvases[i];
-        const Shown& shown = m_shown[canvas.IsShowingOther() && canvases.size() == 2 ? 1 - i : i];
+        const Shown& shown = m_shown[IsSwapped(canvas) && canvases.size() == 2 ? 1 - i : i];
         wxString text;
         if (canvas.HasImage() && core != nullptr) {
             const wxString name = VisibleText(PathName(PathFromWx(core->GetFilename(shown.slot))));
@@ -98,7 +98,10 @@ void OrvFilterGuiViewer::ShowCaptions() {
             else
                 text += ": " + name + wxString::FromUTF8("  \u00b7  ") +
                         (shown.isProcessed ? _("processed") : _("original"));
-            if (canvas.IsShowingOther()) text += wxString::FromUTF8("  \u00b7  ") + _("swapped");
+            if (IsSwapped(canvas)) text += wxString::FromUTF8("  \u00b7  ") + _("swapped");
+            if (IsMixed())
+                text += wxString::FromUTF8("  \u00b7  ") +
+                        wxString::Format(_("%d %% of the other"), m_mixPercent);
         }
         m_viewerPanel->SetCaption(static_cast<int>(i), text);
     }
@@ -123,7 +126,7 @@ const OrvMap* OrvFilterGuiViewer::MapOnCanvas(const Canvas* canvas) const {
     for (std::size_t i = 0; i < canvases.size(); ++i) {
         if (canvases[i] != canvas) continue;
         // While the other picture is shown in place, its map counts.
-        const Shown& shown = m_shown[canvas->IsShowingOther() ? 1 - i : i];
+        const Shown& shown = m_shown[IsSwapped(*canvas) ? 1 - i : i];
         return m_mapPanel->GetMap(shown.slot);
     }
     return nullptr;

@@ -106,6 +106,8 @@ void OrvFilterGuiViewerDouble::WindowSwap(int phase) {
     Canvas* other = GetCanvasFromNotActiveWin();
     const WindowProperties* shared = GetSharedWindowProperties();
     if (canvas == nullptr || other == nullptr || m_toolPanel == nullptr || shared == nullptr) return;
+    // Mixed pictures have a share of both already.
+    if (IsMixed()) return;
     const bool isOutput = IsOutputWin();
     m_toolPanel->WindowSwap(canvas, other, phase, isOutput);
     if (shared->syncViews || phase == 2) m_toolPanel->WindowSwap(other, canvas, phase, !isOutput);

@@ -3,7 +3,9 @@
 #include "orvgui/pages/filterguiviewer.h"
 
 #include <wx/button.h>
+#include <wx/combobox.h>
 #include <wx/gbsizer.h>
+#include <wx/grid.h>
 #include <wx/intl.h>
 #include <wx/scrolwin.h>
 #include <wx/settings.h>
@@ -12,14 +14,18 @@
 #include <wx/textctrl.h>
 
 #include <algorithm>
+#include <memory>
 #include <set>
 
 #include "orvcore/facade/interface.h"
 #include "orvcore/filter/mappictures.h"
+#include "orvgui/common/dragedge.h"
+#include "orvgui/common/statictext.h"
 #include "orvgui/pages/plotdialog.h"
 #include "orvgui/pages/plotlayers.h"
 #include "orvgui/pages/plotpanel.h"
 #include "orvgui/viewer/canvas.h"
+#include "orvgui/viewer/comparepanel.h"
 #include "orvgui/viewer/mappanel.h"
 #include "orvgui/viewer/navigatorcanvas.h"
 #include "orvgui/viewer/settingspanel.h"
@@ -28,13 +34,18 @@
 namespace {
 
 constexpr int kGap = 4;
-constexpr int kSidePanelWidth = 264;
+constexpr int kSidePanelWidth = 256;
 constexpr int kSidePanelMaximum = 360;  // before the user sizes it
+constexpr int kSidePanelPercent = 26;   // of the page's width, likewise: the picture gets the room
 constexpr int kSidePanelLeast = 160;
-constexpr int kSliderWidth = 76;
-constexpr int kFieldWidth = 120;
+constexpr int kSliderWidth = 96;
+constexpr int kFieldWidth = 110;
+constexpr int kLabelWidth = 100;
+constexpr int kTableWidth = 220;
 constexpr int kScrollStep = 16;
 constexpr int kSmallPlotHeight = 180;
+constexpr int kSmallPlotLeast = 100;
+constexpr int kSmallPlotMost = 800;
 
 int CountRows(const wxGridBagSizer& grid) {
     int rows = 0;
@@ -43,6 +54,56 @@ int CountRows(const wxGridBagSizer& grid) {
         rows = std::max(rows, cell->GetPos().GetRow() + cell->GetSpan().GetRowspan());
     }
     return rows;
+}
+
+// What is too wide to stand beside its label in a narrow column: a slider must be long enough to hit a value, a text is read in
+// lines.
+bool IsWide(wxSizerItem* item) {
+    if (item == nullptr) return false;
+    if (item->IsSizer()) {
+        const wxSizerItemList& children = item->GetSizer()->GetChildren();
+        return std::any_of(children.begin(), children.end(), IsWide);
+    }
+    wxWindow* window = item->GetWindow();
+    const auto* text = dynamic_cast<wxTextCtrl*>(window);
+    return dynamic_cast<wxSlider*>(window) != nullptr || dynamic_cast<wxGrid*>(window) != nullptr ||
+           (text != nullptr && text->IsMultiLine()) ||
+           (dynamic_cast<wxComboBox*>(window) != nullptr && window->GetBestSize().x > kFieldWidth);
+}
+
+// Wide controls get a row of their own below their label.
+void GiveWideOnesRows(wxGridBagSizer& grid) {
+    const auto at = [&grid](int row, int column) {
+        return static_cast<wxGBSizerItem*>(grid.FindItemAtPosition(wxGBPosition(row, column)));
+    };
+    const int rows = CountRows(grid);
+    int more = 0;
+    for (int row = 0; row < rows; ++row) more += IsWide(at(row, 1)) ? 1 : 0;
+    // From below, so that there is always room.
+    for (int row = rows - 1; row >= 0 && more > 0; --row) {
+        const bool isWide = IsWide(at(row, 1));
+        wxGBSizerItem* label = at(row, 0);
+        wxGBSizerItem* field = at(row, 1);
+        if (field != nullptr && field != label) {
+            field->SetPos(wxGBPosition(row + more, isWide ? 0 : 1));
+            if (isWide) field->SetSpan(wxGBSpan(1, 2));
+        }
+        if (isWide) --more;
+        if (label != nullptr) label->SetPos(wxGBPosition(row + more, 0));
+    }
+}
+
+// Nothing runs past the edge of the panel at its first width.
+void Narrow(wxWindow& section) {
+    for (wxWindow* child : section.GetChildren()) {
+        if (auto* label = dynamic_cast<OrvStaticText*>(child)) {
+            label->SetMaximumTextWidth(kLabelWidth);
+        } else if (dynamic_cast<wxSlider*>(child) != nullptr) {
+            child->SetMinSize(wxSize(kSliderWidth, -1));
+        } else if (dynamic_cast<wxTextCtrl*>(child) != nullptr) {
+            child->SetMinSize(wxSize(kFieldWidth, child->GetMinSize().y));
+        }
+    }
 }
 
 }  // namespace
@@ -76,6 +137,10 @@ void OrvFilterGuiViewer::CreateSidePanel() {
         list->Add(outputs, 0, wxEXPAND | wxALL, kGap);
         m_outputParent = outputs;
         m_outputSizer = outputs->GetGrid();
+    }
+    if (!IsSingleViewer()) {
+        m_comparePanel = new ComparePanel(m_sideScroll, this);
+        list->Add(m_comparePanel, 0, wxEXPAND | wxALL, kGap);
     }
     m_sideList = list;
     m_sideScroll->SetSizer(list);
@@ -113,13 +178,17 @@ void OrvFilterGuiViewer::CreateControlsPostProcessing() {
 void OrvFilterGuiViewer::CreateControlsOutput() {
     if (!m_parametersOutput.empty()) OrvFilterGui::CreateControlsOutput();
     m_toolPanel->RefreshValues();
-    for (wxWindow* child : m_inputParent->GetChildren()) {
-        if (dynamic_cast<wxSlider*>(child) != nullptr) child->SetMinSize(wxSize(kSliderWidth, -1));
-        if (dynamic_cast<wxTextCtrl*>(child) != nullptr) child->SetMinSize(wxSize(kFieldWidth, -1));
+    for (wxGridBagSizer* grid : {m_inputSizer, m_outputSizer}) {
+        if (grid == m_descriptionSizer) continue;
+        GiveWideOnesRows(*grid);
+        grid->SetCols(0);  // counted when it is laid out
+        if (CountRows(*grid) > 0) grid->AddGrowableCol(1);
     }
-    // As wide as the controls ask for, within reason: the picture gets the room.
-    const int wanted = m_sideScroll->GetSizer()->CalcMin().x + wxSystemSettings::GetMetric(wxSYS_VSCROLL_X);
-    m_sidePanel->SetMinSize(wxSize(std::clamp(wanted, kSidePanelWidth, kSidePanelMaximum), -1));
+    for (wxWindow* parent : {m_inputParent, m_outputParent}) {
+        if (parent != m_descriptionParent) Narrow(*parent);
+    }
+    // As wide as the controls ask for, within reason.
+    m_sideWanted = m_sideScroll->GetSizer()->CalcMin().x + wxSystemSettings::GetMetric(wxSYS_VSCROLL_X);
     m_sideScroll->FitInside();
 }
 
@@ -128,6 +197,11 @@ void OrvFilterGuiViewer::OnPageSize(wxSizeEvent& event) {
     if (m_toolPanel != nullptr && width > 1) {
         const wxSize strip(-1, m_toolPanel->HeightForWidth(width));
         if (m_toolPanel->GetMinSize() != strip) m_toolPanel->SetMinSize(strip);
+    }
+    if (!m_isSideSized && width > 1) {
+        const int most = std::clamp(width * kSidePanelPercent / 100, kSidePanelWidth, kSidePanelMaximum);
+        const wxSize side(std::clamp(m_sideWanted, kSidePanelWidth, most), -1);
+        if (m_sidePanel->GetMinSize() != side) m_sidePanel->SetMinSize(side);
     }
     event.Skip();
 }
@@ -140,10 +214,19 @@ void OrvFilterGuiViewer::ShowSidePanel(bool show) {
 
 // Wide tables and plots want more than parameters do; the picture keeps its least width.
 void OrvFilterGuiViewer::SetSideWidth(int width) {
+    m_isSideSized = true;
     const int most = std::max(GetClientSize().x - kMinimumSide, kSidePanelLeast);
     m_sidePanel->SetMinSize(wxSize(std::clamp(width, kSidePanelLeast, most), -1));
     Layout();
     m_sideScroll->FitInside();
+}
+
+// Tables ask for the width of their columns whenever they are filled; here they scroll by themselves.
+void OrvFilterGuiViewer::NarrowTables() {
+    for (wxWindow* child : m_outputParent->GetChildren()) {
+        if (dynamic_cast<wxGrid*>(child) == nullptr) continue;
+        child->SetMinSize(wxSize(std::min(child->GetMinSize().x, kTableWidth), child->GetMinSize().y));
+    }
 }
 
 void OrvFilterGuiViewer::ShowMaps() {
@@ -171,14 +254,24 @@ PlotPanel* OrvFilterGuiViewer::AddPlot() {
     auto* panel = new PlotPanel(m_sideScroll, wxID_ANY);
     panel->SetMinSize(wxSize(-1, kSmallPlotHeight));
     panel->SetToolTip(_("Double click: large"));
-    m_sideList->Add(panel, 0, wxEXPAND | wxALL, kGap);
+    m_sideList->Add(panel, 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, kGap);
+    const auto before = std::make_shared<int>(0);
+    auto* edge = new DragEdge(
+        m_sideScroll, wxVERTICAL, [panel, before] { *before = panel->GetSize().y; },
+        [this, panel, before](int distance) {
+            panel->SetMinSize(wxSize(-1, std::clamp(*before + distance, kSmallPlotLeast, kSmallPlotMost)));
+            m_sideScroll->Layout();
+            m_sideScroll->FitInside();
+        });
+    edge->SetToolTip(_("Drag: higher or lower"));
+    m_sideList->Add(edge, 0, wxEXPAND);
     const std::size_t index = m_plots.size();
     panel->GetPlotWindow()->Bind(wxEVT_LEFT_DCLICK, [this, index](wxMouseEvent&) {
         PlotDialog dialog(this, wxGetTranslation(m_filter->GetName()), m_plots[index].data,
                           m_plots[index].slot);
         dialog.ShowModal();
     });
-    m_plots.push_back({panel, {}, OrvEvidence});
+    m_plots.push_back({panel, edge, {}, OrvEvidence});
     return panel;
 }
 
@@ -197,9 +290,25 @@ void OrvFilterGuiViewer::ShowPlots() {
             small.slot = slot;
             ShowPlotData(*small.panel, data, slot, 0);
             small.panel->Show();
+            small.edge->Show();
         }
     }
-    for (; used < m_plots.size(); ++used) m_plots[used].panel->Hide();
+    // The same plots of both files are there to be compared.
+    const bool arePairs = used % 2 == 0 && used > 0 && m_plots[used / 2].slot == OrvReference &&
+                          m_plots[used / 2 - 1].slot == OrvEvidence;
+    for (std::size_t i = 0; i < used; ++i) {
+        PlotWindow& plot = *m_plots[i].panel->GetPlotWindow();
+        if (arePairs && i < used / 2) {
+            ShareScaleY(plot, *m_plots[i + used / 2].panel->GetPlotWindow());
+        } else if (!arePairs) {
+            plot.SetLeastRangeY(1, 0);
+            plot.FitNewData();
+        }
+    }
+    for (; used < m_plots.size(); ++used) {
+        m_plots[used].panel->Hide();
+        m_plots[used].edge->Hide();
+    }
 }
 
 void OrvFilterGuiViewer::FitNavigator() {

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "orvgui/viewer/canvas.h"
+#include "orvgui/viewer/selectorpanel.h"
 #include "orvgui/viewer/toolpanel.h"
 #include "orvgui/viewer/viewgeometry.h"
 #include "orvgui/viewer/zoompanel.h"
@@ -31,6 +32,25 @@ void OrvFilterGuiViewer::WindowFit() {
         m_fitZoom = GetSharedWindowProperties()->zoom;
         m_toolPanel->GetZoomPanel()->ShowFit(true);
     });
+}
+
+// The whole selection as large as it fits, in the middle.
+void OrvFilterGuiViewer::ZoomToSelection() {
+    Canvas* canvas = GetLeadCanvas();
+    const WindowProperties* shared = GetSharedWindowProperties();
+    if (canvas == nullptr || shared == nullptr || m_toolPanel == nullptr || !canvas->HasImage()) return;
+    const IntRect region = m_toolPanel->GetSelectorPanel()->GetSelector(canvas);
+    if (region.IsEmpty()) return;
+    const IntPair area = canvas->GetZoomArea();
+    const double zoom = std::min(FitZoom(area, {region.width, region.height}), shared->zoomUpperLimit);
+    const IntPair centre{region.x + region.width / 2, region.y + region.height / 2};
+    canvas->SetZoom(centre.x, centre.y, zoom, 0, 0);
+    const auto toMiddle = [shared](int place, int offset, int room) {
+        return std::max(RoundToInt(((place + offset) * shared->zoom - room / 2.0) / shared->scrollRate), 0);
+    };
+    canvas->ScrollTo(toMiddle(centre.x, shared->offset.x, area.x),
+                     toMiddle(centre.y, shared->offset.y, area.y));
+    ViewChanged(true);
 }
 
 bool OrvFilterGuiViewer::IsFit() {
@@ -153,6 +173,10 @@ bool OrvFilterGuiViewer::ViewerKey(wxKeyEvent& event, Canvas* canvas) {
         case 'f':
         case 'F':
             WindowFit();
+            return true;
+        case 's':
+        case 'S':
+            ZoomToSelection();
             return true;
         default:
             return false;

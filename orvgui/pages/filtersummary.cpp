@@ -1,13 +1,18 @@
 #include "orvgui/pages/filtersummary.h"
 
+#include <wx/button.h>
 #include <wx/gbsizer.h>
 #include <wx/gdicmn.h>
+#include <wx/listctrl.h>
+#include <wx/sizer.h>
 #include <wx/textctrl.h>
 #include <wx/translation.h>
 
+#include <algorithm>
 #include <utility>
 
 #include "orvcore/facade/interface.h"
+#include "orvgui/common/framehost.h"
 #include "orvgui/common/statictext.h"
 #include "orvgui/common/wheel.h"
 #include "zorbase/text.h"
@@ -19,6 +24,10 @@ const wxSize kSwatchSize(25, 20);
 constexpr int kStatusWidth = 100;
 constexpr int kResultHeight = 200;
 constexpr int kResultSpan = 4;
+constexpr int kGap = 4;
+constexpr int kFindingsLeast = 300;  // pixels
+// Columns of the findings.
+enum FindingColumn { kStrength, kFilter, kFile, kSentence };
 
 }  // namespace
 
@@ -48,6 +57,7 @@ StatusGroup::StatusGroup(wxWindow* parent, wxGridBagSizer* sizer, int row, OrvFi
       m_status(new wxTextCtrl(parent, wxID_ANY, wxString(), wxDefaultPosition, wxSize(kStatusWidth, -1),
                               wxTE_READONLY)) {
     m_swatch->SetCanFocus(false);
+    m_label->CentreVertically();
     AddToSizer(sizer, m_label, row, 0, 1, 1);
     AddToSizer(sizer, m_swatch, row, 1, 1, 1);
     AddToSizer(sizer, m_status, row, 2, 1, 1);
@@ -94,10 +104,69 @@ void FilterSummaryPanel::CreateControlsDescription() {
 
 void FilterSummaryPanel::CreateControlsCustom() {
     m_groups.clear();
+    const int firstRow = CountCells(m_mainSizer).GetRow();
     for (OrvFilter* filter : FiltersWithVerdict(*GetInterface()))
         m_groups.push_back(
             std::make_unique<StatusGroup>(this, m_mainSizer, CountCells(m_mainSizer).GetRow(), filter));
+    CreateFindings(firstRow, std::max(static_cast<int>(m_groups.size()), 1));
     CreateResultPanel();
+}
+
+void FilterSummaryPanel::CreateFindings(int firstRow, int rows) {
+    auto* column = new wxBoxSizer(wxVERTICAL);
+    m_runAll = new wxButton(this, wxID_ANY, _("Run All Filters"));
+    m_runAll->SetToolTip(
+        _("Computes every result that is missing, one filter after the other; can be stopped"));
+    m_runAll->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { RunAll(); });
+    column->Add(m_runAll, 0, wxBOTTOM, kGap);
+    m_list = new wxListCtrl(this, wxID_ANY, wxDefaultPosition, wxSize(kFindingsLeast, -1),
+                            wxLC_REPORT | wxLC_SINGLE_SEL);
+    m_list->SetName(_("Findings"));
+    m_list->AppendColumn(_("Strength"), wxLIST_FORMAT_LEFT,
+                         GetTextExtent(StateText(SummaryState::WorthALook)).x + 40);
+    m_list->AppendColumn(_("Filter"), wxLIST_FORMAT_LEFT, GetTextExtent("Copy-Move (Keypoints)").x + 16);
+    m_list->AppendColumn(_("File"), wxLIST_FORMAT_LEFT, GetTextExtent(_("Reference")).x + 16);
+    m_list->AppendColumn(_("Finding"));
+    m_list->SetToolTip(_("Double click or Enter: to the page of the filter"));
+    m_list->Bind(wxEVT_LIST_ITEM_ACTIVATED,
+                 [this](wxListEvent& event) { OpenFinding(static_cast<std::size_t>(event.GetIndex())); });
+    m_list->Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
+        event.Skip();
+        int rest = m_list->GetClientSize().x;
+        for (int i = 0; i < kSentence; ++i) rest -= m_list->GetColumnWidth(i);
+        m_list->SetColumnWidth(kSentence, std::max(rest, kFindingsLeast));
+    });
+    column->Add(m_list, 1, wxEXPAND);
+    m_mainSizer->Add(column, wxGBPosition(firstRow, kResultSpan - 1), wxGBSpan(rows, 1), wxEXPAND | wxALL,
+                     kGap);
+}
+
+void FilterSummaryPanel::ShowFindings(const std::vector<SummaryFile>& files) {
+    m_runAll->Enable(!files.empty());
+    std::vector<SummaryFinding> findings = ListFindings(files);
+    m_list->Freeze();
+    m_list->DeleteAllItems();
+    for (std::size_t i = 0; i < findings.size(); ++i) {
+        const SummaryFinding& finding = findings[i];
+        const bool isStrong = finding.state == SummaryState::StrongSign;
+        const long row =
+            m_list->InsertItem(static_cast<long>(i), wxString::FromUTF8(isStrong ? "\u25b2 " : "\u25b3 ") +
+                                                         StateText(finding.state));
+        m_list->SetItem(row, kFilter, finding.filterName);
+        m_list->SetItem(row, kFile, finding.slot == OrvEvidence ? _("Evidence") : _("Reference"));
+        m_list->SetItem(row, kSentence, finding.text);
+    }
+    m_list->Thaw();
+    m_findings = std::move(findings);
+}
+
+void FilterSummaryPanel::OpenFinding(std::size_t index) {
+    if (index >= m_findings.size()) return;
+    if (OrvFrameHost* frame = GetFrameHost()) frame->ShowFilter(m_findings[index].filter);
+}
+
+void FilterSummaryPanel::RunAll() {
+    GetInterface()->CallGenericAction(OrvActionRunAll, _("Run All Filters"), {});
 }
 
 void FilterSummaryPanel::CreateResultPanel() {
@@ -127,6 +196,7 @@ void FilterSummaryPanel::UpdateControlsCustom() {
         m_groups[i]->SetStatus(StateText(entry.state));
         m_groups[i]->SetToolTip(StatusToolTip(entry));
     }
+    ShowFindings(files);
     const wxString text = GlobalResultText(files);
     if (m_result->GetValue() != text) m_result->ChangeValue(text);
 }

@@ -8,6 +8,8 @@
 #include "orvgui/pages/filtersummarytext.h"
 
 class OrvContext;
+class wxButton;
+class wxListCtrl;
 class wxTextCtrl;
 
 // The first entry of the filters tree: no analysis of its own, but a page that gathers how the others stand.
@@ -47,8 +49,8 @@ class ORVGUI_API StatusGroup {
     wxTextCtrl* m_status;
 };
 
-// The page of the summary: a status line for every filter that gives verdicts, and below them all findings in
-// sentences. GUI thread only.
+// The page of the summary: a status line for every filter that gives verdicts, beside them what was found, the strongest first,
+// each leading to its page, and below them all of it in sentences. GUI thread only.
 class ORVGUI_API FilterSummaryPanel : public OrvFilterGui {
   public:
     FilterSummaryPanel(wxWindow* parent, OrvFilter* filter);
@@ -60,8 +62,19 @@ class ORVGUI_API FilterSummaryPanel : public OrvFilterGui {
 
     const std::vector<std::unique_ptr<StatusGroup>>& GetStatusGroups() const { return m_groups; }
     wxTextCtrl* GetResultText() const { return m_result; }
+    wxListCtrl* GetFindingsList() const { return m_list; }
+    // Goes to the page of the filter that found it.
+    void OpenFinding(std::size_t index);
+    // Asks the core for every result that is missing; it is told when they are there.
+    void RunAll();
 
   private:
     std::vector<std::unique_ptr<StatusGroup>> m_groups;
+    void CreateFindings(int firstRow, int rows);
+    void ShowFindings(const std::vector<SummaryFile>& files);
+
     wxTextCtrl* m_result = nullptr;
+    wxButton* m_runAll = nullptr;
+    wxListCtrl* m_list = nullptr;
+    std::vector<SummaryFinding> m_findings;
 };

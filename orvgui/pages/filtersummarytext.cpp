@@ -170,16 +170,34 @@ std::vector<SummaryFile> ReadSummary(const OrvInterface& core, const std::vector
         const OrvFilePtr loaded = core.HasFile(slot) ? core.GetFile(slot) : nullptr;
         if (!loaded) continue;
         SummaryFile& file = files.emplace_back();
+        file.slot = slot;
         file.title = (slot == OrvEvidence ? _("Evidence") : _("Reference")) + " (" +
                      OnOneLine(PathName(loaded->GetPath())) + ")";
-        for (const OrvFilter* filter : filters) {
+        for (OrvFilter* filter : filters) {
             const OrvFilterResultPtr result = filter->GetResult();
             file.entries.push_back(MakeSummaryEntry(wxGetTranslation(filter->GetName()), result.get(),
                                                     IsForLoadedFiles(result, core), slot,
                                                     filter->GetErrorMessage()));
+            file.entries.back().filter = filter;
         }
     }
     return files;
+}
+
+std::vector<SummaryFinding> ListFindings(const std::vector<SummaryFile>& files) {
+    std::vector<SummaryFinding> findings;
+    for (const SummaryState state : {SummaryState::StrongSign, SummaryState::WorthALook}) {
+        for (const SummaryFile& file : files) {
+            for (const SummaryEntry& entry : file.entries) {
+                if (entry.state != state) continue;
+                std::vector<wxString> texts = entry.findings;
+                if (texts.empty()) texts.push_back(entry.text);
+                for (const wxString& text : texts)
+                    findings.push_back({entry.filter, state, file.slot, entry.filterName, text});
+            }
+        }
+    }
+    return findings;
 }
 
 wxString GlobalResultText(const std::vector<SummaryFile>& files) {

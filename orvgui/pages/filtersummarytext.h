@@ -24,12 +24,14 @@ struct SummaryEntry {
     wxString text;                   // what the filter says in a few words, or why it failed
     wxString settings;               // the parameters of the run, "" for none
     std::vector<wxString> findings;  // whole sentences
+    OrvFilter* filter = nullptr;     // belongs to the core
 };
 
 // One loaded file with the entries of all filters that give verdicts.
 struct SummaryFile {
     wxString title;  // "Evidence (name.jpg)"
     std::vector<SummaryEntry> entries;
+    OrvFileId slot = OrvEvidence;
 };
 
 SummaryState StateOf(OrvVerdict verdict);
@@ -45,6 +47,17 @@ SummaryEntry MakeSummaryEntry(const wxString& filterName, const OrvFilterResult*
 std::vector<SummaryFile> ReadSummary(const OrvInterface& core, const std::vector<OrvFilter*>& filters);
 // The filters that get a status line, in the core's order.
 std::vector<OrvFilter*> FiltersWithVerdict(const OrvInterface& core);
+
+// One thing that a filter found in one file.
+struct SummaryFinding {
+    OrvFilter* filter = nullptr;
+    SummaryState state = SummaryState::WorthALook;
+    OrvFileId slot = OrvEvidence;
+    wxString filterName;
+    wxString text;  // a sentence
+};
+// All findings, the strongest first, else in the order of the files and filters.
+std::vector<SummaryFinding> ListFindings(const std::vector<SummaryFile>& files);
 
 // The text below the status lines.
 wxString GlobalResultText(const std::vector<SummaryFile>& files);

@@ -123,6 +123,9 @@ class PlotWindow : public mpWindow {
     // The same when the extent is another one than at the last call or the user has not changed the view;
     // keeps the view otherwise.
     void FitNewData();
+    // The y axis reaches over this range too, so that plots beside each other can be compared; an empty range (minY > maxY) for
+    // nothing but the data.
+    void SetLeastRangeY(double minY, double maxY);
     // Draws everything as it stands on the screen, without a selection rectangle.
     void Draw(wxDC& dc);
     // The data closest to an abscissa, for the text under the mouse; false when there is none.
@@ -158,4 +161,9 @@ class PlotWindow : public mpWindow {
     double m_startY = 0;
     bool m_viewChosen = false;  // by the user, since everything was last shown
     double m_extent[4] = {0, 0, 0, 0};
+    double m_leastMinY = 1;
+    double m_leastMaxY = 0;
 };
+
+// Gives the plots one scale along y that holds the data of both. Views that the user chose stay while the data does.
+void ShareScaleY(PlotWindow& first, PlotWindow& second);

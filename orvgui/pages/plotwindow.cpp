@@ -55,6 +55,10 @@ bool PlotWindow::UpdateBBox() {
         m_minX = m_minY = 0;
         m_maxX = m_maxY = 1;
     }
+    if (m_leastMinY <= m_leastMaxY && any) {
+        m_minY = std::min(m_minY, m_leastMinY);
+        m_maxY = std::max(m_maxY, m_leastMaxY);
+    }
     if (!(m_maxX > m_minX)) m_maxX = m_minX + 1;
     if (!(m_maxY > m_minY)) m_maxY = m_minY + 1;
     const double airX = (m_maxX - m_minX) * kAir / 3;
@@ -65,6 +69,30 @@ bool PlotWindow::UpdateBBox() {
     if (m_minY != 0) m_minY -= airY;
     m_maxY += airY;
     return true;
+}
+
+void PlotWindow::SetLeastRangeY(double minY, double maxY) {
+    m_leastMinY = minY;
+    m_leastMaxY = maxY;
+}
+
+void ShareScaleY(PlotWindow& first, PlotWindow& second) {
+    double minY = 1;
+    double maxY = 0;
+    for (PlotWindow* plot : {&first, &second}) {
+        for (unsigned int i = 0; i < plot->CountAllLayers(); ++i) {
+            mpLayer* layer = plot->GetLayer(static_cast<int>(i));
+            if (layer == nullptr || !layer->HasBBox()) continue;
+            if (!std::isfinite(layer->GetMinY()) || !std::isfinite(layer->GetMaxY())) continue;
+            const bool isFirst = minY > maxY;
+            minY = isFirst ? layer->GetMinY() : std::min(minY, layer->GetMinY());
+            maxY = isFirst ? layer->GetMaxY() : std::max(maxY, layer->GetMaxY());
+        }
+    }
+    for (PlotWindow* plot : {&first, &second}) {
+        plot->SetLeastRangeY(minY, maxY);
+        plot->FitNewData();
+    }
 }
 
 void PlotWindow::FitAll() {

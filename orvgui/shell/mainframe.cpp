@@ -15,6 +15,7 @@
 
 #include "orvcore/facade/interface.h"
 #include "orvcore/filters/hexviewfilter.h"
+#include "orvgui/common/accessible.h"
 #include "orvgui/common/icons.h"
 #include "orvgui/common/messagebox.h"
 #include "orvgui/common/opencverrors.h"
@@ -77,6 +78,8 @@ OrvMainFrame::OrvMainFrame(OrvInterface* core, const AppVersion& version, const 
         event.Skip();
         if (event.IsShown()) GetMenuBar()->Show();
     });
+    NameControls(this);
+    NameControlsOfDialogs();
     // The keyboard starts in the tree, where every shortcut works; a text field would keep some of them.
     m_filtersPanel->GetTree()->SetFocus();
 }
@@ -222,6 +225,11 @@ void OrvMainFrame::ShowBytes(std::uint64_t offset, std::uint64_t count) {
     HexViewFilter::Aim(input, offset, count);
     m_core->Configure(filter, -1, input, filter->GetParametersPostProcessing(), false);
     m_filtersPanel->ActivateGui(*page);
+}
+
+void OrvMainFrame::ShowFilter(OrvFilter* filter) {
+    if (filter != nullptr)
+        m_filtersPanel->ActivateGui(dynamic_cast<OrvFilterGui*>(filter->GetAnalsyisFilterGui()));
 }
 
 void OrvMainFrame::SelectFirstItem() {

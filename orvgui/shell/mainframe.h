@@ -75,6 +75,7 @@ class ORVGUI_API OrvMainFrame : public wxFrame, public OrvProgressHandler, publi
     OrvHelpNode* GetHelpNode() const { return m_helpNode.get(); }
     void OpenEditPanel(OrvFileId) {}  // deliberately empty
     void SetStatusField(OrvStatusField field, const wxString& text) override;
+    void ShowFilter(OrvFilter* filter) override;
 
     // Asks about what a run of the program that crashed has left behind; whether a project is being opened from it.
     bool OfferRecovery();

@@ -4,6 +4,7 @@
 #include <wx/translation.h>
 #include <wx/utils.h>
 
+#include "orvcore/facade/commandqueue.h"
 #include "orvcore/facade/interface.h"
 #include "orvcore/tools/web/webparameters.h"
 #include "orvgui/common/messagebox.h"
@@ -285,7 +286,13 @@ void OrvMainFrame::OnCommandExecuted(OrvCommandEvent& event) {
             }
             break;
         }
-        case 9:
+        case OrvActionRunAll:
+            m_filtersPanel->UpdateTreebook(true);
+            RefreshShownSummary(nullptr);
+            // What was stopped has no need to be told of.
+            if (event.GetError() != 0 && event.GetError() != kErrorAborted)
+                OrvMessageBox(event.GetMessage(), _("Error"), wxOK, this);
+            break;
         case 10:
         case 11:
             break;

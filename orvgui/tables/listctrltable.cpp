@@ -22,6 +22,8 @@ constexpr int kMargin = 2;
 constexpr int kLargestPicture = 4096;  // pixels; a larger bitmap would not be drawn
 
 const wxColour kOrange(255, 165, 0);
+// Orange can be read on a dark ground alone: 8 to 1, on white it would be 2 to 1.
+const wxColour kOrangeGround(56, 36, 8);
 
 }  // namespace
 
@@ -35,6 +37,7 @@ ListCtrlTable::ListCtrlTable(ListCtrlView view, Thumbnails thumbnails)
             attribute->SetTextColour(kind == CellMark::StandsOut  ? *wxRED
                                      : kind == CellMark::Doubtful ? kOrange
                                                                   : *wxBLACK);
+            if (kind == CellMark::Doubtful) attribute->SetBackgroundColour(kOrangeGround);
             attribute->SetAlignment(aligned != 0 ? wxALIGN_RIGHT : wxALIGN_LEFT, wxALIGN_CENTRE);
             attribute->SetOverflow(false);
             attribute->SetReadOnly();
@@ -201,6 +204,13 @@ ListCtrlTable* TableOf(wxGrid& grid) {
     return dynamic_cast<ListCtrlTable*>(grid.GetTable());
 }
 
+// With the sign that says the same as the colour.
+wxString SignedText(const ListCtrlTable& table, const wxGridCellAttr& attr, int row, int col) {
+    const wxString text = table.GetDisplayText(row, col);
+    if (text.empty() || attr.GetTextColour() != kOrange) return text;
+    return wxString::FromUTF8("\u25b2 ") + text;
+}
+
 }  // namespace
 
 void ListCtrlTextRenderer::Draw(wxGrid& grid, wxGridCellAttr& attr, wxDC& dc, const wxRect& rect, int row,
@@ -216,13 +226,13 @@ void ListCtrlTextRenderer::Draw(wxGrid& grid, wxGridCellAttr& attr, wxDC& dc, co
     attr.GetAlignment(&horizontal, &vertical);
     wxRect inner = rect;
     inner.Deflate(kMargin, 1);
-    grid.DrawTextRectangle(dc, table->GetDisplayText(row, col), inner, horizontal, vertical);
+    grid.DrawTextRectangle(dc, SignedText(*table, attr, row, col), inner, horizontal, vertical);
 }
 
 wxSize ListCtrlTextRenderer::GetBestSize(wxGrid& grid, wxGridCellAttr& attr, wxDC& dc, int row, int col) {
     const ListCtrlTable* table = TableOf(grid);
     if (table == nullptr) return wxSize();
-    const wxString text = table->GetDisplayText(row, col);
+    const wxString text = SignedText(*table, attr, row, col);
     if (text.empty()) return wxSize();
     // Asking the toolkit for the width of every cell costs most of the time that a table takes to be shown.
     const bool isPlain =

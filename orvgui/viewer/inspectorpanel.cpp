@@ -16,9 +16,10 @@ namespace {
 
 constexpr int kGap = 4;
 constexpr int kSwatch = 16;
-constexpr int kTextDigits = 38;      // of the usual read-out
-constexpr int kMapTextDigits = 28;   // name, value and unit of a map
-constexpr int kDeepTextDigits = 66;  // with stored samples of 16 bits or an alpha
+constexpr int kPlaceDigits = 31;   // first line: place and colour
+constexpr int kGreyDigits = 8;     // second line, which goes on with
+constexpr int kMapDigits = 28;     // name, value and unit of a map
+constexpr int kStoredDigits = 34;  // stored samples of 16 bits, or with an alpha
 
 int Sample(const cv::Mat& mat, int x, int y, int channel) {
     const int at = x * mat.channels() + channel;
@@ -59,9 +60,9 @@ void InspectorPanel::CreateControls() {
     m_text =
         new wxStaticText(this, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize, wxST_NO_AUTORESIZE);
     m_text->SetFont(wxFont(wxFontInfo(8).Family(wxFONTFAMILY_TELETYPE)));
-    // A fixed width: the strip must not be laid out anew with every motion of the mouse.
-    m_text->SetMinSize(wxSize(m_text->GetTextExtent(wxString('0', kTextDigits)).x, -1));
-    sizer->Add(m_colour, 0, wxALIGN_CENTER_VERTICAL | wxTOP | wxBOTTOM, kGap);
+    // A fixed size: the strip must not be laid out anew with every motion of the mouse.
+    m_text->SetMinSize(TextSize(0));
+    sizer->Add(m_colour, 0, wxALIGN_CENTER_VERTICAL);
     sizer->Add(m_text, 1, wxALIGN_CENTER_VERTICAL | wxLEFT, kGap);
     SetSizer(sizer);
     m_colour->SetBackgroundColour(GetBackgroundColour());
@@ -76,12 +77,17 @@ void InspectorPanel::ConfigureControls() {
         const IntPair size = canvas->GetProperties()->GetPixelSize();
         return canvas->HasImage() && !m_page->DescribeMap(canvas, size.x / 2, size.y / 2).empty();
     });
-    const int digits = (isDeep ? kDeepTextDigits : kTextDigits) + (isMapped ? kMapTextDigits : 0);
-    const wxSize size(m_text->GetTextExtent(wxString('0', static_cast<std::size_t>(digits))).x, -1);
+    const wxSize size = TextSize((isDeep ? kStoredDigits : 0) + (isMapped ? kMapDigits : 0));
     if (m_text->GetMinSize() == size) return;
     m_text->SetMinSize(size);
-    // The strip may need another row for it.
-    if (wxWindow* page = GetParent() ? GetParent()->GetParent() : nullptr) page->PostSizeEvent();
+    FitStrip();  // which may need another row for it
+}
+
+// Two lines, the second one with as many digits after the grey level.
+wxSize InspectorPanel::TextSize(int moreDigits) const {
+    const int digits = std::max(kPlaceDigits, kGreyDigits + moreDigits);
+    const wxSize line = m_text->GetTextExtent(wxString('0', static_cast<std::size_t>(digits)));
+    return wxSize(line.x, 2 * line.y);
 }
 
 void InspectorPanel::RefreshValues() {
@@ -94,7 +100,9 @@ void InspectorPanel::ClearValues() {
 }
 
 wxString InspectorPanel::GetText() const {
-    return m_text->GetLabelText();
+    wxString text = m_text->GetLabelText();
+    text.Replace("\n", "  ");
+    return text;
 }
 
 void InspectorPanel::ShowNothing() {
@@ -120,11 +128,12 @@ wxString InspectorPanel::DescribePixel(Canvas* canvas, int x, int y) {
     canvas->GetRGB(red, green, blue, x, y);
     const int grey = static_cast<int>(std::lround(0.299 * red + 0.587 * green + 0.114 * blue));
     const Image& image = canvas->GetProperties()->GetIplImage();
-    wxString text = wxString::Format("%d, %d  R %d G %d B %d", x, y, red, green, blue);
+    wxString text = wxString::Format("%d, %d  R %d G %d B %d\n", x, y, red, green, blue);
+    text += wxString::Format(_("grey %d"), grey);
     if (HasStoredSamples(image)) {
         text += wxString::Format("  %d bit %s", image.GetDepth(), DescribeSamples(image, x, y));
     }
-    return text + wxString::Format(_("  grey %d"), grey);
+    return text;
 }
 
 void InspectorPanel::Pan(const wxMouseEvent& event, Canvas* canvas) {
@@ -176,7 +185,7 @@ void InspectorPanel::ShowPixel(Canvas* canvas) {
     if (!map.empty()) text += "  " + map;
     if (m_text->GetLabelText() != text) {
         m_text->SetLabelText(text);
-        if (OrvFrameHost* frame = GetFrameHost()) frame->SetStatusField(OrvStatusField::Pixel, text);
+        if (OrvFrameHost* frame = GetFrameHost()) frame->SetStatusField(OrvStatusField::Pixel, GetText());
     }
     int red = 0;
     int green = 0;

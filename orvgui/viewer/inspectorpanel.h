@@ -16,14 +16,16 @@ class ORVGUI_API InspectorPanel : public OrvToolPanelBase {
     void ClearValues() override;
     void ViewerMouseOn(wxMouseEvent& event, Canvas* canvas, bool useZoomCentre) override;
 
-    wxString GetText() const;  // the read-out as it is shown
-    // The text of the read-out at an image point; empty where there is no pixel.
+    wxString GetText() const;  // the read-out as it is shown, in one line
+    // The text of the read-out at an image point: place and colour in the first line, grey level and stored samples in the
+    // second. Empty where there is no pixel.
     static wxString DescribePixel(Canvas* canvas, int x, int y);
 
   private:
     void Pan(const wxMouseEvent& event, Canvas* canvas);
     void ShowPixel(Canvas* canvas);
     void ShowNothing();
+    wxSize TextSize(int moreDigits) const;
 
     Canvas* m_canvas = nullptr;  // under the mouse; null while it is elsewhere
     IntPair m_mousePoint;        // window point

@@ -25,7 +25,7 @@
 namespace {
 
 constexpr int kGap = 4;
-constexpr int kTextWidth = 240;
+constexpr int kTextWidth = 200;
 constexpr int kRangeWidth = 64;
 constexpr int kRestMs = 80;  // a selection that is being drawn is counted when it rests
 

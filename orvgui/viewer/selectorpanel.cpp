@@ -1,13 +1,15 @@
 #include "orvgui/viewer/selectorpanel.h"
 
-#include <wx/button.h>
+#include <wx/bmpbuttn.h>
 #include <wx/intl.h>
 #include <wx/sizer.h>
-#include <wx/spinctrl.h>
 #include <wx/stattext.h>
 
 #include <algorithm>
 
+#include "orvgui/common/accessible.h"
+#include "orvgui/common/icons.h"
+#include "orvgui/common/numberfield.h"
 #include "orvgui/viewer/canvas.h"
 #include "orvgui/viewer/viewerhost.h"
 #include "zorbase/roi.h"
@@ -16,6 +18,7 @@ namespace {
 
 constexpr int kGap = 4;
 constexpr int kDigits = 5;
+constexpr int kIcon = 16;
 
 wxStockCursor CursorFor(RelativePosition position) {
     switch (position) {
@@ -52,13 +55,11 @@ IntPair ImageSize(Canvas* canvas) {
 
 SelectorPanel::SelectorPanel(wxWindow* parent, OrvViewerHost* page) : OrvToolPanelBase(parent, page) {}
 
-wxSpinCtrl* SelectorPanel::AddField(wxSizer* sizer, const wxString& label, const wxString& toolTip) {
+NumberField* SelectorPanel::AddField(wxSizer* sizer, const wxString& label, const wxString& toolTip) {
     sizer->Add(new wxStaticText(this, wxID_ANY, label), 0, wxALIGN_CENTER_VERTICAL | wxLEFT, kGap);
-    auto* field =
-        new wxSpinCtrl(this, wxID_ANY, "0", wxDefaultPosition, wxDefaultSize, wxSP_ARROW_KEYS, 0, 0, 0);
+    auto* field = new NumberField(this, kDigits, [this] { ChangeValues(); });
     field->SetToolTip(toolTip);
-    field->SetInitialSize(field->GetSizeFromTextSize(field->GetTextExtent(wxString('0', kDigits)).x));
-    field->Bind(wxEVT_SPINCTRL, [this](wxSpinEvent&) { ChangeValues(); });
+    SetAccessibleName(field, toolTip);
     sizer->Add(field, 0, wxALIGN_CENTER_VERTICAL | wxLEFT, kGap / 2);
     return field;
 }
@@ -69,15 +70,23 @@ void SelectorPanel::CreateControls() {
     m_y = AddField(sizer, _("Y"), _("Upper edge of the selection, pixels"));
     m_width = AddField(sizer, _("W"), _("Width of the selection, pixels"));
     m_height = AddField(sizer, _("H"), _("Height of the selection, pixels"));
-    const auto addButton = [&](const wxString& label, const wxString& toolTip, auto handler) {
-        auto* button = new wxButton(this, wxID_ANY, label, wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT);
+    const auto addButton = [&](const char* icon, const wxString& name, const wxString& toolTip,
+                               auto handler) {
+        auto* button = new wxBitmapButton(this, wxID_ANY, LoadIconBundle(icon, kIcon), wxDefaultPosition,
+                                          wxDefaultSize, wxBU_EXACTFIT);
         button->SetToolTip(toolTip);
+        SetAccessibleName(button, name);
         button->Bind(wxEVT_BUTTON, handler, this);
-        sizer->Add(button, 0, wxALIGN_CENTER_VERTICAL | wxLEFT, kGap);
+        sizer->Add(button, 0, wxALIGN_CENTER_VERTICAL | wxLEFT, kGap / 2);
     };
-    addButton(_("Apply"), _("Uses the selection as the region of this analysis, where it has one"),
+    sizer->AddSpacer(kGap);
+    addButton("apply.png", _("Apply"),
+              _("Apply: uses the selection as the region of this analysis, where it has one"),
               &SelectorPanel::OnApplySelection);
-    addButton(_("Remove"), _("Removes the selection"), &SelectorPanel::OnRemoveSelection);
+    addButton("zoomselection.png", _("Zoom to the selection"), _("Zooms to the selection (S)"),
+              &SelectorPanel::OnZoomSelection);
+    addButton("remove.png", _("Remove"), _("Remove: there is no selection any more"),
+              &SelectorPanel::OnRemoveSelection);
     SetSizer(sizer);
 }
 
@@ -99,14 +108,10 @@ void SelectorPanel::ConfigureControls() {
 
 void SelectorPanel::RefreshValues() {
     if (m_x == nullptr) return;
-    const auto show = [](wxSpinCtrl* field, int value) {
-        // A field in which somebody types keeps the text.
-        if (field->GetValue() != value && !field->HasFocus()) field->SetValue(value);
-    };
-    show(m_x, m_shown.x);
-    show(m_y, m_shown.y);
-    show(m_width, m_shown.width);
-    show(m_height, m_shown.height);
+    m_x->SetNumber(m_shown.x);
+    m_y->SetNumber(m_shown.y);
+    m_width->SetNumber(m_shown.width);
+    m_height->SetNumber(m_shown.height);
 }
 
 void SelectorPanel::ClearValues() {
@@ -221,7 +226,7 @@ void SelectorPanel::ChangeValues() {
     Canvas* canvas = m_page->GetCanvasFromActiveWin();
     if (canvas == nullptr || !canvas->HasImage()) return;
     m_drag.Clear();
-    const IntRect typed{m_x->GetValue(), m_y->GetValue(), m_width->GetValue(), m_height->GetValue()};
+    const IntRect typed{m_x->GetNumber(), m_y->GetNumber(), m_width->GetNumber(), m_height->GetNumber()};
     m_selector = ClipRect(typed, ImageSize(canvas));
     m_shown = typed.IsEmpty() ? typed : m_selector;
     Outline();
@@ -231,6 +236,10 @@ void SelectorPanel::ChangeValues() {
 void SelectorPanel::OnApplySelection(wxCommandEvent&) {
     if (!m_selector.IsEmpty())
         m_page->ApplySelection(Roi(m_selector.x, m_selector.y, m_selector.width, m_selector.height));
+}
+
+void SelectorPanel::OnZoomSelection(wxCommandEvent&) {
+    m_page->ZoomToSelection();
 }
 
 void SelectorPanel::OnRemoveSelection(wxCommandEvent&) {

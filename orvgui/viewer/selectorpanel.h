@@ -3,7 +3,7 @@
 #include "orvgui/viewer/selectiongeometry.h"
 #include "orvgui/viewer/toolpanel.h"
 
-class wxSpinCtrl;
+class NumberField;
 
 // The selection rectangle of a viewer page, in image pixels: drawn, moved and resized with the mouse, or typed. It is outlined
 // on every canvas of the page; Apply hands it to the parameters that follow it.
@@ -32,10 +32,11 @@ class ORVGUI_API SelectorPanel : public OrvToolPanelBase {
     void ChangeValues();  // takes over what the fields say
 
     void OnApplySelection(wxCommandEvent& event);
+    void OnZoomSelection(wxCommandEvent& event);
     void OnRemoveSelection(wxCommandEvent& event);
 
   private:
-    wxSpinCtrl* AddField(class wxSizer* sizer, const wxString& label, const wxString& toolTip);
+    NumberField* AddField(class wxSizer* sizer, const wxString& label, const wxString& toolTip);
     void Outline();
 
     IntRect m_selector;  // empty: none
@@ -43,8 +44,8 @@ class ORVGUI_API SelectorPanel : public OrvToolPanelBase {
     SelectionDrag m_drag;
     IntPair m_anchor{-1, -1};  // p0 of the drag under way
     bool m_isDrawing = false;  // a new rectangle grows until the release
-    wxSpinCtrl* m_x = nullptr;
-    wxSpinCtrl* m_y = nullptr;
-    wxSpinCtrl* m_width = nullptr;
-    wxSpinCtrl* m_height = nullptr;
+    NumberField* m_x = nullptr;
+    NumberField* m_y = nullptr;
+    NumberField* m_width = nullptr;
+    NumberField* m_height = nullptr;
 };

@@ -12,7 +12,7 @@
 namespace {
 
 constexpr int kGap = 4;
-constexpr int kTextWidth = 240;
+constexpr int kTextWidth = 200;
 
 }  // namespace
 

@@ -3,8 +3,9 @@
 #include <wx/intl.h>
 #include <wx/sizer.h>
 #include <wx/tglbtn.h>
-#include <wx/wrapsizer.h>
 
+#include "orvgui/common/accessible.h"
+#include "orvgui/common/icons.h"
 #include "orvgui/viewer/canvas.h"
 #include "orvgui/viewer/inspectorpanel.h"
 #include "orvgui/viewer/selectorpanel.h"
@@ -15,12 +16,21 @@
 namespace {
 
 constexpr int kGap = 4;
-constexpr int kGroupGap = 12;
+constexpr int kGroupGap = 10;
+constexpr int kStripMargin = 3;
+constexpr int kIcon = 16;
 
 }  // namespace
 
 OrvToolPanelBase::OrvToolPanelBase(wxWindow* parent, OrvViewerHost* page)
     : wxPanel(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxTAB_TRAVERSAL), m_page(page) {}
+
+void OrvToolPanelBase::FitStrip() {
+    OrvToolPanel* strip = m_page ? m_page->GetOrvToolPanel() : nullptr;
+    if (strip == nullptr) return;
+    strip->Layout();
+    if (wxWindow* page = strip->GetParent()) page->PostSizeEvent();
+}
 
 bool OrvToolPanelBase::IsToolChosen(OrvTool tool) const {
     const OrvToolPanel* strip = m_page ? m_page->GetOrvToolPanel() : nullptr;
@@ -34,39 +44,59 @@ void OrvToolPanel::CreateControls() {
     m_selectorPanel = new SelectorPanel(this, m_page);
     m_inspectorPanel = new InspectorPanel(this, m_page);
 
-    const auto makeToggle = [this](const wxString& label, const wxString& toolTip) {
-        auto* button =
-            new wxToggleButton(this, wxID_ANY, label, wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT);
-        button->SetToolTip(toolTip);
+    m_tools = new OrvToolPanelBase(this, m_page);
+    auto* tools = new wxBoxSizer(wxHORIZONTAL);
+    const auto makeToggle = [&](const char* icon, const wxString& name, const wxString& toolTip) {
+        auto* button = new wxBitmapToggleButton(m_tools, wxID_ANY, LoadIconBundle(icon, kIcon),
+                                                wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT);
+        button->SetToolTip(name + ": " + toolTip);
+        SetAccessibleName(button, name);
+        tools->Add(button, 0, wxALIGN_CENTER_VERTICAL | wxLEFT, tools->IsEmpty() ? 0 : kGap / 2);
         return button;
     };
-    m_navigateButton = makeToggle(_("Navigate"), _("A click zooms in, a drag moves the picture"));
-    m_selectButton = makeToggle(_("Select"), _("A drag draws, moves or resizes the selection"));
-    m_sideButton =
-        makeToggle(_("Details"), _("Shows or hides description, parameters, results and overview"));
+    m_navigateButton =
+        makeToggle("navigate.png", _("Navigate"), _("a click zooms in, a drag moves the picture"));
+    m_selectButton = makeToggle("select.png", _("Select"), _("a drag draws, moves or resizes the selection"));
+    tools->AddSpacer(kGap);
+    m_sideButton = makeToggle("details.png", _("Details"),
+                              _("shows or hides description, parameters, results and overview"));
+    m_tools->SetSizer(tools);
+    m_tools->MoveAfterInTabOrder(m_zoomPanel);
     m_sideButton->SetValue(true);
     m_navigateButton->Bind(wxEVT_TOGGLEBUTTON, &OrvToolPanel::OnTool, this);
     m_selectButton->Bind(wxEVT_TOGGLEBUTTON, &OrvToolPanel::OnTool, this);
     m_sideButton->Bind(wxEVT_TOGGLEBUTTON, &OrvToolPanel::OnSidePanel, this);
 
-    auto* tools = new wxBoxSizer(wxHORIZONTAL);
-    tools->Add(m_navigateButton, 0, wxALIGN_CENTER_VERTICAL);
-    tools->Add(m_selectButton, 0, wxALIGN_CENTER_VERTICAL);
-    tools->Add(m_sideButton, 0, wxALIGN_CENTER_VERTICAL | wxLEFT, kGap);
-
-    auto* sizer = new wxWrapSizer(wxHORIZONTAL, wxREMOVE_LEADING_SPACES | wxEXTEND_LAST_ON_EACH_LINE);
-    const auto add = [sizer](auto* item) {
-        auto* cell = new wxBoxSizer(wxVERTICAL);
-        cell->Add(item, 0, wxEXPAND | wxRIGHT, kGroupGap - kGap);
-        sizer->Add(cell, 0, wxALL, kGap / 2);
-    };
     for (OrvToolPanelBase* panel : AllPanels()) panel->CreateControls();
-    add(m_zoomPanel);
-    add(tools);
-    add(m_selectorPanel);
-    add(m_inspectorPanel);
-    SetSizer(sizer);
+    // The tool that is on shows its fields before anything is laid out.
+    m_selectorPanel->Hide();
     SetTool(OrvTool::Navigate);
+    Bind(wxEVT_SIZE, [this](wxSizeEvent&) { Layout(); });
+}
+
+// Groups of different width in rows that share what is to spare: no sizer of the toolkit does that.
+StripPlaces OrvToolPanel::PlaceGroups(int width) const {
+    std::vector<StripGroup> groups;
+    for (OrvToolPanelBase* panel : {static_cast<OrvToolPanelBase*>(m_zoomPanel), m_tools,
+                                    static_cast<OrvToolPanelBase*>(m_selectorPanel),
+                                    static_cast<OrvToolPanelBase*>(m_inspectorPanel)}) {
+        const wxSize best = panel->GetSizer()->CalcMin();
+        groups.push_back({best.x, panel->GetWantedWidth(), best.y, panel->IsShown()});
+    }
+    return PlaceStrip(groups, width, kGroupGap, kStripMargin);
+}
+
+bool OrvToolPanel::Layout() {
+    if (m_inspectorPanel == nullptr) return false;
+    const StripPlaces places = PlaceGroups(GetClientSize().x);
+    std::size_t i = 0;
+    for (OrvToolPanelBase* panel : {static_cast<OrvToolPanelBase*>(m_zoomPanel), m_tools,
+                                    static_cast<OrvToolPanelBase*>(m_selectorPanel),
+                                    static_cast<OrvToolPanelBase*>(m_inspectorPanel)}) {
+        const StripPlace& place = places.groups[i++];
+        if (panel->IsShown()) panel->SetSize(place.x, place.y, place.width, place.height);
+    }
+    return true;
 }
 
 std::vector<OrvToolPanelBase*> OrvToolPanel::AllPanels() const {
@@ -101,11 +131,7 @@ void OrvToolPanel::SetTool(OrvTool tool) {
     m_navigateButton->SetValue(tool == OrvTool::Navigate);
     m_selectButton->SetValue(tool == OrvTool::Select);
     // The selection's numbers take a row of their own in a narrow window: only where they are wanted.
-    wxWindow* cell = m_selectorPanel;
-    if (cell->IsShown() == (tool == OrvTool::Select)) return;
-    cell->Show(tool == OrvTool::Select);
-    if (wxWindow* page = GetParent()) page->PostSizeEvent();
-    Layout();
+    if (m_selectorPanel->Show(tool == OrvTool::Select)) FitStrip();
 }
 
 void OrvToolPanel::OnTool(wxCommandEvent& event) {
@@ -116,11 +142,12 @@ void OrvToolPanel::OnSidePanel(wxCommandEvent& event) {
     m_page->ShowSidePanel(event.IsChecked());
 }
 
-int OrvToolPanel::HeightForWidth(int width) {
-    wxSizer* sizer = GetSizer();
-    if (sizer == nullptr) return 0;
-    sizer->InformFirstDirection(wxHORIZONTAL, width, -1);
-    return sizer->CalcMin().y;
+int OrvToolPanel::HeightForWidth(int width) const {
+    return m_inspectorPanel != nullptr ? PlaceGroups(width).height : 0;
+}
+
+int OrvToolPanel::CountRows() const {
+    return PlaceGroups(GetClientSize().x).rows;
 }
 
 void OrvToolPanel::Window1Unsplit(wxWindow* first, wxWindow* second) {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "orvgui/common/orvgui.h"
+#include "orvgui/viewer/striplayout.h"
 #include "orvgui/viewer/windowproperties.h"
 
 class Canvas;
@@ -15,9 +16,7 @@ class OutputsPanel;
 class SelectorPanel;
 class SettingsPanel;
 class ZoomPanel;
-class wxSizer;
-class wxStaticText;
-class wxToggleButton;
+class wxBitmapToggleButton;
 
 // What the left mouse button does on a canvas.
 enum class OrvTool : int {
@@ -37,16 +36,20 @@ class ORVGUI_API OrvToolPanelBase : public wxPanel {
     virtual void ClearValues() {}
     // mirrored: the canvas is the other half of a synchronised view, the event happened on the first one.
     virtual void ViewerMouseOn(wxMouseEvent&, Canvas*, bool /*mirrored*/) {}
+    // The width in pixels from which on more has no use; the least one is the panel's best width.
+    virtual int GetWantedWidth() { return GetBestSize().x; }
 
     OrvViewerHost* GetPage() const { return m_page; }
 
   protected:
     bool IsToolChosen(OrvTool tool) const;
+    // The strip lays itself out anew, with the page below it.
+    void FitStrip();
 
     OrvViewerHost* m_page;
 };
 
-// The strip of tools of one viewer page. Fits into the width that it is given by breaking into rows.
+// The strip of tools of one viewer page: one row where the page is wide enough, else as many as it takes.
 class ORVGUI_API OrvToolPanel : public OrvToolPanelBase {
   public:
     OrvToolPanel(wxWindow* parent, OrvViewerHost* page);
@@ -56,6 +59,7 @@ class ORVGUI_API OrvToolPanel : public OrvToolPanelBase {
     void RefreshValues() override;
     void ClearValues() override;
     void ViewerMouseOn(wxMouseEvent& event, Canvas* canvas, bool mirrored) override;
+    bool Layout() override;
 
     // Layout of the two canvas panels.
     void Window1Unsplit(wxWindow* first, wxWindow* second);
@@ -81,11 +85,13 @@ class ORVGUI_API OrvToolPanel : public OrvToolPanelBase {
     OrvTool GetTool() const { return m_tool; }
     void SetTool(OrvTool tool);
     // Height that the strip takes at this width.
-    int HeightForWidth(int width);
+    int HeightForWidth(int width) const;
+    int CountRows() const;  // at the width that it has
 
   private:
     void OnTool(wxCommandEvent& event);
     void OnSidePanel(wxCommandEvent& event);
+    StripPlaces PlaceGroups(int width) const;
 
     std::vector<OrvToolPanelBase*> AllPanels() const;
 
@@ -95,7 +101,8 @@ class ORVGUI_API OrvToolPanel : public OrvToolPanelBase {
     InspectorPanel* m_inspectorPanel = nullptr;
     SettingsPanel* m_settingsPanel = nullptr;
     OutputsPanel* m_outputsPanel = nullptr;
-    wxToggleButton* m_navigateButton = nullptr;
-    wxToggleButton* m_selectButton = nullptr;
-    wxToggleButton* m_sideButton = nullptr;
+    OrvToolPanelBase* m_tools = nullptr;
+    wxBitmapToggleButton* m_navigateButton = nullptr;
+    wxBitmapToggleButton* m_selectButton = nullptr;
+    wxBitmapToggleButton* m_sideButton = nullptr;
 };

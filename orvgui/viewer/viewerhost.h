@@ -39,12 +39,15 @@ class ORVGUI_API OrvViewerHost {
     // Operations of the tool panels, applied to the active canvas and the one in step with it.
     virtual void WindowSplit() = 0;  // the user has chosen another view
     virtual void WindowSwap(int phase) = 0;
+    // Lays the other picture of the mode over each half, percent of its weight; 0 for none.
+    virtual void MixPictures(int /*percent*/) {}
     virtual void WindowFit() = 0;
     virtual void Zoom100() = 0;
     virtual void ZoomEnter(const wxString& text) = 0;
     virtual void ZoomMinus() = 0;
     virtual void ZoomPlus() = 0;
     virtual void ZoomSlider(int step) = 0;
+    virtual void ZoomToSelection() {}                    // nothing without a selection
     virtual void ApplySelection(const Roi& region) = 0;  // image pixels
     virtual void ShowSidePanel(bool show) = 0;
     virtual void SelectionChanged(const Roi& region) = 0;  // image pixels; empty for none

@@ -1,5 +1,7 @@
 #include "orvgui/viewer/zoompanel.h"
 
+#include <algorithm>
+
 #include <wx/button.h>
 #include <wx/choice.h>
 #include <wx/intl.h>
@@ -9,6 +11,8 @@
 #include <wx/textctrl.h>
 #include <wx/tglbtn.h>
 
+#include "orvgui/common/accessible.h"
+#include "orvgui/common/textfocus.h"
 #include "orvgui/viewer/canvas.h"
 #include "orvgui/viewer/viewerhost.h"
 #include "orvgui/viewer/viewgeometry.h"
@@ -25,9 +29,10 @@
 namespace {
 
 constexpr int kGap = 4;
-constexpr int kZoomTextWidth = 64;
-constexpr int kSliderWidth = 110;
-constexpr int kViewChoiceWidth = 290;
+constexpr int kZoomTextDigits = 6;
+constexpr int kFieldInset = 18;  // pixels of border and padding left and right
+constexpr int kSliderWidth = 90;
+constexpr int kViewChoiceLeast = 200;
 
 }  // namespace
 
@@ -57,13 +62,15 @@ wxButton* ZoomPanel::AddButton(wxSizer* sizer, const wxString& label, const wxSt
 void ZoomPanel::CreateControls() {
     auto* sizer = new wxBoxSizer(wxHORIZONTAL);
     sizer->Add(new wxStaticText(this, wxID_ANY, _("View: ")), 0, wxALIGN_CENTER_VERTICAL);
-    m_viewChoice = new wxChoice(this, wxID_ANY, wxDefaultPosition, wxSize(kViewChoiceWidth, -1));
-    sizer->Add(m_viewChoice, 0, wxALIGN_CENTER_VERTICAL);
+    m_viewChoice = new wxChoice(this, wxID_ANY);
+    sizer->Add(m_viewChoice, 1, wxALIGN_CENTER_VERTICAL);
     m_swapButton = AddButton(
         sizer, _("Swap"), _("While pressed, the other picture is shown in place (X, or the right button)"));
     wxButton* minus = AddButton(sizer, wxString::FromUTF8("\xE2\x88\x92"), _("Zoom out by one step (-)"));
-    m_zoomText = new wxTextCtrl(this, wxID_ANY, "100", wxDefaultPosition, wxSize(kZoomTextWidth, -1),
+    m_zoomText = new wxTextCtrl(this, wxID_ANY, "100", wxDefaultPosition, wxDefaultSize,
                                 wxTE_PROCESS_ENTER | wxTE_RIGHT);
+    m_zoomText->SetMinSize(
+        FieldSize(*m_zoomText, GetTextExtent(wxString('0', kZoomTextDigits)).x + kFieldInset));
     m_zoomText->SetToolTip(_("Zoom in percent: 150, 150%, 1.5x or fit"));
     sizer->Add(m_zoomText, 0, wxALIGN_CENTER_VERTICAL | wxLEFT, kGap);
     sizer->Add(new wxStaticText(this, wxID_ANY, "%"), 0, wxALIGN_CENTER_VERTICAL | wxLEFT, kGap / 2);
@@ -77,6 +84,13 @@ void ZoomPanel::CreateControls() {
         new wxSlider(this, wxID_ANY, GetNearestZoomId(100.0), 0, static_cast<int>(m_defaultZoom.size()) - 1,
                      wxDefaultPosition, wxSize(kSliderWidth, -1));
     m_slider->SetToolTip(_("Zoom steps"));
+    SetAccessibleName(m_viewChoice, _("View"));
+    SetAccessibleName(m_zoomText, _("Zoom in percent"));
+    SetAccessibleName(minus, _("Zoom out"));
+    SetAccessibleName(plus, _("Zoom in"));
+    SetAccessibleName(full, _("Zoom to 100 percent"));
+    SetAccessibleName(m_fitButton, _("Fit the picture to the window"));
+    SetAccessibleName(m_slider, _("Zoom"));
     sizer->Add(m_slider, 0, wxALIGN_CENTER_VERTICAL | wxLEFT, kGap);
     SetSizer(sizer);
 
@@ -90,6 +104,8 @@ void ZoomPanel::CreateControls() {
     m_fitButton->Bind(wxEVT_TOGGLEBUTTON, &ZoomPanel::OnZoomFit, this);
     m_zoomText->Bind(wxEVT_TEXT_ENTER, &ZoomPanel::OnZoomEnter, this);
     m_zoomText->Bind(wxEVT_KILL_FOCUS, &ZoomPanel::OnZoomSelect, this);
+    m_zoomText->Bind(wxEVT_KEY_DOWN, &ZoomPanel::OnZoomKey, this);
+    m_zoomText->Bind(wxEVT_MOUSEWHEEL, &ZoomPanel::OnZoomWheel, this);
     for (const auto& type :
          {wxEVT_SCROLL_TOP, wxEVT_SCROLL_BOTTOM, wxEVT_SCROLL_LINEUP, wxEVT_SCROLL_LINEDOWN,
           wxEVT_SCROLL_PAGEUP, wxEVT_SCROLL_PAGEDOWN, wxEVT_SCROLL_THUMBTRACK}) {
@@ -143,7 +159,7 @@ void ZoomPanel::SetZoomCenter(double zoom, Canvas* canvas) {
     if (shared->zoomCentre == IntPair{0, 0} && !canvas->DoesImageFit()) centre = canvas->GetViewCentre();
     SetZoom(centre.x, centre.y, zoom, canvas);
     if (wxWindow* strip = GetParent()) {
-        if (strip->GetSizer() != nullptr) strip->Layout();
+        strip->Layout();
         strip->PostSizeEvent();
     }
 }
@@ -258,6 +274,11 @@ void ZoomPanel::SetZoomChoices(const wxString& kind) {
         for (int i = 0; i < kViewModeCount; ++i)
             m_viewChoice->Append(wxGetTranslation(FindViewMode(i)->label));
     }
+    // The longest entry is one of the rarest: a narrow strip need not hold it.
+    m_viewChoice->SetMinSize(wxDefaultSize);
+    m_viewChoice->InvalidateBestSize();
+    m_choiceWidth = m_viewChoice->GetBestSize().x;
+    m_viewChoice->SetMinSize(wxSize(std::min(kViewChoiceLeast, m_choiceWidth), -1));
 }
 
 void ZoomPanel::OnWindowSplit(wxCommandEvent&) {
@@ -293,6 +314,29 @@ void ZoomPanel::OnZoomPlus(wxCommandEvent&) {
 void ZoomPanel::OnZoomSelect(wxFocusEvent& event) {
     RefreshValues();
     event.Skip();
+}
+
+void ZoomPanel::OnZoomKey(wxKeyEvent& event) {
+    if (event.HasAnyModifiers()) return event.Skip();
+    switch (event.GetKeyCode()) {
+        case WXK_UP:
+        case WXK_NUMPAD_UP:
+            return m_page->ZoomPlus();
+        case WXK_DOWN:
+        case WXK_NUMPAD_DOWN:
+            return m_page->ZoomMinus();
+        default:
+            event.Skip();
+    }
+}
+
+void ZoomPanel::OnZoomWheel(wxMouseEvent& event) {
+    if (event.GetWheelAxis() != wxMOUSE_WHEEL_VERTICAL || event.GetWheelRotation() == 0) return event.Skip();
+    event.GetWheelRotation() > 0 ? m_page->ZoomPlus() : m_page->ZoomMinus();
+}
+
+int ZoomPanel::GetWantedWidth() {
+    return GetSizer()->CalcMin().x + std::max(m_choiceWidth - kViewChoiceLeast, 0);
 }
 
 void ZoomPanel::OnZoomSlider(wxScrollEvent& event) {

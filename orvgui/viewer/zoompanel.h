@@ -57,12 +57,15 @@ class ORVGUI_API ZoomPanel : public OrvToolPanelBase {
     void OnZoomEnter(wxCommandEvent& event);
     void OnZoomFit(wxCommandEvent& event);
     void ClearWindowSplitVal();  // nothing is chosen
-    void ShowFit(bool isFit);  // whether the button looks pressed
+    void ShowFit(bool isFit);    // whether the button looks pressed
     bool IsFitShown() const { return m_fitButton->GetValue(); }
     void OnZoomMinus(wxCommandEvent& event);
     void OnZoomPlus(wxCommandEvent& event);
     void OnZoomSelect(wxFocusEvent& event);
     void OnZoomSlider(wxScrollEvent& event);
+    void OnZoomKey(wxKeyEvent& event);      // in the field: arrows step
+    void OnZoomWheel(wxMouseEvent& event);  // over the field
+    int GetWantedWidth() override;
 
   private:
     struct MouseState;
@@ -77,6 +80,7 @@ class ORVGUI_API ZoomPanel : public OrvToolPanelBase {
     wxButton* m_swapButton = nullptr;
     wxToggleButton* m_fitButton = nullptr;
     wxChoice* m_viewChoice = nullptr;
+    int m_choiceWidth = 0;  // of its longest entry
     wxTextCtrl* m_zoomText = nullptr;
     wxSlider* m_slider = nullptr;
 };

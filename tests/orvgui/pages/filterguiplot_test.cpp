@@ -273,6 +273,36 @@ TEST(PlotPanelTest, BarsCurvesMarksAndHelpLinesAreDrawnWhereTheyBelong) {
     Pump();
 }
 
+TEST(PlotPanelTest, PlotsOfTwoFilesShareOneScale) {
+    auto* frame = new wxFrame(nullptr, wxID_ANY, "Plots");
+    PlotPanel* panels[] = {new PlotPanel(frame, wxID_ANY), new PlotPanel(frame, wxID_ANY)};
+    unsigned long long low[] = {3, 10, 5};
+    unsigned long long high[] = {40, 100, 7};
+    wxImage none;
+    const auto fill = [&](PlotPanel* panel, unsigned long long* counts) {
+        panel->SetSize(400, 300);
+        panel->Layout();
+        panel->ConfigurePlot({0, 1, 2}, {}, 1, counts, none, 0, {}, {});
+    };
+    fill(panels[0], low);
+    fill(panels[1], high);
+    PlotWindow& first = *panels[0]->GetPlotWindow();
+    PlotWindow& second = *panels[1]->GetPlotWindow();
+    EXPECT_NE(first.y2p(10), second.y2p(10));
+    ShareScaleY(first, second);
+    for (const double value : {0.0, 10.0, 100.0}) EXPECT_EQ(first.y2p(value), second.y2p(value)) << value;
+    EXPECT_GT(first.y2p(100), 0) << "the larger one is in sight";
+    // Data that shrinks takes the common scale with it; alone a plot has its own again.
+    fill(panels[1], low);
+    ShareScaleY(first, second);
+    const int common = first.y2p(10);
+    first.SetLeastRangeY(1, 0);
+    first.FitNewData();
+    EXPECT_EQ(first.y2p(10), common);
+    frame->Destroy();
+    Pump();
+}
+
 TEST(PlotAxis, StepsAndNumbersAreRound) {
     const std::pair<double, double> steps[] = {{0.7, 1}, {1, 1},       {1.1, 2},   {2.1, 5},
                                                {6, 10},  {0.03, 0.05}, {1e7, 1e7}, {0, 1}};

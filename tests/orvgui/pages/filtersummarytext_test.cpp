@@ -165,4 +165,29 @@ TEST(FilterSummaryText, NeverPassesASentence) {
         EXPECT_FALSE(all.Lower().Contains(word)) << word;
 }
 
+TEST(FilterSummaryText, ListsFindingsStrongestFirst) {
+    const auto entry = [](const char* name, SummaryState state, std::vector<wxString> findings) {
+        SummaryEntry made;
+        made.filterName = name;
+        made.state = state;
+        made.text = "in short";
+        made.findings = std::move(findings);
+        return made;
+    };
+    SummaryFile evidence;
+    evidence.entries = {entry("A", SummaryState::WorthALook, {"a1", "a2"}),
+                        entry("B", SummaryState::NothingFound, {"not told"}),
+                        entry("C", SummaryState::StrongSign, {"c1"})};
+    SummaryFile reference;
+    reference.slot = OrvReference;
+    reference.entries = {entry("A", SummaryState::StrongSign, {}), entry("B", SummaryState::Failed, {}),
+                         entry("C", SummaryState::NotRun, {})};
+    std::string listed;
+    for (const SummaryFinding& finding : ListFindings({evidence, reference}))
+        listed += (finding.filterName + (finding.slot == OrvReference ? "r " : " ") + finding.text + "|")
+                      .utf8_string();
+    EXPECT_EQ(listed, "C c1|Ar in short|A a1|A a2|");
+    EXPECT_TRUE(ListFindings({}).empty());
+}
+
 }  // namespace

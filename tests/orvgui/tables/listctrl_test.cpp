@@ -7,6 +7,7 @@
 #include <wx/menu.h>
 #include <wx/uiaction.h>
 
+#include <cmath>
 #include <filesystem>
 
 #include "orvcore/facade/interface.h"
@@ -232,6 +233,17 @@ TEST_F(ListCtrlTest, ShowsMarksAsColours) {
         EXPECT_EQ(list->GetCellValue(cell.row, cell.col), cell.text);
         EXPECT_EQ(list->GetCellTextColour(cell.row, cell.col), cell.colour) << cell.row << "," << cell.col;
     }
+    // Orange can be read on its ground (contrast as the accessibility guidelines count it).
+    const auto luminance = [](const wxColour& colour) {
+        const auto linear = [](int level) {
+            const double part = level / 255.0;
+            return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+        };
+        return 0.2126 * linear(colour.Red()) + 0.7152 * linear(colour.Green()) +
+               0.0722 * linear(colour.Blue());
+    };
+    EXPECT_GE((luminance(orange) + 0.05) / (luminance(list->GetCellBackgroundColour(0, 1)) + 0.05), 4.5);
+    EXPECT_EQ(list->GetCellBackgroundColour(0, 2), *wxWHITE);
     EXPECT_GT(list->GetRowSize(2), list->GetRowSize(0)) << "a row of two lines is higher";
     list->SetCustomCellValue(0, 2, "?odd");
     EXPECT_EQ(list->GetCellValue(0, 2), "odd");
