@@ -107,7 +107,9 @@ void OrvFilterGuiText::CreateControlsInput() {
     const int first = CountCells(m_inputSizer).GetRow();
     OrvFilterGui::CreateControlsInput();
     if (!EndsInLongResult()) return;
-    PairRows(*m_inputSizer, first, std::vector<bool>(m_parametersInput.size(), true));
+    std::vector<bool> isShort;
+    for (const Parameter& parameter : m_parametersInput) isShort.push_back(!parameter.IsHiddenFromGui());
+    PairRows(*m_inputSizer, first, isShort);
     SpanUnpaired(*m_inputSizer, first, static_cast<int>(m_parametersInput.size()));
 }
 
@@ -118,12 +120,15 @@ void OrvFilterGuiText::CreateControlsOutput() {
     if (EndsInLongResult()) {
         std::vector<bool> isShort;
         for (std::size_t i = 0; i < m_parametersOutput.size(); ++i)
-            isShort.push_back(!IsLong(m_parametersOutput[i]));
+            isShort.push_back(!IsLong(m_parametersOutput[i]) && !m_parametersOutput[i].IsHiddenFromGui());
         const int count = static_cast<int>(isShort.size());
         const int last = LastShown();
         if (IsTable(m_parametersOutput[static_cast<std::size_t>(last)]))
             PairRows(*m_outputSizer, first, isShort);
         SpanUnpaired(*m_outputSizer, first, count);
+        // Aligned in its cell it would not be as high as it.
+        if (wxSizerItem* item = ItemAt(*m_outputSizer, first + last, 1))
+            item->SetFlag(item->GetFlag() & ~wxALIGN_CENTER_VERTICAL);
         m_outputSizer->SetRows(0);
         m_outputSizer->AddGrowableRow(static_cast<std::size_t>(first + last), 1);
     }

@@ -254,6 +254,8 @@ TEST_F(FilterGuiTest, APageHigherThanItsWindowScrolls) {
     auto* every = Register<EveryTypeFilter>();
     auto* page = MakePage<OrvFilterGuiText>(every);
     ShowFrame();
+    frame->SetClientSize(frame->GetClientSize().x, 400);
+    PumpFor(50);
     page->UpdateGui();
     Pump();
     EXPECT_GT(page->GetVirtualSize().GetHeight(), page->GetClientSize().GetHeight());
