@@ -31,10 +31,11 @@ set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_CONTACT "Orvane maintainers <maintainers@orvane.example>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "workstation for the forensic analysis of photographs")
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
-"An examiner loads a picture whose origin or integrity is questioned, with another one
-to compare it with if there is any, and sees what the file and its pixels say: how the
-file was written, which device and program wrote it, whether it was saved again, which
-parts do not belong. Findings are kept in projects and written as reports.
+"An examiner loads a picture whose origin or integrity is questioned, with
+another one to compare it with if there is any, and sees what the file and
+its pixels say: how the file was written, which device and program wrote it,
+whether it was saved again, which parts do not belong. Findings are kept in
+projects and written as reports.
 .
 The evidence is never written to, and every result can be repeated.")
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -42,8 +43,7 @@ set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_BINARY_DIR}/zorbase ${CMAKE_BINARY_DIR}/lib)
-# Tools that the program starts, certificates for what is
-# asked over the network, and a font for texts.
+# A font for texts; tools that the program starts, and certificates for what is asked over the network.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "fonts-dejavu-core")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "xdg-utils, ca-certificates, shared-mime-info, hicolor-icon-theme")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
