@@ -79,6 +79,7 @@ class Collector {
         for (const Exiv2::Xmpdatum& datum : data)
             Add([&] {
                 MetadataEntry entry = Common(datum, MetadataKind::Xmp, group + datum.groupName());
+                entry.tag = Shorten(datum.groupName() + ":" + datum.tagName());
                 entry.value = Shorten(datum.print());
                 return entry;
             });
