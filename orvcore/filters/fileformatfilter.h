@@ -10,7 +10,6 @@ class FileFormatFilter : public OrvFilter {
     FileFormatFilter();
     int GetVersion() const override { return 2; }
     bool GivesVerdict() const override { return true; }
-    int GetVersion() const override { return 2; }
 
   protected:
     void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,

@@ -9,7 +9,6 @@ class MetadataFilter : public OrvFilter {
     MetadataFilter();
     int GetVersion() const override { return 2; }
     bool GivesVerdict() const override { return true; }
-    int GetVersion() const override { return 2; }
 
   protected:
     void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,

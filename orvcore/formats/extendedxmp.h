@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "orvcore/formats/bytes.h"
+#include "zorbase/bytes.h"
 #include "orvcore/formats/metadata.h"
 
 // The part of an XMP packet that does not fit into one segment of a JPEG: further APP1 segments, each with the identifier of the

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "orvcore/formats/bytes.h"
+#include "zorbase/bytes.h"
 #include "orvcore/formats/fields/gpsfacts.h"
 #include "orvcore/formats/fields/metadataplaces.h"
 #include "orvcore/formats/jpegstructure.h"

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "orvcore/formats/bytes.h"
+#include "zorbase/bytes.h"
 #include "orvcore/formats/metadata.h"
 
 // What an ICC profile says (ICC.1:2010, ICC.1:2022): header, texts, primaries, kind of the curves. Texts come from the file and are

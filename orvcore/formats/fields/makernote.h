@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "orvcore/formats/bytes.h"
+#include "zorbase/bytes.h"
 #include "orvcore/formats/structure/tiffdirectories.h"
 
 // The maker note of an EXIF block as a directory, for the makers whose notes are one: where each entry stands, and whether the

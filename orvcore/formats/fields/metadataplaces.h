@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "orvcore/formats/bytes.h"
+#include "zorbase/bytes.h"
 #include "orvcore/formats/fields/iccfacts.h"
 #include "orvcore/formats/fields/makernote.h"
 #include "orvcore/formats/metadata.h"

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "orvcore/formats/bytes.h"
+#include "zorbase/bytes.h"
 #include "orvcore/formats/extendedxmp.h"
 #include "orvcore/formats/fields/gpsfacts.h"
 #include "orvcore/formats/fields/metadataplaces.h"
