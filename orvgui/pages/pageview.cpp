@@ -2,6 +2,7 @@
 
 #include <wx/weakref.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "orvgui/pages/filterguiviewer.h"
@@ -27,19 +28,36 @@ void ShowSelection(OrvToolPanel& tools, const Roi& selection, Canvas* canvas) {
     }
 }
 
+// Zooming keeps the centre under the mouse, not in the middle of the view: what is left is scrolled, as if by the user.
+void ScrollToCentre(Canvas& canvas, const OrvViewState& view, WindowProperties& shared) {
+    constexpr int kTries = 3;
+    for (int i = 0; i < kTries; ++i) {
+        const IntPair now = canvas.GetViewCentre();
+        const double units = view.zoom / std::max(shared.scrollRate, 1);
+        const int right = static_cast<int>(std::lround((view.centreX - now.x) * units));
+        const int down = static_cast<int>(std::lround((view.centreY - now.y) * units));
+        if (right == 0 && down == 0) break;
+        const wxPoint start = canvas.GetViewStart();
+        canvas.ScrollTo(start.x + right, start.y + down);
+    }
+    const wxPoint start = canvas.GetViewStart();
+    shared.scrollPosition = {start.x, start.y};
+    shared.zoomCentre = {0, 0};
+}
+
 void ShowZoom(OrvFilterGuiViewer& page, const OrvViewState& view) {
     Canvas* canvas = page.GetCanvasFromActiveWin();
     OrvToolPanel* tools = page.GetOrvToolPanel();
     if (canvas == nullptr || tools == nullptr || !canvas->HasImage()) return;
+    WindowProperties* shared = GetSharedWindowProperties();
     if (view.isFit) {
         page.WindowFit();
-    } else {
+    } else if (shared != nullptr) {
         tools->GetZoomPanel()->SetZoom(static_cast<int>(std::lround(view.centreX)),
                                        static_cast<int>(std::lround(view.centreY)), view.zoom, canvas);
+        ScrollToCentre(*canvas, view, *shared);
         tools->GetZoomPanel()->ShowFit(false);
-        if (const WindowProperties* shared = GetSharedWindowProperties();
-            shared != nullptr && shared->syncViews)
-            page.WindowSync();
+        if (shared->syncViews) page.WindowSync();
     }
     ShowSelection(*tools, view.selection, canvas);
 }
