@@ -53,8 +53,8 @@ const ::TableString* RowsOf(const OrvSlotResult* slot) {
 // What stands in both tables side by side, by rule: the order of the evidence, then what only the reference has.
 ::TableString BothFiles(const ::TableString& evidence, const ::TableString& reference) {
     ::TableString table{{"Rule", "About", "Severity", "Evidence", "Reference", "Found In The Evidence",
-                         "Found In The Reference", "Why It Matters", "Offset (Evidence)",
-                         "Offset (Reference)"}};
+                         "Found In The Reference", "Why It Matters", "Offset (evidence)",
+                         "Offset (reference)"}};
     std::map<std::string, const std::vector<std::string>*> others;
     for (const std::vector<std::string>& row : reference) others[row[kRule]] = &row;
     const auto add = [&table](const std::vector<std::string>* a, const std::vector<std::string>* b) {

@@ -378,7 +378,11 @@ MetadataSet ReadMetadata(std::span<const std::uint8_t> bytes, TextEncoding encod
         session.Guard([&] { collector.AddXmp(image->xmpData()); });
         session.Guard([&] { collector.AddComment(image->comment()); });
         std::string extension;
-        session.Guard([&] { extension = XmpText(image->xmpData(), {"Xmp.xmpNote.HasExtendedXMP"}); });
+        // Not by its key: the library refuses keys of name spaces that no file has named yet.
+        session.Guard([&] {
+            for (const Exiv2::Xmpdatum& datum : image->xmpData())
+                if (datum.tagName() == "HasExtendedXMP") extension = Trim(datum.toString());
+        });
         const ExtendedXmp extended = ReadExtendedXmp(bytes, extension);
         set.extendedXmp = extended.state;
         for (const std::string& warning : extended.warnings) session.Warn(warning);

@@ -28,7 +28,7 @@ struct MetadataEntry {
     std::string raw;    // as stored: "1/60"
     std::string type;   // "Rational"; "String, read as Western (ISO 8859-1)" where the bytes were not UTF-8
     std::string tag =
-        {};  // number within its group: "0x829A", "2:120" (IPTC), "xmp:Rating", "desc" (ICC); "" where there is none
+        {};  // number within its group: "0x829A", "2:120" (IPTC), "xmp:Rating", "xmp:Rating", "desc" (ICC)
     std::size_t size = 0;  // of the stored value, bytes; 0 where it is not known
     // Of the value, in bytes from the start of the file; nothing where it is not known. Filled in by AddMetadataPlaces.
     std::optional<std::size_t> offset = {};

@@ -82,8 +82,13 @@ TableString BothFiles(const std::vector<MergedRow>& rows, Values values) {
     if (values != Values::Interpreted) columns.push_back(Stored);
     columns.push_back(Offset);
     for (const Column column : columns) {
-        const char* const words = column == Value ? "" : column == Stored ? ", As Stored" : ", Offset";
-        for (const char* file : {"Evidence", "Reference"}) table[0].push_back(std::string(file) + words);
+        if (column == Offset) {
+            // As the page knows the columns that lead to a file's bytes.
+            table[0].insert(table[0].end(), {"Offset (evidence)", "Offset (reference)"});
+            continue;
+        }
+        for (const char* file : {"Evidence", "Reference"})
+            table[0].push_back(std::string(file) + (column == Stored ? ", As Stored" : ""));
     }
     for (const MergedRow& row : rows) {
         const Difference difference = row.Kind();

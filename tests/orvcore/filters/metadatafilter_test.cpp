@@ -65,7 +65,7 @@ TEST(MetadataTable, BothFilesMeetInOneTable) {
     MetadataDifferences differences;
     EXPECT_THAT(MergeMetadataRows(&evidence, &reference, layout, &differences),
                 ElementsAre(ElementsAre("Group", "Name", "Tag", "Difference", "Evidence, As Stored",
-                                        "Reference, As Stored", "Evidence, Offset", "Reference, Offset"),
+                                        "Reference, As Stored", "Offset (evidence)", "Offset (reference)"),
                             ElementsAre("EXIF", "A", "0x1", "Equal", "1", "1", "10", "11"),
                             ElementsAre("EXIF", "B", "0x2", "Changed", "?2", "?3", "20", "21"),
                             ElementsAre("EXIF", "K", "", "Equal", "x", "x", "", ""),
@@ -117,6 +117,7 @@ TEST(MetadataFilter, ShowsBothFilesWithTheirDifferences) {
     EXPECT_EQ(table[4][5], "?!boo");
     EXPECT_EQ(OutputOf(result, "differences"),
               "1 changed, 1 only in the evidence, 1 only in the reference, 1 equal");
+    EXPECT_EQ(OutputOf(result, "warnings"), "None");
     EXPECT_EQ(OutputOf(result, "camera"), "Acme Model One");
     EXPECT_EQ(OutputOf(result, "camera", true), "Acme Model Two");
     EXPECT_EQ(result->slot[OrvEvidence]->verdict, OrvVerdict::WorthALook);
