@@ -144,7 +144,7 @@ def offsets(rows, file):
     for i, line in enumerate(lines[:-1]):
         folder = re.match(r"((?:[|] )*) *[+] \[(\w+) directory", line)
         if folder:
-            folders[folder[1].count("|")] = folder[2]
+            folders[folder[1].count("|") + 1] = folder[2]
         tag = re.match(r"((?:[|] )*) *- Tag 0x([0-9a-f]{4}) \((\d+) bytes, ", line)
         place = re.match(r"[| ]*([0-9a-f]{4,8}): ", lines[i + 1])
         if not tag or not place:
