@@ -62,7 +62,7 @@ expect 'there are filters with more than one version' yes "$("$cli" filters | gr
 
 # Every library that the build asks for stands in the list of dependencies.
 for package in $(sed 's/#.*//' "$root/packages.txt" | grep '^lib.*-dev' | grep -v -e gtest -e gmock -e benchmark); do
-    name=$(sed -e 's/^lib//' -e 's/-dev$//' -e 's/62-turbo//' -e 's/0-$//' <<<"$package" | tr -d '0-9.-' | cut -c1-4)
+    name=$(sed -e 's/^lib//' -e 's/^wxgtk/wxwidgets/' -e 's/-dev$//' -e 's/62-turbo//' -e 's/0-$//' <<<"$package" | tr -d '0-9.-' | cut -c1-4)
     expect "the list of dependencies names $package" yes "$(tr -d ' .-' <"$root/docs/dependencies.md" | grep -qi "$name" && echo yes || echo no)"
 done
 

