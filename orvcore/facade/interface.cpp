@@ -385,18 +385,14 @@ void OrvInterface::Private::RefuseLoadedFile(const std::string& path) {
 }
 
 void OrvInterface::Private::ProtectProject() {
-    std::vector<std::string> paths;
+    std::vector<OrvCaseFile> named;
     {
         const std::lock_guard lock(mutex);
-        for (const OrvFileId slot : {OrvEvidence, OrvReference}) paths.push_back(project.GetFilePath(slot));
-        for (const OrvBookmark& bookmark : project.GetBookmarks())
-            for (const OrvCaseFile& file : bookmark.file) paths.push_back(file.path);
+        named = project.GetAllFiles();
     }
-    std::sort(paths.begin(), paths.end());
-    paths.erase(std::unique(paths.begin(), paths.end()), paths.end());
     std::vector<FileProtection> files;
-    for (const std::string& path : paths)
-        if (!path.empty()) files.emplace_back(path);
+    for (const OrvCaseFile& file : named)
+        if (!file.path.empty()) files.emplace_back(file.path);
     projectFiles.swap(files);
 }
 
