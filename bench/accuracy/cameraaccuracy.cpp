@@ -58,7 +58,7 @@ void CountKinds(std::ofstream& out, int pictures) {
         {"another of the model, saved at 75", false,
          [](const cv::Mat& photo) { return ThroughJpeg(photo, 75); }},
         {"another of the model, cropped", false, [&](const cv::Mat& photo) { return photo(crop).clone(); }}};
-    char line[200];
+    char line[400];
     std::snprintf(line, sizeof line, "%-40s %7s  %-20s %12s\n", "Photographs against a fingerprint", "number",
                   "said to match", "median PCE");
     out << line;
@@ -108,7 +108,7 @@ void CountPairs(std::ofstream& out, int sensors) {
             highest = std::max(highest, match.pce);
         }
     const int pairs = sensors * sensors;
-    char line[200];
+    char line[400];
     std::snprintf(
         line, sizeof line,
         "\n%d pairs of 256 x 256 pixels that do not belong together: %d said to match, highest PCE %.1f\n\n"

@@ -109,7 +109,7 @@ void OrvFilterGuiPlot::CreateTablePanel(wxSizer* middle) {
                     [](const Parameter& output) { return output.Type() == ParameterType::TableString; });
     if (!hasTable) return;
     auto* edge = new DragEdge(
-        this, [this] { m_tableWidthBefore = m_tables->GetSize().x; },
+        this, wxHORIZONTAL, [this] { m_tableWidthBefore = m_tables->GetSize().x; },
         [this](int distance) { SetTableWidth(m_tableWidthBefore - distance); });
     m_tables = new wxScrolledWindow(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxVSCROLL);
     m_tables->SetScrollRate(0, kStripScrollStep);

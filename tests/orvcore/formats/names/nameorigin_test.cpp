@@ -66,7 +66,9 @@ TEST(NameOrigins, AreToldByTheName) {
     for (const auto& item : kCases) {
         const std::string origin = OriginOf(item.name);
         EXPECT_EQ(origin.substr(0, std::string(item.origin).size()), item.origin) << item.name;
-        if (item.origin[0] == '\0') EXPECT_EQ(origin, "") << item.name;
+        if (item.origin[0] == '\0') {
+            EXPECT_EQ(origin, "") << item.name;
+        }
     }
     EXPECT_EQ(ReadNameOrigin("IMG-20170628-WA0003 (2).jpeg").copyNumber, " (2)");
     EXPECT_EQ(ReadNameOrigin("12345_67890_11121_n.jpg").services,

@@ -241,7 +241,7 @@ TEST(FolderTable, CredentialsAreTold) {
     const storemaker::Signer signer = storemaker::MakeSigner();
     const Bytes sound = storemaker::SignedJpeg(MakeJpeg(), {}, signer);
     Bytes changed = sound;
-    changed[changed.size() - 20] ^= 1;
+    changed.at(changed.size() - 20) ^= 1;
     Bytes forged = sound;
     const std::string title = "made.jpg";
     const auto at = std::search(forged.begin(), forged.end(), title.begin(), title.end());
