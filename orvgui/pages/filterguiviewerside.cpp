@@ -120,6 +120,9 @@ void OrvFilterGuiViewer::CreateSidePanel() {
     list->Add(description, 0, wxEXPAND | wxALL, kGap);
     m_descriptionParent = description;
     m_descriptionSizer = description->GetGrid();
+    // Unless sections of their own follow.
+    m_inputParent = m_outputParent = m_descriptionParent;
+    m_inputSizer = m_outputSizer = m_descriptionSizer;
     // Next to the picture, which cannot be read without its scale.
     m_mapPanel = new MapPanel(m_sideScroll, this);
     list->Add(m_mapPanel, 0, wxEXPAND | wxALL, kGap);
