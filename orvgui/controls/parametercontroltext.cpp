@@ -17,7 +17,7 @@ namespace {
 
 constexpr int kFieldWidth = 240;
 constexpr int kNumberWidth = 200;
-constexpr int kMinimumLines = 3;
+constexpr int kMinimumLines = 1;
 constexpr int kMaximumLines = 16;
 // Every marked part costs the toolkit time; longer texts are red as a whole.
 constexpr int kMaximumMarkedLines = 2000;

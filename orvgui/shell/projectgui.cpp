@@ -402,13 +402,10 @@ void OrvProjectGui::EditBookmark(int index) {
     if (AskForBookmark(this, _("Edit Bookmark"), name, note)) GetInterface()->EditBookmark(index, name, note);
 }
 
-// Without a question: it can be taken back.
+// Without a question: Ctrl+Z and the context menu take it back.
 void OrvProjectGui::DeleteBookmark(int index) {
     if (index < 0) return;
     GetInterface()->DeleteBookmark(index);
-    if (OrvFrameHost* frame = GetFrameHost())
-        frame->SetStatusField(OrvStatusField::Activity,
-                              _("Bookmark deleted. Ctrl+Z in the list takes it back."));
 }
 
 void OrvProjectGui::EditCaseData() {
