@@ -328,6 +328,8 @@ TEST_F(FrameTest, BookmarksAreShownAndLoadTheirFile) {
     core->UndoBookmarkChange();  // nothing was asked, so it can be taken back
     Settle();
     EXPECT_EQ(1u, core->GetProject().GetBookmarks().size());
+    core->DeleteBookmark(0);
+    Settle();
 }
 
 TEST_F(FrameTest, ShowsWhatGenericActionsFound) {
