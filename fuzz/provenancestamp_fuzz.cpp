@@ -16,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             return 0;
         }
         case 1:
-            CheckStamp(bytes, kClaim);
+            CheckStamp(bytes, {kClaim});
             return 0;
         case 2: {
             std::size_t budget = kMaxCborItems;
@@ -24,7 +24,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             VerifySignature(signature, kClaim);
             for (const ByteSpan& answer : signature.revocationAnswers)
                 CheckRevocation(answer, signature.chain);
-            for (const ByteSpan& stamp : signature.stampsOfClaim) CheckStamp(stamp, kClaim);
+            for (const ByteSpan& stamp : signature.stampsOfClaim) CheckStamp(stamp, {kClaim});
             return 0;
         }
         default: {

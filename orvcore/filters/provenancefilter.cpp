@@ -33,7 +33,7 @@ std::string SignerOf(const Manifest& manifest) {
 std::string TimeOfSigning(const Manifest& manifest) {
     if (!manifest.stamp) return "No time stamp";
     const std::string says = UtcText(manifest.stamp->time) + ", by " + OrDash(manifest.stamp->authority);
-    if (!manifest.stamp->isIntact) return "The time stamp does not belong to this signature";
+    if (!manifest.stamp->isIntact) return "No time stamp that holds";
     return says + (manifest.stamp->isTrusted ? "" : " (authority not checked or not trusted)");
 }
 

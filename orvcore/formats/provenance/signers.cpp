@@ -11,11 +11,16 @@ namespace {
 class Signer {
   public:
     Signer(const DecodedManifest& decoded, const ProvenanceTrust& trust,
-           const std::vector<ByteSpan>& laterStamps, Manifest& shown, const Tell& tell)
-        : m_decoded(decoded), m_trust(trust), m_laterStamps(laterStamps), m_shown(shown), m_tell(tell) {}
+           const std::vector<ByteSpan>& laterStamps, ByteSpan bytes, Manifest& shown, const Tell& tell)
+        : m_decoded(decoded),
+          m_trust(trust),
+          m_laterStamps(laterStamps),
+          m_bytes(bytes),
+          m_shown(shown),
+          m_tell(tell) {}
 
-    void Run(ByteSpan bytes, Budget& budget) {
-        m_signature = ReadSignature(bytes, m_decoded.claimBytes, budget.items);
+    void Run(Budget& budget) {
+        m_signature = ReadSignature(m_bytes, m_decoded.claimBytes, budget.items);
         if (!m_signature.fault.empty()) {
             m_shown.signatureVerifies = false;
             m_tell("claimSignature.mismatch", m_signature.fault);
@@ -70,20 +75,23 @@ class Signer {
     void CheckStamps() {
         const std::vector<std::uint8_t> ofClaim =
             SignedBytes("CounterSignature", m_signature.protectedBytes, m_decoded.claimBytes);
-        for (const ByteSpan& stamp : m_signature.stampsOfClaim) TakeStamp(CheckStamp(stamp, ofClaim), {});
+        for (const ByteSpan& stamp : m_signature.stampsOfClaim) TakeStamp(CheckStamp(stamp, {ofClaim}), {});
         if (m_signature.stampsOfSignature.empty() && m_laterStamps.empty()) return;
         std::vector<std::uint8_t> payload;
         AppendCborBytes(payload, m_signature.signature);
         const std::vector<std::uint8_t> ofSignature =
             SignedBytes("CounterSignature", m_signature.protectedBytes, payload);
         for (const ByteSpan& stamp : m_signature.stampsOfSignature)
-            TakeStamp(CheckStamp(stamp, ofSignature), {});
-        // What a later manifest adds was made over the bare signature by some programs.
+            TakeStamp(CheckStamp(stamp, {ofSignature}), {});
+        // Programs disagree on what a later manifest's stamp is made over. Each of the three holds the signature's value
+        // whole, so each proves that the signature was there.
         for (const ByteSpan& stamp : m_laterStamps) {
-            StampResult result = CheckStamp(stamp, ofSignature);
-            if (result.outcome == StampResult::Outcome::Mismatch)
-                result = CheckStamp(stamp, m_signature.signature);
-            TakeStamp(result, "It stands in a later manifest.");
+            const StampResult result = CheckStamp(stamp, {m_signature.signature, ofSignature, m_bytes});
+            const bool isWhole = result.outcome == StampResult::Outcome::Intact && result.fitting == 2;
+            TakeStamp(result, isWhole
+                                  ? "It stands in a later manifest and was made over the whole record of the "
+                                    "signature, headers included."
+                                  : "It stands in a later manifest.");
         }
     }
 
@@ -180,6 +188,7 @@ class Signer {
     const DecodedManifest& m_decoded;
     const ProvenanceTrust& m_trust;
     const std::vector<ByteSpan>& m_laterStamps;
+    ByteSpan m_bytes;  // content of the signature's box
     Manifest& m_shown;
     const Tell& m_tell;
     CoseSignature m_signature;
@@ -206,7 +215,7 @@ void VerifySigner(const StoredManifest& stored, const DecodedManifest& decoded, 
         tell("claimSignature.missing", {});
         return;
     }
-    Signer(decoded, trust, laterStamps, shown, tell).Run(content->Payload(stored.bytes), budget);
+    Signer(decoded, trust, laterStamps, content->Payload(stored.bytes), shown, tell).Run(budget);
 }
 
 }  // namespace provenance

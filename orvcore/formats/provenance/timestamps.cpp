@@ -74,14 +74,10 @@ const EVP_MD* ImprintMethod(const X509_ALGOR* algorithm) {
     }
 }
 
-bool ImprintFits(TS_TST_INFO* info, ByteSpan stamped) {
-    TS_MSG_IMPRINT* imprint = TS_TST_INFO_get_msg_imprint(info);
-    const EVP_MD* method = ImprintMethod(TS_MSG_IMPRINT_get_algo(imprint));
+bool ImprintFits(TS_MSG_IMPRINT* imprint, const EVP_MD* method, ByteSpan stamped) {
     std::array<unsigned char, EVP_MAX_MD_SIZE> hash{};
     unsigned size = 0;
-    if (method == nullptr ||
-        EVP_Digest(stamped.data(), stamped.size(), hash.data(), &size, method, nullptr) != 1)
-        return false;
+    if (EVP_Digest(stamped.data(), stamped.size(), hash.data(), &size, method, nullptr) != 1) return false;
     const ASN1_OCTET_STRING* stated = TS_MSG_IMPRINT_get_msg(imprint);
     return std::equal(hash.begin(), hash.begin() + size, ASN1_STRING_get0_data(stated),
                       ASN1_STRING_get0_data(stated) + ASN1_STRING_length(stated));
@@ -108,7 +104,7 @@ CertificateChain ChainOf(CMS_ContentInfo* token, X509* signer) {
 
 }  // namespace
 
-StampResult CheckStamp(ByteSpan bytes, ByteSpan stamped) {
+StampResult CheckStamp(ByteSpan bytes, std::initializer_list<ByteSpan> candidates) {
     StampResult result;
     const auto fail = [&result](StampResult::Outcome outcome, const char* reason) {
         result.outcome = outcome;
@@ -142,10 +138,22 @@ StampResult CheckStamp(ByteSpan bytes, ByteSpan stamped) {
         return result;
     }
     result.time = *time;
-    if (!ImprintFits(info.get(), stamped)) {
+    TS_MSG_IMPRINT* imprint = TS_TST_INFO_get_msg_imprint(info.get());
+    const EVP_MD* method = ImprintMethod(TS_MSG_IMPRINT_get_algo(imprint));
+    if (method == nullptr) {
+        fail(
+            Outcome::Malformed,
+            "What it was made for could not be checked: it names its object by a hash that is not used here.");
+        return result;
+    }
+    const auto* const fitting = std::find_if(candidates.begin(), candidates.end(), [&](ByteSpan candidate) {
+        return ImprintFits(imprint, method, candidate);
+    });
+    if (fitting == candidates.end()) {
         fail(Outcome::Mismatch, "The time stamp was made for something else.");
         return result;
     }
+    result.fitting = static_cast<std::size_t>(fitting - candidates.begin());
     // Every key that could be computed with is bounded first; the chain is judged by the caller.
     const Owned<STACK_OF(X509)> certificates(CMS_get1_certs(token.get()));
     const bool hasOneSigner = sk_CMS_SignerInfo_num(CMS_get0_SignerInfos(token.get())) == 1;

@@ -5,6 +5,7 @@
 #include <openssl/ec.h>
 #include <openssl/param_build.h>
 #include <openssl/pem.h>
+#include <openssl/ts.h>
 #include <openssl/x509v3.h>
 
 #include <algorithm>
@@ -13,6 +14,7 @@
 #include "orvcore/formats/provenance/cbor.h"
 #include "orvcore/formats/provenance/cose.h"
 #include "orvcore/formats/provenance/digest.h"
+#include "orvcore/formats/provenance/jumbf.h"
 #include "tests/orvcore/formats/formatsupport.h"
 
 namespace storemaker {
@@ -240,6 +242,52 @@ Bytes MakeManifest(const ManifestRecipe& recipe, const Signer& signer) {
 
 Bytes Store(const std::vector<Bytes>& manifests) {
     return Superbox("c2pa", "c2pa", manifests);
+}
+
+Bytes SignatureRecordOf(const Bytes& manifest) {
+    std::size_t budget = 1000;
+    const provenance::JumbfParse parse = provenance::ParseJumbf(manifest, budget);
+    for (const provenance::JumbfBox& box : parse.root.children) {
+        if (!box.IsSuperbox(provenance::BoxCode("c2cs"))) continue;
+        const ByteSpan content = box.Content(provenance::BoxCode("cbor"))->Payload(manifest);
+        return {content.begin(), content.end()};
+    }
+    throw std::runtime_error("a test's manifest has no signature");
+}
+
+Bytes MakeStamp(const Signer& authority, const Bytes& stamped, const EVP_MD* method) {
+    Bytes hash(static_cast<std::size_t>(EVP_MD_get_size(method)));
+    Need(EVP_Digest(stamped.data(), stamped.size(), hash.data(), nullptr, method, nullptr) == 1);
+    const std::shared_ptr<X509_ALGOR> algorithm(X509_ALGOR_new(), X509_ALGOR_free);
+    X509_ALGOR_set_md(algorithm.get(), method);
+    const std::shared_ptr<TS_MSG_IMPRINT> imprint(TS_MSG_IMPRINT_new(), TS_MSG_IMPRINT_free);
+    Need(TS_MSG_IMPRINT_set_algo(imprint.get(), algorithm.get()) == 1 &&
+         TS_MSG_IMPRINT_set_msg(imprint.get(), hash.data(), static_cast<int>(hash.size())) == 1);
+    const std::shared_ptr<TS_REQ> request(TS_REQ_new(), TS_REQ_free);
+    Need(TS_REQ_set_version(request.get(), 1) == 1 &&
+         TS_REQ_set_msg_imprint(request.get(), imprint.get()) == 1 &&
+         TS_REQ_set_cert_req(request.get(), 1) == 1);
+    const std::shared_ptr<BIO> asked(BIO_new(BIO_s_mem()), BIO_free);
+    Need(i2d_TS_REQ_bio(asked.get(), request.get()) == 1);
+
+    const unsigned char* at = authority.certificate.data();
+    const std::shared_ptr<X509> certificate(
+        d2i_X509(nullptr, &at, static_cast<long>(authority.certificate.size())), X509_free);
+    const std::shared_ptr<ASN1_OBJECT> policy(OBJ_txt2obj("1.2.3.4", 1), ASN1_OBJECT_free);
+    const std::shared_ptr<TS_RESP_CTX> rules(TS_RESP_CTX_new(), TS_RESP_CTX_free);
+    Need(TS_RESP_CTX_set_signer_cert(rules.get(), certificate.get()) == 1 &&
+         TS_RESP_CTX_set_signer_key(rules.get(), authority.key.get()) == 1 &&
+         TS_RESP_CTX_set_signer_digest(rules.get(), EVP_sha256()) == 1 &&
+         TS_RESP_CTX_set_def_policy(rules.get(), policy.get()) == 1 &&
+         TS_RESP_CTX_add_md(rules.get(), method) == 1);
+    const std::shared_ptr<TS_RESP> response(TS_RESP_create_response(rules.get(), asked.get()), TS_RESP_free);
+    Need(response && TS_RESP_get_token(response.get()) != nullptr);
+    unsigned char* der = nullptr;
+    const int size = i2d_PKCS7(TS_RESP_get_token(response.get()), &der);
+    Need(size > 0);
+    Bytes token(der, der + size);
+    OPENSSL_free(der);
+    return token;
 }
 
 Bytes PutIntoJpeg(const Bytes& jpeg, const Bytes& store, std::size_t packet) {

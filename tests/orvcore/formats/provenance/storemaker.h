@@ -51,7 +51,8 @@ struct ManifestRecipe {
     std::string title = "made.jpg";
     const char* kind = "c2ma";
     std::vector<std::pair<std::string, Bytes>> assertions = {};  // label and CBOR
-    std::vector<Bytes> boxes = {};  // further assertions, as whole superboxes that the claim lists by their labels
+    std::vector<Bytes> boxes =
+        {};  // further assertions, as whole superboxes that the claim lists by their labels
     std::vector<std::string> redacted = {};
     std::vector<Bytes> extraAssertionBoxes = {};  // in the store, not in the claim
     std::vector<std::string> removed = {};        // in the claim, not in the store
@@ -60,6 +61,11 @@ struct ManifestRecipe {
 // The manifest's superbox; its label as the address of it is "self#jumbf=/c2pa/LABEL".
 Bytes MakeManifest(const ManifestRecipe& recipe, const Signer& signer);
 Bytes Store(const std::vector<Bytes>& manifests);
+// Content of a manifest's signature box: the whole COSE record.
+Bytes SignatureRecordOf(const Bytes& manifest);
+
+// A time stamp (RFC 3161, the bare token) of now over these bytes. The authority needs "critical,timeStamping" as its usage.
+Bytes MakeStamp(const Signer& authority, const Bytes& stamped, const EVP_MD* method = EVP_sha256());
 
 // Behind SOI, in packets of at most so many bytes of the store each.
 Bytes PutIntoJpeg(const Bytes& jpeg, const Bytes& store, std::size_t packet = 60000);
