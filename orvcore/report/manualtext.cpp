@@ -82,6 +82,7 @@ class Writer {
         if (line.starts_with("## ")) return Heading("h2", line.substr(3));
         if (line.starts_with("# ")) return Heading("h1", line.substr(2));
         if (line.starts_with("!")) return Close();
+        if (line == "@rates") return Close();  // where they are measured, the report shows them
         if (line.starts_with("@") && mayInclude) return Include(line.substr(1));
         if (line.starts_with("=")) {
             Close();

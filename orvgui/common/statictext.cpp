@@ -10,6 +10,10 @@ struct _GtkLabel;
 void gtk_label_set_yalign(_GtkLabel* label, float alignment);
 }
 
+namespace {
+constexpr int kLayoutSlack = 4;
+}  // namespace
+
 std::vector<wxString> WrapLines(const wxString& text, int width,
                                 const std::function<std::vector<int>(const wxString&)>& extents) {
     std::vector<wxString> lines;
@@ -100,7 +104,9 @@ void OrvStaticText::Rewrap() {
     if (m_naturalWidth > width) {
         wxClientDC dc(this);
         dc.SetFont(GetFont());
-        const std::vector<wxString> lines = WrapLines(m_text, width, [&dc](const wxString& paragraph) {
+        // The label lays out whole lines, whose widths differ from the measured ends of their letters by a few pixels.
+        const int room = std::max(width - kLayoutSlack, 1);
+        const std::vector<wxString> lines = WrapLines(m_text, room, [&dc](const wxString& paragraph) {
             wxArrayInt widths;
             dc.GetPartialTextExtents(paragraph, widths);
             return std::vector<int>(widths.begin(), widths.end());

@@ -1,11 +1,16 @@
 #include "orvgui/dialogs/optionsgui.h"
 
 #include <wx/button.h>
+#include <wx/display.h>
 #include <wx/gbsizer.h>
+#include <wx/scrolwin.h>
+#include <wx/settings.h>
 #include <wx/sizer.h>
 #include <wx/stattext.h>
 #include <wx/textctrl.h>
 #include <wx/translation.h>
+
+#include <algorithm>
 
 #include "orvcore/facade/interface.h"
 #include "orvcore/model/options.h"
@@ -20,6 +25,9 @@ namespace {
 constexpr int kMargin = 12;
 constexpr int kGap = 8;
 constexpr int kPollMs = 50;
+constexpr int kScrollStep = 16;
+constexpr int kOutsideBody = 140;  // title bar, buttons and what surrounds them
+constexpr int kLeastBody = 200;
 constexpr int kTextWidth = 320;  // shows an address of common length
 
 }  // namespace
@@ -30,10 +38,14 @@ OrvOptionsGui::OrvOptionsGui(wxWindow* parent, const VecVecParameter& options)
       m_options(options),
       m_controls(options.size()) {
     const std::vector<std::string> titles = OrvOptions::GroupTitles();
+    // All groups are higher than a small screen.
+    m_body =
+        new wxScrolledWindow(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxVSCROLL | wxTAB_TRAVERSAL);
+    m_body->SetScrollRate(0, kScrollStep);
     auto* sizer = new wxBoxSizer(wxVERTICAL);
     for (std::size_t group = 0; group < m_options.size(); ++group) {
         if (group < titles.size()) {
-            auto* title = new wxStaticText(this, wxID_ANY, wxGetTranslation(ToWx(titles[group])));
+            auto* title = new wxStaticText(m_body, wxID_ANY, wxGetTranslation(ToWx(titles[group])));
             title->SetFont(title->GetFont().Bold());
             sizer->Add(title, 0, wxLEFT | wxRIGHT | wxTOP, kMargin);
         }
@@ -42,10 +54,15 @@ OrvOptionsGui::OrvOptionsGui(wxWindow* parent, const VecVecParameter& options)
     }
     AlignGroups();
     sizer->AddSpacer(kMargin);
-    sizer->AddStretchSpacer();
-    sizer->Add(CreateButtonSizer(wxOK | wxCANCEL), 0, wxEXPAND | wxLEFT | wxRIGHT | wxBOTTOM, kMargin);
-    SetSizerAndFit(sizer);
-    SetSize(wxSize(wxMax(GetSize().x, 460), GetSize().y));
+    m_body->SetSizer(sizer);
+    const wxSize wanted = sizer->CalcMin();
+    const int most = wxDisplay(parent ? parent : this).GetClientArea().height - kOutsideBody;
+    m_body->SetMinSize(wxSize(wxMax(wanted.x + wxSystemSettings::GetMetric(wxSYS_VSCROLL_X), 440),
+                              std::min(wanted.y, std::max(most, kLeastBody))));
+    auto* all = new wxBoxSizer(wxVERTICAL);
+    all->Add(m_body, 1, wxEXPAND);
+    all->Add(CreateButtonSizer(wxOK | wxCANCEL), 0, wxEXPAND | wxALL, kMargin);
+    SetSizerAndFit(all);
     CentreOnParent();
     Bind(wxEVT_BUTTON, &OrvOptionsGui::OnButtonOk, this, wxID_OK);
     Bind(wxEVT_CHAR_HOOK, &OrvOptionsGui::OnCharHook, this);
@@ -63,7 +80,7 @@ wxSizer* OrvOptionsGui::CreateGroup(std::size_t group) {
     auto* grid = new wxGridBagSizer(0, kGap);
     grid->SetFlexibleDirection(wxBOTH);
     for (const Parameter& option : m_options[group]) {
-        m_controls[group].emplace_back(CreateParameterControl(this, grid, option));
+        m_controls[group].emplace_back(CreateParameterControl(m_body, grid, option));
         if (!m_controls[group].back()) continue;
         m_controls[group].back()->SetControlValue(option);
         if (option.Type() == ParameterType::String)
@@ -75,9 +92,9 @@ wxSizer* OrvOptionsGui::CreateGroup(std::size_t group) {
 }
 
 wxSizer* OrvOptionsGui::CreateCacheRow() {
-    m_cacheText = new wxStaticText(this, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize,
+    m_cacheText = new wxStaticText(m_body, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize,
                                    wxST_NO_AUTORESIZE | wxST_ELLIPSIZE_END);
-    m_emptyButton = new wxButton(this, wxID_ANY, _("Empty"));
+    m_emptyButton = new wxButton(m_body, wxID_ANY, _("Empty"));
     m_emptyButton->SetToolTip(_("Removes all results that are kept on disk; what was extracted stays"));
     m_emptyButton->Bind(wxEVT_BUTTON, &OrvOptionsGui::OnButtonEmpty, this);
     auto* row = new wxBoxSizer(wxHORIZONTAL);

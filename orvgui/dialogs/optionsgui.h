@@ -13,6 +13,7 @@
 class ParameterControl;
 class wxButton;
 class wxGridBagSizer;
+class wxScrolledWindow;
 class wxSizer;
 class wxStaticText;
 
@@ -37,6 +38,7 @@ class ORVGUI_API OrvOptionsGui : public wxDialog {
     bool GoToTypingError();
     void OnCharHook(wxKeyEvent& event);
 
+    wxScrolledWindow* m_body = nullptr;
     std::vector<wxGridBagSizer*> m_grids;  // one per group
     VecVecParameter m_options;
     std::vector<std::vector<std::unique_ptr<ParameterControl>>> m_controls;  // by group, then option

@@ -21,13 +21,13 @@ namespace {
 
 constexpr const char* kSummaryId = "summary";
 const wxSize kSwatchSize(25, 20);
-constexpr int kStatusWidth = 100;
+constexpr int kStatusWidth = 120;
 constexpr int kResultHeight = 200;
 constexpr int kResultSpan = 4;
 constexpr int kGap = 4;
-constexpr int kFindingsLeast = 300;  // pixels
+constexpr int kFindingsLeast = 200;  // pixels
 // Columns of the findings.
-enum FindingColumn { kStrength, kFilter, kFile, kSentence };
+enum FindingColumn { kStrength, kFilter, kSentence, kFile, kFindingColumns };
 
 }  // namespace
 
@@ -124,16 +124,17 @@ void FilterSummaryPanel::CreateFindings(int firstRow, int rows) {
     m_list->SetName(_("Findings"));
     m_list->AppendColumn(_("Strength"), wxLIST_FORMAT_LEFT,
                          GetTextExtent(StateText(SummaryState::WorthALook)).x + 40);
-    m_list->AppendColumn(_("Filter"), wxLIST_FORMAT_LEFT, GetTextExtent("Copy-Move (Keypoints)").x + 16);
-    m_list->AppendColumn(_("File"), wxLIST_FORMAT_LEFT, GetTextExtent(_("Reference")).x + 16);
+    m_list->AppendColumn(_("Filter"), wxLIST_FORMAT_LEFT, GetTextExtent("Copy-Move (Key").x + 16);
     m_list->AppendColumn(_("Finding"));
+    m_list->AppendColumn(_("File"), wxLIST_FORMAT_LEFT, GetTextExtent(_("Reference")).x + 16);
     m_list->SetToolTip(_("Double click or Enter: to the page of the filter"));
     m_list->Bind(wxEVT_LIST_ITEM_ACTIVATED,
                  [this](wxListEvent& event) { OpenFinding(static_cast<std::size_t>(event.GetIndex())); });
     m_list->Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
         event.Skip();
         int rest = m_list->GetClientSize().x;
-        for (int i = 0; i < kSentence; ++i) rest -= m_list->GetColumnWidth(i);
+        for (int i = 0; i < kFindingColumns; ++i)
+            if (i != kSentence) rest -= m_list->GetColumnWidth(i);
         m_list->SetColumnWidth(kSentence, std::max(rest, kFindingsLeast));
     });
     column->Add(m_list, 1, wxEXPAND);

@@ -135,7 +135,9 @@ class Narrator {
         const Manifest& active = Active();
         const std::string signer =
             SignerText(active).empty() ? "nobody who can be named" : Quote(SignerText(active));
-        if (active.signatureVerifies != true) {
+        if (!active.signatureVerifies.has_value() && SignerText(active).empty()) {
+            m_report.trust = {Answer::Unknown, "No signer is named, and no signature could be checked."};
+        } else if (active.signatureVerifies != true) {
             m_report.trust = {Answer::Unknown, "Signer named, signature not proved: " + signer + "."};
         } else if (!active.signerTrusted) {
             m_report.trust = {Answer::Unknown,

@@ -100,7 +100,7 @@ class Signer {
         if (!stamp.isIntact) {
             m_tell(result.outcome == StampResult::Outcome::Mismatch ? "timeStamp.mismatch"
                                                                     : "timeStamp.malformed",
-                   Join({result.reason, more}, " "));
+                   more.empty() ? result.reason : Join({result.reason, more}, " "));
         } else {
             m_tell("timeStamp.validated",
                    Trim("It says " + UtcText(result.time) + ", by " + result.authority + ". " + more));

@@ -38,7 +38,7 @@ class OptionsTest : public FrameTest {
     }
     // The field that shows this text; the dialog's values are all different.
     static wxTextCtrl* Field(OrvOptionsGui& dialog, const char* text) {
-        for (wxWindow* child : dialog.GetChildren())
+        for (wxWindow* child : dialog.GetEmptyButton()->GetParent()->GetChildren())
             if (auto* field = dynamic_cast<wxTextCtrl*>(child); field && field->GetValue() == text)
                 return field;
         ADD_FAILURE() << "no field shows " << text;

@@ -88,7 +88,7 @@ TEST_F(RunAllTest, AFindingLeadsToItsPage) {
         if (list->GetItemText(i, 1) == "File Format") index = i;
     ASSERT_GE(index, 0);
     EXPECT_TRUE(list->GetItemText(index, 0).Contains("worth a look"));
-    EXPECT_EQ(list->GetItemText(index, 2), "Evidence");
+    EXPECT_EQ(list->GetItemText(index, 3), "Evidence");
     page->OpenFinding(static_cast<std::size_t>(index));
     Settle();
     EXPECT_EQ(frame->GetViewerPanel()->GetShownPage()->GetFilter()->GetId(), "file-format");
