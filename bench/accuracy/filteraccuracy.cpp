@@ -1,4 +1,4 @@
-// How often the program's filters are right: every filter that gives a verdict or a map with a threshold is run, with its default parameters
+// How often the program's filters are right: every filter that gives verdicts is run, with its default parameters
 // and as the program runs it, on forged and untouched pictures of the virtual camera, and on the untouched photographs in the folder that
 // ORVANE_FIXTURES names. One file of rates per filter, and one of all filters together.
 // Usage: filteraccuracy FOLDER [UNTOUCHED [FORGED [FILTER…]]]
