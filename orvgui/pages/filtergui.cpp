@@ -68,11 +68,13 @@ std::vector<OrvRowCommand> PictureCommands(const OrvListCtrl& list, int dataRow)
 
 }  // namespace
 
-OrvFilterGui::OrvFilterGui(wxWindow* parent, OrvFilter* filter)
-    : wxPanel(parent, wxID_ANY, wxDefaultPosition, kInitialSize, wxTAB_TRAVERSAL | wxVSCROLL | wxHSCROLL),
+OrvFilterGui::OrvFilterGui(wxWindow* parent, OrvFilter* filter, bool scrolls)
+    : wxPanel(parent, wxID_ANY, wxDefaultPosition, kInitialSize,
+              wxTAB_TRAVERSAL | (scrolls ? wxVSCROLL | wxHSCROLL : 0)),
       wxScrollHelper(this),
       m_filter(filter) {
-    SetScrollRate(kScrollStep, kScrollStep);
+    // Not by SetScrollRate, which measures the scroll bars of a page that nobody sees yet. The first size adjusts them.
+    if (scrolls) m_xScrollPixelsPerLine = m_yScrollPixelsPerLine = kScrollStep;
     if (filter != nullptr) {
         m_parametersInput = filter->GetParametersInput();
         m_parametersPostProcessing = filter->GetParametersPostProcessing();
@@ -265,7 +267,8 @@ bool OrvFilterGui::Layout() {
     wxSizer* sizer = GetSizer();
     if (sizer == nullptr) return ScrollLayout();
     const wxPoint origin = CalcScrolledPosition(wxPoint(m_margin, m_margin));
-    const wxSize size = GetVirtualSize() - wxSize(2 * m_margin, 2 * m_margin);
+    const wxSize room = m_xScrollPixelsPerLine != 0 ? GetVirtualSize() : GetClientSize();
+    const wxSize size = room - wxSize(2 * m_margin, 2 * m_margin);
     sizer->SetDimension(origin, wxSize(std::max(0, size.GetWidth()), std::max(0, size.GetHeight())));
     return true;
 }

@@ -19,11 +19,13 @@ class wxGridBagSizer;
 // what the core then holds.
 //
 // Constructing is cheap, Init() builds the widgets. The page belongs to its parent window; the filter knows
-// it weakly and is told when it goes. Control i always belongs to parameter i of its list. A page that is
-// taller than its window scrolls. GUI thread only.
+// it weakly and is told when it goes. Control i always belongs to parameter i of its list. A page of fields
+// that is taller than its window scrolls. GUI thread only.
 class ORVGUI_API OrvFilterGui : public wxPanel, public OrvFilterGuiBase, public wxScrollHelper {
   public:
-    OrvFilterGui(wxWindow* parent, OrvFilter* filter);
+    // scrolls: false for a page whose parts scroll by themselves: it fills its window and does without scroll bars, which are
+    // most of what a page costs at the start.
+    OrvFilterGui(wxWindow* parent, OrvFilter* filter, bool scrolls = true);
     ~OrvFilterGui() override;
 
     // The hooks, in the order of the table of virtual functions.

@@ -18,7 +18,7 @@
 #include "zorbase/text.h"
 
 OrvFilterGuiViewer::OrvFilterGuiViewer(wxWindow* parent, OrvFilter* filter)
-    : OrvFilterGui(parent, filter), m_activeWinId(kFirstCanvasId), m_derived(*this, [this] {
+    : OrvFilterGui(parent, filter, false), m_activeWinId(kFirstCanvasId), m_derived(*this, [this] {
           ConfigureViewer(-1, true);
           RefreshControlsCustom();
       }) {
