@@ -13,8 +13,8 @@
 
 namespace {
 
-constexpr int kPieceBlocks = 8;  // rows of blocks
-constexpr int kReach = 64;       // levels -64..64; larger ones say nothing
+constexpr int kPieceBlocks = 32;  // rows of blocks: fewer pieces, fewer buffers that the system clears first
+constexpr int kReach = 64;        // levels -64..64; larger ones say nothing
 constexpr int kLevels = 2 * kReach + 1;
 constexpr int kLargestFirstStep = 60;
 constexpr int kLeastBlocks = 64;
@@ -26,14 +26,34 @@ using Histograms = std::array<Levels, kDoubleJpegFrequencies>;
 constexpr int kZigzagU[kDoubleJpegFrequencies] = {1, 0, 0, 1, 2, 3, 2, 1, 0, 0, 1, 2, 3, 4};
 constexpr int kZigzagV[kDoubleJpegFrequencies] = {0, 1, 2, 1, 0, 0, 1, 2, 3, 4, 3, 2, 1, 0};
 
-void Count(Levels& levels, int level) {
-    if (level >= -kReach && level <= kReach) ++levels[static_cast<std::size_t>(level + kReach)];
+// What is beyond the reach falls into the first or the last bin, which says nothing.
+constexpr std::size_t kBins = kLevels + 2;
+std::size_t BinOf(int level) {
+    return static_cast<std::size_t>(std::clamp(level, -kReach - 1, kReach + 1) + kReach + 1);
+}
+std::size_t BinOf(float value) {
+    const float kept = std::clamp(value, -kReach - 1.0F, kReach + 1.0F);
+    return static_cast<std::size_t>(static_cast<int>(kept + std::copysign(0.5F, kept)) + kReach + 1);
 }
 
-// The library's lround knows too much to be fast.
-int Nearest(float value) {
-    return static_cast<int>(value < 0.0F ? value - 0.5F : value + 0.5F);
-}
+// Counts the levels of a row of blocks. Neighbours go to different counters: a picture's levels are mostly 0, and one counter would
+// wait for itself.
+class RowCounter {
+  public:
+    // levelAt(block): a level, or a number that is rounded to one.
+    template <typename LevelAt>
+    void Add(int blocks, const LevelAt& levelAt) {
+        for (int block = 0; block < blocks; ++block)
+            ++m_counts[static_cast<std::size_t>(block % 4)][BinOf(levelAt(block))];
+    }
+    void AddTo(Levels& levels) const {
+        for (const auto& counts : m_counts)
+            for (std::size_t i = 0; i < levels.size(); ++i) levels[i] += counts[i + 1];
+    }
+
+  private:
+    std::array<std::array<std::uint32_t, kBins>, 4> m_counts{};
+};
 
 void Add(Histograms& sum, const Histograms& part) {
     for (std::size_t i = 0; i < sum.size(); ++i)
@@ -50,8 +70,9 @@ Histograms CountStored(const JpegCoefficientPlane& component, const AnalysisProg
             for (std::size_t k = 0; k < part->size(); ++k) {
                 const auto* levels =
                     component.coefficients.ptr<std::int16_t>(8 * row + kZigzagV[k]) + kZigzagU[k];
-                for (int block = 0; block < component.blocks.width; ++block)
-                    Count((*part)[k], levels[8 * block]);
+                RowCounter counter;
+                counter.Add(component.blocks.width, [&](int block) { return int{levels[8 * block]}; });
+                counter.AddTo((*part)[k]);
             }
         }
         const std::scoped_lock lock(mutex);
@@ -60,22 +81,17 @@ Histograms CountStored(const JpegCoefficientPlane& component, const AnalysisProg
     return sum;
 }
 
-// Decoded samples, not rounded, of rows of blocks first..end-1.
-void Decode(const JpegCoefficientPlane& component, int first, int end, std::vector<float>& samples) {
+// Decoded samples, not rounded, of a row of blocks.
+void Decode(const JpegCoefficientPlane& component, int row, float* samples) {
     const auto width = static_cast<std::size_t>(component.blocks.width) * 8;
-    samples.resize(width * 8 * static_cast<std::size_t>(end - first));
-    for (int row = first; row < end; ++row) {
-        float* target = samples.data() + width * 8 * static_cast<std::size_t>(row - first);
-        for (std::size_t v = 0; v < 8; ++v) {
-            const auto* levels = component.coefficients.ptr<std::int16_t>(8 * row + static_cast<int>(v));
-            const std::uint16_t* steps = component.steps.data() + 8 * v;
-            float* line = target + width * v;
-            for (std::size_t x = 0; x < width; x += 8)
-                for (std::size_t u = 0; u < 8; ++u)
-                    line[x + u] = static_cast<float>(levels[x + u] * steps[u]);
-        }
-        InverseBlockDct(target, width, target, width, component.blocks.width);
+    for (std::size_t v = 0; v < 8; ++v) {
+        const auto* levels = component.coefficients.ptr<std::int16_t>(8 * row + static_cast<int>(v));
+        const std::uint16_t* steps = component.steps.data() + 8 * v;
+        float* line = samples + width * v;
+        for (std::size_t x = 0; x < width; x += 8)
+            for (std::size_t u = 0; u < 8; ++u) line[x + u] = static_cast<float>(levels[x + u] * steps[u]);
     }
+    InverseBlockDct(samples, width, samples, width, component.blocks.width);
 }
 
 // Levels that the same picture has on a grid moved by (4, 4), where no save has left its trace.
@@ -86,20 +102,23 @@ Histograms CountMoved(const JpegCoefficientPlane& component, const AnalysisProgr
         auto part = std::make_unique<Histograms>();
         const int across = component.blocks.width - 1;
         const auto width = static_cast<std::size_t>(component.blocks.width) * 8;
-        std::vector<float> samples;
-        Decode(component, first, end + 1, samples);
+        std::vector<float> samples(width * 16);  // two rows of blocks, one below the other
+        float* lower = samples.data() + width * 8;
+        Decode(component, first, lower);
         std::vector<float> moved(static_cast<std::size_t>(across) * 64);
         const auto step = static_cast<std::size_t>(across) * 8;
         for (int row = first; row < end; ++row) {
-            ForwardBlockDct(samples.data() + width * (8 * static_cast<std::size_t>(row - first) + 4) + 4,
-                            width, moved.data(), step, across);
+            std::copy(lower, lower + width * 8, samples.data());
+            Decode(component, row + 1, lower);
+            ForwardBlockDct(samples.data() + width * 4 + 4, width, moved.data(), step, across);
             for (std::size_t k = 0; k < part->size(); ++k) {
                 const auto u = static_cast<std::size_t>(kZigzagU[k]);
                 const auto v = static_cast<std::size_t>(kZigzagV[k]);
                 const float inverse = 1.0F / static_cast<float>(component.steps[8 * v + u]);
                 const float* coefficients = moved.data() + v * step + u;
-                for (int block = 0; block < across; ++block)
-                    Count((*part)[k], Nearest(coefficients[8 * block] * inverse));
+                RowCounter counter;
+                counter.Add(across, [&](int block) { return coefficients[8 * block] * inverse; });
+                counter.AddTo((*part)[k]);
             }
         }
         const std::scoped_lock lock(mutex);
@@ -162,29 +181,33 @@ void FitFirstStep(const Levels& stored, const Levels& moved, DoubleJpegFrequency
 // Sums of log gain over the frequencies found, less its sign: positive where the levels do not know the first step.
 void ComputeBlocks(const JpegCoefficientPlane& component, DoubleJpegResult& result,
                    const AnalysisProgress& progress) {
-    std::array<std::array<float, kLevels>, kDoubleJpegFrequencies> logarithms{};
+    std::array<std::array<float, kBins>, kDoubleJpegFrequencies> logarithms{};
     for (std::size_t k = 0; k < logarithms.size(); ++k) {
         const DoubleJpegFrequency& frequency = result.frequencies[k];
         if (!frequency.IsFound()) continue;
         const Gains gains = GainsOf(frequency.firstStep, frequency.lastStep);
         for (std::size_t i = 0; i < gains.size(); ++i)
-            logarithms[k][i] = static_cast<float>(-std::log(std::max(gains[i], kLeastGain)));
+            logarithms[k][i + 1] = static_cast<float>(-std::log(std::max(gains[i], kLeastGain)));
     }
     cv::Mat values(component.blocks, CV_32FC1, cv::Scalar(0));
     cv::Mat known(component.blocks, CV_8UC1, cv::Scalar(0));
     ForEachStrip(component.wholeBlockRows, kPieceBlocks, progress, [&](int first, int end) {
+        std::vector<std::int16_t> bits(
+            static_cast<std::size_t>(component.blocks.width));  // set in any level of a block
         for (int row = first; row < end; ++row) {
             auto* sums = values.ptr<float>(row);
+            std::fill(bits.begin(), bits.end(), std::int16_t{0});
             for (std::size_t k = 0; k < logarithms.size(); ++k) {
                 const auto* levels =
                     component.coefficients.ptr<std::int16_t>(8 * row + kZigzagV[k]) + kZigzagU[k];
                 for (int block = 0; block < component.blocks.width; ++block) {
                     const int level = levels[8 * block];
-                    if (level != 0) known.ptr(row)[block] = 1;
-                    if (level >= -kReach && level <= kReach)
-                        sums[block] += logarithms[k][static_cast<std::size_t>(level + kReach)];
+                    bits[static_cast<std::size_t>(block)] |= levels[8 * block];
+                    sums[block] += logarithms[k][BinOf(level)];
                 }
             }
+            std::transform(bits.begin(), bits.end(), known.ptr(row),
+                           [](std::int16_t set) { return static_cast<std::uint8_t>(set != 0 ? 1 : 0); });
         }
     });
     AnalysisMap& map = result.map;
