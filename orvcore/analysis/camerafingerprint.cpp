@@ -13,6 +13,7 @@ namespace {
 
 constexpr int kSaturated = 250;
 constexpr int kLeastSide = 32;
+constexpr int kMeanRows = 256;  // summed up by one thread; even, and the same for any number of threads
 
 struct Channel {
     int index;
@@ -23,6 +24,24 @@ struct Channel {
 struct RowSums {
     double product = 0.0, noise = 0.0, pattern = 0.0;
 };
+
+// The intensity of a row, and nothing at all where a channel is saturated.
+void SetIntensity(const cv::Mat& image, int y, const std::vector<Channel>& channels, CameraResidual& result) {
+    const std::uint8_t* level = image.ptr(y);
+    float* noise = result.noise.ptr<float>(y);
+    float* intensity = result.intensity.ptr<float>(y);
+    const int step = image.channels();
+    for (int x = 0; x < image.cols; ++x, level += step) {
+        float sum = 0.0F;
+        bool isSaturated = false;
+        for (const Channel& channel : channels) {
+            sum += channel.weight * static_cast<float>(level[channel.index]);
+            isSaturated = isSaturated || level[channel.index] > kSaturated;
+        }
+        intensity[x] = isSaturated ? 0.0F : sum;
+        if (isSaturated) noise[x] = 0.0F;
+    }
+}
 
 }  // namespace
 
@@ -35,69 +54,78 @@ CameraResidual ComputeCameraResidual(const cv::Mat& image, double sigma, const A
                                               ? std::vector<Channel>{{0, 1.0F}}
                                               : std::vector<Channel>{{0, 0.114F}, {1, 0.587F}, {2, 0.299F}};
     CameraResidual result;
-    result.noise = cv::Mat::zeros(image.size(), CV_32F);
-    result.intensity = cv::Mat::zeros(image.size(), CV_32F);
-    cv::Mat saturated = cv::Mat::zeros(image.size(), CV_8U);
-    double done = 0.0;
-    for (const Channel& channel : channels) {
+    result.noise.create(image.size(), CV_32F);
+    result.intensity.create(image.size(), CV_32F);
+    const auto count = static_cast<int>(channels.size());
+    for (int i = 0; i < count; ++i) {
+        const Channel channel = channels[static_cast<std::size_t>(i)];
         cv::Mat plane;
         cv::extractChannel(image, plane, channel.index);
-        const double share = 1.0 / static_cast<double>(channels.size());
+        const double done = static_cast<double>(i) / count;
+        const double share = 1.0 / count;
         const cv::Mat noise = WaveletResidual(plane, sigma, PartOf(progress, done, done + 0.9 * share));
-        const AnalysisProgress adding = PartOf(progress, done + 0.9 * share, done + share);
-        done += share;
-        ForEachStrip(image.rows, 64, adding, [&](int first, int end) {
-            for (int y = first; y < end; ++y) {
-                const std::uint8_t* level = plane.ptr(y);
-                const float* w = noise.ptr<float>(y);
-                float* sum = result.noise.ptr<float>(y);
-                float* intensity = result.intensity.ptr<float>(y);
-                std::uint8_t* isSaturated = saturated.ptr(y);
-                for (int x = 0; x < plane.cols; ++x) {
-                    sum[x] += channel.weight * w[x];
-                    intensity[x] += channel.weight * static_cast<float>(level[x]);
-                    isSaturated[x] |= level[x] > kSaturated ? 255 : 0;
-                }
-            }
-        });
+        ForEachStrip(image.rows, 64, PartOf(progress, done + 0.9 * share, done + share),
+                     [&](int first, int end) {
+                         for (int y = first; y < end; ++y) {
+                             const float* w = noise.ptr<float>(y);
+                             float* sum = result.noise.ptr<float>(y);
+                             for (int x = 0; x < plane.cols; ++x)
+                                 sum[x] = (i == 0 ? 0.0F : sum[x]) + channel.weight * w[x];
+                             if (i == count - 1) SetIntensity(image, y, channels, result);
+                         }
+                     });
     }
-    result.noise.setTo(0.0F, saturated);
-    result.intensity.setTo(0.0F, saturated);
     return result;
 }
 
 void RemoveRowAndColumnMeans(cv::Mat& plane) {
-    for (int parityY = 0; parityY < 2; ++parityY) {
-        for (int parityX = 0; parityX < 2; ++parityX) {
-            const int columns = (plane.cols - parityX + 1) / 2;
-            const int rows = (plane.rows - parityY + 1) / 2;
-            if (columns <= 0 || rows <= 0) continue;
-            std::vector<double> columnSums(static_cast<std::size_t>(columns), 0.0);
-            std::vector<double> rowMeans;
-            double total = 0.0;
-            for (int y = parityY; y < plane.rows; y += 2) {
-                const float* row = plane.ptr<float>(y);
-                double sum = 0.0;
-                for (int i = 0; i < columns; ++i) {
-                    const double value = row[parityX + 2 * i];
-                    columnSums[static_cast<std::size_t>(i)] += value;
-                    sum += value;
-                }
-                rowMeans.push_back(sum / columns);
-                total += sum;
-            }
-            const double mean = total / (static_cast<double>(columns) * rows);
-            for (int y = parityY; y < plane.rows; y += 2) {
-                float* row = plane.ptr<float>(y);
-                const double offset = rowMeans[static_cast<std::size_t>(y / 2)] - mean;
-                for (int i = 0; i < columns; ++i) {
-                    float& value = row[parityX + 2 * i];
-                    value =
-                        static_cast<float>(value - offset - columnSums[static_cast<std::size_t>(i)] / rows);
-                }
-            }
+    const int strips = (plane.rows + kMeanRows - 1) / kMeanRows;
+    const auto width = static_cast<std::size_t>(plane.cols);
+    // Sums of the columns over the even and the odd rows of each strip, and of each row over its even and odd columns.
+    std::vector<std::array<std::vector<double>, 2>> parts(static_cast<std::size_t>(strips));
+    std::vector<std::array<double, 2>> rowSums(static_cast<std::size_t>(plane.rows));
+    ForEachPiece(strips, {}, [&](int strip) {
+        auto& columns = parts[static_cast<std::size_t>(strip)];
+        for (std::vector<double>& sums : columns) sums.assign(width, 0.0);
+        for (int y = strip * kMeanRows; y < std::min(plane.rows, (strip + 1) * kMeanRows); ++y) {
+            const float* row = plane.ptr<float>(y);
+            double* sums = columns[static_cast<std::size_t>(y % 2)].data();
+            for (int x = 0; x < plane.cols; ++x) sums[x] += static_cast<double>(row[x]);
+            std::array<double, 2> own = {0.0, 0.0};
+            for (int x = 0; x < plane.cols; ++x)
+                own[static_cast<std::size_t>(x % 2)] += static_cast<double>(row[x]);
+            rowSums[static_cast<std::size_t>(y)] = own;
         }
+    });
+    std::array<std::vector<double>, 2> columnMeans;
+    std::array<std::array<double, 2>, 2> means{};  // of the sublattices, by parity of row and column
+    for (std::size_t parity = 0; parity < 2; ++parity) {
+        const int rows = (plane.rows + 1 - static_cast<int>(parity)) / 2;
+        std::vector<double>& sums = columnMeans[parity];
+        sums.assign(width, 0.0);
+        if (rows == 0) continue;
+        for (const auto& part : parts)
+            for (std::size_t x = 0; x < width; ++x) sums[x] += part[parity][x];
+        for (std::size_t x = 0; x < width; ++x) {
+            sums[x] /= rows;
+            means[parity][x % 2] += sums[x];
+        }
+        means[parity][0] /= static_cast<double>((width + 1) / 2);
+        means[parity][1] /= static_cast<double>(std::max<std::size_t>(width / 2, 1));
     }
+    ForEachPiece(strips, {}, [&](int strip) {
+        for (int y = strip * kMeanRows; y < std::min(plane.rows, (strip + 1) * kMeanRows); ++y) {
+            float* row = plane.ptr<float>(y);
+            const auto parity = static_cast<std::size_t>(y % 2);
+            const double* columns = columnMeans[parity].data();
+            std::array<double, 2> offsets = rowSums[static_cast<std::size_t>(y)];
+            offsets[0] = offsets[0] / static_cast<double>((width + 1) / 2) - means[parity][0];
+            offsets[1] =
+                offsets[1] / static_cast<double>(std::max<std::size_t>(width / 2, 1)) - means[parity][1];
+            for (int x = 0; x < plane.cols; ++x)
+                row[x] = static_cast<float>(row[x] - offsets[static_cast<std::size_t>(x % 2)] - columns[x]);
+        }
+    });
 }
 
 cv::Mat RemovePeriodicParts(const cv::Mat& plane, const AnalysisProgress& progress) {

@@ -29,6 +29,7 @@ class CameraIdentificationFilter : public OrvFilter {
              Parameter::Output(ParameterType::OutputText, "refused", "Fingerprints That Were Refused"),
              Parameter::Output(ParameterType::TableString, "numbers", "Numbers")});
     }
+    int GetVersion() const override { return 2; }
     bool GivesVerdict() const override { return true; }
     bool NeedsPicture() const override { return true; }
     std::string WhyNot(const OrvLoadedFile& file, const VecParameter& input) const override {

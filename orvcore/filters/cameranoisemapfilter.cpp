@@ -27,6 +27,7 @@ class CameraNoiseMapFilter : public OrvFilterImage {
             {Parameter::Output(ParameterType::TableString, "numbers", "Numbers"),
              Parameter::Output(ParameterType::OutputText, "refused", "Fingerprints That Were Refused")});
     }
+    int GetVersion() const override { return 2; }
     bool GivesVerdict() const override { return true; }
     std::string WhyNot(const OrvLoadedFile& file, const VecParameter& input) const override {
         return WhyNoFingerprints(input.Get<std::string>("fingerprint"),
