@@ -1,7 +1,9 @@
 // How often the program's filters are right: every filter that gives verdicts is run, with its default parameters
 // and as the program runs it, on forged and untouched pictures of the virtual camera, and on the untouched photographs in the folder that
 // ORVANE_FIXTURES names. One file of rates per filter, and one of all filters together.
-// Usage: filteraccuracy FOLDER [UNTOUCHED [FORGED [FILTER…]]]
+// Usage: filteraccuracy FOLDER [--untouched N] [--forged N] [--photographs] [--kind TEXT] [FILTER...]
+// Without options everything: 301 untouched, 200 forged of each kind, the photographs. --kind: only forged kinds whose name holds the
+// text. The rows of the files in FOLDER that this run does not measure stay, so that a run can be done in parts.
 //
 // The thresholds come from other pictures (the publications, photographs of camera models, low seeds of the camera); the seeds here begin at
 // 50,000.
@@ -251,28 +253,61 @@ class Judges {
     std::vector<std::unique_ptr<OrvFilter>> m_filters;
 };
 
-void Write(const std::filesystem::path& folder, const Table& table, const std::string& all) {
+constexpr std::size_t kNameWidth = 52;
+
+std::string RowOf(const std::string& kind, const Rates& rates) {
+    char line[320];
+    std::snprintf(line, sizeof line, "%-52s %7d %8d  %-20s %-20s %s\n", kind.c_str(), rates.pictures,
+                  rates.applicable, RateText(rates.odd, rates.pictures).c_str(),
+                  RateText(rates.strong, rates.pictures).c_str(), AreaText(rates.areas, rates.map).c_str());
+    return line;
+}
+
+// The rows of a file of an earlier run, by kind.
+std::map<std::string, std::string> RowsOf(const std::filesystem::path& path) {
+    std::map<std::string, std::string> rows;
+    std::ifstream file(path);
+    for (std::string line; std::getline(file, line);) {
+        if (!line.starts_with("forged: ") && !line.starts_with("untouched: ")) continue;
+        const std::string name = line.substr(0, kNameWidth);
+        rows[name.substr(0, name.find_last_not_of(' ') + 1)] = line + "\n";
+    }
+    return rows;
+}
+
+void Write(const std::filesystem::path& folder, const Table& table) {
     for (const auto& [filter, kinds] : table) {
+        const std::filesystem::path path = folder / (filter + ".txt");
+        std::map<std::string, std::string> rows = RowsOf(path);
         // What needs more than a picture, a collection say, is measured elsewhere.
-        if (std::none_of(kinds.begin(), kinds.end(),
-                         [](const auto& kind) { return kind.second.applicable > 0; }))
+        if (rows.empty() && std::none_of(kinds.begin(), kinds.end(),
+                                         [](const auto& kind) { return kind.second.applicable > 0; }))
             continue;
-        std::ofstream file(folder / (filter + ".txt"));
+        for (const auto& [kind, rates] : kinds) rows[kind] = RowOf(kind, rates);
+        std::ofstream file(path);
         file << "Rates of " << filter << ", in percent with 95 % intervals; seeds from " << kFirstSeed
              << "\n\n";
         char line[320];
         std::snprintf(line, sizeof line, "%-52s %7s %8s  %-20s %-20s %s\n", "Pictures", "number", "applies",
                       "worth a look or more", "strong sign", "AUC of the map");
         file << line;
-        for (const auto& [kind, rates] : kinds) {
-            std::snprintf(line, sizeof line, "%-52s %7d %8d  %-20s %-20s %s\n", kind.c_str(), rates.pictures,
-                          rates.applicable, RateText(rates.odd, rates.pictures).c_str(),
-                          RateText(rates.strong, rates.pictures).c_str(),
-                          AreaText(rates.areas, rates.map).c_str());
-            file << line;
-        }
+        for (const auto& [kind, row] : rows) file << row;
     }
-    std::ofstream(folder / "all.txt") << all;
+}
+
+// The rates of all filters together: one line of the file is replaced or added.
+void WriteTogether(const std::filesystem::path& folder, const std::string& what, int odd, int pictures) {
+    std::map<std::string, std::string> rows;
+    {
+        std::ifstream before(folder / "all.txt");
+        for (std::string line; std::getline(before, line);)
+            if (const auto colon = line.find(": "); colon != std::string::npos)
+                rows[line.substr(0, colon)] = line;
+    }
+    rows[what] = what + ": " + RateText(odd, pictures) + " of " + std::to_string(pictures);
+    std::ofstream file(folder / "all.txt");
+    file << "Untouched pictures with any strong sign of any filter, in percent with 95 % intervals\n\n";
+    for (const auto& [name, line] : rows) file << line << "\n";
 }
 
 void Print(const std::string& what, const std::vector<std::string>& strong) {
@@ -280,61 +315,120 @@ void Print(const std::string& what, const std::vector<std::string>& strong) {
     std::fflush(stdout);
 }
 
-}  // namespace
+struct Plan {
+    std::string folder;
+    int untouched = 0;
+    int forged = 0;
+    bool hasPhotographs = false;
+    std::string kind;
+    std::set<std::string> filters;
+};
 
-int main(int argc, char** argv) {
-    if (argc < 2) {
-        std::fprintf(stderr, "filteraccuracy FOLDER [UNTOUCHED [FORGED [FILTER...]]]\n");
-        return 2;
+// Of made pictures of each kind; also how far apart the seeds of the kinds lie.
+constexpr int kUntouched = 301;
+constexpr int kForged = 200;
+
+// The folder is empty when the arguments make no sense.
+Plan ReadArguments(int argc, char** argv) {
+    Plan plan;
+    bool isPart = false;
+    for (int i = 2; i < argc; ++i) {
+        const std::string argument = argv[i];
+        const bool hasNext = i + 1 < argc;
+        isPart = isPart || argument.starts_with("--");
+        if (argument == "--photographs")
+            plan.hasPhotographs = true;
+        else if (argument == "--untouched" && hasNext)
+            plan.untouched = std::atoi(argv[++i]);
+        else if (argument == "--forged" && hasNext)
+            plan.forged = std::atoi(argv[++i]);
+        else if (argument == "--kind" && hasNext)
+            plan.kind = argv[++i];
+        else if (argument.starts_with("--"))
+            return {};
+        else
+            plan.filters.insert(argument);
     }
-    const int untouched = argc > 2 ? std::atoi(argv[2]) : 301;
-    const int forged = argc > 3 ? std::atoi(argv[3]) : 200;
-    std::set<std::string> ids;
-    for (int i = 4; i < argc; ++i) ids.insert(argv[i]);
-    const Judges judges(ids);
+    if (!isPart) {
+        plan.untouched = kUntouched;
+        plan.forged = kForged;
+        plan.hasPhotographs = true;
+    }
+    if (argc > 1) plan.folder = argv[1];
+    return plan;
+}
+
+void MeasureUntouched(const Judges& judges, const Plan& plan) {
     Table table;
     int strong = 0;
-    std::uint64_t seed = kFirstSeed;
     const std::vector<Kind> kinds = UntouchedKinds();
-    for (int i = 0; i < untouched; ++i, ++seed) {
+    for (int i = 0; i < plan.untouched; ++i) {
+        const std::uint64_t seed = kFirstSeed + static_cast<std::uint64_t>(i);
         const Kind& kind = kinds[static_cast<std::size_t>(i) % kinds.size()];
         const auto signs = judges.Count(table, "untouched: " + kind.name, kind, seed);
         strong += signs.empty() ? 0 : 1;
         Print("seed " + std::to_string(seed) + " (" + kind.name + ")", signs);
     }
-    std::string all =
-        "Untouched pictures with any strong sign of any filter, in percent with 95 % intervals\n\n"
-        "Pictures of the virtual camera: " +
-        RateText(strong, untouched) + " of " + std::to_string(untouched) + "\n";
-    if (const char* fixtures = std::getenv("ORVANE_FIXTURES")) {
-        int photographs = 0;
-        int odd = 0;
-        std::vector<std::filesystem::path> paths;
-        for (const auto& entry :
-             std::filesystem::recursive_directory_iterator(std::filesystem::path(fixtures) / "untouched"))
-            if (entry.is_regular_file() && entry.path().extension() != ".md") paths.push_back(entry.path());
-        std::sort(paths.begin(), paths.end());
-        for (const auto& path : paths) {
-            try {
-                const OrvFilePtr file = LoadForTest(path.string());
-                if (!file->GetDecoded(OrvJob())->image.IsValid()) continue;
-                const auto signs = judges.Count(table, "untouched: photographs of cameras", {}, file, {});
-                ++photographs;
-                odd += signs.empty() ? 0 : 1;
-                Print(path.filename().string(), signs);
-            } catch (const ZorException& exception) {
-                std::printf("%s: %s\n", path.filename().c_str(), exception.GetMessage().c_str());
-            }
+    Write(plan.folder, table);
+    if (plan.untouched > 0 && plan.filters.empty())
+        WriteTogether(plan.folder, "Pictures of the virtual camera", strong, plan.untouched);
+}
+
+void MeasurePhotographs(const Judges& judges, const Plan& plan) {
+    const char* fixtures = std::getenv("ORVANE_FIXTURES");
+    if (!plan.hasPhotographs || fixtures == nullptr) return;
+    Table table;
+    int photographs = 0;
+    int odd = 0;
+    std::vector<std::filesystem::path> paths;
+    for (const auto& entry :
+         std::filesystem::recursive_directory_iterator(std::filesystem::path(fixtures) / "untouched"))
+        if (entry.is_regular_file() && entry.path().extension() != ".md") paths.push_back(entry.path());
+    std::sort(paths.begin(), paths.end());
+    for (const auto& path : paths) {
+        try {
+            const OrvFilePtr file = LoadForTest(path.string());
+            if (!file->GetDecoded(OrvJob())->image.IsValid()) continue;
+            const auto signs = judges.Count(table, "untouched: photographs of cameras", {}, file, {});
+            ++photographs;
+            odd += signs.empty() ? 0 : 1;
+            Print(path.filename().string(), signs);
+        } catch (const ZorException& exception) {
+            std::printf("%s: %s\n", path.filename().c_str(), exception.GetMessage().c_str());
         }
-        all += "Photographs of cameras: " + RateText(odd, photographs) + " of " +
-               std::to_string(photographs) + "\n";
     }
-    Write(argv[1], table, all);
+    Write(plan.folder, table);
+    if (plan.filters.empty()) WriteTogether(plan.folder, "Photographs of cameras", odd, photographs);
+}
+
+void MeasureForged(const Judges& judges, const Plan& plan) {
+    std::uint64_t seed = kFirstSeed + kUntouched;
     for (const Kind& kind : ForgedKinds()) {
-        for (int i = 0; i < forged; ++i) judges.Count(table, "forged: " + kind.name, kind, seed++);
-        Write(argv[1], table, all);
-        std::printf("%s: done\n", kind.name.c_str());
-        std::fflush(stdout);
+        if (kind.name.find(plan.kind) != std::string::npos) {
+            Table table;
+            for (int i = 0; i < plan.forged; ++i)
+                judges.Count(table, "forged: " + kind.name, kind, seed + static_cast<std::uint64_t>(i));
+            Write(plan.folder, table);
+            std::printf("%s: done\n", kind.name.c_str());
+            std::fflush(stdout);
+        }
+        seed += kForged;
     }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const Plan plan = ReadArguments(argc, argv);
+    if (plan.folder.empty()) {
+        std::fprintf(
+            stderr,
+            "filteraccuracy FOLDER [--untouched N] [--forged N] [--photographs] [--kind TEXT] [FILTER...]\n");
+        return 2;
+    }
+    const Judges judges(plan.filters);
+    MeasureUntouched(judges, plan);
+    MeasurePhotographs(judges, plan);
+    MeasureForged(judges, plan);
     return 0;
 }
