@@ -1,5 +1,6 @@
 #include "orvcore/facade/genericactions.h"
 
+#include "orvcore/facade/foldertools.h"
 #include "orvcore/formats/metadata.h"
 #include "orvcore/tools/batch/batchprocessing.h"
 #include "orvcore/tools/folder/foldertable.h"
@@ -88,6 +89,10 @@ VecParameter RunGenericAction(OrvActionId action, const std::string& name, const
         case OrvActionDownload:
             DownloadFiles(parameters, options.GetWebServices(), options.GetMaximumFileBytes(), job);
             return {};
+        case OrvActionMakeFingerprint:
+        case OrvActionIdentifyCameras:
+        case OrvActionCollectSignatures:
+            return RunFolderTool(action, parameters, options.BatchIncludesSubfolders(), job);
         case OrvActionRunAll:
             break;  // the facade's own: it needs all that a filter is asked for
     }

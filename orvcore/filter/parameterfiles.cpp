@@ -5,6 +5,7 @@
 #include <functional>
 #include <vector>
 
+#include "orvcore/model/collections.h"
 #include "zorbase/files.h"
 #include "zorbase/folders.h"
 #include "zorbase/hash.h"
@@ -20,10 +21,10 @@ std::string Describe(const VecParameter& parameters,
         const bool isFile =
             parameter.Type() == ParameterType::FileLoad || parameter.Type() == ParameterType::FileLoadImage;
         if (!isFile && parameter.Type() != ParameterType::Folder) continue;
-        const std::string& path = parameter.Get<std::string>();
+        const std::string path = PathMeantBy(parameter);
         if (path.empty()) continue;
         text += parameter.Name() + ":";
-        if (isFile)
+        if (isFile && !FolderExists(path))
             text += one(path) + "\n";
         else
             for (const std::string& file : ListFiles(path)) text += PathName(file) + "=" + one(file) + "\n";

@@ -1,13 +1,13 @@
 #include "orvcore/filters/cameracollection.h"
 
-#include "zorbase/files.h"
+#include "orvcore/model/collections.h"
 #include "zorbase/zorexception.h"
 
 namespace {
 
 std::vector<std::string> PathsOf(const std::string& fingerprint) {
     if (!fingerprint.empty()) return {fingerprint};
-    return ListFingerprints(PathJoin(GetAppDocumentsPath(), "fingerprints"));
+    return ListFingerprints(FingerprintFolder());
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include "orvcore/filters/jpegfilter.h"
 #include "orvcore/formats/jpegtables/compressionsignature.h"
 #include "orvcore/formats/jpegtables/signaturecollection.h"
+#include "orvcore/model/collections.h"
 #include "zorbase/text.h"
 #include "zorbase/zorexception.h"
 
@@ -11,9 +12,10 @@ constexpr std::size_t kShownWriters = 50;
 
 // Who else writes like this, by a collection that exists.
 std::string WritersText(const std::string& path, const std::string& key) {
-    if (path.empty()) return "No collection is chosen";
     // A file that is missing must not be made by looking into it.
-    if (!FileExists(path)) return "There is no such collection: " + ToValidUtf8(path);
+    if (!FileExists(path))
+        return path == SignatureCollectionFile() ? "No signatures have been collected yet"
+                                                 : "There is no such collection: " + ToValidUtf8(path);
     const std::vector<SignatureRecord> records = SignatureCollection(path).Find(key);
     if (records.empty()) return "Nothing in the collection writes like this";
     std::string text;
@@ -33,6 +35,7 @@ std::string WritersText(const std::string& path, const std::string& key) {
 class CompressionSignatureFilter : public OrvJpegFilter {
   public:
     CompressionSignatureFilter();
+    int GetVersion() const override { return 2; }
 
   protected:
     void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,
@@ -66,7 +69,7 @@ void CompressionSignatureFilter::Compute(const OrvLoadedFile& file, const VecPar
     result.Set("key", signature.key);
     for (const auto& [label, value] : signature.fields) result.AddNumber(label, value);
     result.AddNumber("Size (not part of it)", signature.size);
-    result.Set("writers", WritersText(input.Get<std::string>("collection"), signature.key));
+    result.Set("writers", WritersText(PathMeantBy(*input.Find("collection")), signature.key));
 }
 
 }  // namespace

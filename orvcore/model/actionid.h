@@ -12,4 +12,8 @@ enum OrvActionId : int {
     OrvActionDownload = 7,
     OrvActionWebSearch = 8,
     OrvActionRunAll = 9,  // every filter in use, one after the other; no parameters
+    // Over a folder, for one filter's page; see foldertools.h. (10 and 11 were never used.)
+    OrvActionMakeFingerprint = 12,
+    OrvActionIdentifyCameras = 13,
+    OrvActionCollectSignatures = 14,
 };

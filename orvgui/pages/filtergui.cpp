@@ -4,13 +4,16 @@
 #include <wx/gbsizer.h>
 #include <wx/gdicmn.h>
 #include <wx/intl.h>
+#include <wx/wrapsizer.h>
 
 #include <algorithm>
 #include <cstdlib>
 
+#include "orvcore/facade/foldertools.h"
 #include "orvcore/facade/interface.h"
 #include "orvcore/tables/tablemarkup.h"
 #include "orvgui/common/accessible.h"
+#include "orvgui/common/fileselectors.h"
 #include "orvgui/common/framehost.h"
 #include "orvgui/common/statictext.h"
 #include "orvgui/tables/listctrl.h"
@@ -104,6 +107,7 @@ void OrvFilterGui::CreateControls() {
     CreateControlsDescription();
     CreateControlsCustom();
     CreateControlsInput();
+    CreateFolderTools();
     CreateControlsPostProcessing();
     CreateControlsCustom2();
     CreateControlsOutput();
@@ -148,6 +152,36 @@ void OrvFilterGui::CreateControlsInput() {
         m_controlsInput.emplace_back(CreateParameterControl(m_inputParent, m_inputSizer, parameter));
         Bind(wxEVT_COMBOBOX, &OrvFilterGui::OnParameterChange, this);
     }
+}
+
+void OrvFilterGui::CreateFolderTools() {
+    auto* row = new wxWrapSizer(wxHORIZONTAL, wxWRAPSIZER_DEFAULT_FLAGS);
+    for (const OrvFolderTool& tool : GetFolderTools()) {
+        if (m_filter == nullptr || tool.filter != m_filter->GetId()) continue;
+        auto* button =
+            new wxButton(m_inputParent, wxID_ANY, wxGetTranslation(wxString::FromUTF8(tool.label)));
+        button->SetToolTip(wxGetTranslation(wxString::FromUTF8(tool.help)));
+        button->Bind(wxEVT_BUTTON, [this, &tool](wxCommandEvent&) { RunFolderTool(tool); });
+        row->Add(button, 0, wxRIGHT | wxBOTTOM, kBorder);
+    }
+    if (row->IsEmpty())
+        delete row;
+    else
+        m_inputSizer->Add(row, wxGBPosition(CountCells(m_inputSizer).GetRow(), 0), wxGBSpan(1, m_columnSpan),
+                          wxEXPAND | kAroundCell, kBorder);
+}
+
+void OrvFilterGui::RunFolderTool(const OrvFolderTool& tool) {
+    OrvInterface* core = GetInterface();
+    const wxString folder = OrvDirSelector(wxGetTranslation(wxString::FromUTF8(tool.question)), wxString(),
+                                           wxGetTranslation(m_filter->GetName()));
+    if (core == nullptr || folder.empty()) return;
+    const Parameter* target = m_parametersInput.Find(tool.target);
+    core->CallGenericAction(
+        tool.action, wxGetTranslation(wxString::FromUTF8(tool.label)).BeforeFirst('.'),
+        {Parameter::Path(ParameterType::Folder, "folder", "Folder", PathFromWx(folder)),
+         Parameter::Path(ParameterType::FileLoad, "collection", "Collection",
+                         target != nullptr ? target->Get<std::string>() : std::string())});
 }
 
 void OrvFilterGui::CreateControlsPostProcessing() {

@@ -12,6 +12,7 @@
 #include "orvgui/controls/parametercontrol.h"
 
 class OrvStaticText;
+struct OrvFolderTool;
 class wxGridBagSizer;
 
 // The page of one analysis filter: description, one control per input, post-processing and output parameter,
@@ -129,6 +130,10 @@ class ORVGUI_API OrvFilterGui : public wxPanel, public OrvFilterGuiBase, public 
     int m_margin = 8;  // pixels left free around the content; a page that is all picture sets 0
 
   private:
+    // A button for each tool that the filter has for folders.
+    void CreateFolderTools();
+    void RunFolderTool(const OrvFolderTool& tool);
+
     OrvStaticText* m_notice = nullptr;  // made when first needed
     wxSize m_fittedSize;
 };

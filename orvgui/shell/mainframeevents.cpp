@@ -5,6 +5,7 @@
 #include <wx/utils.h>
 
 #include "orvcore/facade/commandqueue.h"
+#include "orvcore/facade/foldertools.h"
 #include "orvcore/facade/interface.h"
 #include "orvcore/tools/web/webparameters.h"
 #include "orvgui/common/messagebox.h"
@@ -40,8 +41,7 @@ wxString FirstText(const OrvCommandEvent& event) {
 }
 
 // The table itself, taken from the event: copying a large one would be felt.
-ListCtrlView::Source TakeFirstTable(OrvCommandEvent& event) {
-    const auto parameters = std::make_shared<const VecParameter>(event.TakeParameters());
+ListCtrlView::Source FirstTable(const std::shared_ptr<const VecParameter>& parameters) {
     if (!HasFirst(*parameters)) return std::make_shared<const TableString>();
     return {parameters, &(*parameters)[0].Get<TableString>()};
 }
@@ -70,10 +70,13 @@ void ShowLocation(const OrvCommandEvent& event, OrvInterface& core, wxWindow* pa
     }
 }
 
-// What a search could not do although it found something.
-void TellIncomplete(const OrvCommandEvent& event, wxWindow* parent) {
-    const Parameter* problem = event.GetParameters().Find(kWebResultIncomplete);
-    if (problem != nullptr) OrvMessageBox(ToWx(problem->GetValueAsString()), wxString(), wxOK, parent);
+// What a search could not do although it found something, and what a folder's tool has to say beside its table.
+void TellRemark(const VecParameter& parameters, wxWindow* parent) {
+    for (const char* name : {kWebResultIncomplete, kFolderToolRemark}) {
+        const Parameter* remark = parameters.Find(name);
+        const wxString text = remark != nullptr ? ToWx(remark->Get<std::string>()) : wxString();
+        if (!text.empty()) OrvMessageBox(text, wxString(), wxOK, parent);
+    }
 }
 
 // The command whose label names an action's result.
@@ -90,6 +93,13 @@ int CommandOfAction(int action) {
         default:
             return OrvCmdCameraSearch;
     }
+}
+
+// What the window of an action's table is called.
+wxString TitleOf(int action) {
+    if (const OrvFolderTool* tool = FindFolderTool(static_cast<OrvActionId>(action)))
+        return wxGetTranslation(wxString::FromUTF8(tool->label)).BeforeFirst('.');
+    return OrvGuiCommandRegistry::GetLabel(CommandOfAction(action));
 }
 
 }  // namespace
@@ -238,7 +248,8 @@ void OrvMainFrame::OnCommandExit(OrvCommandEvent&) {
 }
 
 void OrvMainFrame::ShowTable(OrvCommandEvent& event, bool withThumbnails) {
-    const ListCtrlView::Source table = TakeFirstTable(event);
+    const auto parameters = std::make_shared<const VecParameter>(event.TakeParameters());
+    const ListCtrlView::Source table = FirstTable(parameters);
     std::vector<Image> thumbnails;
     if (withThumbnails) {
         thumbnails = GetContext()->GetThumbnails();
@@ -250,10 +261,12 @@ void OrvMainFrame::ShowTable(OrvCommandEvent& event, bool withThumbnails) {
                       event.GetError() != 0 ? wxString(_("Error")) : wxString(), wxOK, this);
         return;
     }
-    const auto type = withThumbnails ? GridFrame::Batch : GridFrame::Web;
-    const wxString title = OrvGuiCommandRegistry::GetLabel(CommandOfAction(event.GetActionId()));
-    (new GridFrame(this, title, table, type, 0, thumbnails))->Show();
-    TellIncomplete(event, this);
+    const bool isOfFiles =
+        withThumbnails || FindFolderTool(static_cast<OrvActionId>(event.GetActionId())) != nullptr;
+    (new GridFrame(this, TitleOf(event.GetActionId()), table, isOfFiles ? GridFrame::Batch : GridFrame::Web,
+                   0, thumbnails))
+        ->Show();
+    TellRemark(*parameters, this);
 }
 
 void OrvMainFrame::OnCommandExecuted(OrvCommandEvent& event) {
@@ -269,6 +282,14 @@ void OrvMainFrame::OnCommandExecuted(OrvCommandEvent& event) {
         case OrvActionBatchComparison:
             ShowTable(event, true);
             break;
+        case OrvActionMakeFingerprint:
+        case OrvActionCollectSignatures:
+        case OrvActionIdentifyCameras:
+            ShowTable(event, false);
+            // The collection is another one now: what was found with it before is asked for again.
+            if (OrvFilter* filter = m_core->GetActiveFilter())
+                m_core->ActivateFilter(filter, filter->GetActiveConfiguration());
+            break;
         case OrvActionShowLocation:
             if (!m_exitScheduled) ShowLocation(event, *m_core, this);
             break;
@@ -282,7 +303,7 @@ void OrvMainFrame::OnCommandExecuted(OrvCommandEvent& event) {
                 OrvMessageBox(event.GetMessage(), _("Error"), wxOK, this);
             } else if (!m_exitScheduled) {
                 OpenAddresses(event.GetParameters());
-                TellIncomplete(event, this);
+                TellRemark(event.GetParameters(), this);
             }
             break;
         }

@@ -9,6 +9,7 @@
 #include "orvcore/filter/filterresult.h"
 #include "orvcore/formats/editingsoftware.h"
 #include "orvcore/formats/metadata.h"
+#include "orvcore/model/collections.h"
 #include "orvcore/tools/folder/foldertable.h"
 #include "zorbase/appversion.h"
 #include "zorbase/files.h"
@@ -101,10 +102,6 @@ std::string WhyLeftOut(FingerprintMaker& maker, const std::string& path, std::op
 }
 
 }  // namespace
-
-std::string FingerprintFolder() {
-    return PathJoin(GetAppDocumentsPath(), "fingerprints");
-}
 
 FingerprintOutcome MakeCameraFingerprint(const FingerprintRequest& request, const OrvJob& job) {
     FingerprintOutcome outcome;

@@ -7,10 +7,7 @@
 #include "orvcore/model/job.h"
 #include "zorbase/parameter.h"
 
-// Camera fingerprints over folders: making one from pictures of one camera, testing pictures against a collection.
-
-// Where fingerprints are kept unless told otherwise: "fingerprints" in the documents folder.
-std::string FingerprintFolder();
+// Camera fingerprints over folders (the collection is FingerprintFolder() unless another is named): making one from pictures of one camera, testing pictures against a collection.
 
 struct FingerprintRequest {
     std::string folder;      // of the pictures

@@ -5,9 +5,11 @@
 #include <wx/combobox.h>
 #include <wx/textctrl.h>
 
+#include "orvgui/common/fileselectors.h"
 #include "orvgui/common/statictext.h"
 #include "orvgui/pages/filterguitext.h"
 #include "tests/orvgui/pagefixture.h"
+#include "tests/support/runfilter.h"
 #include "zorbase/zorexception.h"
 
 namespace {
@@ -264,6 +266,44 @@ TEST_F(FilterGuiTest, APageHigherThanItsWindowScrolls) {
         if (!child->IsShown()) continue;
         EXPECT_LE(child->GetRect().GetRight(), page->GetVirtualSize().GetWidth());
     }
+}
+
+// The page of the signatures builds their collection from a folder that the user chooses; without a choice nothing runs.
+TEST_F(FilterGuiTest, AToolForFoldersAsksForOneAndRuns) {
+    const TemporaryFolder pictures;
+    WriteFile(pictures / "notes.txt", std::string("no picture"));
+    wxString chosen;
+    wxString question;
+    const OrvSelectorAnswer before =
+        SetSelectorAnswer([&](OrvSelectorKind kind, const wxString& message, const wxString&, const wxString&,
+                              const wxString&) {
+            EXPECT_EQ(kind, OrvSelectorKind::Folder);
+            question = message;
+            return chosen;
+        });
+    std::string told;
+    frame->Bind(wxEVT_ORV_COMMAND, [&](OrvCommandEvent& event) {
+        if (event.GetId() == OrvEventCommandExecuted) told = FromWx(event.GetMessage());
+        event.Skip();
+    });
+    auto* page =
+        MakePage<OrvFilterGuiText>(core->GetContext().RegisterFilter(MakeFilter("compression-signature")));
+    wxButton* tool = nullptr;
+    for (wxButton* button : Children<wxButton>(page))
+        if (button->GetLabel() == "Add A Folder To The Collection...") tool = button;
+    ASSERT_NE(tool, nullptr);
+    const auto press = [&] {
+        wxCommandEvent event(wxEVT_BUTTON, tool->GetId());
+        tool->ProcessWindowEvent(event);
+        Settle();
+    };
+    press();
+    EXPECT_EQ(told, "");
+    EXPECT_EQ(question, "Select the folder of pictures whose cameras are known");
+    chosen = PathToWx(pictures.Path());
+    press();
+    EXPECT_NE(told.find("nothing was added"), std::string::npos) << told;
+    SetSelectorAnswer(before);
 }
 
 TEST_F(FilterGuiTest, WithoutAMainFrameEveryPageIsOnTop) {

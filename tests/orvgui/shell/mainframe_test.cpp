@@ -1,5 +1,4 @@
 #include "orvgui/shell/mainframe.h"
-#include "orvcore/tools/web/webparameters.h"
 
 #include <wx/menu.h>
 #include <wx/msgdlg.h>
@@ -8,6 +7,8 @@
 #include <wx/treectrl.h>
 #include <wx/weakref.h>
 
+#include "orvcore/facade/foldertools.h"
+#include "orvcore/tools/web/webparameters.h"
 #include "orvgui/common/messagebox.h"
 #include "orvgui/common/progressdialog.h"
 #include "orvgui/pages/filtersummary.h"
@@ -361,6 +362,18 @@ TEST_F(FrameTest, ShowsWhatGenericActionsFound) {
     EXPECT_EQ("Error|It went wrong.", answers.Seen()[1]);
     EXPECT_NE(std::string::npos, answers.Seen()[2].find("Download Completed"));
     EXPECT_EQ("Error|It went wrong.", answers.Seen()[3]);
+
+    // What is to be told beside a table is told although the table was taken out of the event.
+    for (const auto& [action, name] : {std::pair{OrvActionSearchFlickr, kWebResultIncomplete},
+                                       std::pair{OrvActionMakeFingerprint, kFolderToolRemark}}) {
+        DialogAnswers told{wxID_OK};
+        tell(action, 0, {table, Parameter::Output(name, "Remark", "One site did not answer.")});
+        ASSERT_EQ(1u, told.Seen().size()) << name;
+        EXPECT_NE(std::string::npos, told.Seen()[0].find("One site did not answer.")) << name;
+        for (wxWindow* window : wxTopLevelWindows)
+            if (dynamic_cast<GridFrame*>(window) != nullptr) window->Destroy();
+        Pump();
+    }
 
     const VecParameter position = {Parameter::Output("position", "Position", "48.858300 2.294500")};
     DialogAnswers consent{wxID_NO, wxID_YES};

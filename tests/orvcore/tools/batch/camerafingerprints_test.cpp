@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "orvcore/analysis/fingerprintfile.h"
+#include "orvcore/model/collections.h"
 #include "tests/support/runfilter.h"
 #include "tests/support/testcore.h"
 #include "tests/support/virtualcamera.h"
