@@ -94,4 +94,11 @@ find_library(GTK_LIBRARY NAMES gtk-3 libgtk-3.so.0 REQUIRED)
 find_library(ATK_LIBRARY NAMES atk-1.0 libatk-1.0.so.0 REQUIRED)
 add_library(dep_accessibility INTERFACE)
 target_link_libraries(dep_accessibility INTERFACE ${GTK_LIBRARY} ${ATK_LIBRARY})
+
+# Those that know the native parts inside a control and their events; likewise.
+find_library(GDK_LIBRARY NAMES gdk-3 libgdk-3.so.0 REQUIRED)
+find_library(GOBJECT_LIBRARY NAMES gobject-2.0 libgobject-2.0.so.0 REQUIRED)
+add_library(dep_nativeparts INTERFACE)
+target_link_libraries(dep_nativeparts INTERFACE ${GTK_LIBRARY} ${GDK_LIBRARY} ${GOBJECT_LIBRARY})
 add_library(dep::accessibility ALIAS dep_accessibility)
+add_library(dep::nativeparts ALIAS dep_nativeparts)

@@ -9,6 +9,7 @@
 
 #include "orvgui/common/accessible.h"
 #include "orvgui/common/statictext.h"
+#include "orvgui/common/wheel.h"
 #include "orvgui/controls/parametercontrolchoice.h"
 #include "orvgui/controls/parametercontrolfile.h"
 #include "orvgui/controls/parametercontrolnumber.h"
@@ -28,18 +29,6 @@ void FailIn([[maybe_unused]] const char* function) {
 #if wxDEBUG_LEVEL
     if (wxTheAssertHandler != nullptr) wxOnAssert(__FILE__, __LINE__, function, "false");
 #endif
-}
-
-// The wheel over a widget that has no focus scrolls the page: it must not change a value on the way past.
-void OnWheel(wxMouseEvent& event) {
-    auto* window = static_cast<wxWindow*>(event.GetEventObject());
-    if (window->HasFocus()) {
-        event.Skip();
-        return;
-    }
-    wxMouseEvent forwarded(event);
-    forwarded.SetEventObject(window->GetParent());
-    window->GetParent()->GetEventHandler()->ProcessEvent(forwarded);
 }
 
 }  // namespace
@@ -185,7 +174,7 @@ void ParameterControl::Adopt(wxWindow* window) {
     if (NeedsAccessibleName(window)) SetAccessibleName(window, GetLabelText());
     if (dynamic_cast<wxComboBox*>(window) != nullptr || dynamic_cast<wxSlider*>(window) != nullptr ||
         dynamic_cast<wxSpinCtrl*>(window) != nullptr)
-        window->Bind(wxEVT_MOUSEWHEEL, &OnWheel);
+        LeaveWheelToPage(window);
 }
 
 void ParameterControl::PostControlEvent() {

@@ -257,6 +257,7 @@ PlotPanel* OrvFilterGuiViewer::AddPlot() {
     auto* panel = new PlotPanel(m_sideScroll, wxID_ANY);
     panel->SetMinSize(wxSize(-1, kSmallPlotHeight));
     panel->SetToolTip(_("Double click: large"));
+    panel->GetPlotWindow()->SetWheelZoom(false);  // it stands in a page that scrolls
     m_sideList->Add(panel, 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, kGap);
     const auto before = std::make_shared<int>(0);
     auto* edge = new DragEdge(

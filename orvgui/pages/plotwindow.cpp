@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "orvgui/common/wheel.h"
 #include "orvgui/pages/plotlayers.h"
 
 namespace {
@@ -151,6 +152,10 @@ void PlotWindow::OnPaintPlot(wxPaintEvent&) {
 }
 
 void PlotWindow::OnWheel(wxMouseEvent& event) {
+    if (!m_isWheelZoom) {
+        event.Skip(!ScrollPageAround(this, event));
+        return;
+    }
     const wxRect area = GetPlotArea();
     if (event.GetWheelAxis() != wxMOUSE_WHEEL_VERTICAL || event.GetWheelRotation() == 0) return;
     const double factor = event.GetWheelRotation() > 0 ? 1 / 1.25 : 1.25;

@@ -57,7 +57,10 @@ ComparePanel::ComparePanel(wxWindow* parent, OrvViewerHost* page)
     m_reason->SetMaximumTextWidth(kTextWidth);
     add(m_reason, 2, 0, 3, wxEXPAND);
     grid->AddGrowableCol(1);
-    for (wxWindow* slider : {m_mix, m_rate}) slider->SetMinSize(wxSize(kSliderLeast, -1));
+    for (wxWindow* slider : {m_mix, m_rate}) {
+        slider->SetMinSize(wxSize(kSliderLeast, -1));
+        LeaveWheelToPage(slider);
+    }
     // The numbers beside the sliders must not move them.
     m_mixValue->SetMinSize(GetTextExtent("100 %"));
     m_rateValue->SetMinSize(GetTextExtent("0.0 Hz"));

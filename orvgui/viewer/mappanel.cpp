@@ -80,6 +80,8 @@ MapPanel::MapPanel(wxWindow* parent, OrvViewerHost* page) : OrvSidePanelBase(par
         if (const OrvMap* map = ShownMap()) m_page->SetMapRange(map->name, {});
     });
     m_opacity->Bind(wxEVT_SLIDER, [this](wxCommandEvent&) { OnChange(); });
+    for (wxWindow* control : {static_cast<wxWindow*>(m_choice), static_cast<wxWindow*>(m_opacity)})
+        LeaveWheelToPage(control);
     m_timer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { Count(); });
     Hide();
 }
