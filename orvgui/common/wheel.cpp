@@ -5,6 +5,8 @@
 #include <wx/scrolwin.h>
 #include <wx/textctrl.h>
 
+#include <vector>
+
 // What the toolkit keeps to itself on this platform: the native parts of its controls and their events. These declarations are those
 // of the libraries that it draws with; their headers come with no package that the toolkit's headers need.
 extern "C" {
@@ -94,8 +96,15 @@ void PassWheelOn(wxTextCtrl* field) {
 }
 
 void FitScrolledParents(wxWindow* window) {
+    std::vector<wxWindow*> between;
     for (wxWindow* parent = window->GetParent(); parent != nullptr && !parent->IsTopLevel();
          parent = parent->GetParent()) {
-        if (dynamic_cast<wxScrollHelperBase*>(parent) != nullptr) parent->FitInside();
+        if (dynamic_cast<wxScrollHelperBase*>(parent) == nullptr) {
+            between.push_back(parent);
+            continue;
+        }
+        parent->FitInside();
+        // What keeps its size is not told, and has to place its content anew all the same.
+        for (; !between.empty(); between.pop_back()) between.back()->Layout();
     }
 }

@@ -7,6 +7,8 @@
 #include <wx/sizer.h>
 
 #include <algorithm>
+#include <numeric>
+#include <utility>
 
 #include "orvcore/facade/interface.h"
 #include "orvgui/common/dragedge.h"
@@ -46,7 +48,47 @@ wxGridBagSizer* AddGrid(wxBoxSizer* row, int proportion) {
     return grid;
 }
 
+std::vector<wxGBSizerItem*> ItemsInOrder(wxGridBagSizer& grid) {
+    std::vector<wxGBSizerItem*> items;
+    for (wxSizerItem* child : grid.GetChildren()) items.push_back(static_cast<wxGBSizerItem*>(child));
+    std::sort(items.begin(), items.end(), [](const wxGBSizerItem* a, const wxGBSizerItem* b) {
+        const wxGBPosition first = a->GetPos();
+        const wxGBPosition second = b->GetPos();
+        return std::pair(first.GetRow(), first.GetCol()) < std::pair(second.GetRow(), second.GetCol());
+    });
+    return items;
+}
+
+std::vector<int> WidthsOf(wxGridBagSizer& grid) {
+    std::vector<int> widths;
+    for (wxGBSizerItem* item : ItemsInOrder(grid)) widths.push_back(item->IsShown() ? item->CalcMin().x : 0);
+    return widths;
+}
+
+// Brings the items of a grid into so many columns, in their order.
+void FlowGrid(wxGridBagSizer& grid, int columns) {
+    const std::vector<wxGBSizerItem*> items = ItemsInOrder(grid);
+    // Two at a time in one cell are refused: by way of a row that nobody uses.
+    const int count = static_cast<int>(items.size());
+    for (int i = 0; i < count; ++i) items[static_cast<std::size_t>(i)]->SetPos(wxGBPosition(count, i));
+    for (int i = 0; i < count; ++i)
+        items[static_cast<std::size_t>(i)]->SetPos(wxGBPosition(i / columns, i % columns));
+}
+
 }  // namespace
+
+int FlowColumns(const std::vector<int>& widths, int room) {
+    const int count = static_cast<int>(widths.size());
+    for (int columns = count; columns > 1; --columns) {
+        std::vector<int> widest(static_cast<std::size_t>(columns), 0);
+        for (int i = 0; i < count; ++i) {
+            int& width = widest[static_cast<std::size_t>(i % columns)];
+            width = std::max(width, widths[static_cast<std::size_t>(i)]);
+        }
+        if (std::accumulate(widest.begin(), widest.end(), 0) <= room) return columns;
+    }
+    return 1;
+}
 
 OrvFilterPlot* OrvFilterGuiPlot::GetFilterPlot() const {
     return dynamic_cast<OrvFilterPlot*>(m_filter);
@@ -140,8 +182,23 @@ void OrvFilterGuiPlot::CreateControlsOutput() {
     }
 }
 
-// As high as its controls, with room for the scroll bar where there is one; as wide as the page.
+// What does not fit into the page's width goes on below. As high as its controls, with room for the scroll bar where there is one; as wide as the page.
 void OrvFilterGuiPlot::FitStrip() {
+    const int room = m_strip->GetClientSize().x - 2 * kBorder;
+    auto* row = static_cast<wxBoxSizer*>(m_strip->GetSizer());
+    const std::vector<int> inputs = WidthsOf(*m_inputSizer);
+    const std::vector<int> outputs = WidthsOf(*m_outputSizer);
+    const int all = std::accumulate(inputs.begin(), inputs.end(), 0) +
+                    std::accumulate(outputs.begin(), outputs.end(), 0) + 2 * kBorder;
+    if (room > kMinimumStripWidth) {
+        const bool isOneRow = all <= room;
+        row->SetOrientation(isOneRow ? wxHORIZONTAL : wxVERTICAL);
+        for (wxGridBagSizer* grid : {m_inputSizer, m_outputSizer}) {
+            const std::vector<int>& widths = grid == m_inputSizer ? inputs : outputs;
+            const int columns = isOneRow ? static_cast<int>(widths.size()) : FlowColumns(widths, room);
+            if (!widths.empty() && CountCells(grid).GetCol() != columns) FlowGrid(*grid, columns);
+        }
+    }
     const wxSize content = m_strip->GetSizer()->GetMinSize();
     const bool scrolls = content.x > m_strip->GetSize().x;
     const int bar = scrolls ? wxSystemSettings::GetMetric(wxSYS_HSCROLL_Y, m_strip) + 2 * kBorder : 0;

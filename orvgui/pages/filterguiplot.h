@@ -8,7 +8,7 @@ class PlotPanel;
 
 // The page of a plot filter: the evidence plot above the reference plot, each shown when its file is loaded,
 // beside them the tables of the result, in a panel whose width the user can change, and below them the other parameters from left to
-// right.
+// right, in as many rows as the page's width asks for.
 class ORVGUI_API OrvFilterGuiPlot : public OrvFilterGui {
   public:
     using OrvFilterGui::OrvFilterGui;
@@ -43,3 +43,6 @@ class ORVGUI_API OrvFilterGuiPlot : public OrvFilterGui {
     wxScrolledWindow* m_tables = nullptr;  // the tables, one below the other
     int m_tableWidthBefore = 0;            // before the edge was dragged
 };
+
+// The largest number of columns in which items of these widths, filled in row by row, are no wider than `room`; at least 1. Pixels.
+ORVGUI_API int FlowColumns(const std::vector<int>& widths, int room);

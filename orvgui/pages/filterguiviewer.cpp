@@ -71,7 +71,7 @@ void OrvFilterGuiViewer::RefreshControlsCustom() {
     m_toolPanel->RefreshValues();
     if (!HasAnyFile()) m_toolPanel->ClearValues();
     FitNavigator();
-    m_sideScroll->FitInside();
+    LayoutSide();
     ViewChanged(false);
 }
 

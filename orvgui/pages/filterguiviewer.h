@@ -81,6 +81,8 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost 
     std::vector<Canvas*> GetCanvases() const override;
     int GetActiveWinId() const { return m_activeWinId; }
     void SetActiveWinId(int id) { m_activeWinId = id; }
+    // After anything that moved or zoomed the active canvas: brings the other half, the controls and the status bar in line.
+    void ViewChanged(bool scrolled);
     void ShowSidePanel(bool show) override;
     void SetSideWidth(int width);  // as if the user had dragged the edge; pixels, within what the page allows
 
@@ -90,8 +92,6 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost 
     void ApplyZoom(const Operation& operation);
     // The canvas that operations act on: the active one, or the other one where the active one has nothing to show.
     Canvas* GetLeadCanvas();
-    // After anything that moved or zoomed the active canvas.
-    void ViewChanged(bool scrolled);
     void TakeFocus(Canvas* canvas);
     // Whether the whole picture was fitted and not zoomed since: it then stays fitted through changes of size, mode and page.
     static bool IsFit();
@@ -112,6 +112,7 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost 
     void OnPageSize(wxSizeEvent& event);
     bool ScrollByKey(int key, bool fine, Canvas* canvas);
     void NarrowTables();
+    void LayoutSide();  // after a section became higher or lower, came or went
     void ShowMaps();
     void ShowPlots();
     PlotPanel* AddPlot();
@@ -132,7 +133,8 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost 
     int m_sideWanted = 0;        // pixels that its controls ask for
     bool m_isSideSized = false;  // by the user
     wxScrolledWindow* m_sideScroll = nullptr;
-    wxString m_differenceMessage;  // why there is no difference to see, "" when there is
+    wxWindow* m_sideContent = nullptr;  // everything in it
+    wxString m_differenceMessage;       // why there is no difference to see, "" when there is
     DerivedPictures m_derived;
     MapPanel* m_mapPanel = nullptr;
     ComparePanel* m_comparePanel = nullptr;

@@ -39,7 +39,7 @@ constexpr int kSidePanelMaximum = 360;  // before the user sizes it
 constexpr int kSidePanelPercent = 26;   // of the page's width, likewise: the picture gets the room
 constexpr int kSidePanelLeast = 160;
 constexpr int kSliderWidth = 96;
-constexpr int kFieldWidth = 110;
+constexpr int kFieldWidth = 88;  // leaves room for the button that shows a long text whole
 constexpr int kLabelWidth = 100;
 constexpr int kTableWidth = 220;
 constexpr int kScrollStep = 16;
@@ -100,6 +100,9 @@ void Narrow(wxWindow& section) {
             label->SetMaximumTextWidth(kLabelWidth);
         } else if (dynamic_cast<wxSlider*>(child) != nullptr) {
             child->SetMinSize(wxSize(kSliderWidth, -1));
+        } else if (dynamic_cast<wxComboBox*>(child) != nullptr) {
+            // It asks for the width of its longest entry, which its list shows whole.
+            child->SetMinSize(wxSize(std::min(child->GetBestSize().x, kTableWidth), -1));
         } else if (dynamic_cast<wxTextCtrl*>(child) != nullptr) {
             child->SetMinSize(wxSize(kFieldWidth, child->GetMinSize().y));
         }
@@ -115,7 +118,9 @@ void OrvFilterGuiViewer::CreateSidePanel() {
                                         wxVSCROLL | wxHSCROLL | wxTAB_TRAVERSAL);
     // Also sideways: a control that is wider than the panel is not cut off without a sign.
     m_sideScroll->SetScrollRate(kScrollStep, kScrollStep);
-    auto* description = new DescriptionPanel(m_sideScroll, this);
+    // Sections that are hidden at the time are no children of what scrolls: the toolkit moves those, and complains.
+    m_sideContent = new wxPanel(m_sideScroll, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxTAB_TRAVERSAL);
+    auto* description = new DescriptionPanel(m_sideContent, this);
     auto* list = new wxBoxSizer(wxVERTICAL);
     list->Add(description, 0, wxEXPAND | wxALL, kGap);
     m_descriptionParent = description;
@@ -124,10 +129,10 @@ void OrvFilterGuiViewer::CreateSidePanel() {
     m_inputParent = m_outputParent = m_descriptionParent;
     m_inputSizer = m_outputSizer = m_descriptionSizer;
     // Next to the picture, which cannot be read without its scale.
-    m_mapPanel = new MapPanel(m_sideScroll, this);
+    m_mapPanel = new MapPanel(m_sideContent, this);
     list->Add(m_mapPanel, 0, wxEXPAND | wxALL, kGap);
     if (!m_parametersInput.empty() || !m_parametersPostProcessing.empty() || !m_parametersOutput.empty()) {
-        auto* settings = new SettingsPanel(m_sideScroll, this);
+        auto* settings = new SettingsPanel(m_sideContent, this);
         settings->Show(!m_parametersInput.empty() || !m_parametersPostProcessing.empty());
         m_toolPanel->SetSettingsPanel(settings);
         list->Add(settings, 0, wxEXPAND | wxALL, kGap);
@@ -135,18 +140,21 @@ void OrvFilterGuiViewer::CreateSidePanel() {
         m_inputSizer = settings->GetGrid();
     }
     if (!m_parametersOutput.empty()) {
-        auto* outputs = new OutputsPanel(m_sideScroll, this);
+        auto* outputs = new OutputsPanel(m_sideContent, this);
         m_toolPanel->SetOutputsPanel(outputs);
         list->Add(outputs, 0, wxEXPAND | wxALL, kGap);
         m_outputParent = outputs;
         m_outputSizer = outputs->GetGrid();
     }
     if (!IsSingleViewer()) {
-        m_comparePanel = new ComparePanel(m_sideScroll, this);
+        m_comparePanel = new ComparePanel(m_sideContent, this);
         list->Add(m_comparePanel, 0, wxEXPAND | wxALL, kGap);
     }
     m_sideList = list;
-    m_sideScroll->SetSizer(list);
+    m_sideContent->SetSizer(list);
+    auto* whole = new wxBoxSizer(wxVERTICAL);
+    whole->Add(m_sideContent, 1, wxEXPAND);
+    m_sideScroll->SetSizer(whole);
 
     auto* column = new wxBoxSizer(wxVERTICAL);
     column->Add(m_sideScroll, 1, wxEXPAND);
@@ -192,7 +200,7 @@ void OrvFilterGuiViewer::CreateControlsOutput() {
     }
     // As wide as the controls ask for, within reason.
     m_sideWanted = m_sideScroll->GetSizer()->CalcMin().x + wxSystemSettings::GetMetric(wxSYS_VSCROLL_X);
-    m_sideScroll->FitInside();
+    LayoutSide();
 }
 
 void OrvFilterGuiViewer::OnPageSize(wxSizeEvent& event) {
@@ -209,6 +217,11 @@ void OrvFilterGuiViewer::OnPageSize(wxSizeEvent& event) {
     event.Skip();
 }
 
+void OrvFilterGuiViewer::LayoutSide() {
+    m_sideScroll->FitInside();
+    m_sideContent->Layout();
+}
+
 void OrvFilterGuiViewer::ShowSidePanel(bool show) {
     m_sidePanel->Show(show);
     m_sideEdge->Show(show);
@@ -221,7 +234,7 @@ void OrvFilterGuiViewer::SetSideWidth(int width) {
     const int most = std::max(GetClientSize().x - kMinimumSide, kSidePanelLeast);
     m_sidePanel->SetMinSize(wxSize(std::clamp(width, kSidePanelLeast, most), -1));
     Layout();
-    m_sideScroll->FitInside();
+    LayoutSide();
 }
 
 // Tables ask for the width of their columns whenever they are filled; here they scroll by themselves.
@@ -254,18 +267,17 @@ void OrvFilterGuiViewer::SetMapRange(const std::string& map, const std::optional
 }
 
 PlotPanel* OrvFilterGuiViewer::AddPlot() {
-    auto* panel = new PlotPanel(m_sideScroll, wxID_ANY);
+    auto* panel = new PlotPanel(m_sideContent, wxID_ANY);
     panel->SetMinSize(wxSize(-1, kSmallPlotHeight));
     panel->SetToolTip(_("Double click: large"));
-    panel->GetPlotWindow()->SetWheelZoom(false);  // it stands in a page that scrolls
+    panel->GetPlotWindow()->SetSmall();
     m_sideList->Add(panel, 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, kGap);
     const auto before = std::make_shared<int>(0);
     auto* edge = new DragEdge(
-        m_sideScroll, wxVERTICAL, [panel, before] { *before = panel->GetSize().y; },
+        m_sideContent, wxVERTICAL, [panel, before] { *before = panel->GetSize().y; },
         [this, panel, before](int distance) {
             panel->SetMinSize(wxSize(-1, std::clamp(*before + distance, kSmallPlotLeast, kSmallPlotMost)));
-            m_sideScroll->Layout();
-            m_sideScroll->FitInside();
+            LayoutSide();
         });
     edge->SetToolTip(_("Drag: higher or lower"));
     m_sideList->Add(edge, 0, wxEXPAND);

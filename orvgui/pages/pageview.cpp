@@ -57,7 +57,7 @@ void ShowZoom(OrvFilterGuiViewer& page, const OrvViewState& view) {
                                        static_cast<int>(std::lround(view.centreY)), view.zoom, canvas);
         ScrollToCentre(*canvas, view, *shared);
         tools->GetZoomPanel()->ShowFit(false);
-        if (shared->syncViews) page.WindowSync();
+        page.ViewChanged(false);
     }
     ShowSelection(*tools, view.selection, canvas);
 }

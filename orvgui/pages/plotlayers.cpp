@@ -1,5 +1,7 @@
 #include "orvgui/pages/plotlayers.h"
 
+#include <wx/control.h>
+
 #include <algorithm>
 #include <cmath>
 
@@ -29,6 +31,11 @@ wxRect AreaOf(mpWindow& window) {
     return wxRect(window.GetMarginLeft(), window.GetMarginTop(),
                   std::max(1, window.GetScrX() - window.GetMarginLeft() - window.GetMarginRight()),
                   std::max(1, window.GetScrY() - window.GetMarginTop() - window.GetMarginBottom()));
+}
+
+bool IsSmall(mpWindow& window) {
+    const auto* plot = dynamic_cast<PlotWindow*>(&window);
+    return plot != nullptr && plot->IsSmall();
 }
 
 // Steps of an axis in view; never so many that drawing them would not end.
@@ -133,7 +140,9 @@ void PlotAxisY::Plot(wxDC& dc, mpWindow& window) {
     dc.SetPen(wxPen(kAxisColour));
     dc.DrawLine(area.GetLeft(), area.GetTop(), area.GetLeft(), area.GetBottom());
     const wxSize label = dc.GetTextExtent(m_label);
-    dc.DrawText(m_label, 2 * kTextGap, (area.GetTop() - label.GetHeight()) / 2);
+    const int top = IsSmall(window) ? area.GetTop() - label.GetHeight() - kTextGap
+                                    : (area.GetTop() - label.GetHeight()) / 2;
+    dc.DrawText(m_label, 2 * kTextGap, top);
 }
 
 PlotBars::PlotBars(const wxString& name) {
@@ -255,6 +264,10 @@ void PlotText::Plot(wxDC& dc, mpWindow& window) {
     if (m_inTheMiddle) {
         dc.DrawText(m_name, area.GetLeft() + (area.GetWidth() - size.GetWidth()) * m_offsetx / 100,
                     area.GetTop() + (area.GetHeight() - size.GetHeight()) * m_offsety / 100);
+    } else if (IsSmall(window)) {
+        // Above the axis label.
+        const int room = window.GetScrX() - 4 * kTextGap;
+        dc.DrawText(wxControl::Ellipsize(m_name, dc, wxELLIPSIZE_END, room), 2 * kTextGap, kTextGap);
     } else {
         // Right of the axis label, above the data.
         dc.DrawText(m_name, area.GetRight() - size.GetWidth(), (area.GetTop() - size.GetHeight()) / 2);

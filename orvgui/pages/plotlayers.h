@@ -126,8 +126,9 @@ class PlotWindow : public mpWindow {
     // The y axis reaches over this range too, so that plots beside each other can be compared; an empty range (minY > maxY) for
     // nothing but the data.
     void SetLeastRangeY(double minY, double maxY);
-    // Otherwise a wheel turn belongs to the page around the plot.
-    void SetWheelZoom(bool on) { m_isWheelZoom = on; }
+    // For a small plot in a page that scrolls: a wheel turn belongs to the page, and the title has a line of its own.
+    void SetSmall();
+    bool IsSmall() const { return m_isSmall; }
     // Draws everything as it stands on the screen, without a selection rectangle.
     void Draw(wxDC& dc);
     // The data closest to an abscissa, for the text under the mouse; false when there is none.
@@ -161,7 +162,7 @@ class PlotWindow : public mpWindow {
     wxPoint m_dragEnd;
     double m_startX = 0;  // position of the view when the drag began
     double m_startY = 0;
-    bool m_isWheelZoom = true;
+    bool m_isSmall = false;
     bool m_viewChosen = false;  // by the user, since everything was last shown
     double m_extent[4] = {0, 0, 0, 0};
     double m_leastMinY = 1;

@@ -44,6 +44,11 @@ PlotWindow::PlotWindow(wxWindow* parent, int id)
         mpID_FIT);
 }
 
+void PlotWindow::SetSmall() {
+    m_isSmall = true;
+    SetMargins(46, 14, 56, 50);
+}
+
 wxRect PlotWindow::GetPlotArea() {
     return wxRect(GetMarginLeft(), GetMarginTop(),
                   std::max(1, GetScrX() - GetMarginLeft() - GetMarginRight()),
@@ -152,7 +157,7 @@ void PlotWindow::OnPaintPlot(wxPaintEvent&) {
 }
 
 void PlotWindow::OnWheel(wxMouseEvent& event) {
-    if (!m_isWheelZoom) {
+    if (m_isSmall) {
         event.Skip(!ScrollPageAround(this, event));
         return;
     }

@@ -1,5 +1,7 @@
 // The two pictures of a viewer page in one place: mixed, in turn, and the selection that is looked at closely.
 
+#include <wx/scrolwin.h>
+
 #include "orvgui/pages/filterguiviewer.h"
 #include "orvgui/shell/filterspanel.h"
 #include "orvgui/viewer/canvas.h"
@@ -9,6 +11,7 @@
 #include "orvgui/viewer/viewerpanel.h"
 #include "orvgui/viewer/zoompanel.h"
 #include "tests/orvgui/framefixture.h"
+#include "tests/orvgui/nativecomplaints.h"
 
 namespace {
 
@@ -144,4 +147,27 @@ TEST_F(ComparingTest, TheSelectionFillsTheView) {
             EXPECT_GE(bottom, region.y + region.height - 1 - bar);
         }
     }
+}
+
+// Sections that have nothing to say are hidden; the panel scrolls over them without a complaint of the libraries below.
+TEST_F(ComparingTest, TheSidePanelScrollsQuietly) {
+    Open(300, 300);
+    core->SetFile(wxString(), OrvReference);
+    Settle();
+    ASSERT_FALSE(panel->IsShown());
+    wxScrolledWindow* scrolled = nullptr;
+    for (wxWindow* window = panel->GetParent(); window != nullptr && scrolled == nullptr;
+         window = window->GetParent())
+        scrolled = dynamic_cast<wxScrolledWindow*>(window);
+    ASSERT_NE(scrolled, nullptr);
+    scrolled->SetVirtualSize(200, 4000);
+    Pump();
+    const NativeComplaints complaints;
+    ASSERT_TRUE(complaints.IsListening());
+    for (const int place : {3, 9, 30, 2}) {
+        scrolled->Scroll(0, place);
+        PumpFor(30);
+        EXPECT_EQ(scrolled->GetViewStart().y, place);
+    }
+    EXPECT_EQ(complaints.GetText(), "");
 }

@@ -317,3 +317,11 @@ TEST(PlotAxis, StepsAndNumbersAreRound) {
 }
 
 }  // namespace
+
+TEST(PlotPageFlow, WhatDoesNotFitGoesOnBelow) {
+    EXPECT_EQ(FlowColumns({}, 100), 1);
+    EXPECT_EQ(FlowColumns({40, 40, 20}, 100), 3);
+    EXPECT_EQ(FlowColumns({40, 40, 20}, 99), 2) << "the third below the first";
+    EXPECT_EQ(FlowColumns({40, 90, 20}, 99), 1);
+    EXPECT_EQ(FlowColumns({10, 60, 60, 10, 10, 60}, 130), 3) << "60, 60, 60 do not; 10, 60, 60 do";
+}

@@ -10,6 +10,7 @@
 #include "orvgui/common/statictext.h"
 #include "orvgui/pages/filterguiviewer.h"
 #include "orvgui/pages/plotdialog.h"
+#include "orvgui/pages/plotlayers.h"
 #include "orvgui/pages/plotpanel.h"
 #include "orvgui/viewer/canvas.h"
 #include "orvgui/viewer/inspectorpanel.h"
@@ -185,6 +186,17 @@ TEST_F(MapPageTest, PlotsStandBesideThePictureAndOpenLarge) {
     };
     collect(m_page);
     ASSERT_EQ(plots.size(), 2U);
+    // Beside the picture a wheel turn belongs to the panel that scrolls.
+    auto* plot = plots[0]->GetPlotWindow();
+    const double scale = plot->GetScaleX();
+    wxMouseEvent wheel(wxEVT_MOUSEWHEEL);
+    wheel.SetEventObject(plot);
+    wheel.m_wheelRotation = 120;
+    wheel.m_wheelDelta = 120;
+    wheel.m_linesPerAction = 3;
+    plot->ProcessWindowEvent(wheel);
+    EXPECT_EQ(scale, plot->GetScaleX());
+    EXPECT_TRUE(plot->IsSmall());
     DialogAnswers answers([](wxDialog* dialog) {
         auto* large = dynamic_cast<PlotDialog*>(dialog);
         EXPECT_TRUE(large != nullptr && large->GetPlot()->Render().IsValid());
