@@ -19,8 +19,8 @@
 #include "orvgui/common/icons.h"
 #include "orvgui/common/messagebox.h"
 #include "orvgui/common/opencverrors.h"
-#include "orvgui/pages/filtergui.h"
 #include "orvgui/common/visibletext.h"
+#include "orvgui/pages/filtergui.h"
 #include "orvgui/pages/orvviewerpanel.h"
 #include "orvgui/pages/pagefactory.h"
 #include "orvgui/shell/commandregistry.h"
@@ -39,6 +39,20 @@ constexpr int kPaneMinWidth = 200;
 constexpr int kFiltersWidth = 270;
 constexpr int kProjectHeight = 170;
 constexpr int kCaptionHeight = 24;
+
+// Until the window manager has told its borders the window is laid out at no size, and the fields of its status bar at less: what is
+// written meanwhile is kept, and seen with the first full paint.
+class FrameStatusBar : public wxStatusBar {
+  public:
+    explicit FrameStatusBar(wxWindow* parent)
+        : wxStatusBar(parent, wxID_ANY, wxSTB_DEFAULT_STYLE, wxASCII_STR(wxStatusBarNameStr)) {}
+
+  protected:
+    void DoUpdateStatusText(int field) override {
+        wxRect place;
+        if (GetFieldRect(field, place) && !place.IsEmpty()) wxStatusBar::DoUpdateStatusText(field);
+    }
+};
 
 }  // namespace
 
@@ -102,11 +116,14 @@ OrvMainFrame::~OrvMainFrame() {
 }
 
 void OrvMainFrame::CreateStatusBar() {
-    SetStatusBar(new wxStatusBar(this, wxID_ANY, wxSTB_DEFAULT_STYLE, wxASCII_STR(wxStatusBarNameStr)));
+    SetStatusBar(new FrameStatusBar(this));
 }
 
 void OrvMainFrame::ConfigureStatusBar() {
-    const int widths[] = {-3, -4, -3, 70};  // pixels where positive, shares of the rest where negative
+    // The longest zoom, and the corner by which the window is resized.
+    const int zoomWidth = GetTextExtent("12800.0%").x + 2 * GetCharHeight();
+    // Pixels where positive, shares of the rest where negative: a pixel with a map's value is the longest text.
+    const int widths[] = {-2, -4, -4, zoomWidth};
     const int styles[] = {wxSB_FLAT, wxSB_FLAT, wxSB_FLAT, wxSB_FLAT};
     GetStatusBar()->SetFieldsCount(4, widths);
     GetStatusBar()->SetStatusStyles(4, styles);

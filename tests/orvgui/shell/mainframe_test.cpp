@@ -536,6 +536,20 @@ TEST_F(FrameTest, TheStatusBarSaysNothingOfThePictureBefore) {
     EXPECT_NE(std::string::npos, described().find("32 x 32"));
 }
 
+// Until the window manager has told its borders the window has no size at all.
+TEST_F(FrameTest, AStatusBarWithoutASizeKeepsItsTextsQuietly) {
+    wxStatusBar* bar = frame->GetStatusBar();
+    const wxRect place = bar->GetRect();
+    bar->SetSize(0, 0, 2, 1);
+    Pump();
+    testing::internal::CaptureStderr();
+    frame->SetStatusField(OrvStatusField::Activity, "at work");
+    Pump();
+    EXPECT_EQ("", testing::internal::GetCapturedStderr());
+    EXPECT_EQ("at work", bar->GetStatusText(0));
+    bar->SetSize(place);
+}
+
 TEST_F(FrameTest, LogIsCollectedAndShownOnDoubleClick) {
     DialogAnswers answers{wxID_OK};  // the toolkit's own box still tells the user
     wxLog* const target = wxLog::GetActiveTarget();
