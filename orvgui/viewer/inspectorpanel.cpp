@@ -70,15 +70,16 @@ void InspectorPanel::CreateControls() {
 
 void InspectorPanel::ConfigureControls() {
     const auto canvases = m_page->GetCanvases();
-    const bool isDeep = std::any_of(canvases.begin(), canvases.end(), [](Canvas* canvas) {
+    const bool wasDeep = m_isDeep;
+    m_isDeep = std::any_of(canvases.begin(), canvases.end(), [](Canvas* canvas) {
         return canvas->HasImage() && HasStoredSamples(canvas->GetProperties()->GetIplImage());
     });
     const bool isMapped = std::any_of(canvases.begin(), canvases.end(), [this](Canvas* canvas) {
         const IntPair size = canvas->GetProperties()->GetPixelSize();
         return canvas->HasImage() && !m_page->DescribeMap(canvas, size.x / 2, size.y / 2).empty();
     });
-    const wxSize size = TextSize((isDeep ? kStoredDigits : 0) + (isMapped ? kMapDigits : 0));
-    if (m_text->GetMinSize() == size) return;
+    const wxSize size = TextSize((m_isDeep ? kStoredDigits : 0) + (isMapped ? kMapDigits : 0));
+    if (m_text->GetMinSize() == size && m_isDeep == wasDeep) return;
     m_text->SetMinSize(size);
     FitStrip();  // which may need another row for it
 }

@@ -15,6 +15,8 @@ class ORVGUI_API InspectorPanel : public OrvToolPanelBase {
     void RefreshValues() override;      // what is under the mouse now, which has not moved
     void ClearValues() override;
     void ViewerMouseOn(wxMouseEvent& event, Canvas* canvas, bool useZoomCentre) override;
+    // The status bar tells the same, and has room for all but stored samples.
+    bool IsExtra() const override { return !m_isDeep; }
 
     wxString GetText() const;  // the read-out as it is shown, in one line
     // The text of the read-out at an image point: place and colour in the first line, grey level and stored samples in the
@@ -31,6 +33,7 @@ class ORVGUI_API InspectorPanel : public OrvToolPanelBase {
     IntPair m_mousePoint;        // window point
     wxPanel* m_colour = nullptr;
     wxStaticText* m_text = nullptr;
+    bool m_isDeep = false;  // some picture has stored samples to tell
     bool m_isPanning = false;
     IntPair m_pressPoint;  // window point
     IntPair m_pressStart;  // view start at the press, scroll units

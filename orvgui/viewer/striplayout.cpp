@@ -16,6 +16,7 @@ std::vector<Row> BreakIntoRows(const std::vector<StripGroup>& groups, int room, 
         const StripGroup& group = groups[i];
         if (!group.isShown) continue;
         if (rows.empty() || rows.back().least + gap + group.least > room) {
+            if (!rows.empty() && group.isExtra) continue;
             rows.push_back({{i}, group.least, group.height});
             continue;
         }

@@ -12,6 +12,7 @@ struct StripGroup {
     int wanted = 0;  // wider than this it has no use for
     int height = 0;
     bool isShown = true;
+    bool isExtra = false;  // left out rather than given a row of its own
 };
 
 struct StripPlace {
@@ -29,6 +30,6 @@ struct StripPlaces {
 };
 
 // Groups go from left to right in their order, gap apart and vertically in the middle of their row; the next one begins a new row
-// when its least width no longer fits, one that is wider than the strip has a row of its own. What a row has to spare goes to its
+// when its least width no longer fits (an extra one is left out then), one that is wider than the strip has a row of its own. What a row has to spare goes to its
 // groups in order, up to what each wants.
 ORVGUI_API StripPlaces PlaceStrip(const std::vector<StripGroup>& groups, int width, int gap, int margin);

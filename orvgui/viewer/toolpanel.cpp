@@ -81,7 +81,8 @@ StripPlaces OrvToolPanel::PlaceGroups(int width) const {
                                     static_cast<OrvToolPanelBase*>(m_selectorPanel),
                                     static_cast<OrvToolPanelBase*>(m_inspectorPanel)}) {
         const wxSize best = panel->GetSizer()->CalcMin();
-        groups.push_back({best.x, panel->GetWantedWidth(), best.y, panel->IsShown()});
+        groups.push_back({best.x, panel->GetWantedWidth(), best.y,
+                          panel->IsShown() || panel == m_inspectorPanel, panel->IsExtra()});
     }
     return PlaceStrip(groups, width, kGroupGap, kStripMargin);
 }
@@ -94,6 +95,7 @@ bool OrvToolPanel::Layout() {
                                     static_cast<OrvToolPanelBase*>(m_selectorPanel),
                                     static_cast<OrvToolPanelBase*>(m_inspectorPanel)}) {
         const StripPlace& place = places.groups[i++];
+        if (panel == m_inspectorPanel) panel->Show(place.width > 0);
         if (panel->IsShown()) panel->SetSize(place.x, place.y, place.width, place.height);
     }
     return true;

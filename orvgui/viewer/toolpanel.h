@@ -36,6 +36,8 @@ class ORVGUI_API OrvToolPanelBase : public wxPanel {
     virtual void ClearValues() {}
     // mirrored: the canvas is the other half of a synchronised view, the event happened on the first one.
     virtual void ViewerMouseOn(wxMouseEvent&, Canvas*, bool /*mirrored*/) {}
+    // Whether the strip may leave it out where it would take a row of its own.
+    virtual bool IsExtra() const { return false; }
     // The width in pixels from which on more has no use; the least one is the panel's best width.
     virtual int GetWantedWidth() { return GetBestSize().x; }
 

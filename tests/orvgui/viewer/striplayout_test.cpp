@@ -30,6 +30,16 @@ TEST(StripLayout, OneRowWhereItFitsElseAsManyAsItTakes) {
     places = PlaceStrip(groups, 60, kGap, kMargin);
     EXPECT_EQ(places.rows, 3);
     EXPECT_EQ(places.groups[0].width, 300) << "not squeezed below what can be read";
+
+    std::vector<StripGroup> withExtra = groups;
+    withExtra[3].isExtra = true;
+    EXPECT_EQ(PlaceStrip(withExtra, 576, kGap, kMargin).groups[3], (StripPlace{423, 7, 150, 26}));
+    places = PlaceStrip(withExtra, 575, kGap, kMargin);
+    EXPECT_EQ(places.rows, 1) << "what would take a row of its own is left out";
+    EXPECT_EQ(places.groups[3], StripPlace());
+    withExtra[2].isShown = true;
+    EXPECT_EQ(PlaceStrip(withExtra, 575, kGap, kMargin).groups[3].x, 213)
+        << "it goes where there is a second row";
 }
 
 TEST(StripLayout, SpareWidthGoesToThoseThatWantIt) {
