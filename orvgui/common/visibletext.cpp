@@ -24,6 +24,15 @@ wxString VisibleText(const wxString& text) {
     return VisibleText(FromWx(text));
 }
 
+wxString ShortLine(const wxString& text) {
+    constexpr std::size_t kMost = 90;  // letters; a tip must not cover what it is about
+    const wxString line = text.BeforeFirst('\n');
+    if (line.length() <= kMost && line.length() == text.length()) return line;
+    wxString start = line.Left(kMost);
+    if (line.length() > kMost && start.Find(' ', true) != wxNOT_FOUND) start = start.BeforeLast(' ');
+    return start.Trim() + wxString::FromUTF8("\u2026");
+}
+
 wxString EditablePath(const std::string& path) {
     const wxString text = PathToWx(path);
     const bool hasMark = std::any_of(text.begin(), text.end(), [](const wxUniChar& c) {

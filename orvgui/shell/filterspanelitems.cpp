@@ -7,6 +7,7 @@
 
 #include "orvcore/facade/interface.h"
 #include "orvgui/common/loadedfiles.h"
+#include "orvgui/common/visibletext.h"
 #include "orvgui/pages/filtergui.h"
 #include "orvgui/pages/orvviewerpanel.h"
 #include "orvgui/shell/filterspanelpriv.h"
@@ -269,8 +270,8 @@ void OrvFiltersPanel::OnItemToolTip(wxTreeEvent& event) {
     if (isCurrent) {
         for (const OrvSlotResultPtr& found : result->slot)
             if (found && found->SaysNothing() && !found->verdictText.empty())
-                text += "\n" + _("Not applicable to this file:") + " " +
-                        wxGetTranslation(ToWx(found->verdictText));
+                text += "\n" + ShortLine(_("Not applicable to this file:") + " " +
+                                         wxGetTranslation(ToWx(found->verdictText)));
     }
     event.SetToolTip(text);
 }

@@ -3,9 +3,12 @@
 #include <wx/gdicmn.h>
 #include <wx/translation.h>
 
+#include "orvgui/common/visibletext.h"
 #include "zorbase/text.h"
 
 namespace {
+
+constexpr std::size_t kMostValues = 6;  // lines of a tip, which must not cover what it is about
 
 wxString StatusSentence(FilterStatus status, bool enabled) {
     if (!enabled) return _("Disabled: left out of batch processing and reports.");
@@ -46,27 +49,27 @@ wxString ConfigurationText(const VecParameter& parameters) {
 wxString FilterToolTip(const wxString& name, const wxString& description, FilterStatus status, bool enabled,
                        const wxString& error) {
     wxString text = wxGetTranslation(name);
-    // One sentence: a tip must not cover what it is about. The page tells the rest.
+    // One line; the page tells the rest.
     if (!description.empty()) {
         const wxString whole = wxGetTranslation(description);
-        const std::size_t end = whole.find_first_of(".;");
-        text += "\n" + (end == wxString::npos ? whole : whole.Left(end) + ".");
+        const std::size_t end = whole.find_first_of(".;:");
+        text += "\n" + ShortLine(end == wxString::npos ? whole : whole.Left(end) + ".");
     }
     text += "\n" + StatusSentence(status, enabled);
-    if (!error.empty()) text += "\n" + _("The last run failed.") + " " + error;
+    if (!error.empty()) text += "\n" + ShortLine(_("The last run failed.") + " " + error);
     return text;
 }
 
 wxString ConfigurationToolTip(const wxString& filterName, const VecParameter& parameters, FilterStatus status,
                               bool enabled) {
     wxString text = wxGetTranslation(filterName);
-    bool hasLines = false;
+    std::size_t lines = 0;
     for (const Parameter& parameter : parameters) {
         const std::string line = GetParametersString(VecParameter{parameter}, true);
         if (line.empty()) continue;
-        text += "\n" + ToWx(line);
-        hasLines = true;
+        if (++lines <= kMostValues) text += "\n" + ShortLine(ToWx(line));
     }
-    if (!hasLines) text += "\n" + _("Standard");
+    if (lines > kMostValues) text += "\n" + wxString::FromUTF8("\u2026");
+    if (lines == 0) text += "\n" + _("Standard");
     return text + "\n" + StatusSentence(status, enabled);
 }

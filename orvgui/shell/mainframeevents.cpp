@@ -198,9 +198,10 @@ void OrvMainFrame::OnCommandDumpEmbeddedJpgs(OrvCommandEvent& event) {
     OrvMessageBox(message, wxString(), wxOK, this);
 }
 
-void OrvMainFrame::OnCommandAddBookmark(OrvCommandEvent&) {
+void OrvMainFrame::OnCommandAddBookmark(OrvCommandEvent& event) {
     DestroyProgress();
     if (m_projectTree) m_projectTree->RefreshProject();
+    if (m_projectTree && event.GetId() == OrvEventAddBookmark) m_projectTree->ShowLastBookmark();
     UpdateTitle();
     m_core->PostResponse();
 }

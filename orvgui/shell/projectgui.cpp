@@ -89,10 +89,20 @@ wxBitmap DrawThumbnail(const std::string& jpeg) {
     return wxBitmap(ground);
 }
 
+// The values as the tree of filters names them; without the filter their meaning is not known.
+wxString ValuesText(const OrvBookmark& bookmark) {
+    const OrvFilter* filter = GetContext()->FindFilter(bookmark.filterId);
+    if (filter == nullptr) return {};
+    VecParameter input = filter->GetInputPrototype();
+    std::vector<std::string> unfit;
+    input.FromJson(bookmark.input, unfit);
+    return ShortLine(ToWx(GetParametersString(input, true)));
+}
+
 wxString BookmarkTip(const OrvBookmark& bookmark) {
     wxString tip = FilterName(bookmark.filterId);
     if (bookmark.filterVersion > 0) tip += wxString::Format(_(", version %d"), bookmark.filterVersion);
-    if (!bookmark.input.empty()) tip += "\n" + ToWx(ShortenText(JsonToText(bookmark.input, 0), 200));
+    if (const wxString values = ValuesText(bookmark); !values.empty()) tip += "\n" + values;
     for (const OrvCaseFile& file : bookmark.file)
         if (!file.IsEmpty()) tip += "\n" + ToWx(PathName(file.path)) + "  " + ToWx(file.sha256.substr(0, 12));
     if (!bookmark.madeOn.empty()) tip += "\n" + ToWx(bookmark.madeOn + "  " + bookmark.programVersion);
@@ -228,6 +238,11 @@ void OrvProjectGui::SelectFirstBookmark() {
     const wxTreeItemId group = m_tree->GetLastChild(m_tree->GetRootItem());
     const wxTreeItemId first = m_tree->GetFirstChild(group, cookie);
     if (BookmarkOf(m_tree, first) >= 0) m_tree->SelectItem(first);
+}
+
+void OrvProjectGui::ShowLastBookmark() {
+    const wxTreeItemId last = m_tree->GetLastChild(m_tree->GetLastChild(m_tree->GetRootItem()));
+    if (BookmarkOf(m_tree, last) >= 0) m_tree->EnsureVisible(last);
 }
 
 int OrvProjectGui::GetSelectedBookmark() const {

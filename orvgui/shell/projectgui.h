@@ -30,6 +30,7 @@ class OrvProjectGui : public wxPanel {
     void RefreshProject();
     void RefreshFiles();         // the same, only where other files belong to the project than are listed
     void SelectFirstBookmark();  // silent; nothing when there is none
+    void ShowLastBookmark();     // scrolls to the newest one
     void AddBookmark();          // asks for name and note
     int GetSelectedBookmark() const;  // index, -1 for none
     wxTreeCtrl* GetTree() const { return m_tree; }

@@ -53,4 +53,23 @@ TEST(FiltersTreeFormat, AConfigurationWithNothingToTellIsStandard) {
     EXPECT_TRUE(ConfigurationToolTip("Levels", {}, FilterStatus::StandsOut, false).Contains("Disabled"));
 }
 
+TEST(FiltersTreeFormat, ATipIsShort) {
+    wxString description = "Shows where a picture was compressed otherwise";
+    for (int i = 0; i < 20; ++i) description += ", and more of what it does";
+    VecParameter many;
+    for (int i = 0; i < 20; ++i)
+        many.push_back(Parameter::Int("p" + std::to_string(i), "Parameter " + std::to_string(i), i, 0, 100));
+    for (const wxString& tip :
+         {FilterToolTip("Levels", description + ". A second sentence.", FilterStatus::StandsOut, true,
+                        description + "\nand a second line"),
+          ConfigurationToolTip("Levels", many, FilterStatus::StandsOut, true)}) {
+        EXPECT_TRUE(tip.StartsWith("Levels\n")) << tip;
+        EXPECT_TRUE(tip.Contains("worth a look")) << tip;
+        EXPECT_LE(tip.Freq('\n'), 8) << tip;
+        for (const wxString& line : wxSplit(tip, '\n', '\0')) EXPECT_LE(line.length(), 91U) << line;
+    }
+    const wxString tip = FilterToolTip("Levels", "One thing; another", FilterStatus::Processed, true, "");
+    EXPECT_TRUE(tip.Contains("\nOne thing.\n")) << tip;
+}
+
 }  // namespace

@@ -218,6 +218,26 @@ TEST_F(FrameProject, ABookmarkBringsBackWhatWasSeen) {
     EXPECT_NEAR(shown.centreX, back.centreX, 2);
     EXPECT_NEAR(shown.centreY, back.centreY, 2);
     EXPECT_EQ(shown.selection, back.selection);
+    EXPECT_EQ("200%", frame->GetStatusBar()->GetStatusText(3)) << "not the zoom of before";
+}
+
+TEST_F(FrameProject, ANewBookmarkIsInSightAndTellsItsValues) {
+    OrvFilter* filter = core->GetContext().FindFilter("error-level");
+    ASSERT_NE(filter, nullptr);
+    Load(folder.WritePicture("picture.png"));
+    core->ActivateFilter(filter, -1);
+    Settle();
+    for (int i = 0; i < 30; ++i) AddBookmark(("number " + std::to_string(i)).c_str());
+    const wxTreeItemId newest = Find("number 29");
+    wxRect box;
+    ASSERT_TRUE(Tree()->GetBoundingRect(newest, box));
+    EXPECT_GE(box.y, 0);
+    EXPECT_LE(box.GetBottom(), Tree()->GetClientSize().y);
+    wxTreeEvent tip(wxEVT_TREE_ITEM_GETTOOLTIP, Tree(), newest);
+    Tree()->ProcessWindowEvent(tip);
+    const wxString told = tip.GetLabel();
+    EXPECT_TRUE(told.Contains("Quality")) << told;
+    EXPECT_FALSE(told.Contains("{")) << told << ": for people";
 }
 
 TEST_F(FrameProject, TheListIsWorkedOnWithKeysAndMouse) {
