@@ -21,6 +21,7 @@ TEST(Calendar, TellsDatesInUtc) {
         EXPECT_EQ(SecondsOf(time), one.seconds);
     }
     EXPECT_EQ(SecondsOf({2026, 11, 21, 14, 3, 59, 3600}), 1795266239);
+    EXPECT_EQ(SecondsOf({2016, 12, 31, 23, 59, 60}), 1483228800) << "a leap second";
 }
 
 TEST(Calendar, RefusesWhatIsNoDate) {

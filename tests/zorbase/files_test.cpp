@@ -341,6 +341,13 @@ TEST(Time, IsLocalWithItsOffset) {
     const ScopedVariable zone("TZ", "CET-1CEST,M3.5.0,M10.5.0/3");
     EXPECT_EQ(FormatTime(1795266239), "2026-11-21 14:03:59 +0100");
     EXPECT_EQ(FormatTime(1783598639), "2026-07-09 14:03:59 +0200");
+    const std::pair<const char*, const char*> zones[] = {{"UTC0", "2026-07-09 12:03:59 +0000"},
+                                                         {"NST3:30", "2026-07-09 08:33:59 -0330"},
+                                                         {"NPT-5:45", "2026-07-09 17:48:59 +0545"}};
+    for (const auto& [other, expected] : zones) {
+        const ScopedVariable there("TZ", other);
+        EXPECT_EQ(FormatTime(1783598639), expected) << other;
+    }
 }
 
 }  // namespace

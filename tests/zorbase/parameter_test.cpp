@@ -170,8 +170,16 @@ TEST(Parameter, ValuesStayWithinTheirBounds) {
     Parameter big = Make(ParameterType::Int64);
     EXPECT_FALSE(big.SetValue(std::int64_t{-1}) || big.ValueFromJson(Json(18446744073709551615u)));
 
-    Parameter region = Make(ParameterType::Roi);
-    EXPECT_FALSE(region.SetValue(Roi(0, 0, -1, 5)) || region.SetValueFromString("1, 2, 3"));
+    EXPECT_FALSE(Make(ParameterType::Roi).SetValueFromString("1, 2, 3"));
+    for (const Roi& wrong : {Roi(0, 0, -1, 5), Roi(0, 0, 5, -1)}) {
+        EXPECT_FALSE(Make(ParameterType::Roi).SetValue(wrong)) << ToString(wrong);
+        EXPECT_FALSE(Make(ParameterType::OrvRoi).SetValue(wrong)) << ToString(wrong);
+        EXPECT_FALSE(Make(ParameterType::VectorRoi).SetValue(std::vector<Roi>{Roi(1, 2, 3, 4), wrong}))
+            << ToString(wrong);
+        EXPECT_FALSE(Make(ParameterType::Roi).SetValueFromString(ToString(wrong)));
+        EXPECT_THROW(Parameter::Region("x", "X", wrong), ZorException);
+        EXPECT_THROW(Parameter::Regions("x", "X", {wrong}), ZorException);
+    }
 
     EXPECT_THROW(Parameter::Slider("x", "X", 5, 6, 7), ZorException);
     EXPECT_THROW(Parameter::Double("x", "X", nan, 0, 1), ZorException);
@@ -242,6 +250,12 @@ TEST(Parameter, TextsAreOneLine) {
     EXPECT_EQ(Make(ParameterType::OutputText).GetValueAsString(), "first second");
     EXPECT_EQ(Make(ParameterType::OutputText).GetValueAsString(true), "");
     EXPECT_EQ(Parameter::Output(ParameterType::OutputInt64, "n", "N").GetValueAsString(), "");
+    // What a person edits comes back as it was.
+    EXPECT_EQ(Parameter::String("s", "S", "a\r\n\tb").GetValueAsString(), "a\r\n\tb");
+    // JSON takes no byte that is not UTF-8.
+    for (const Parameter& text :
+         {Parameter::String("s", "S", "caf\xE9"), Parameter::Output("s", "S", "caf\xE9")})
+        EXPECT_EQ(JsonToText(text.ValueToJson(), 0), "\"caf\xEF\xBF\xBD\"");
 }
 
 TEST(ParameterList, OneLineNamesTheConfiguration) {

@@ -150,6 +150,22 @@ TEST(Text, WhatIsNotUtf8BecomesReplacementCharacters) {
     EXPECT_EQ(FromWx(ToWx(withNul)), withNul);
 }
 
+// The last and the first of each length.
+TEST(Text, CodePointsTakeTheirBytes) {
+    const std::pair<char32_t, const char*> cases[] = {{0x7F, "\x7F"},
+                                                      {0x80, "\xC2\x80"},
+                                                      {0x7FF, "\xDF\xBF"},
+                                                      {0x800, "\xE0\xA0\x80"},
+                                                      {0xFFFF, "\xEF\xBF\xBF"},
+                                                      {0x10000, "\xF0\x90\x80\x80"},
+                                                      {0x10FFFF, "\xF4\x8F\xBF\xBF"}};
+    for (const auto& [codePoint, bytes] : cases) {
+        std::string text = "-";
+        AppendUtf8(text, codePoint);
+        EXPECT_EQ(text, std::string("-") + bytes) << static_cast<int>(codePoint);
+    }
+}
+
 TEST(Text, PathsSurviveTheToolkitWhateverTheirBytes) {
     std::vector<std::string> paths;
     std::string allBytes;

@@ -126,9 +126,12 @@ TEST(Bmp, RefusesWhatCannotBe) {
 }
 
 TEST(Bmp, WarnsOfColoursOutsideThePalette) {
-    const DecodedImage decoded = DecodeImage(MakeBmp(BmpHeader(2, 1, 8, 0, 3) + kPalette, {1, 9, 0, 0}));
-    EXPECT_EQ(Row(decoded.image, 0), "40.50.60 0.0.0 ");
-    EXPECT_EQ(decoded.warnings.size(), 1U);
+    for (const int index : {2, 3, 9}) {
+        const DecodedImage decoded = DecodeImage(
+            MakeBmp(BmpHeader(2, 1, 8, 0, 3) + kPalette, {1, static_cast<std::uint8_t>(index), 0, 0}));
+        EXPECT_EQ(Row(decoded.image, 0), index < 3 ? "40.50.60 70.80.90 " : "40.50.60 0.0.0 ");
+        EXPECT_EQ(decoded.warnings.size(), index < 3 ? 0U : 1U) << index;
+    }
 }
 
 TEST(Bmp, OpensTheJpegInside) {

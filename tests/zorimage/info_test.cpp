@@ -72,6 +72,18 @@ TEST(ImageInfo, TellsWhatIsWrong) {
     EXPECT_EQ(ReadImageInfo(png).warnings[0], "The checksum of a chunk at byte 8 is wrong.");
     png.erase(png.end() - 12, png.end());
     EXPECT_EQ(ReadImageInfo(png).warnings.back(), "File ends early: the end chunk is missing.");
+    // Each on its own.
+    const Bytes jpeg = EncodeImage(samples::MakeScene(9, 9, 3), "jpg");
+    Bytes between = jpeg;
+    between.insert(between.begin() + static_cast<std::ptrdiff_t>(FindMarker(jpeg, 0xdb)), {1, 2, 3});
+    Bytes noScan(jpeg.begin(), jpeg.begin() + static_cast<std::ptrdiff_t>(FindMarker(jpeg, 0xda)));
+    Bytes noFrame = With(jpeg, FindMarker(jpeg, 0xc0) + 1, 0xe9);
+    const std::pair<Bytes, const char*> wrong[] = {
+        {between, "There are bytes between the segments that belong to none."},
+        {noScan, "The file ends, or is damaged, before the picture data begins."},
+        {noFrame, "The file has no frame header: its size is not known."}};
+    for (const auto& [bytes, warning] : wrong)
+        EXPECT_EQ(ReadImageInfo(bytes).warnings, std::vector<std::string>{warning});
     EXPECT_TRUE(ReadImageInfo({}).warnings.empty());
     EXPECT_EQ(ReadImageInfo({}).format, FileFormat::Empty);
 }
@@ -125,8 +137,10 @@ Bytes WithPngProfile(const Bytes& png, const Bytes& content) {
 
 TEST(ImageInfo, UnpacksPngProfilesUpToALimit) {
     const Bytes png = EncodeImage(samples::MakeScene(9, 9, 3), "png");
-    const Bytes profile(5000, 42);
-    EXPECT_EQ(ReadImageInfo(WithPngProfile(png, profile)).iccProfile, profile);
+    for (const std::size_t size : {5000U, 16384U, 16385U, 300000U}) {
+        const Bytes profile(size, 42);
+        EXPECT_EQ(ReadImageInfo(WithPngProfile(png, profile)).iccProfile, profile) << size;
+    }
     const ImageInfo bomb = ReadImageInfo(WithPngProfile(png, Bytes(100 << 20, 0)));
     EXPECT_TRUE(bomb.iccProfile.empty());
     EXPECT_EQ(bomb.warnings.size(), 1U);
