@@ -312,12 +312,12 @@ void OrvInterface::SetAnnotations(const std::vector<OrvAnnotation>& annotations)
 }
 
 void OrvInterface::Autosave() {
+    const std::string problem = m->recovery.GetProblem();  // of the time before
     OrvProject project = GetProject();
     if (project.HasUnsavedWork()) {
         project.SetState(m->StateNow());
         m->recovery.Keep(project);
     }
-    const std::string problem = m->recovery.GetProblem();
     if (problem.empty()) {
         m->wasAutosaveProblemTold = false;
     } else if (!m->wasAutosaveProblemTold) {

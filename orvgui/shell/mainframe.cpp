@@ -212,9 +212,12 @@ void OrvMainFrame::OnCloseEvent(wxCloseEvent& event) {
         // The end of the core stops the work, and nobody is told of it any more.
         if (answer != wxYES) return;
         // Otherwise saving would have to wait for it.
+        m_isStoppingToClose = true;
         m_core->AbortProcessing();
     }
-    if (!MayCloseWithProject(event)) return;
+    const bool mayClose = MayCloseWithProject(event);
+    m_isStoppingToClose = false;
+    if (!mayClose) return;
     OnCloseWindow(event);
     if (!m_restartScheduled) return;
     const wxString program = wxStandardPaths::Get().GetExecutablePath();

@@ -162,6 +162,7 @@ class ORVGUI_API OrvMainFrame : public wxFrame, public OrvProgressHandler, publi
     wxSize m_normalSize{1024, 768};     // the last one that was neither maximised nor iconised
     enum class StartMaximised { No, Wanted, Seen };
     StartMaximised m_startMaximised = StartMaximised::No;
+    bool m_isStoppingToClose = false;  // nobody is told of the stop that closing asked for
     bool m_isAskingToClose = false;
     std::uint64_t m_describedPicture = 0;             // serial of the file that the status bar describes
     std::uint64_t m_progressWork = 0;                 // number of the work that the dialog is shown for

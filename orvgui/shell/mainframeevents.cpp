@@ -151,7 +151,7 @@ void OrvMainFrame::OnConfigureInterrupted(OrvCommandEvent& event) {
     if (acvProgressRunning2()) return;
     OrvFilterGui* page = PageOf(event);
     const wxString message = page ? page->GetFilter()->GetErrorMessage() : event.GetString();
-    if (!message.empty()) OrvMessageBox(message, _("Error"), wxOK, this);
+    if (!message.empty() && !m_isStoppingToClose) OrvMessageBox(message, _("Error"), wxOK, this);
     if (page) page->UpdateGui();
     RefreshShownSummary(page);
     m_filtersPanel->UpdateTreebook(false);

@@ -131,7 +131,8 @@ TEST_F(StructureFilters, SignatureIsLookedUpInTheCollection) {
     const Bytes jpeg = MakeJpeg({.quality = 80});
     const std::string path = Write("a.jpg", jpeg);
     VecParameter input = filter->GetInputPrototype();
-    EXPECT_EQ(OutputOf(RunFilter(*filter, path), "writers"), "No collection is chosen");
+    const ScopedVariable documents("ORVANE_DOCUMENTS", (m_folder / "documents").c_str());
+    EXPECT_EQ(OutputOf(RunFilter(*filter, path), "writers"), "No signatures have been collected yet");
     const std::string collection = m_folder / "known.db";
     input.Find("collection")->SetValue(collection);
     EXPECT_EQ(OutputOf(RunFilter(*filter, path, {}, &input), "writers"),
