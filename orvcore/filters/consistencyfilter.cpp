@@ -86,6 +86,7 @@ class ConsistencyFilter : public OrvFilter {
   public:
     ConsistencyFilter();
     bool GivesVerdict() const override { return true; }
+    int GetVersion() const override { return 2; }
     std::string WhyNot(const OrvLoadedFile& file, const VecParameter&) const override {
         return file.GetBytes().empty() ? "Empty file" : "";
     }
@@ -104,7 +105,7 @@ ConsistencyFilter::ConsistencyFilter() : OrvFilter("Consistency", "consistency")
         "dates among themselves, thumbnail and picture, position and time, content credentials. Each rule tells what was found, how "
         "much it weighs, why it matters and what else has this effect, and where in the file it stands. A rule speaks only where the "
         "file states all that it compares. It cannot see: whoever writes everything anew can write it to agree, and a file that says "
-        "little breaks few rules. A hint is what ordinary programs and services do every day.");
+        "little breaks few rules. A hint is what cameras, ordinary programs and services do every day: hints alone are no finding.");
     using enum ParameterType;
     SetParameters(
         {Parameter::Choice("show", "Show", 0, {"What Does Not Fit", "What Could Be Compared", "All Rules"})},
@@ -148,8 +149,6 @@ void ConsistencyFilter::Compute(const OrvLoadedFile& file, const VecParameter& i
     result.Set("compared", ToString(compared) + " of " + ToString(static_cast<int>(all.size())));
     if (!rows.empty()) result.Set("rows", rows);
     JudgeConsistency(broken, result);
-    result.Set("findings",
-               result.findings.empty() ? std::string("Nothing found") : Join(result.findings, "\n"));
 }
 
 void ConsistencyFilter::Merge(const OrvSlotResult* evidence, const OrvSlotResult* reference,

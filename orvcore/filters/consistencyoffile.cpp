@@ -1,7 +1,6 @@
 #include "orvcore/filters/consistencyoffile.h"
 
 #include "orvcore/formats/provenance/provenance.h"
-#include "zorbase/text.h"
 
 std::shared_ptr<const ConsistencyParts> GetConsistencyParts(const OrvLoadedFile& file) {
     return file.GetShared<ConsistencyParts>(
@@ -35,17 +34,14 @@ ConsistencyInput ConsistencyInputOf(const OrvLoadedFile& file, const Consistency
 void JudgeConsistency(const std::vector<ConsistencyResult>& broken, OrvSlotResult& result) {
     std::vector<std::string> sentences;
     bool isStrong = false;
-    bool isDeclared = false;
     for (const ConsistencyResult& one : broken) {
+        if (one.rule->severity == RuleSeverity::Hint) continue;
         sentences.push_back(one.Text());
         isStrong = isStrong || one.rule->severity == RuleSeverity::Strong;
-        isDeclared = isDeclared || std::string(one.rule->id) == "declared-source";
     }
-    const std::size_t count = sentences.size();
-    if (count == 0) return result.Judge(OrvVerdict::NothingFound, "Nothing found");
-    const std::string text = isDeclared   ? "Declared by the file itself"
-                             : isStrong   ? "Content credentials do not hold"
-                             : count == 1 ? "1 point to look at"
-                                          : ToString(static_cast<int>(count)) + " points to look at";
-    result.Judge(isStrong ? OrvVerdict::StrongSign : OrvVerdict::WorthALook, text, std::move(sentences));
+    const OrvVerdict verdict = isStrong             ? OrvVerdict::StrongSign
+                               : !sentences.empty() ? OrvVerdict::WorthALook
+                                                    : OrvVerdict::NothingFound;
+    result.Judge(verdict, ConsistencySummary(broken), std::move(sentences));
+    result.Set("findings", ConsistencyLines(broken));
 }

@@ -17,5 +17,6 @@ std::shared_ptr<const ConsistencyParts> GetConsistencyParts(const OrvLoadedFile&
 ConsistencyInput ConsistencyInputOf(const OrvLoadedFile& file, const ConsistencyParts& parts,
                                     bool wantsCredentials, const OrvJob& job);
 
-// The verdict that follows from what is broken, with its sentences as findings.
+// The verdict that follows from what is broken, with the sentences of what deserves a look as findings; hints alone are none. All of it,
+// hints too, becomes the output "findings".
 void JudgeConsistency(const std::vector<ConsistencyResult>& broken, OrvSlotResult& result);

@@ -46,6 +46,7 @@ std::optional<GpsPosition> PositionOf(const OrvSlotResult* slot) {
 class GpsFilter : public OrvFilter {
   public:
     GpsFilter();
+    int GetVersion() const override { return 2; }
     std::string WhyNot(const OrvLoadedFile& file, const VecParameter&) const override {
         return IsReadableFormat(file.GetInfo().format) ? "" : "Not a picture";
     }
@@ -117,10 +118,7 @@ void GpsFilter::Compute(const OrvLoadedFile& file, const VecParameter&, const Or
     if (gps.position)
         result.Set("kept", ToString(gps.position->latitude) + " " + ToString(gps.position->longitude));
     const ConsistencyInput facts = ConsistencyInputOf(file, *parts, false, job);
-    std::vector<std::string> sentences;
-    for (const ConsistencyResult& one : FindInconsistencies(facts, {RuleGroup::Position}))
-        sentences.push_back(one.Text());
-    result.Set("findings", sentences.empty() ? std::string("Nothing found") : Join(sentences, "\n"));
+    result.Set("findings", ConsistencyLines(FindInconsistencies(facts, {RuleGroup::Position})));
 }
 
 void GpsFilter::Merge(const OrvSlotResult* evidence, const OrvSlotResult* reference,

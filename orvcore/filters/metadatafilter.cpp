@@ -135,7 +135,6 @@ void MetadataFilter::Compute(const OrvLoadedFile& file, const VecParameter& inpu
         return;
     }
     JudgeConsistency(FindInconsistencies(around, kRuleGroups), result);
-    set("findings", result.findings.empty() ? std::string("Nothing found") : Join(result.findings, "\n"));
 }
 
 void MetadataFilter::Merge(const OrvSlotResult* evidence, const OrvSlotResult* reference,

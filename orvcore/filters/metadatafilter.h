@@ -7,7 +7,7 @@
 class MetadataFilter : public OrvFilter {
   public:
     MetadataFilter();
-    int GetVersion() const override { return 2; }
+    int GetVersion() const override { return 3; }
     bool GivesVerdict() const override { return true; }
 
   protected:

@@ -58,6 +58,12 @@ std::vector<ConsistencyResult> CheckConsistency(const ConsistencyInput& input,
 std::vector<ConsistencyResult> FindInconsistencies(const ConsistencyInput& input,
                                                    const std::vector<RuleGroup>& groups = {});
 
+// What is broken, in a few words: "Nothing found", "Nothing found, but 2 hints", "1 point to look at, 2 hints"... Hints alone are no
+// finding: a camera's own files have them too.
+std::string ConsistencySummary(const std::vector<ConsistencyResult>& broken);
+// The same as lines to read: what deserves a look, then the hints, each marked as one.
+std::string ConsistencyLines(const std::vector<ConsistencyResult>& broken);
+
 // "Strong", "Worth a look", "Hint".
 std::string RuleSeverityText(RuleSeverity severity);
 std::string RuleGroupText(RuleGroup group);

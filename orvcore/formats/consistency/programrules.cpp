@@ -165,6 +165,18 @@ RuleAnswer DateOfFix(const ConsistencyInput& input) {
                   OffsetOf(input, "Exif.GPSInfo.GPSDateStamp"));
 }
 
+RuleAnswer TimeOfFix(const ConsistencyInput& input) {
+    if (input.gps == nullptr) return NotStated();
+    const std::string date = ValueOf(input, "Exif.GPSInfo.GPSDateStamp");
+    const std::string time = ValueOf(input, "Exif.GPSInfo.GPSTimeStamp");
+    if (input.gps->time.empty() && input.gps->timeProblem.empty()) return NotStated();
+    return Unless(
+        !input.gps->timeProblem.empty(),
+        input.gps->timeProblem +
+            (date.empty() && time.empty() ? std::string() : " It is " + Quote(Trim(date + " " + time)) + "."),
+        OffsetOf(input, date.empty() ? "Exif.GPSInfo.GPSTimeStamp" : "Exif.GPSInfo.GPSDateStamp"));
+}
+
 RuleAnswer PositionWhole(const ConsistencyInput& input) {
     if (input.gps == nullptr || !input.gps->isPresent) return NotStated();
     const bool isStated = FindBeginning(input, "Exif.GPSInfo.GPSL") != nullptr ||
@@ -207,7 +219,7 @@ RuleAnswer AltitudePossible(const ConsistencyInput& input) {
 RuleAnswer CredentialSignature(const ConsistencyInput& input) {
     if (!input.hasCredentials) return NotStated();
     return Unless(input.credentialSignature == provenance::Answer::No,
-                  "The content credentials' signature does not verify.");
+                  "The content credentials' signature is missing or does not verify.");
 }
 
 RuleAnswer CredentialContent(const ConsistencyInput& input) {

@@ -108,6 +108,7 @@ RuleAnswer Developed(const ConsistencyInput&);
 RuleAnswer ProfileOfProgram(const ConsistencyInput&);
 
 RuleAnswer DateOfFix(const ConsistencyInput&);
+RuleAnswer TimeOfFix(const ConsistencyInput&);
 RuleAnswer PositionWhole(const ConsistencyInput&);
 RuleAnswer PositionInXmp(const ConsistencyInput&);
 RuleAnswer PositionNotZero(const ConsistencyInput&);

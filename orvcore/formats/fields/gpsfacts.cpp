@@ -144,6 +144,11 @@ class Reader {
             }
         }
         m_facts.time = Trim(date + " " + clock);
+        const bool isDate = ParseMetadataTime(date + " 00:00:00").has_value();
+        if (!date.empty() && !isDate)
+            m_facts.timeProblem = "What is stated as the date of the position is no date.";
+        else if (!time.empty() && clock.empty())
+            m_facts.timeProblem = "What is stated as the time of the position is no time of day.";
         if (!date.empty() && !clock.empty()) m_facts.seconds = ParseMetadataTime(date + " " + clock);
     }
 

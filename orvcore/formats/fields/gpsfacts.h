@@ -26,6 +26,7 @@ struct GpsFacts {
     std::optional<double> speed;              // km/h
     std::string time;  // of the fix, UTC: "2016:08:28 14:05:07", either part may be missing
     std::optional<std::int64_t> seconds;  // of it, since 1970; only where date and time are stated
+    std::string timeProblem;              // a sentence where date or time are stated and are none
     std::string datum;
     std::string method;      // "GPS", "NETWORK"...
     std::string dimensions;  // "3-dimensional", "2-dimensional"

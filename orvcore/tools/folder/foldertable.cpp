@@ -177,7 +177,7 @@ std::string CredentialsText(const FileExamination& file) {
     if (!file.hasCredentials) return "No";
     std::string text = "Yes, ";
     if (file.credentialSignature == Answer::No)
-        text += "signature does not verify";
+        text += "no signature that verifies";
     else if (file.credentialSignature != Answer::Yes)
         text += "signature not checked";
     else
@@ -216,16 +216,25 @@ void AddStructure(const FileExamination& file, RowMaker& row) {
     }
 }
 
-// The rules of consistency say what does not fit; here is only where that is marked.
+// The rules of consistency say what does not fit; here is only where that is marked, and that hints alone are no finding.
 void AddFindings(const FileExamination& file, RowMaker& row) {
-    for (const ConsistencyResult& one : FindInconsistencies(InputOf(file))) {
-        const CellMark mark =
-            one.rule->severity == RuleSeverity::Hint ? CellMark::Doubtful : CellMark::StandsOut;
-        row.Note(one.answer.found);
+    const std::vector<ConsistencyResult> broken = FindInconsistencies(InputOf(file));
+    std::vector<std::string> hints;
+    for (const ConsistencyResult& one : broken) {
+        const bool isHint = one.rule->severity == RuleSeverity::Hint;
+        if (isHint)
+            hints.push_back(one.answer.found);
+        else
+            row.Note(one.answer.found);
         for (const RuleColumns& columns : kRuleColumns)
             if (std::string(columns.rule) == one.rule->id)
-                for (const Column column : columns.columns) row.Mark(column, mark);
+                for (const Column column : columns.columns)
+                    row.Mark(column, isHint ? CellMark::Doubtful : CellMark::StandsOut);
     }
+    if (hints.empty()) return;
+    const bool isCalm = hints.size() == broken.size();
+    row.Note((isCalm ? ConsistencySummary(broken) : std::string(hints.size() == 1 ? "Hint" : "Hints")) +
+             ": " + Join(hints, " "));
 }
 
 void AddMetadata(const FileExamination& file, RowMaker& row) {

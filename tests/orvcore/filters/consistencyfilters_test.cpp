@@ -8,6 +8,7 @@
 
 using namespace formatsupport;
 using testing::HasSubstr;
+using testing::StartsWith;
 
 std::unique_ptr<OrvFilter> MakeConsistencyFilter();
 std::unique_ptr<OrvFilter> MakeGpsFilter();
@@ -55,6 +56,26 @@ TEST(GpsFilter, TellsThePlaceAndTheWayToTheReference) {
     EXPECT_FALSE(none->output.Find("distance")->IsSet());
 }
 
+// Hints alone are told calmly, in the same words wherever the rules speak.
+TEST(ConsistencyFilter, HintsAloneAreNoFinding) {
+    const TemporaryFolder folder;
+    WriteFile(folder / "hint.jpg", Photograph(0, 0));
+    for (const char* id : {"consistency", "metadata"}) {
+        SCOPED_TRACE(id);
+        const OrvFilterResultPtr result = RunFilter(*MakeFilter(id), folder / "hint.jpg");
+        const OrvSlotResult& slot = *result->slot[OrvEvidence];
+        EXPECT_EQ(slot.verdict, OrvVerdict::NothingFound);
+        EXPECT_EQ(slot.verdictText, "Nothing found, but 2 hints");
+        EXPECT_EQ(slot.status, FilterStatus::Processed);
+        EXPECT_TRUE(slot.findings.empty());
+        EXPECT_THAT(
+            OutputOf(result, "findings"),
+            StartsWith("Nothing found, but 2 hints: Hint: The EXIF block does not state the version"));
+    }
+    EXPECT_THAT(OutputOf(RunFilter(*MakeFilter("gps"), folder / "hint.jpg"), "findings"),
+                StartsWith("Nothing found, but 1 hint: Hint: The position is where equator"));
+}
+
 TEST(ConsistencyFilter, ListsWhatDoesNotFitInBothFiles) {
     const TemporaryFolder folder;
     WriteFile(folder / "a.jpg", Photograph(0, 0, "GIMP 2.10"));
@@ -64,7 +85,10 @@ TEST(ConsistencyFilter, ListsWhatDoesNotFitInBothFiles) {
     const auto& table = alone->output.Get<::TableString>("table");
     EXPECT_EQ(alone->slot[OrvEvidence]->verdict, OrvVerdict::WorthALook);
     EXPECT_THAT(Cell(table, "Program For Changing Pictures", "What Was Found"), HasSubstr("GIMP 2.10"));
-    EXPECT_EQ(Cell(table, "Program For Changing Pictures", "Severity"), "Hint");
+    EXPECT_EQ(Cell(table, "Program For Changing Pictures", "Severity"), "?Worth a look");
+    EXPECT_EQ(alone->slot[OrvEvidence]->verdictText, "1 point to look at, 2 hints");
+    EXPECT_EQ(alone->slot[OrvEvidence]->findings.size(), 1U) << "a hint is no finding";
+    EXPECT_THAT(OutputOf(alone, "findings"), HasSubstr(" Hint: The position is where equator"));
     EXPECT_EQ(Cell(table, "Changed After Taking", "Severity"), "no such cell") << "it holds";
     for (std::size_t i = 1; i < table.size(); ++i) EXPECT_EQ(table[i][3], "Does not fit");
 

@@ -170,7 +170,7 @@ TEST(MetadataFilter, RealFilesOfKnownHistory) {
     };
     for (const auto& [name, expected] : files) {
         const OrvFilterResultPtr result = RunFilter(MetadataFilter(), folder + name);
-        const std::string all = Join(result->slot[OrvEvidence]->findings, "\n");
+        const std::string all = OutputOf(result, "findings");
         for (const char* text : expected) EXPECT_THAT(all, HasSubstr(text)) << name;
         EXPECT_NE(result->slot[OrvEvidence]->verdict, OrvVerdict::StrongSign) << name;
         EXPECT_GT(result->output.Get<::TableString>("table").size(), 10U) << name;

@@ -451,6 +451,10 @@ std::vector<Case> Cases() {
          {.photo = {Taken()}, .gps = Place(48, 11, "2004:06:19")},
          "more than a day apart",
          {.photo = {Taken()}, .gps = Place(48, 11)}},
+        {"time-of-fix",
+         {.gps = Place(48, 11, "2004:13:17")},
+         "is no date. It is \"2004:13:17",
+         {.gps = Place(48, 11)}},
         {"position-whole",
          {.gps = {{2, 5, {48, 1, 0, 1, 0, 1}}, {4, 5, {11, 1, 0, 1, 0, 1}}}},
          "without their hemisphere",
@@ -521,6 +525,27 @@ TEST(ConsistencyRules, WithoutStatementsNothingIsBroken) {
     EXPECT_TRUE(FindInconsistencies(ConsistencyInput()).empty());
 }
 
+TEST(ConsistencyRules, TheSummaryTellsHintsFromFindings) {
+    std::vector<ConsistencyResult> broken;
+    const auto add = [&broken](const char* id) {
+        for (const ConsistencyRule& rule : ConsistencyRules())
+            if (std::string(rule.id) == id)
+                broken.push_back({&rule, {RuleState::Broken, std::string(id) + ".", {}}});
+        return ConsistencySummary(broken);
+    };
+    EXPECT_EQ(ConsistencySummary({}), "Nothing found");
+    EXPECT_EQ(ConsistencyLines({}), "Nothing found");
+    EXPECT_EQ(add("exif-order"), "Nothing found, but 1 hint");
+    EXPECT_EQ(add("altitude"), "Nothing found, but 2 hints");
+    EXPECT_THAT(ConsistencyLines(broken),
+                testing::StartsWith("Nothing found, but 2 hints:\nHint: exif-order. "));
+    EXPECT_EQ(add("editing-program"), "1 point to look at, 2 hints");
+    EXPECT_THAT(ConsistencyLines(broken), testing::StartsWith("editing-program. "));
+    EXPECT_EQ(add("digitized"), "2 points to look at, 2 hints");
+    EXPECT_EQ(add("credential-content"), "Content credentials do not hold");
+    EXPECT_EQ(add("declared-source"), "Declared by the file itself");
+}
+
 TEST(ConsistencyRules, AHostileTextIsQuotedShortAndOnOneLine) {
     std::string text = "photoshop\n";
     for (int i = 0; i < 3000; ++i) text += "ä";
@@ -533,8 +558,8 @@ TEST(ConsistencyRules, AHostileTextIsQuotedShortAndOnOneLine) {
     EXPECT_EQ(found[0].answer.found.find('\n'), std::string::npos);
 }
 
-// Files as cameras wrote them: nothing strong, and how often each rule speaks; the counts were judged one by one.
-TEST(ConsistencyRulesFixtures, UntouchedPhotographsGiveNothingStrong) {
+// Files as cameras wrote them: hints at most, and how often each rule speaks; the counts were judged one by one.
+TEST(ConsistencyRulesFixtures, UntouchedPhotographsGiveHintsAtMost) {
     NEED_FIXTURES();
     std::map<std::string, int> counts;
     int files = 0;
@@ -545,7 +570,7 @@ TEST(ConsistencyRulesFixtures, UntouchedPhotographsGiveNothingStrong) {
         ++files;
         for (const ConsistencyResult& result :
              FindInconsistencies(ReadConsistencyInput(bytes, path, parts))) {
-            EXPECT_NE(result.rule->severity, RuleSeverity::Strong) << path << ": " << result.Text();
+            EXPECT_EQ(result.rule->severity, RuleSeverity::Hint) << path << ": " << result.Text();
             ++counts[result.rule->id];
         }
     }
