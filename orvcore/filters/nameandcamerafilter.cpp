@@ -83,6 +83,7 @@ class NameAndCameraFilter : public OrvFilter {
   public:
     NameAndCameraFilter();
     bool GivesVerdict() const override { return true; }
+    int GetVersion() const override { return 2; }
 
   protected:
     void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,
@@ -134,15 +135,22 @@ void NameAndCameraFilter::ReadName(const NameReading& name, const MetadataFacts&
     }
     if (table.size() > 1) result.Set("table", table);
     const NameOrigin* best = name.origins.empty() ? nullptr : &name.origins.front();
-    std::string text = best == nullptr ? "No origin: the name fits nothing that is known" : best->row.origin;
+    const std::string services = Join(name.services, ", ");
+    std::string text;
+    if (best != nullptr)
+        text = best->row.origin;
+    else
+        text = services.empty() ? "No origin: the name fits nothing that is known"
+                                : "Perhaps " + services + ", whose names look like this, as others do too";
     if (name.IsGeneric()) {
-        text = "No origin: any program could have given this name";
+        text = "No origin: any program could have given this name" +
+               (services.empty() ? std::string() : ", and so could " + services);
     } else if (best != nullptr) {
         text += " (" + best->row.sure + " certainty)";
         if (!name.copyNumber.empty()) text += ", with the number of a copy";
     }
     result.Set("origin", text);
-    result.Set("services", name.services.empty() ? std::string("None") : Join(name.services, ", "));
+    result.Set("services", services.empty() ? std::string("None") : services);
     result.Set("taken", facts.dateTimeOriginal.empty() ? std::string(kDash) : facts.dateTimeOriginal);
     result.Set("time", timed != nullptr ? TimeText(*timed->time) : std::string(kDash));
     if (timed != nullptr && taken) {

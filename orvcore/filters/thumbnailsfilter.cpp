@@ -84,6 +84,7 @@ class ThumbnailsFilter : public OrvFilterImage {
   public:
     ThumbnailsFilter();
     bool GivesVerdict() const override { return true; }
+    int GetVersion() const override { return 2; }
     std::string WhyNot(const OrvLoadedFile& file, const VecParameter&) const override {
         return IsReadableFormat(file.GetInfo().format) ? "" : "Not a picture that is read";
     }
@@ -109,7 +110,8 @@ ThumbnailsFilter::ThumbnailsFilter() : OrvFilterImage("Thumbnail And Previews", 
     Describe(
         "File",
         "Every thumbnail and preview in the file beside the main picture, which is turned, cut and reduced until it fits: the map "
-        "shows where they differ, the table how well they agree and which quantization tables each was saved with. Programs that change a "
+        "shows where they differ (a second one the embedded picture itself), the table how well they agree and which quantization "
+        "tables each was saved with. Programs that change a "
         "picture often leave the thumbnail as it was: it then shows what was there before. It cannot see changes smaller than a few of "
         "the thumbnail's pixels, nor anything where the program that changed the picture also made a new thumbnail, as most do. "
         "Cameras that reduce carelessly, or stamp the date on one of the two only, differ without anybody's hand (after Kee and Farid, "
@@ -251,9 +253,13 @@ void ThumbnailsFilter::Weigh(const FilePicture& picture, const Compared& compare
                 " degrees. Viewers that turn pictures without coding them again do this.");
 }
 
+// Original: the main picture, brought to the small one. Processed: the map of the differences, and the small picture as a second map, so
+// that it can be laid over the main picture too. What was not fitted is shown as it is.
 void ThumbnailsFilter::Show(const Compared& compared, const cv::Mat& main, OrvSlotResult& result) {
-    result.outputImage = Image(compared.picture);
-    if (compared.content < Compared::Content::Same) return;
+    if (compared.content < Compared::Content::Same) {
+        result.outputImage = Image(compared.picture);
+        return;
+    }
     const ThumbnailFit fit = compared.picture.size() == compared.fit.mask.size()
                                  ? compared.fit
                                  : FitThumbnail(main, compared.picture);
@@ -266,6 +272,14 @@ void ThumbnailsFilter::Show(const Compared& compared, const cv::Mat& main, OrvSl
     map.image = compared.picture.size();
     map.floor = {0, 24};
     result.AddMap(std::move(map));
+    OrvMap picture;
+    picture.name = "Embedded Picture";
+    picture.unit = "levels";
+    picture.values = compared.picture;
+    picture.image = compared.picture.size();
+    picture.range = {0, 255};
+    picture.isAutomatic = false;
+    result.AddMap(std::move(picture));
 }
 
 void ThumbnailsFilter::Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,
@@ -290,22 +304,27 @@ void ThumbnailsFilter::Compute(const OrvLoadedFile& file, const VecParameter& in
     result.Set("shown", wanted == 0
                             ? "None"
                             : "Number " + ToString(static_cast<int>(wanted)) + " is no thumbnail or preview");
+    bool isShown = false;
     for (std::size_t k = 0; k < places.size(); ++k) {
         const FilePicture& picture = pictures[places[k]];
         const double from = 0.3 + 0.7 * static_cast<double>(k) / static_cast<double>(places.size());
+        const bool isWanted = wanted == places[k] + 1;
         Compared compared;
-        if (k < kMaxCompared) {
+        if (k < kMaxCompared || isWanted)
             compared = Compare(file, picture, main,
                                job.Piece(from, from + 0.7 / static_cast<double>(places.size()), {}));
-            if (compared.content >= Compared::Content::Same) ++count;
-        }
         // What need not show the same is told of when it does.
         if (!ClaimsSameContent(picture) && compared.content > Compared::Content::Same)
             compared.content = Compared::Content::NotCompared;
+        if (compared.content >= Compared::Content::Same) ++count;
         rows.push_back(Row(places[k] + 1, picture, compared));
         Weigh(picture, compared, isJpeg, verdict, findings);
-        const bool isChosen = wanted == places[k] + 1 || (wanted == 0 && !result.outputImage.IsValid());
-        if (!isChosen || compared.picture.empty()) continue;
+        if (isWanted && compared.picture.empty()) {
+            result.Set("shown", "Number " + ToString(static_cast<int>(wanted)) + " cannot be shown");
+            result.Set("content", ContentText(compared));
+        }
+        if (isShown || !(isWanted || wanted == 0) || compared.picture.empty()) continue;
+        isShown = true;
         result.Set("shown", "Number " + ToString(static_cast<int>(places[k] + 1)) + ", " +
                                 FilePictureKindText(picture.kind) + ", " +
                                 Dimensions(picture.width, picture.height));

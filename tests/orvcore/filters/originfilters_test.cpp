@@ -4,6 +4,7 @@
 
 #include <opencv2/imgproc.hpp>
 
+#include "orvcore/filter/mapimage.h"
 #include "orvcore/tables/byteplaces.h"
 #include "orvcore/tables/tablemarkup.h"
 #include "tests/orvcore/formats/formatsupport.h"
@@ -93,11 +94,16 @@ TEST_F(OriginFilters, ThumbnailsAreWeighedByWhatTheyShow) {
         EXPECT_THAT(Findings(result), HasSubstr(item.finding));
         EXPECT_EQ(OutputOf(result, "content"), item.content);
         EXPECT_EQ(OutputOf(result, "count"), "1");
-        // Both pictures of the page have the thumbnail's size, and the map says where they differ.
-        EXPECT_EQ(slot.outputImage.GetWidth(), 160);
+        // Processed is the map of where they differ, drawn; the thumbnail itself is the second map, drawn as it is.
         EXPECT_EQ(slot.inputImage.GetWidth(), 160);
-        ASSERT_EQ(slot.maps.size(), 1U);
+        ASSERT_EQ(slot.maps.size(), 2U);
         EXPECT_EQ(slot.maps[0].image, cv::Size(160, 120));
+        const auto isEqual = [](const cv::Mat& a, const cv::Mat& b) {
+            return a.size() == b.size() && a.type() == b.type() && cv::norm(a, b, cv::NORM_INF) == 0;
+        };
+        EXPECT_TRUE(isEqual(result->GetPicture(OrvEvidence).GetMat(), DrawMap(slot.maps[0]).GetMat()));
+        EXPECT_TRUE(
+            isEqual(DrawMap(slot.maps[1]).GetMat(), DecodeImage(Small(Photo())).image.ToColor().GetMat()));
         const auto& table = result->output.Find("table")->Get<TableString>();
         ASSERT_EQ(table.size(), 2U);
         const auto places = FindBytePlaces(table, 1);
@@ -116,6 +122,22 @@ TEST_F(OriginFilters, ThumbnailsAreWeighedByWhatTheyShow) {
     const auto damaged = Run("thumbnails", "damaged.jpg",
                              WithThumbnail(Photo(), Bytes{0xFF, 0xD8, 0xFF, 0xC0, 0, 4, 1, 2, 0xFF, 0xD9}));
     EXPECT_LE(damaged->slot[OrvEvidence]->verdict, OrvVerdict::NothingFound);
+
+    // A number that was asked for is told of, whatever became of it; a picture that cannot be fitted is shown as it is.
+    const auto filter = MakeFilter("thumbnails");
+    VecParameter input = filter->GetInputPrototype();
+    const auto shown = [&](const char* name, int number) {
+        input.Find("number")->SetValue(number);
+        return OutputOf(RunFilter(*filter, folder / name, {}, &input), "shown");
+    };
+    EXPECT_THAT(shown("same.jpg", 2), StartsWith("Number 2, "));
+    EXPECT_THAT(shown("same.jpg", 1), HasSubstr("no thumbnail"));
+    EXPECT_THAT(shown("damaged.jpg", 2), HasSubstr("Number 2 cannot be shown"));
+    const auto flat = Run("thumbnails", "flat.jpg",
+                          WithThumbnail(Photo(), Small(cv::Mat(480, 640, CV_8UC3, cv::Scalar::all(90)))));
+    EXPECT_EQ(OutputOf(flat, "content"), "nothing to compare: too little contrast");
+    EXPECT_EQ(flat->GetPicture(OrvEvidence).GetWidth(), 160);
+    EXPECT_TRUE(flat->slot[OrvEvidence]->maps.empty());
 }
 
 TEST_F(OriginFilters, ThumbnailsOfRealFilesHaveTheKnownAnswers) {
@@ -182,6 +204,15 @@ TEST_F(OriginFilters, NamesAreHeldAgainstTheMetadata) {
     EXPECT_THAT(OutputOf(Run("name-and-camera", "1234.jpg", MakeJpeg()), "origin"), StartsWith("No origin"));
     EXPECT_EQ(OutputOf(Run("name-and-camera", "12_34_56_n.jpg", MakeJpeg()), "services"),
               "Facebook, Instagram");
+    // Who could have given the name is told in the same way in both lines.
+    for (const auto& [name, start] :
+         {std::pair{"ab3de5g.jpg", "Perhaps Tinypic"},
+          {"12345678.jpg", "No origin: any program could have given this name, and so could Tinypic"},
+          {"?!.jpg", "No origin: the name fits nothing"}}) {
+        const auto result = Run("name-and-camera", name, MakeJpeg());
+        EXPECT_THAT(OutputOf(result, "origin"), StartsWith(start));
+        EXPECT_EQ(OutputOf(result, "services"), std::string(name) == "?!.jpg" ? "None" : "Tinypic");
+    }
 }
 
 TEST_F(OriginFilters, SizesAreHeldAgainstTheCamera) {
