@@ -16,6 +16,9 @@ using namespace provenance;
 constexpr const char* kDash = "-";
 constexpr int kPictureSide = 150;  // pixels
 constexpr std::size_t kMaxPictures = 100;
+constexpr const char* kAbsence =
+    "There are no content credentials, and no mark of a generator was found. That proves nothing: most files never had any, "
+    "services and programs remove them, and a generated picture need not carry one.";
 
 std::string OrDash(const std::string& text) {
     return text.empty() ? kDash : text;
@@ -34,7 +37,9 @@ std::string TimeOfSigning(const Manifest& manifest) {
     if (!manifest.stamp) return "No time stamp";
     const std::string says = UtcText(manifest.stamp->time) + ", by " + OrDash(manifest.stamp->authority);
     if (!manifest.stamp->isIntact) return "No time stamp that holds";
-    return says + (manifest.stamp->isTrusted ? "" : " (authority not checked or not trusted)");
+    return says + (manifest.stamp->isTrusted   ? " (authority trusted by your choice)"
+                   : manifest.stamp->isChecked ? " (authority not trusted)"
+                                               : " (authority not checked: no certificates for it chosen)");
 }
 
 std::string PlaceText(const FileRange& place) {
@@ -152,6 +157,7 @@ class ProvenanceFilter : public OrvFilter {
                       });
     }
     bool GivesVerdict() const override { return true; }
+    int GetVersion() const override { return 2; }
     std::string GetSurroundings() const override { return GetTrustState(); }
 
     std::string WhyNot(const OrvLoadedFile& file, const VecParameter&) const override {
@@ -213,7 +219,8 @@ class ProvenanceFilter : public OrvFilter {
                                                     "Present, damaged",
                                                     "Present, not read"};
         result.Set("present", kPresence[static_cast<int>(report.presence)]);
-        result.Set("verdict", report.Summary());
+        const bool isBare = report.presence == Presence::None;
+        result.Set("verdict", isBare ? "None, which proves nothing" : report.Summary());
         const Manifest* active = report.Active();
         result.Set("generator", active != nullptr ? OrDash(active->generator) : std::string(kDash));
         result.Set("signer", active != nullptr ? SignerOf(*active) : std::string(kDash));
@@ -231,7 +238,9 @@ class ProvenanceFilter : public OrvFilter {
             sentences.push_back(finding.text + (finding.place
                                                     ? " (At byte " + PlaceText(*finding.place) + ".)"
                                                     : std::string()));
-        result.Set("findings", sentences.empty() ? std::string("Nothing found") : Join(sentences, "\n"));
+        result.Set("findings", !sentences.empty() ? Join(sentences, "\n")
+                               : isBare           ? std::string(kAbsence)
+                                                  : std::string("Nothing found"));
         std::vector<std::string> warnings = report.warnings;
         warnings.insert(warnings.end(), trust.warnings.begin(), trust.warnings.end());
         result.Set("warnings", warnings.empty() ? std::string("None") : Join(warnings, "\n"));

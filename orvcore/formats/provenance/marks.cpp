@@ -23,6 +23,7 @@ constexpr std::size_t kMaxTexts = 200;
 constexpr std::size_t kMaxAllTextBytes = std::size_t{16} << 20;
 constexpr std::size_t kMaxQuoted = 160;
 constexpr std::size_t kSearchedBytes = 64;
+constexpr std::size_t kLeastSearched = 6;  // fewer stand anywhere by chance
 
 // A text of the file with the place where it stands.
 struct FileText {
@@ -98,7 +99,7 @@ std::vector<FileText> PngTexts(ByteSpan file) {
 // Where a text of the metadata stands in the file, when it stands there as it is.
 std::optional<FileRange> PlaceOfText(ByteSpan file, const std::string& text) {
     const std::string_view part = std::string_view(text).substr(0, kSearchedBytes);
-    if (part.size() < 4) return {};
+    if (part.size() < kLeastSearched) return {};
     const void* found = memmem(file.data(), file.size(), part.data(), part.size());
     if (found == nullptr) return {};
     return FileRange{static_cast<std::size_t>(static_cast<const std::uint8_t*>(found) - file.data()),

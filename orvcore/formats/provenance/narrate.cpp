@@ -30,6 +30,7 @@ std::string NameOf(const Manifest& manifest) {
 }
 
 std::string SignatureWord(const Manifest& manifest) {
+    if (manifest.isUnsigned) return "missing";
     if (!manifest.signatureVerifies) return "cannot be told";
     return *manifest.signatureVerifies ? "verifies" : "does not verify";
 }
@@ -93,6 +94,11 @@ class Narrator {
         else if (*verifies)
             m_report.signature = {Answer::Yes,
                                   "The signature verifies: the claim is as it was when it was signed."};
+        else if (Active().isUnsigned)
+            m_report.signature = {
+                Answer::No,
+                "There is no signature where the claim says that it has one: nothing in the "
+                "credentials is vouched for."};
         else
             m_report.signature = {
                 Answer::No, "The signature does not verify: nothing in the credentials is vouched for."};
@@ -135,7 +141,9 @@ class Narrator {
         const Manifest& active = Active();
         const std::string signer =
             SignerText(active).empty() ? "nobody who can be named" : Quote(SignerText(active));
-        if (!active.signatureVerifies.has_value() && SignerText(active).empty()) {
+        if (active.isUnsigned) {
+            m_report.trust = {Answer::Unknown, "There is no signature, and so no signer."};
+        } else if (!active.signatureVerifies.has_value() && SignerText(active).empty()) {
             m_report.trust = {Answer::Unknown, "No signer is named, and no signature could be checked."};
         } else if (active.signatureVerifies != true) {
             m_report.trust = {Answer::Unknown, "Signer named, signature not proved: " + signer + "."};
@@ -185,7 +193,8 @@ class Narrator {
             hasFault ? "has faults" : "unchanged", manifest.place);
         std::string when = manifest.algorithm;
         if (manifest.stamp && manifest.stamp->isIntact) when += ", stamped " + UtcText(manifest.stamp->time);
-        Row(depth + 1, "Signature", SignerText(manifest), when, SignatureWord(manifest), manifest.place);
+        Row(depth + 1, "Signature", SignerText(manifest), when, SignatureWord(manifest),
+            manifest.signaturePlace.size > 0 ? manifest.signaturePlace : manifest.place);
         for (auto fault = m_faults.lower_bound({index, 0}); fault != m_faults.lower_bound({index + 1, 0});
              ++fault) {
             const Status& status = m_report.statuses[fault->second];
@@ -231,18 +240,25 @@ class Narrator {
     }
 
     void FindFaults() {
-        if (m_report.signature.answer == Answer::No)
+        if (Active().isUnsigned)
+            Add(true,
+                "The file's content credentials have no signature where their claim says that they have one: nobody "
+                "vouches for anything in them. The signature was taken away or never made; damage in transfer does "
+                "this too.",
+                Active().place);
+        else if (m_report.signature.answer == Answer::No)
             Add(true,
                 "The signature of the file's content credentials does not verify. They were changed after they were "
                 "signed, or the signature was taken from elsewhere; damage in transfer does this too.",
-                Active().place);
+                Active().signaturePlace.size > 0 ? Active().signaturePlace : Active().place);
         if (m_report.content.answer == Answer::No)
             Add(true,
                 "The file's content is not what its credentials were made for. Whoever changed the picture or its "
                 "metadata, or put another picture's credentials in, leaves this; so does saving it again with a "
                 "program that knows nothing of credentials.",
-                Active().place);
-        if (m_report.content.answer == Answer::Partly) Add(false, m_report.content.sentence, m_report.store);
+                m_report.bindingPlace);
+        if (m_report.content.answer == Answer::Partly)
+            Add(false, m_report.content.sentence, m_report.bindingPlace);
         for (const Mark& mark : m_report.marks)
             Add(true,
                 std::string(mark.kind == SourceKind::Generated
@@ -265,7 +281,9 @@ class Narrator {
             const bool isActive = status.manifest == m_report.active;
             const bool isBinding =
                 m_report.contentHashMatches == false && status.code.find("Hash.") != std::string::npos;
-            if (isBinding || (isActive && status.code == "claimSignature.mismatch")) continue;
+            const bool isOfSignature =
+                status.code == "claimSignature.mismatch" || status.code == "claimSignature.missing";
+            if (isBinding || (isActive && isOfSignature)) continue;
             if (!told.insert(status.code + (isActive ? "@active" : "@source")).second) continue;
             const auto count =
                 std::count_if(m_report.statuses.begin(), m_report.statuses.end(), [&](const Status& other) {

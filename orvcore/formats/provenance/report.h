@@ -63,7 +63,8 @@ struct TimeStamp {
     std::time_t time = 0;
     std::string authority;
     bool isIntact = false;
-    bool isTrusted = false;  // leads to the examiner's own certificates
+    bool isChecked = false;  // against the examiner's own certificates for time stamps
+    bool isTrusted = false;  // leads to one of them
 };
 
 enum class ManifestKind { Standard, Update, Unknown };
@@ -87,6 +88,7 @@ struct Manifest {
     std::time_t notBefore = 0;
     std::time_t notAfter = 0;
     std::optional<bool> signatureVerifies;  // nothing: cannot be told
+    bool isUnsigned = false;                // no signature stands where the claim says that there is one
     std::optional<bool> signerTrusted;      // nothing: not checked
     bool isCredentialSound = false;         // form and validity of the signer's certificate
     bool assertionsIntact = false;
@@ -96,6 +98,7 @@ struct Manifest {
     std::vector<std::string> otherSourceTypes;  // digital source types stated outside of actions
     std::vector<Ingredient> ingredients;
     FileRange place;
+    FileRange signaturePlace;  // of its signature's box; size 0 without one
 };
 
 // A place where the file says that it was made by a generator, or what looks like it.
@@ -150,10 +153,11 @@ struct Report {
     std::size_t active = 0;
     std::vector<Status> statuses;
     std::string bindingLabel;                // "c2pa.hash.data"
+    FileRange bindingPlace;                  // of that record
     std::optional<bool> contentHashMatches;  // the bare comparison; nothing: not checked
     bool isBindingSigned = false;  // the record of the bytes is vouched for by signatures that verify
     std::vector<UncoveredRange> uncovered;
-    Verdict signature;
+    Verdict signature;  // No: it does not verify, or there is none where the claim names one
     Verdict content;
     Verdict trust;
     std::vector<LineageRow> lineage;

@@ -75,38 +75,46 @@ class Signer {
     void CheckStamps() {
         const std::vector<std::uint8_t> ofClaim =
             SignedBytes("CounterSignature", m_signature.protectedBytes, m_decoded.claimBytes);
-        for (const ByteSpan& stamp : m_signature.stampsOfClaim) TakeStamp(CheckStamp(stamp, {ofClaim}), {});
+        for (const ByteSpan& stamp : m_signature.stampsOfClaim)
+            TakeStamp(
+                CheckStamp(stamp, {ofClaim}), {},
+                "It was made over the claim with its headers: it shows that the claim was there by then, and nothing of "
+                "the signature.");
         if (m_signature.stampsOfSignature.empty() && m_laterStamps.empty()) return;
         std::vector<std::uint8_t> payload;
         AppendCborBytes(payload, m_signature.signature);
         const std::vector<std::uint8_t> ofSignature =
             SignedBytes("CounterSignature", m_signature.protectedBytes, payload);
         for (const ByteSpan& stamp : m_signature.stampsOfSignature)
-            TakeStamp(CheckStamp(stamp, {ofSignature}), {});
+            TakeStamp(CheckStamp(stamp, {ofSignature}), {}, "It was made over the signature.");
         // Programs disagree on what a later manifest's stamp is made over. Each of the three holds the signature's value
         // whole, so each proves that the signature was there.
         for (const ByteSpan& stamp : m_laterStamps) {
             const StampResult result = CheckStamp(stamp, {m_signature.signature, ofSignature, m_bytes});
-            const bool isWhole = result.outcome == StampResult::Outcome::Intact && result.fitting == 2;
-            TakeStamp(result, isWhole
-                                  ? "It stands in a later manifest and was made over the whole record of the "
-                                    "signature, headers included."
-                                  : "It stands in a later manifest.");
+            TakeStamp(result, "It stands in a later manifest.",
+                      result.fitting == 2
+                          ? "It was made over the whole record of the signature, headers included."
+                          : "It was made over the signature.");
         }
     }
 
-    void TakeStamp(const StampResult& result, const std::string& more) {
-        TimeStamp stamp{result.time, result.authority, result.outcome == StampResult::Outcome::Intact, false};
+    // where: in which manifest it stands, "" this one; over: what it was made over, should it hold.
+    void TakeStamp(const StampResult& result, const std::string& where, const std::string& over) {
+        TimeStamp stamp;
+        stamp.time = result.time;
+        stamp.authority = result.authority;
+        stamp.isIntact = result.outcome == StampResult::Outcome::Intact;
         if (!stamp.isIntact) {
             m_tell(result.outcome == StampResult::Outcome::Mismatch ? "timeStamp.mismatch"
                                                                     : "timeStamp.malformed",
-                   more.empty() ? result.reason : Join({result.reason, more}, " "));
+                   where.empty() ? result.reason : Join({result.reason, where}, " "));
         } else {
-            m_tell("timeStamp.validated",
-                   Trim("It says " + UtcText(result.time) + ", by " + result.authority + ". " + more));
+            m_tell("timeStamp.validated", "It says " + UtcText(result.time) + ", by " + result.authority +
+                                              ". " + (where.empty() ? "" : where + " ") + over);
             if (!result.isInsideValidity) m_tell("timeStamp.outsideValidity", {});
             if (!m_trust.anchors.IsEmpty(CertificateRole::TimeStamp)) {
                 std::string reason;
+                stamp.isChecked = true;
                 stamp.isTrusted =
                     m_trust.anchors.Leads(result.chain, CertificateRole::TimeStamp, result.time, reason);
                 m_tell(stamp.isTrusted ? "timeStamp.trusted" : "timeStamp.untrusted",
@@ -212,9 +220,11 @@ void VerifySigner(const StoredManifest& stored, const DecodedManifest& decoded, 
         box != nullptr && box->IsSuperbox(BoxCode("c2cs")) ? box->Content(BoxCode("cbor")) : nullptr;
     if (content == nullptr) {
         shown.signatureVerifies = false;
+        shown.isUnsigned = true;
         tell("claimSignature.missing", {});
         return;
     }
+    shown.signaturePlace = stored.PlaceOf(*box);
     Signer(decoded, trust, laterStamps, content->Payload(stored.bytes), shown, tell).Run(budget);
 }
 

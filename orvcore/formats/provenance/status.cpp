@@ -35,12 +35,12 @@ constexpr StatusText kStatuses[] = {
     {"signingCredential.ocsp.skipped", Information,
      "Whether the signer's certificate was revoked is not known: no sound answer is stored in the file, and none is asked for."},
     {"timeStamp.validated", Success,
-     "The time stamp belongs to this signature and its own signature verifies."},
+     "The time stamp was made for these credentials, and its own signature verifies."},
     {"timeStamp.trusted", Success,
      "The time stamp's authority leads to a certificate that you chose to trust."},
     {"timeStamp.untrusted", Information,
      "The time stamp's authority does not lead to any certificate that you chose to trust."},
-    {"timeStamp.mismatch", Information, "The time stamp was not made for this signature, or was changed."},
+    {"timeStamp.mismatch", Information, "The time stamp was not made for these credentials, or was changed."},
     {"timeStamp.malformed", Information, "What stands for a time stamp cannot be used as one."},
     {"timeStamp.outsideValidity", Information,
      "The time stamp lies outside the validity of its authority's certificate."},
@@ -183,7 +183,8 @@ std::string Report::Summary() const {
         default:
             break;
     }
-    if (signature.answer == Answer::No) return "Signature does not verify";
+    if (signature.answer == Answer::No)
+        return Active() != nullptr && Active()->isUnsigned ? "No signature" : "Signature does not verify";
     if (content.answer == Answer::No) return "Content differs";
     if (signature.answer != Answer::Yes || content.answer < Answer::Partly) return "Cannot be told";
     if (HasFailures()) return "Damaged records";

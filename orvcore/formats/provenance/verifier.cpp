@@ -176,9 +176,12 @@ void Verifier::VerifyManifest(std::size_t index) {
     for (const std::string& fault : decoded.faults)
         Tell(fault, index, nullptr, fault == decoded.faults.front() ? decoded.faultDetail : std::string());
     if (!decoded.claim) return;
+    const std::size_t before = m_report.statuses.size();
     VerifySigner(
         m_stored.list[index], decoded, m_trust, m_laterStamps[index], m_budget, m_report.manifests[index],
         [this, index](const char* code, const std::string& more) { Tell(code, index, nullptr, more); });
+    if (const FileRange& place = m_report.manifests[index].signaturePlace; place.size > 0)
+        for (std::size_t i = before; i < m_report.statuses.size(); ++i) m_report.statuses[i].place = place;
     CheckAssertions(index);
     CheckRules(index);
     CheckIngredients(index);
@@ -314,6 +317,7 @@ void Verifier::CheckContent() {
     const DecodedManifest& decoded = m_decoded[*index];
     const JumbfBox& box = *decoded.bindings.front();
     m_report.bindingLabel = BaseLabel(box.label);
+    m_report.bindingPlace = m_stored.list[*index].PlaceOf(box);
     if (m_container == Container::Sidecar || m_container == Container::JpegXl) {
         m_report.warnings.emplace_back(
             "Whether content belongs to these credentials is not checked in this kind of file.");
@@ -368,7 +372,8 @@ void Verifier::TakeThumbnails(std::size_t index) {
         thumbnail.place = stored.PlaceOf(*content);
         // The picture itself, where the box lies in one piece.
         const std::size_t head = thumbnail.place.size - std::min(thumbnail.place.size, bytes.size());
-        if (head == 8 || head == 16) thumbnail.place = {thumbnail.place.offset + head, bytes.size()};
+        if (!stored.isCompressed && (head == 8 || head == 16))
+            thumbnail.place = {thumbnail.place.offset + head, bytes.size()};
         m_report.thumbnails.push_back(std::move(thumbnail));
     }
 }

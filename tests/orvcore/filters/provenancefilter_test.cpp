@@ -114,6 +114,8 @@ TEST_F(ProvenanceFilterTest, FindsNothingInTheAbsenceOfCredentials) {
     EXPECT_EQ(plain->slot[OrvEvidence]->verdictText, "No credentials");
     EXPECT_TRUE(plain->slot[OrvEvidence]->findings.empty());
     EXPECT_EQ(OutputOf(plain, "present"), "None");
+    EXPECT_NE(OutputOf(plain, "findings").find("proves nothing"), std::string::npos);
+    EXPECT_NE(OutputOf(plain, "verdict").find("proves nothing"), std::string::npos);
     EXPECT_EQ(plain->slot[OrvReference]->verdictText, "Not a picture");
     EXPECT_EQ(plain->status, FilterStatus::Processed);
 }

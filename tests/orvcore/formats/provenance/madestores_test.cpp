@@ -65,6 +65,24 @@ TEST(MadeStore, SeesEveryChangedByteOutsideOfTheStore) {
     const Report report = Read(file);
     ASSERT_TRUE(IsSound(report));
     const std::size_t storeEnd = report.store.End();
+    // The finding leads to the record that states the content's hash, the signature's row to the signature.
+    Bytes spoilt = file;
+    spoilt[storeEnd + 20] ^= 1;
+    const Report other = Read(spoilt);
+    const auto labelAt = [&spoilt](const FileRange& place) {
+        const std::string text(spoilt.begin() + static_cast<std::ptrdiff_t>(place.offset),
+                               spoilt.begin() + static_cast<std::ptrdiff_t>(place.End()));
+        return text.find("c2pa.hash.data") == 33   ? "binding"
+               : text.find("c2pa.signature") == 33 ? "signature"
+                                                   : "";
+    };
+    ASSERT_FALSE(other.findings.empty());
+    ASSERT_TRUE(other.findings[0].place);
+    EXPECT_STREQ(labelAt(*other.findings[0].place), "binding");
+    for (const LineageRow& row : other.lineage) {
+        const char* expected = row.what == "Fault" ? "binding" : row.what == "Signature" ? "signature" : "";
+        EXPECT_STREQ(labelAt(row.place), expected) << row.what;
+    }
     for (std::size_t i = storeEnd; i < file.size(); i += 7) {
         Bytes changed = file;
         changed[i] ^= 0x10;
@@ -197,7 +215,14 @@ TEST(MadeStore, TakesNoOtherBytesForCertificates) {
 TEST(MadeStore, DemandsWhatEveryManifestMustHave) {
     ManifestRecipe recipe;
     recipe.isUnsigned = true;
-    EXPECT_TRUE(Has(Read(SignedJpeg(Picture(), recipe, TheSigner())), "claimSignature.missing"));
+    const Report bare = Read(SignedJpeg(Picture(), recipe, TheSigner()));
+    EXPECT_TRUE(Has(bare, "claimSignature.missing"));
+    EXPECT_EQ(bare.signature.answer, Answer::No);
+    EXPECT_EQ(bare.Summary(), "No signature");
+    ASSERT_EQ(bare.findings.size(), 1U) << "told once";
+    EXPECT_NE(bare.findings[0].text.find("no signature where"), std::string::npos);
+    for (const std::string& text : {bare.findings[0].text, bare.signature.sentence, bare.trust.sentence})
+        EXPECT_EQ(text.find("verif"), std::string::npos) << text;
     recipe = {};
     recipe.extraAssertionBoxes = {Superbox("cbor", "c2pa.actions", {Box("cbor", Map({}))})};
     EXPECT_TRUE(Has(Read(SignedJpeg(Picture(), recipe, TheSigner())), "assertion.undeclared"));

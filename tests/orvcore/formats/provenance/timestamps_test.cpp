@@ -129,7 +129,12 @@ TEST(TimeStamp, OfALaterManifestIsTakenInEveryFormThatHoldsTheSignature) {
         EXPECT_FALSE(report.manifests[0].stamp->isTrusted);
         EXPECT_FALSE(report.HasFailures()) << "a time stamp decides nothing about signature and content";
 
-        // Whom the examiner chose to trust.
+        // Whom the examiner chose to trust: nobody, another one, this one.
+        EXPECT_FALSE(report.manifests[0].stamp->isChecked);
+        trust.anchors.AddPem(Pem(TheSigner().issuer), true);
+        const TimeStamp foreign = *ReadProvenance(file, trust).manifests[0].stamp;
+        EXPECT_EQ(foreign.isChecked, foreign.isIntact);
+        EXPECT_FALSE(foreign.isTrusted);
         trust.anchors.AddPem(Pem(TheAuthority().issuer), true);
         EXPECT_EQ(ReadProvenance(file, trust).manifests[0].stamp->isTrusted,
                   report.manifests[0].stamp->isIntact);
@@ -149,6 +154,14 @@ TEST(TimeStamp, OfTheRealLaterManifestHolds) {
     EXPECT_NE(told[0].sentence.find("2025-05-28T13:50:03Z"), std::string::npos) << told[0].sentence;
     EXPECT_NE(told[0].sentence.find("whole record"), std::string::npos) << told[0].sentence;
     EXPECT_FALSE(report.Active()->stamp);
+    EXPECT_EQ(told[0].sentence.find("nothing of the signature"), std::string::npos);
+    // The older kind is made over the claim: nothing is said of the signature.
+    const std::vector<Status> older = StampStatuses(
+        ReadProvenance(ReadFileBytes(formatsupport::Fixtures() + "/provenance/adobe-20220124-C.jpg"), trust));
+    ASSERT_FALSE(older.empty());
+    EXPECT_EQ(older[0].code, "timeStamp.validated");
+    EXPECT_NE(older[0].sentence.find("over the claim"), std::string::npos) << older[0].sentence;
+    EXPECT_EQ(older[0].sentence.find("this signature"), std::string::npos) << older[0].sentence;
 }
 
 }  // namespace
