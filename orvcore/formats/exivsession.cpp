@@ -84,7 +84,7 @@ bool ExivSession::Guard(const std::function<void()>& work) {
 }
 
 Exiv2::Image::AutoPtr ExivSession::Rescue(ByteSpan bytes, Exiv2::Image::AutoPtr image) {
-    const MetadataBlocks blocks = FindMetadataBlocks(bytes);
+    const MetadataBlocks blocks = SearchMetadataBlocks(bytes);
     // An empty picture in memory to hold what is found.
     if (image.get() == nullptr) Guard([&] { image = Exiv2::ImageFactory::create(Exiv2::ImageType::jpeg); });
     if (image.get() != nullptr && image->exifData().empty() && !blocks.exif.empty())
@@ -103,7 +103,7 @@ Exiv2::Image::AutoPtr ExivSession::Rescue(ByteSpan bytes, Exiv2::Image::AutoPtr 
 }
 
 Exiv2::Image::AutoPtr ExivSession::Open(ByteSpan bytes) {
-    const FileFormat format = DetectFormat(Slice(bytes, 0, kFormatSniffBytes));
+    const FileFormat format = DetectFormat(bytes);
     Exiv2::Image::AutoPtr image;
     if (!IsReadFormat(format)) return image;
     // The library follows boxes as deep as they go, and copies each of them.

@@ -51,9 +51,34 @@ MetadataBlocks FindInJpeg(ByteSpan bytes) {
     return blocks;
 }
 
+// The same text that stands in clear elsewhere, or a packed chunk, is not the block.
+MetadataBlocks FindInPng(ByteSpan bytes) {
+    constexpr std::string_view kPacket =
+        "XML:com.adobe.xmp\0\0"sv;  // with the sign of a text that is not packed
+    MetadataBlocks blocks;
+    std::size_t at = 8;
+    for (int i = 0; i < kMaxPieces && at + 12 <= bytes.size(); ++i) {
+        const std::size_t length = Big32(bytes, at);
+        const ByteSpan data = Slice(bytes, at + 8, length);
+        if (blocks.exif.empty() && StartsWith(bytes, at + 4, "eXIf", 4) && IsTiffHeader(data, 0))
+            blocks.exif = data;
+        if (blocks.xmp.empty() && StartsWith(bytes, at + 4, "iTXt", 4) &&
+            StartsWith(data, 0, kPacket.data(), kPacket.size()))
+            blocks.xmp = FindPacket(data);
+        if (length > bytes.size() - at - 12) break;
+        at += 12 + length;
+    }
+    return blocks;
+}
+
 }  // namespace
 
 MetadataBlocks FindMetadataBlocks(ByteSpan bytes) {
+    if (StartsWith(bytes, 0, "\x89PNG\r\n\x1a\n", 8)) return FindInPng(bytes);
+    return SearchMetadataBlocks(bytes);
+}
+
+MetadataBlocks SearchMetadataBlocks(ByteSpan bytes) {
     if (StartsWith(bytes, 0, "\xFF\xD8", 2)) return FindInJpeg(bytes);
     MetadataBlocks blocks;
     if (IsTiffHeader(bytes, 0)) {

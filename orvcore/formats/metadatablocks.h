@@ -9,6 +9,9 @@ struct MetadataBlocks {
     ByteSpan xmp;   // from <x:xmpmeta to its end
 };
 
-// Of a JPEG the first blocks in its segments, also in one that the file's end cuts; of anything else the first bytes
-// that look like one. Pure, linear in the bytes.
+// Of a JPEG the first blocks in its segments, also in one that the file's end cuts; of a PNG those of its chunks that are not packed;
+// of anything else the first bytes that look like one. Pure, linear in the bytes.
 MetadataBlocks FindMetadataBlocks(ByteSpan bytes);
+// The same, but of anything other than a JPEG the first bytes that look like a block, whether it is the one that counts or not: for what is
+// too damaged to be followed.
+MetadataBlocks SearchMetadataBlocks(ByteSpan bytes);

@@ -20,6 +20,7 @@ constexpr std::uint32_t kIptcResource = 0x0404;
 constexpr std::uint32_t kDigestResource = 0x0425;
 constexpr std::uint32_t kMakerNoteTag = 0x927C;
 constexpr std::uint32_t kIptcTag = 0x83BB;
+constexpr std::uint32_t kXmpTag = 0x02BC;
 constexpr std::uint32_t kResourcesTag = 0x8649;
 
 std::optional<std::size_t> OffsetIn(ByteSpan bytes, ByteSpan part) {
@@ -49,6 +50,7 @@ class Finder {
         m_places.xmp = OffsetIn(m_bytes, blocks.xmp);
         m_places.xmpBytes = blocks.xmp;
         if (m_places.exif) ReadExif();
+        if (m_places.exif == std::size_t{0}) ReadPacketOfTiff();
         if (StartsWith(m_bytes, 0, "\xFF\xD8", 2))
             WalkJpeg();
         else if (StartsWith(m_bytes, 0, "8BPS", 4))
@@ -72,6 +74,17 @@ class Finder {
             if (const TiffEntry* resources = FindTiffEntry(directory, kResourcesTag))
                 ReadResources(*m_places.exif + resources->valueOffset, resources->valueSize);
         }
+    }
+
+    // Of a TIFF file the packet is the one that the first directory points to; others belong to pictures inside.
+    void ReadPacketOfTiff() {
+        m_places.xmp = std::nullopt;
+        m_places.xmpBytes = {};
+        if (m_places.tiff.directories.empty()) return;
+        const TiffEntry* packet = FindTiffEntry(m_places.tiff.directories.front(), kXmpTag);
+        if (packet == nullptr) return;
+        m_places.xmpBytes = Slice(m_bytes, packet->valueOffset, packet->valueSize);
+        m_places.xmp = OffsetIn(m_bytes, m_places.xmpBytes);
     }
 
     std::string Make() const {

@@ -1,14 +1,17 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <zlib.h>
 
 #include <algorithm>
+#include <opencv2/core.hpp>
 
-#include "zorbase/bytes.h"
 #include "orvcore/formats/extendedxmp.h"
 #include "orvcore/formats/fields/gpsfacts.h"
 #include "orvcore/formats/fields/metadataplaces.h"
 #include "tests/orvcore/formats/fields/fieldsupport.h"
+#include "zorbase/bytes.h"
 #include "zorbase/text.h"
+#include "zorimage/imageio.h"
 
 using namespace fieldsupport;
 using namespace formatsupport;
@@ -101,6 +104,42 @@ TEST(MetadataPlaces, EveryOffsetLeadsToItsValue) {
         << "it stands in another segment, at another distance";
     EXPECT_EQ(Entry(all, "Exif.Image.Make").tag, "0x010F");
     EXPECT_EQ(all.places.iptcDigest.size(), 32U);
+}
+
+// What was packed has no place of its own in the file, and the same words elsewhere are not it.
+TEST(MetadataPlaces, PackedPartsHaveNoOffsets) {
+    const Bytes payload = Xmp("xmp:CreatorTool='Tool 7'");
+    const Bytes packet(payload.begin() + 29, payload.end());
+    const auto chunk = [](const char* type, const Bytes& data) {
+        Bytes body = ToBytes(type) + data;
+        Bytes bytes;
+        AppendBig(bytes, data.size(), 4);
+        bytes = bytes + body;
+        AppendBig(bytes, crc32(0, body.data(), static_cast<uInt>(body.size())), 4);
+        return bytes;
+    };
+    uLongf size = compressBound(packet.size());
+    Bytes packed(size);
+    ASSERT_EQ(compress(packed.data(), &size, packet.data(), packet.size()), Z_OK);
+    packed.resize(size);
+    const Bytes plain = EncodeImage(Image(cv::Mat(8, 8, CV_8UC3, cv::Scalar::all(90))), "png");
+    const Bytes head(plain.begin(), plain.begin() + 33);
+    const Bytes rest(plain.begin() + 33, plain.end());
+    const std::string name("XML:com.adobe.xmp", 18);  // with its zero
+    const Bytes clear = chunk("iTXt", ToBytes(name) + Bytes{0, 0, 0, 0} + packet);
+    const Bytes hidden = chunk("iTXt", ToBytes(name) + Bytes{1, 0, 0, 0} + packed);
+    const Bytes copy = chunk("tEXt", ToBytes(std::string("Copy\0", 5)) + packet);
+    for (const auto& [file, isPlaced] : {std::pair{head + clear + rest, true},
+                                         {head + copy + clear + rest, true},
+                                         {head + copy + hidden + rest, false},
+                                         {head + hidden + rest + packet, false}}) {
+        const DetailedMetadata all = ReadDetailedMetadata(file, {});
+        const MetadataEntry& tool = Entry(all, "Xmp.xmp.CreatorTool");
+        EXPECT_EQ(tool.raw, "Tool 7");
+        EXPECT_EQ(tool.offset.has_value(), isPlaced);
+        const auto at = std::search(file.begin(), file.end(), name.begin(), name.end()) - file.begin();
+        EXPECT_GT(tool.offset.value_or(file.size()), static_cast<std::size_t>(at));
+    }
 }
 
 TEST(MetadataPlaces, ANoteThatTheLibraryLeavesClosedIsListed) {
