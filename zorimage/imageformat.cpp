@@ -123,8 +123,8 @@ bool IsTiffRaw(ByteSpan head) {
     return hasRawMake && (hasSensorCoding || (isPreview && hasSubDirectories));
 }
 
-FileFormat DetectTiff(ByteSpan head) {
-    return IsTiffRaw(head) ? FileFormat::Raw : FileFormat::Tiff;
+FileFormat DetectTiff(ByteSpan bytes) {
+    return IsTiffRaw(bytes) ? FileFormat::Raw : FileFormat::Tiff;
 }
 
 // ISO base media files, told by the brands of their first box.
@@ -247,15 +247,15 @@ constexpr Signature kSignatures[] = {
 
 }  // namespace
 
-FileFormat DetectFormat(ByteSpan head) {
-    head = head.first(std::min(head.size(), kFormatSniffBytes));
+FileFormat DetectFormat(ByteSpan bytes) {
+    const ByteSpan head = bytes.first(std::min(bytes.size(), kFormatSniffBytes));
     if (head.empty()) return FileFormat::Empty;
     if (HasText(head, 0, "RIFF") && HasText(head, 8, "WEBP")) return FileFormat::Webp;
     if (head.size() >= 12 && HasText(head, 4, "ftyp")) return DetectBoxed(head);
     for (const Signature& signature : kSignatures) {
         if (HasText(head, signature.offset, signature.text)) return signature.format;
     }
-    if (HasText(head, 0, "II*\0"sv) || HasText(head, 0, "MM\0*"sv)) return DetectTiff(head);
+    if (HasText(head, 0, "II*\0"sv) || HasText(head, 0, "MM\0*"sv)) return DetectTiff(bytes);
     if (HasText(head, 0, "II+\0"sv) || HasText(head, 0, "MM\0+"sv))
         return FileFormat::Tiff;  // with 64-bit offsets
     if (IsDamagedJpeg(head)) return FileFormat::Jpeg;

@@ -105,12 +105,15 @@ class Directories {
 
     std::string Look(std::size_t at, std::vector<std::size_t>& waiting) {
         const std::size_t count = Get16(at);
+        // Behind the entries of the first one stands where the next is; writers leave that out of the others.
+        m_end = std::max<std::uint64_t>(m_end, at + 2 + count * 12 + (at == Get32(4) ? 4 : 0));
         std::size_t offsets = 0;  // the entries that tell where strips or tiles stand
         std::size_t sizes = 0;
         std::uint64_t width = 0;
         std::uint64_t height = 0;
         std::uint64_t samples = 1;
         std::uint64_t bits = 8;
+        std::uint64_t sensorData = 0;
         for (std::size_t i = 0; i < count; ++i) {
             const std::size_t entry = at + 2 + i * 12;
             if (entry + 12 > m_bytes.size()) break;
@@ -124,12 +127,14 @@ class Directories {
             if (tag == 273 || tag == 324) offsets = entry;
             if (tag == 279 || tag == 325) sizes = entry;
             // Panasonic's own place of the sensor data.
-            if (tag == 280 && codec::HasText(m_bytes, 2, "U"))
+            if (tag == 280 && codec::HasText(m_bytes, 2, "U")) {
+                sensorData = value;
                 m_end = std::max<std::uint64_t>(m_end, value + std::uint64_t{1});
+            }
             if (tag == 0x14a || tag == 0x8769 || tag == 0x8825 || tag == 0xa005) Follow(entry, waiting);
         }
         waiting.push_back(Get32(at + 2 + count * 12));
-        if (offsets != 0 && sizes != 0) FollowData(offsets, sizes);
+        if (offsets != 0 && sizes != 0) FollowData(offsets, sizes, sensorData);
         // Unpacked, what the directory describes passes through memory once, row by row: time counts, not only room.
         const double unpacked = static_cast<double>(width) * static_cast<double>(height) *
                                 static_cast<double>(samples) * static_cast<double>((bits + 7) / 8);
@@ -149,11 +154,16 @@ class Directories {
         const std::size_t at = start + unit * i;
         return isShort ? Get16(at) : Get32(at);
     }
-    void FollowData(std::size_t offsets, std::size_t sizes) {
+    // sensorData: where a strip stands whose offset says only that it is told elsewhere; 0 not known.
+    void FollowData(std::size_t offsets, std::size_t sizes, std::uint64_t sensorData) {
+        constexpr std::uint64_t kElsewhere = 0xFFFFFFFF;
         const std::size_t count = std::min<std::size_t>({Get32(offsets + 4), Get32(sizes + 4), 65536});
-        for (std::size_t i = 0; i < count; ++i)
-            if (const std::uint64_t size = Number(sizes, i); size > 0)
-                m_end = std::max(m_end, Number(offsets, i) + size);
+        for (std::size_t i = 0; i < count; ++i) {
+            const std::uint64_t size = Number(sizes, i);
+            const std::uint64_t stated = Number(offsets, i);
+            const std::uint64_t start = stated == kElsewhere ? sensorData : stated;
+            if (size > 0 && start > 0) m_end = std::max(m_end, start + size);
+        }
     }
 
     // One place, or a list of them elsewhere.

@@ -20,11 +20,16 @@ struct Stop {
     bool isDamaged = false;
 };
 
-// No maker stores a pixel of a sensor in less than two bits.
+// No maker stores a pixel of a sensor in less than two bits, but programs that make lossy copies (as JPEG) do.
 constexpr std::uint64_t kMaxPixelsPerByte = 4;
 
 // The decoder fills what is missing with invented pixels, without a word.
-void CheckData(const libraw_image_sizes_t& sizes, std::size_t fileBytes, std::vector<std::string>& warnings) {
+void CheckData(LibRaw& raw, std::size_t fileBytes, std::vector<std::string>& warnings) {
+    const libraw_image_sizes_t& sizes = raw.imgdata.sizes;
+    libraw_decoder_info_t decoder{};
+    if (raw.get_decoder_info(&decoder) == LIBRAW_SUCCESS && decoder.decoder_name != nullptr &&
+        std::string(decoder.decoder_name).find("lossy") != std::string::npos)
+        return;
     const std::uint64_t pixels = static_cast<std::uint64_t>(sizes.raw_width) * sizes.raw_height;
     if (pixels / kMaxPixelsPerByte > fileBytes)
         warnings.push_back("File ends early: its " + std::to_string(fileBytes) + " bytes cannot hold the " +
@@ -81,7 +86,7 @@ void ReadRawInfo(ByteSpan bytes, ImageInfo& info) {
     info.recipe = kRecipe;
     Stop stop;
     const std::unique_ptr<LibRaw> raw = Open(bytes, stop);
-    CheckData(raw->imgdata.sizes, bytes.size(), info.warnings);
+    CheckData(*raw, bytes.size(), info.warnings);
     info.width = raw->imgdata.sizes.width;
     info.height = raw->imgdata.sizes.height;
     info.bitsPerSample = static_cast<int>(raw->imgdata.color.raw_bps);
@@ -130,7 +135,7 @@ DecodedImage DecodeRaw(ByteSpan bytes, const DecodeProgress& progress) {
                                CV_MAKETYPE(CV_16U, colours));
     Check(raw->copy_mem_image(pixels.data, static_cast<int>(pixels.step[0]), 1), stop);
     DecodedImage result;
-    CheckData(sizes, bytes.size(), result.warnings);
+    CheckData(*raw, bytes.size(), result.warnings);
     if (const std::string problem = CutProblem(bytes); !problem.empty()) result.warnings.push_back(problem);
     if (stop.isDamaged)
         result.warnings.emplace_back(

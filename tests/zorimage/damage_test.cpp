@@ -121,6 +121,23 @@ TEST(Damage, KeepsTheRowsBeforeTheCut) {
 
 Bytes NestedBoxes(const std::string& name, std::size_t depth, std::size_t head);
 
+// A camera RAW file whose strip only says that the sensor's data are told elsewhere is no file of four gigabytes.
+TEST(Damage, SensorDataThatAreToldElsewhereAreFound) {
+    Bytes raw = {'I', 'I', 'U', 0, 8, 0, 0, 0};
+    samples::Append16(raw, 3);
+    for (const auto& [tag, value] : {std::pair{273U, 0xFFFFFFFFU}, {279U, 1000U}, {280U, 512U}}) {
+        samples::Append16(raw, tag);
+        samples::Append16(raw, 4);
+        samples::Append32(raw, 1);
+        samples::Append32(raw, value);
+    }
+    raw.resize(1512);
+    EXPECT_EQ(CutProblem(raw), "");
+    for (const std::size_t size : {1511U, 700U, 64U})
+        EXPECT_NE(CutProblem(std::span(raw).first(size)).find("at least 1512 bytes"), std::string::npos)
+            << size;
+}
+
 // A file that ends early says so in its headers' warnings too, whatever its decoder makes of it.
 TEST(Damage, HeadersTellOfAFileThatEndsEarly) {
     const Image scene = samples::MakeScene(64, 48, 3);

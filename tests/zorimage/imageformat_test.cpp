@@ -102,6 +102,12 @@ TEST(ImageFormat, TellsSensorDataFromExportedTiff) {
     EXPECT_EQ(DetectFormat(Tiff({{0xfe, 1}, {0x14a, 200}}, Zeros("Scanner\0", 8))), FileFormat::Tiff);
     EXPECT_EQ(DetectFormat(Tiff({{0x103, 65535}, {0x106, 32803}}, Zeros("PENTAX\0", 7))), FileFormat::Raw);
     EXPECT_EQ(DetectFormat(Tiff({{0xc612, 0x401}}, Zeros("Anybody\0", 8))), FileFormat::Raw);
+    // The directory may stand anywhere; of the first bytes alone it cannot be seen.
+    Bytes far = Tiff({{0xc612, 0x401}}, Zeros("Anybody\0", 8));
+    far.insert(far.begin() + 8, 2 * kFormatSniffBytes, 0);
+    far[5] = static_cast<std::uint8_t>(far[5] + 2 * kFormatSniffBytes / 256);
+    EXPECT_EQ(DetectFormat(far), FileFormat::Raw);
+    EXPECT_EQ(DetectFormat(std::span(far).first(kFormatSniffBytes)), FileFormat::Tiff);
     Bytes beyond = Tiff({{0xfe, 1}, {0x14a, 200}}, nikon);
     beyond[4] = 0xf0;  // a directory outside the bytes
     beyond[7] = 0xff;

@@ -54,7 +54,7 @@ Parser ParserOf(FileFormat format, ByteSpan bytes) {
 FileStructure ReadFileStructure(std::span<const std::uint8_t> bytes,
                                 const std::function<void(double)>& progress) {
     StructureWriter writer(bytes, progress);
-    const FileFormat format = DetectFormat(Slice(bytes, 0, kFormatSniffBytes));
+    const FileFormat format = DetectFormat(bytes);
     Parser parser = ParserOf(format, bytes);
     // Bytes in front of a JPEG, or a damaged first marker, hide it from the recognition by its first bytes.
     if (parser == nullptr && format == FileFormat::Unknown && FindSoi(bytes) < bytes.size())

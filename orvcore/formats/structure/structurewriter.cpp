@@ -142,7 +142,7 @@ std::string GuessText(ByteSpan bytes) {
         if (bytes[0] == 0xFF) return "FF bytes";
         return "bytes of value " + HexText(bytes[0], 2);
     }
-    const FileFormat format = DetectFormat(Slice(bytes, 0, kFormatSniffBytes));
+    const FileFormat format = DetectFormat(bytes);
     if (format != FileFormat::Unknown && format != FileFormat::Empty)
         return "looks like " + FormatName(format);
     return {};

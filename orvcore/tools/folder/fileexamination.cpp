@@ -146,7 +146,7 @@ void TakeCredentials(ByteSpan bytes, FileExamination& file) {
 FileExamination ExamineFile(const std::string& path, std::span<const std::uint8_t> bytes) {
     FileExamination file;
     file.path = path;
-    file.format = DetectFormat(Slice(bytes, 0, kFormatSniffBytes));
+    file.format = DetectFormat(bytes);
     if (file.format == FileFormat::Empty) return file;
     if (file.format == FileFormat::Unknown || file.format == FileFormat::Text) {
         file.nameAgrees = !IsPictureName(path);
