@@ -1,12 +1,15 @@
 #include "orvgui/controls/parametercontroltable.h"
 
+#include <wx/intl.h>
 #include <wx/settings.h>
+#include <wx/sizer.h>
 
 #include <algorithm>
 
 #include "orvcore/tables/byteplaces.h"
 #include "orvcore/tables/tablemarkup.h"
 #include "orvgui/common/framehost.h"
+#include "orvgui/common/statictext.h"
 #include "orvgui/tables/listctrl.h"
 
 namespace {
@@ -36,12 +39,27 @@ ParameterControlTableString::ParameterControlTableString(wxWindow* parent, wxGri
     m_list->SetByteViewer([](const BytePlace& place) {
         if (OrvFrameHost* frame = GetFrameHost()) frame->ShowBytes(place.offset, place.count.value_or(0));
     });
-    Place(sizer, m_list, Height::Tall);
+    m_none = new OrvStaticText(parent, GetPlaceholder());
+    Adopt(m_list);
+    Adopt(m_none);
+    auto* content = new wxBoxSizer(wxVERTICAL);
+    content->Add(m_list, 1, wxEXPAND);
+    content->Add(m_none, 0, wxEXPAND);
+    Place(sizer, content, Height::Tall);
     ParameterControlTableString::SetControlValue(parameter);
 }
 
 wxWindow* ParameterControlTableString::GetControl() {
     return m_list;
+}
+
+void ParameterControlTableString::Show(bool show) {
+    m_isShown = show;
+    ParameterControl::Show(show);
+    // A white box with nothing in it tells nothing.
+    const bool isEmpty = m_list->GetNumDataRows() == 0;
+    m_list->Show(m_list->IsShown() && !isEmpty);
+    m_none->Show(m_none->IsShown() && isEmpty);
 }
 
 void ParameterControlTableString::SetThumbnails(const std::vector<Image>& thumbnails) {
@@ -72,6 +90,8 @@ void ParameterControlTableString::SetControlValue(const Parameter& parameter) {
         if (!ascending) m_list->SortCol(column);
     }
     FitSize();
+    m_none->SetText(parameter.IsSet() ? wxString(_("None")) : GetPlaceholder());
+    Show(m_isShown);
 }
 
 void ParameterControlTableString::FitSize() {
@@ -83,4 +103,6 @@ void ParameterControlTableString::FitSize() {
     for (int column = 0; column < m_list->GetNumCols(); ++column) width += m_list->GetColSize(column);
     if (rows > kMaximumRows) width += wxSystemSettings::GetMetric(wxSYS_VSCROLL_X, m_list);
     m_list->SetMinSize(wxSize(std::min(width, kMinimumWidth), height));
+    // Shown before it is laid out it must not be smaller than its scroll bars, of which the library below would complain.
+    if (!m_list->IsShown()) m_list->SetSize(m_list->GetMinSize());
 }

@@ -3,9 +3,10 @@
 #include "orvgui/controls/parametercontrol.h"
 
 class OrvListCtrl;
+class OrvStaticText;
 
 // A table of strings whose first row holds the labels, shown in a table control with its marks, sorting, search and
-// copying. A new value with the same labels stays sorted as the user has sorted it. GUI thread.
+// copying; a word stands in the place of a table without rows. A new value with the same labels stays sorted as the user has sorted it. GUI thread.
 class ParameterControlTableString : public ParameterControl {
   public:
     ParameterControlTableString(wxWindow* parent, wxGridBagSizer* sizer, const Parameter& parameter);
@@ -14,11 +15,14 @@ class ParameterControlTableString : public ParameterControl {
     void SetControlValue(const Parameter& parameter) override;
     void SetThumbnails(const std::vector<Image>& thumbnails) override;
     Parameter GetControlValue() const override { return m_parameter; }
+    void Show(bool show) override;
 
   private:
     void FitSize();
 
     OrvListCtrl* m_list;
+    OrvStaticText* m_none = nullptr;
+    bool m_isShown = true;
     std::vector<Image> m_thumbnails;
     bool m_isFilled = false;
 };

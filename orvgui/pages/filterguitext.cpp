@@ -5,16 +5,22 @@
 #include <wx/textctrl.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "orvcore/facade/interface.h"
 #include "orvgui/common/framehost.h"
+#include "orvgui/common/statictext.h"
 #include "orvgui/tables/listctrl.h"
 
 namespace {
 
 constexpr int kPairedFieldWidth = 120;  // least width in pixels of a field that shares its row
-constexpr int kLongResultHeight = 240;  // least height of what takes the rest of the page
-constexpr int kLeastColumn = 80;
+constexpr int kLongResultHeight = 216;  // least height of what takes the rest of the page
+constexpr int kLeastColumn = 100;       // longer texts go on in the next line
+constexpr int kSentence = 5;            // times the least width, from which on a text is read as a sentence,
+constexpr int kLeastSentence = 2;       // and of which so many stay
+constexpr int kLabelWidth = 140;
+constexpr int kLongestCell = 1200;
 constexpr int kPairGap = 12;
 
 bool IsLong(const Parameter& parameter) {
@@ -72,21 +78,23 @@ void SpanUnpaired(wxGridBagSizer& grid, int first, int count) {
 }  // namespace
 
 std::vector<int> FitColumnWidths(std::vector<int> widths, int room, int least) {
-    const auto sumWith = [&widths](int most) {
+    const auto limited = [least](int width, int most) {
+        return std::min(width, std::max(most, width >= kSentence * least ? kLeastSentence * least : least));
+    };
+    const auto sumWith = [&](int most) {
         int sum = 0;
-        for (const int width : widths) sum += std::min(width, most);
+        for (const int width : widths) sum += limited(width, most);
         return sum;
     };
     int most = widths.empty() ? 0 : *std::max_element(widths.begin(), widths.end());
-    int tooNarrow = least;
     if (sumWith(most) <= room) return widths;
-    if (sumWith(least) > room) most = least;
     // The largest width that all columns may have.
-    while (most - tooNarrow > 1) {
-        const int middle = tooNarrow + (most - tooNarrow) / 2;
-        (sumWith(middle) <= room ? tooNarrow : most) = middle;
+    int narrow = least;
+    while (most - narrow > 1) {
+        const int middle = narrow + (most - narrow) / 2;
+        (sumWith(middle) <= room ? narrow : most) = middle;
     }
-    for (int& width : widths) width = std::min(width, tooNarrow);
+    for (int& width : widths) width = limited(width, narrow);
     return widths;
 }
 
@@ -104,7 +112,7 @@ bool OrvFilterGuiText::EndsInLongResult() const {
 
 void OrvFilterGuiText::CreateControlsInput() {
     if (m_parametersInput.empty()) return;
-    const int first = CountCells(m_inputSizer).GetRow();
+    const int first = m_firstInput = CountCells(m_inputSizer).GetRow();
     OrvFilterGui::CreateControlsInput();
     if (!EndsInLongResult()) return;
     std::vector<bool> isShort;
@@ -129,8 +137,21 @@ void OrvFilterGuiText::CreateControlsOutput() {
         // Aligned in its cell it would not be as high as it.
         if (wxSizerItem* item = ItemAt(*m_outputSizer, first + last, 1))
             item->SetFlag(item->GetFlag() & ~wxALIGN_CENTER_VERTICAL);
+        OrderRows(first, first + last);
         m_outputSizer->SetRows(0);
         m_outputSizer->AddGrowableRow(static_cast<std::size_t>(first + last), 1);
+    }
+    // Long labels would take the room from what they name.
+    for (wxWindow* child : m_outputParent->GetChildren())
+        if (auto* label = dynamic_cast<OrvStaticText*>(child);
+            label != nullptr && EndsInLongResult() && IsLabel(label))
+            label->SetMaximumTextWidth(kLabelWidth);
+    if (OrvListCtrl* table = FindTable()) {
+        table->WrapTexts();
+        table->Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
+            event.Skip();
+            if (std::exchange(m_fittedWidth, event.GetSize().x) != event.GetSize().x) FitTableSoon();
+        });
     }
     // The sizer counts its cells when it is laid out, and takes no growing ones before that which it does not know.
     m_outputSizer->SetCols(0);
@@ -138,6 +159,34 @@ void OrvFilterGuiText::CreateControlsOutput() {
     const int columns = CountCells(m_outputSizer).GetCol();
     if (columns > 1) m_outputSizer->AddGrowableCol(1, 1);
     if (columns > 3) m_outputSizer->AddGrowableCol(3, 1);
+}
+
+// Beside a field, and not the sentence that stands in the place of results.
+bool OrvFilterGuiText::IsLabel(wxWindow* window) const {
+    const wxGBSizerItem* item = m_outputSizer->FindItem(window);
+    return item != nullptr && item->GetSpan().GetColspan() == 1;
+}
+
+void OrvFilterGuiText::OrderRows(int firstOutput, int lastOutput) {
+    const int inputs = static_cast<int>(m_parametersInput.size() + m_parametersPostProcessing.size());
+    const int outputs = lastOutput - firstOutput;
+    if (inputs == 0 || outputs == 0 || m_outputSizer != m_inputSizer) return;
+    const auto rowAfter = [&](int row) {
+        if (row < m_firstInput || row >= lastOutput) return row;
+        return row < firstOutput ? row + outputs : m_firstInput + row - firstOutput;
+    };
+    // Two at a time in one cell are refused: by way of rows that nobody uses.
+    const int away = CountCells(m_outputSizer).GetRow();
+    for (const bool isBack : {false, true}) {
+        for (wxSizerItem* child : m_outputSizer->GetChildren()) {
+            auto* item = static_cast<wxGBSizerItem*>(child);
+            const wxGBPosition place = item->GetPos();
+            if (!isBack && rowAfter(place.GetRow()) != place.GetRow())
+                item->SetPos(wxGBPosition(place.GetRow() + away, place.GetCol()));
+            if (isBack && place.GetRow() >= away)
+                item->SetPos(wxGBPosition(rowAfter(place.GetRow() - away), place.GetCol()));
+        }
+    }
 }
 
 OrvListCtrl* OrvFilterGuiText::FindTable() const {
@@ -152,23 +201,30 @@ void OrvFilterGuiText::UpdateControlsOutput() {
     if (table == nullptr) return;
     // It scrolls by itself; the page need not be as high as its rows.
     table->SetMinSize(wxSize(table->GetMinSize().x, std::min(table->GetMinSize().y, kLongResultHeight)));
-    if (table->GetNumRows() > 0) CallAfter([this] { FitTable(); });
+    FitTableSoon();
 }
 
 // When the page knows its width: all columns in sight, unless the user has sized them at some time.
+void OrvFilterGuiText::FitTableSoon() {
+    if (m_isFitting) return;
+    m_isFitting = true;
+    CallAfter([this] {
+        m_isFitting = false;
+        FitTable();
+    });
+}
+
 void OrvFilterGuiText::FitTable() {
     OrvListCtrl* table = FindTable();
-    OrvFrameHost* frame = GetFrameHost();
-    if (table == nullptr || frame == nullptr || !IsShownOnScreen()) return;
+    const OrvFrameHost* frame = GetFrameHost();
+    if (table == nullptr || frame == nullptr || !table->IsShownOnScreen() || table->GetNumDataRows() == 0)
+        return;
     const int room = table->GetClientSize().x - wxSystemSettings::GetMetric(wxSYS_VSCROLL_X, table);
     if (room <= kLeastColumn) return;
-    if (!frame->GetListControlColumnsWidth(m_filter->GetName()).empty()) return;
+    table->FitLongestCells(kLongestCell);
     std::vector<int> widths;
     for (int column = 0; column < table->GetNumCols(); ++column) widths.push_back(table->GetColSize(column));
-    const std::vector<int> fitted = FitColumnWidths(widths, room, kLeastColumn);
-    if (fitted == widths) return;
-    for (int column = 0; column < table->GetNumCols(); ++column)
-        table->SetColSize(column, fitted[static_cast<std::size_t>(column)]);
+    table->SetColumnWidths(FitColumnWidths(widths, room, kLeastColumn));
 }
 
 void OrvFilterGuiText::UpdateControlsCustom() {

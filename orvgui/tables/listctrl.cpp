@@ -28,6 +28,20 @@ ListCtrlView::Source ShareTable(const WxTable& table) {
     return std::make_shared<const TableString>(TableFromWx(table));
 }
 
+// The toolkit repaints its header from a resized column on to the right edge, also where the column begins beyond that: a rectangle of
+// negative width, of which the library below complains. Meanwhile the header is as wide as its columns.
+void SizeColumn(wxGrid& grid, int col, int width) {
+    if (grid.GetColSize(col) == width) return;
+    wxWindow* header = grid.GetGridColLabelWindow();
+    const wxSize size = header->GetSize();
+    int all = 0;
+    for (int i = 0; i <= col; ++i) all += grid.GetColSize(i);
+    const bool isBeyond = all >= size.x;
+    if (isBeyond) header->SetSize(all + 1, size.y);
+    grid.SetColSize(col, width);
+    if (isBeyond) header->SetSize(size);
+}
+
 }  // namespace
 
 OrvListCtrl::OrvListCtrl(wxWindow* parent, WxTable& table, int fillMode,
@@ -209,6 +223,22 @@ void OrvListCtrl::FitLongestCells(int maximum) {
     MeasureColumns();
 }
 
+void OrvListCtrl::WrapTexts() {
+    m_gridTable->SetWrapping(true);
+    const wxGridUpdateLocker quiet(this);
+    FitRowHeights();
+}
+
+void OrvListCtrl::SetColumnWidths(const std::vector<int>& widths) {
+    const wxGridUpdateLocker quiet(this);
+    for (int col = 0; col < GetNumCols() && static_cast<std::size_t>(col) < widths.size(); ++col) {
+        const auto index = static_cast<std::size_t>(col);
+        if (index < m_isUserSized.size() && m_isUserSized[index]) continue;
+        if (IsColShown(col)) SizeColumn(*this, col, widths[index]);
+    }
+    FitRowHeights();
+}
+
 // --- order and filter ---
 
 void OrvListCtrl::OnColLabelLeftClick(wxGridEvent& event) {
@@ -318,7 +348,7 @@ void OrvListCtrl::MeasureColumns() {
         const int width =
             ColumnWidth(best, GetDefaultColSize(), std::max(GetColMinimalWidth(col), labelWidth + kSortSign));
         m_columnWidths[static_cast<std::size_t>(col)] = width;
-        if (IsColShown(col)) SetColSize(col, width);
+        if (IsColShown(col)) SizeColumn(*this, col, width);
     }
 }
 
@@ -335,7 +365,7 @@ void OrvListCtrl::RestoreColumnWidths() {
         if (widths[i] < GetColMinimalAcceptableWidth() || widths[i] > 10000) continue;
         m_columnWidths[i] = widths[i];
         m_isUserSized[i] = true;
-        SetColSize(static_cast<int>(i), widths[i]);
+        SizeColumn(*this, static_cast<int>(i), widths[i]);
     }
 }
 
@@ -345,6 +375,10 @@ void OrvListCtrl::OnColSize(wxGridSizeEvent& event) {
     if (col < 0 || static_cast<std::size_t>(col) >= m_columnWidths.size()) return;
     m_columnWidths[static_cast<std::size_t>(col)] = GetColSize(col);
     m_isUserSized[static_cast<std::size_t>(col)] = true;
+    if (m_gridTable->IsWrapping()) {
+        const wxGridUpdateLocker quiet(this);
+        FitRowHeights();
+    }
     OrvFrameHost* frame = FindMainFrame();
     const OrvFilter* filter = GetContext() == nullptr ? nullptr : GetContext()->GetActiveFilter();
     if (frame != nullptr && filter != nullptr)
@@ -355,7 +389,7 @@ void OrvListCtrl::OnSize(wxSizeEvent& event) {
     // Forces the grid to lay itself out anew.
     if (m_gridTable != nullptr && GetNumberCols() > 0) {
         const int last = GetNumberCols() - 1;
-        SetColSize(last, ToggledWidth(GetColSize(last)));
+        SizeColumn(*this, last, ToggledWidth(GetColSize(last)));
     }
     event.Skip();
 }
@@ -368,8 +402,18 @@ void OrvListCtrl::FitRowHeights() {
     if (m_hasTallRows || height != GetDefaultRowSize()) SetDefaultRowSize(height, true);
     m_hasTallRows = false;
     if (!m_gridTable->HasTallRows()) return;
+    std::vector<int> columns;
+    if (m_gridTable->IsWrapping()) {
+        wxClientDC dc(GetGridWindow());
+        dc.SetFont(GetDefaultCellFont());
+        constexpr int kSample = 64;  // the width of one is no whole number
+        const int sample = std::max(1, dc.GetTextExtent(wxString('0', kSample)).x);
+        for (int col = 0; col < GetNumCols(); ++col)
+            columns.push_back((GetColSize(col) - ListCtrlTable::kAroundText) * kSample / sample);
+    }
     for (int row = 0; row < GetNumRows(); ++row) {
-        const int lines = m_gridTable->CountLines(row);
+        const int lines =
+            columns.empty() ? m_gridTable->CountLines(row) : m_gridTable->CountWrappedLines(row, columns);
         if (lines < 2) continue;
         m_hasTallRows = true;
         SetRowSize(row, std::max(height, lines * GetCharHeight() + kRowRoom));

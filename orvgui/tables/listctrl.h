@@ -69,6 +69,10 @@ class ORVGUI_API OrvListCtrl : public wxGrid {
 
     // Columns become as wide as their longest measured cell, of `maximum` pixels at most, instead of the average one.
     void FitLongestCells(int maximum);
+    // Texts that are longer than their column go on in the next line; a table of very many rows stays as it is.
+    void WrapTexts();
+    // Other widths of the columns than the measured ones, as long as the same columns are shown; the user's stay as they are.
+    void SetColumnWidths(const std::vector<int>& widths);
 
     // The column of the last sort; -1 when the table is in its own order.
     int GetSortColumn() const { return m_sortColumn; }

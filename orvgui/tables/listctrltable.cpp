@@ -17,6 +17,8 @@ namespace {
 constexpr std::size_t kKeptBitmaps = 512;
 constexpr int kSampledRows = 100;
 constexpr int kMostLines = 12;
+constexpr int kMostWrappedLines = 6;
+constexpr std::size_t kSignLetters = 2;
 constexpr std::size_t kLongestShown = 400;  // bytes of one cell
 constexpr int kMargin = 2;
 constexpr int kLargestPicture = 4096;  // pixels; a larger bitmap would not be drawn
@@ -24,6 +26,13 @@ constexpr int kLargestPicture = 4096;  // pixels; a larger bitmap would not be d
 const wxColour kOrange(255, 165, 0);
 // Orange can be read on a dark ground alone: 8 to 1, on white it would be 2 to 1.
 const wxColour kOrangeGround(56, 36, 8);
+
+// With the sign that says the same as the colour.
+wxString SignedText(const ListCtrlTable& table, const wxGridCellAttr& attr, int row, int col) {
+    const wxString text = table.GetDisplayText(row, col);
+    if (text.empty() || attr.GetTextColour() != kOrange) return text;
+    return wxString::FromUTF8("\u25b2 ") + text;
+}
 
 }  // namespace
 
@@ -164,6 +173,25 @@ int ListCtrlTable::CountLines(int row) const {
     return most;
 }
 
+wxString ListCtrlTable::GetWrappedText(const wxGridCellAttr& attr, int row, int col, int columns,
+                                       int lines) const {
+    return WrapText(SignedText(*this, attr, row, col), columns, lines);
+}
+
+int ListCtrlTable::CountWrappedLines(int row, const std::vector<int>& columns) {
+    int most = 1;
+    for (int col = 0; col < std::min(GetNumberCols(), static_cast<int>(columns.size())); ++col) {
+        const wxGridCellAttrPtr attr(GetAttr(row, col, wxGridCellAttr::Any));
+        const int room = columns[static_cast<std::size_t>(col)];
+        // Most cells are short.
+        if (room <= 0 || RawCell(row, col).length() + kSignLetters <= static_cast<std::size_t>(room))
+            continue;
+        const wxString text = GetWrappedText(*attr, row, col, room, kMostWrappedLines);
+        most = std::max(most, 1 + static_cast<int>(text.Freq('\n')));
+    }
+    return std::max(most, CountLines(row));
+}
+
 wxString ListCtrlTable::GetValue(int row, int col) {
     return ToWx(GetCell(row, col).text);
 }
@@ -204,13 +232,6 @@ ListCtrlTable* TableOf(wxGrid& grid) {
     return dynamic_cast<ListCtrlTable*>(grid.GetTable());
 }
 
-// With the sign that says the same as the colour.
-wxString SignedText(const ListCtrlTable& table, const wxGridCellAttr& attr, int row, int col) {
-    const wxString text = table.GetDisplayText(row, col);
-    if (text.empty() || attr.GetTextColour() != kOrange) return text;
-    return wxString::FromUTF8("\u25b2 ") + text;
-}
-
 }  // namespace
 
 void ListCtrlTextRenderer::Draw(wxGrid& grid, wxGridCellAttr& attr, wxDC& dc, const wxRect& rect, int row,
@@ -226,7 +247,22 @@ void ListCtrlTextRenderer::Draw(wxGrid& grid, wxGridCellAttr& attr, wxDC& dc, co
     attr.GetAlignment(&horizontal, &vertical);
     wxRect inner = rect;
     inner.Deflate(kMargin, 1);
-    grid.DrawTextRectangle(dc, SignedText(*table, attr, row, col), inner, horizontal, vertical);
+    grid.DrawTextRectangle(dc, FittedText(*table, attr, dc, inner, row, col), inner, horizontal, vertical);
+}
+
+wxString ListCtrlTextRenderer::FittedText(const ListCtrlTable& table, const wxGridCellAttr& attr, wxDC& dc,
+                                          const wxRect& inner, int row, int col) {
+    MeasureFont(dc, attr.GetFont());
+    if (m_advance <= 0 || m_height <= 0) return SignedText(table, attr, row, col);
+    const int columns = static_cast<int>(inner.width / m_advance);
+    if (table.IsWrapping())
+        return table.GetWrappedText(attr, row, col, columns, std::max(1, (inner.height + 1) / m_height));
+    wxString fitted;
+    for (const wxString& line : wxSplit(SignedText(table, attr, row, col), '\n', '\0')) {
+        if (!fitted.empty()) fitted += '\n';
+        fitted += WrapText(line, columns, 1);
+    }
+    return fitted;
 }
 
 wxSize ListCtrlTextRenderer::GetBestSize(wxGrid& grid, wxGridCellAttr& attr, wxDC& dc, int row, int col) {

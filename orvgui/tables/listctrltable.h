@@ -17,6 +17,8 @@
 // that moment. Keeps nothing per row. Belongs to its grid. GUI thread.
 class ListCtrlTable : public wxGridTableBase {
   public:
+    static constexpr int kAroundText = 5;  // pixels of a column that are not its text's
+
     // Gives the thumbnail of a number that is a valid one.
     using Thumbnails = std::function<const Image*(int index)>;
 
@@ -42,6 +44,13 @@ class ListCtrlTable : public wxGridTableBase {
     // Whether rows are as high as their texts have lines; otherwise line feeds are shown as signs.
     bool HasTallRows() const;
     int CountLines(int row) const;
+    // Texts that are longer than their column go on in the next line, where rows are as high as their texts.
+    void SetWrapping(bool on) { m_isWrapping = on; }
+    bool IsWrapping() const { return m_isWrapping && HasTallRows(); }
+    // As painted in a column of so many letters.
+    wxString GetWrappedText(const wxGridCellAttr& attr, int row, int col, int columns, int lines) const;
+    // Lines of a row whose columns hold so many letters each, within bounds.
+    int CountWrappedLines(int row, const std::vector<int>& columns);
 
     int GetNumberRows() override { return m_rows.GetNumRows(); }
     int GetNumberCols() override { return m_rows.GetNumCols(); }
@@ -59,6 +68,7 @@ class ListCtrlTable : public wxGridTableBase {
 
     ListCtrlView m_rows;
     Thumbnails m_thumbnails;
+    bool m_isWrapping = false;
     std::vector<wxString> m_labels;
     std::vector<bool> m_isNumber;  // columns whose cells are aligned to the right
     std::map<std::pair<int, int>, std::string> m_custom;
@@ -76,6 +86,9 @@ class ListCtrlTextRenderer : public wxGridCellStringRenderer {
 
   private:
     void MeasureFont(wxDC& dc, const wxFont& font);
+    // As much of a text as its cell has room for, with a sign where it is cut.
+    wxString FittedText(const ListCtrlTable& table, const wxGridCellAttr& attr, wxDC& dc, const wxRect& inner,
+                        int row, int col);
 
     wxFont m_font;
     double m_advance = 0;  // pixels of every plain character of m_font; 0 when it is not of fixed pitch

@@ -1,8 +1,12 @@
 #pragma once
 
+#include <wx/string.h>
+
 #include <vector>
 
-// The rules of a table control's automatic column widths. Pixels; no windows.
+#include "orvgui/common/orvgui.h"
+
+// The rules of a table control's automatic column widths and of the texts in its cells. Pixels; no windows.
 
 // Up to this many rows every row is measured, beyond only the visible ones.
 constexpr int kExactWidthRows = 1000;
@@ -22,3 +26,7 @@ int ColumnWidth(const std::vector<int>& bestWidths, int defaultWidth, int minima
 // One pixel more or less, so that the grid lays itself out anew: odd widths grow, even ones shrink. A hidden column
 // (width 0) stays hidden.
 int ToggledWidth(int width);
+
+// A text in lines of at most `columns` letters of fixed pitch (East Asian ones count twice), broken between words where there are
+// any; at most `lines` of them, with an ellipsis where that is not all. Its own line feeds stay.
+ORVGUI_API wxString WrapText(const wxString& text, int columns, int lines);

@@ -1,12 +1,17 @@
 // The widths of a table's columns belong to its filter and outlive the program.
 
+#include <wx/frame.h>
 #include <wx/grid.h>
+
+#include <cstdlib>
+#include <memory>
 
 #include "orvgui/pages/filterguitext.h"
 #include "orvgui/pages/orvviewerpanel.h"
 #include "orvgui/shell/filterspanel.h"
 #include "orvgui/tables/gridframe.h"
 #include "orvgui/tables/listctrlresults.h"
+#include "orvgui/tables/listctrlwidths.h"
 #include "tests/orvgui/framefixture.h"
 
 namespace {
@@ -86,4 +91,56 @@ TEST_F(TableWidths, ComeBackPerFilterAfterARestart) {
     EXPECT_EQ(Show("lengths")->GetColSize(1), 333);
     EXPECT_EQ(Show("weights")->GetColSize(0), 222);
     EXPECT_NE(Show("weights")->GetColSize(1), 333);
+}
+
+TEST(WrapText, BreaksBetweenWordsAndSaysWhereItCuts) {
+    const wxString more = wxString::FromUTF8("\u2026");
+    const struct {
+        const char* text;
+        int columns;
+        int lines;
+        wxString wrapped;
+    } cases[] = {
+        {"", 10, 3, ""},
+        {"one two", 7, 3, "one two"},
+        {"one two", 6, 3, "one\ntwo"},
+        {"one two three", 8, 3, "one two\nthree"},
+        {"one two three four", 5, 3, "one\ntwo\nthre" + more},
+        {"abcdefghij", 4, 3, "abcd\nefgh\nij"},
+        {"abcdefghij", 4, 2, "abcd\nefg" + more},
+        {"ab abcdefgh", 4, 9, "ab\nabcd\nefgh"},
+        {"one\ntwo", 10, 3, "one\ntwo"},
+        {"one\ntwo", 10, 1, "one" + more},
+        {"one two", 6, 1, "one t" + more},
+        {"abc", 0, 9, "a\nb\nc"},
+        {"  indented text", 10, 3, "  indented\ntext"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(WrapText(c.text, c.columns, c.lines), c.wrapped)
+            << c.text << " in " << c.columns << " x " << c.lines;
+    const wxString wide = wxString::FromUTF8("\u5199\u771f\u5199\u771f");
+    EXPECT_EQ(WrapText(wide, 4, 2), wide.Left(2) + "\n" + wide.Mid(2)) << "each takes two columns";
+}
+
+// Columns that begin beyond the right edge are sized too.
+TEST(TableColumnsOutOfSight, AreSizedQuietly) {
+    auto* frame = new wxFrame(nullptr, wxID_ANY, "table", wxPoint(0, 0), wxSize(300, 200));
+    TableString rows(3, std::vector<std::string>(30, "a text of some length"));
+    auto* list = new OrvListCtrl(frame, std::make_shared<const TableString>(rows), OrvListCtrl::kQuickFill,
+                                 wxGrid::wxGridSelectRows, wxHORIZONTAL);
+    frame->Show();
+    ASSERT_TRUE(PumpUntil([&] { return list->GetClientSize().x > 200; }));
+    PumpFor(100);
+    testing::internal::CaptureStderr();
+    const int before = list->GetColSize(29);
+    frame->SetSize(320, 220);
+    PumpFor(50);
+    const int toggled = list->GetColSize(29);
+    list->SetColumnWidths(std::vector<int>(30, 90));
+    PumpFor(50);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(std::abs(toggled - before), 1);
+    EXPECT_EQ(list->GetColSize(29), 90);
+    frame->Destroy();
+    Pump();
 }
