@@ -13,6 +13,7 @@
 #include "orvcore/facade/interface.h"
 #include "orvgui/common/dragedge.h"
 #include "orvgui/common/filedrop.h"
+#include "orvgui/common/quietscroll.h"
 #include "orvgui/common/statictext.h"
 #include "orvgui/pages/plotdialog.h"
 #include "orvgui/pages/plotlayers.h"
@@ -117,7 +118,7 @@ void OrvFilterGuiPlot::CreateControlsCustom() {
     description->SetFlexibleDirection(wxBOTH);
     description->SetEmptyCellSize(wxSize(0, 0));
     // More values than the page is wide scroll by themselves: the plots keep the width of the page.
-    m_strip = new wxScrolledWindow(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxHSCROLL);
+    m_strip = new QuietScroll<wxScrolledWindow>(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxHSCROLL);
     m_strip->SetScrollRate(kStripScrollStep, 0);
     m_inputParent = m_outputParent = m_strip;
     auto* column = new wxBoxSizer(wxVERTICAL);
@@ -153,7 +154,7 @@ void OrvFilterGuiPlot::CreateTablePanel(wxSizer* middle) {
     auto* edge = new DragEdge(
         this, wxHORIZONTAL, [this] { m_tableWidthBefore = m_tables->GetSize().x; },
         [this](int distance) { SetTableWidth(m_tableWidthBefore - distance); });
-    m_tables = new wxScrolledWindow(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxVSCROLL);
+    m_tables = new QuietScroll<wxScrolledWindow>(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxVSCROLL);
     m_tables->SetScrollRate(0, kStripScrollStep);
     m_tables->SetSizer(new wxBoxSizer(wxVERTICAL));
     m_tables->SetMinSize(wxSize(kTableWidth, kMinimumPlotHeight));

@@ -13,6 +13,7 @@
 
 #include "orvcore/facade/interface.h"
 #include "orvgui/common/framehost.h"
+#include "orvgui/common/quietscroll.h"
 #include "orvgui/common/statictext.h"
 #include "orvgui/common/wheel.h"
 #include "zorbase/text.h"
@@ -45,7 +46,7 @@ void FilterSummary::Register(OrvContext& context) {
 }
 
 OrvFilterGui* FilterSummary::CreatePanel(wxWindow* parent, OrvFilter* filter) {
-    return new FilterSummaryPanel(parent, filter);
+    return new QuietScroll<FilterSummaryPanel>(parent, filter);
 }
 
 // --- one line ---

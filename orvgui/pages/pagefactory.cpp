@@ -1,6 +1,7 @@
 #include "orvgui/pages/pagefactory.h"
 
 #include "orvcore/filter/filter.h"
+#include "orvgui/common/quietscroll.h"
 #include "orvgui/pages/filterguiplot.h"
 #include "orvgui/pages/filterguitext.h"
 #include "orvgui/pages/filterguiviewer.h"
@@ -9,7 +10,7 @@ namespace {
 
 template <typename Page>
 OrvFilterGui* MakePage(wxWindow* parent, OrvFilter* filter) {
-    return new Page(parent, filter);
+    return new QuietScroll<Page>(parent, filter);
 }
 
 // One row per kind of page.

@@ -1,0 +1,37 @@
+#include "orvgui/common/quietscroll.h"
+
+#include <gtest/gtest.h>
+#include <wx/button.h>
+#include <wx/frame.h>
+#include <wx/scrolwin.h>
+
+#include "tests/orvgui/nativecomplaints.h"
+#include "tests/support/guitest.h"
+
+TEST(QuietScroll, HiddenChildrenAreMovedWithoutAComplaintAndStayHidden) {
+    auto* frame = new wxFrame(nullptr, wxID_ANY, "scroll", wxPoint(0, 0), wxSize(400, 300));
+    auto* page = new QuietScroll<wxScrolledWindow>(frame);
+    auto* hidden = new wxButton(page, wxID_ANY, "hidden", wxPoint(10, 10));
+    auto* shown = new wxButton(page, wxID_ANY, "shown", wxPoint(10, 60));
+    hidden->Hide();
+    page->SetScrollRate(10, 10);
+    page->SetVirtualSize(300, 3000);
+    frame->Show();
+    ASSERT_TRUE(PumpUntil([&] { return page->GetClientSize().y > 100; }));
+    const NativeComplaints complaints;
+    ASSERT_TRUE(complaints.IsListening());
+    page->Scroll(0, 20);
+    PumpFor(30);
+    page->Scroll(0, 2);
+    PumpFor(30);
+    EXPECT_EQ(complaints.GetText(), "");
+    EXPECT_FALSE(hidden->IsShown());
+    EXPECT_EQ(hidden->GetPosition(), wxPoint(10, 10 - 20));
+    EXPECT_EQ(shown->GetPosition(), wxPoint(10, 60 - 20));
+    // It can still be shown, where it belongs.
+    hidden->Show();
+    PumpFor(30);
+    EXPECT_TRUE(hidden->IsShownOnScreen());
+    frame->Destroy();
+    Pump();
+}
