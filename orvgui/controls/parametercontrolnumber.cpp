@@ -1,8 +1,10 @@
 #include "orvgui/controls/parametercontrolnumber.h"
 
+#include <wx/popupwin.h>
 #include <wx/sizer.h>
 #include <wx/slider.h>
 #include <wx/spinctrl.h>
+#include <wx/stattext.h>
 #include <wx/textctrl.h>
 
 #include <cmath>
@@ -16,6 +18,7 @@ namespace {
 constexpr int kNumberWidth = 120;
 constexpr int kSliderWidth = 160;
 constexpr int kGap = 8;
+constexpr int kThumb = 20;  // of a slider
 // How long the thumb has to rest before its value is taken while it is still held.
 constexpr int kRestMs = 100;
 
@@ -165,14 +168,43 @@ void ParameterControlInputSpinSlider::SliderChange(bool post) {
     if (post) Report();
 }
 
+wxString ParameterControlInputSpinSlider::GetNumberAboveThumb() const {
+    return m_bubble != nullptr && m_bubble->IsShown() ? m_bubbleText->GetLabelText() : wxString();
+}
+
+void ParameterControlInputSpinSlider::ShowNumberAboveThumb() {
+    if (!m_slider->IsShownOnScreen()) return;
+    if (m_bubble == nullptr) {
+        m_bubble = new wxPopupWindow(m_slider, wxBORDER_SIMPLE);
+        m_bubbleText = new wxStaticText(m_bubble, wxID_ANY, wxString());
+        auto* sizer = new wxBoxSizer(wxVERTICAL);
+        sizer->Add(m_bubbleText, 0, wxALL, kGap / 2);
+        m_bubble->SetSizer(sizer);
+    }
+    m_bubbleText->SetLabelText(wxString::Format("%d", m_slider->GetValue()));
+    m_bubble->Fit();
+    const wxSize size = m_bubble->GetSize();
+    const wxSize slider = m_slider->GetSize();
+    const double range = std::max(m_slider->GetMax() - m_slider->GetMin(), 1);
+    const int x = static_cast<int>((slider.x - kThumb) * (m_slider->GetValue() - m_slider->GetMin()) / range);
+    m_bubble->Move(m_slider->ClientToScreen(wxPoint(x + (kThumb - size.x) / 2, -size.y)));
+    if (!m_bubble->IsShown()) m_bubble->Show();
+}
+
+void ParameterControlInputSpinSlider::HideNumberAboveThumb() {
+    if (m_bubble != nullptr && m_bubble->IsShown()) m_bubble->Hide();
+}
+
 void ParameterControlInputSpinSlider::OnSliderChange(wxCommandEvent&) {
     m_pending = true;
+    ShowNumberAboveThumb();
     m_restTimer.StartOnce(kRestMs);
 }
 
 void ParameterControlInputSpinSlider::OnSliderScrollChange(wxScrollEvent&) {
     m_pending = false;
     m_restTimer.Stop();
+    HideNumberAboveThumb();
     SliderChange(true);
 }
 
@@ -201,5 +233,6 @@ void ParameterControlInputSpinSlider::OnSpinTextEnter(wxCommandEvent& event) {
 void ParameterControlInputSpinSlider::OnTimer(wxTimerEvent&) {
     if (!m_pending) return;
     m_pending = false;
+    HideNumberAboveThumb();  // the spin tells it now
     SliderChange(true);
 }

@@ -6,9 +6,11 @@
 
 class wxKeyEvent;
 class wxScrollEvent;
+class wxPopupWindow;
 class wxSlider;
 class wxSpinCtrl;
 class wxSpinEvent;
+class wxStaticText;
 
 // Numbers. Those typed into a field are checked by a ValidatorTyped with the parameter's bounds (inclusive).
 // GUI thread.
@@ -41,7 +43,7 @@ class ParameterControlInputDouble : public ParameterControlInt {
 };
 
 // One integer in a slider and a spin control side by side. The value is the spin's; the slider's is the one
-// to come while its thumb moves. A thumb that rests is reported before it is let go, so that a drag can be
+// to come while its thumb moves; meanwhile it stands above the thumb. A thumb that rests is reported before it is let go, so that a drag can be
 // followed.
 class ParameterControlInputSpinSlider : public ParameterControl {
   public:
@@ -63,8 +65,12 @@ class ParameterControlInputSpinSlider : public ParameterControl {
     void OnSpinTextEnter(wxCommandEvent& event);
     void OnTimer(wxTimerEvent& event);
 
+    wxString GetNumberAboveThumb() const;  // "" while the thumb rests
+
   private:
     void Report();
+    void ShowNumberAboveThumb();
+    void HideNumberAboveThumb();
     // What is typed is marked when it is out of bounds, and then neither Enter nor leaving the field takes it.
     void OnSpinText(wxCommandEvent& event);
     void OnSpinKey(wxKeyEvent& event);
@@ -72,6 +78,8 @@ class ParameterControlInputSpinSlider : public ParameterControl {
 
     wxSlider* m_slider;
     wxSpinCtrl* m_spin;
+    wxPopupWindow* m_bubble = nullptr;  // made when first needed; the slider's child
+    wxStaticText* m_bubbleText = nullptr;
     wxTimer m_restTimer;
     bool m_pending = false;  // the thumb has moved and nothing was reported since
     bool m_typing = false;   // the spin's text is not its value yet

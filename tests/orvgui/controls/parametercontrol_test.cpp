@@ -302,15 +302,19 @@ TEST_F(ControlTest, SliderAndSpinGoTogether) {
     wxSpinCtrl* spin = control->GetSpin();
     wxCommandEvent moved(wxEVT_SLIDER);
     wxScrollEvent ended(wxEVT_SCROLL_CHANGED);
+    frame->Show();
+    ASSERT_TRUE(PumpUntil([&] { return slider->IsShownOnScreen(); }));
 
     slider->SetValue(40);
     control->OnSliderChange(moved);
     EXPECT_EQ(reports, 0) << "the thumb only moves";
     EXPECT_EQ(spin->GetValue(), 10);
+    EXPECT_EQ(control->GetNumberAboveThumb(), "40") << "told while it moves";
     control->SetControlValue(Parameter::Slider("s", "S", 10, 0, 100));
     EXPECT_EQ(slider->GetValue(), 40) << "a result must not pull the thumb away";
     control->OnSliderScrollChange(ended);
     EXPECT_EQ(reports, 1);
+    EXPECT_EQ(control->GetNumberAboveThumb(), "");
     EXPECT_EQ(control->GetControlValue().Get<int>(), 40);
     control->OnSliderScrollChange(ended);
     EXPECT_EQ(reports, 1) << "equal values report nothing";
