@@ -38,6 +38,15 @@ bool IsSmall(mpWindow& window) {
     return plot != nullptr && plot->IsSmall();
 }
 
+// Where the label of the y axis ends.
+int LabelEnd(wxDC& dc, mpWindow& window) {
+    int end = 0;
+    for (unsigned int i = 0; i < window.CountAllLayers(); ++i)
+        if (auto* axis = dynamic_cast<PlotAxisY*>(window.GetLayer(static_cast<int>(i))))
+            end = 2 * kTextGap + dc.GetTextExtent(axis->GetLabel()).GetWidth();
+    return end;
+}
+
 // Steps of an axis in view; never so many that drawing them would not end.
 template <typename Function>
 void ForEachTick(double from, double to, double step, const Function& function) {
@@ -270,7 +279,12 @@ void PlotText::Plot(wxDC& dc, mpWindow& window) {
         dc.DrawText(wxControl::Ellipsize(m_name, dc, wxELLIPSIZE_END, room), 2 * kTextGap, kTextGap);
     } else {
         // Right of the axis label, above the data.
-        dc.DrawText(m_name, area.GetRight() - size.GetWidth(), (area.GetTop() - size.GetHeight()) / 2);
+        const int room = area.GetRight() - LabelEnd(dc, window) - 2 * kTextGap;
+        const wxString text = size.GetWidth() <= room
+                                  ? m_name
+                                  : wxControl::Ellipsize(m_name, dc, wxELLIPSIZE_END, std::max(room, 0));
+        dc.DrawText(text, area.GetRight() - std::min(size.GetWidth(), dc.GetTextExtent(text).GetWidth()),
+                    (area.GetTop() - size.GetHeight()) / 2);
     }
 }
 

@@ -35,6 +35,7 @@ class PlotAxisY : public mpScaleY {
     explicit PlotAxisY(const wxString& name) : mpScaleY(name, mpALIGN_BORDER_LEFT, true) {}
     void Plot(wxDC& dc, mpWindow& window) override;
     void SetLabel(const wxString& label) { m_label = label; }
+    const wxString& GetLabel() const { return m_label; }
 
   private:
     wxString m_label;
