@@ -282,6 +282,11 @@ void OrvInterface::SaveProject(const wxString& path) {
             saved.SetSaved(true);
             {
                 const std::lock_guard guard(m->mutex);
+                // Marks are set while this runs, too.
+                if (m->project.GetAnnotations() != saved.GetAnnotations()) {
+                    saved.SetAnnotations(m->project.GetAnnotations());
+                    saved.SetSaved(false);
+                }
                 m->project = std::move(saved);
             }
             m->recovery.Clear();
@@ -304,11 +309,15 @@ void OrvInterface::SetCaseData(const OrvCaseData& data) {
     });
 }
 
+// Marks follow the mouse: the change holds at once, whatever the worker does, and the window is told of it later.
 void OrvInterface::SetAnnotations(const std::vector<OrvAnnotation>& annotations) {
-    m->Push(OrvCommand::Kind::Project, [this, annotations](const OrvJob&) {
-        m->ChangeProject([&annotations](OrvProject& project) { project.SetAnnotations(annotations); });
-        m->Tell(OrvEventEditBookmark);
-    });
+    {
+        const std::lock_guard lock(m->mutex);
+        if (m->project.GetAnnotations() == annotations) return;
+        m->project.SetAnnotations(annotations);
+        m->project.SetSaved(false);
+    }
+    m->Push(OrvCommand::Kind::Project, [this](const OrvJob&) { m->Tell(OrvEventEditBookmark); });
 }
 
 void OrvInterface::Autosave() {

@@ -4,6 +4,7 @@
 
 #include "orvcore/filter/libraryversions.h"
 #include "orvcore/report/reportblocks.h"
+#include "orvcore/report/reportmarks.h"
 #include "orvcore/report/selftestrecord.h"
 #include "orvcore/tables/tablemarkup.h"
 #include "zorbase/appversion.h"
@@ -57,7 +58,7 @@ std::string TitleOf(const OrvReportSection& section) {
 
 }  // namespace
 
-ReportBuilder::ReportBuilder(const OrvReport& report, const OrvJob& job) : m_report(report) {
+ReportBuilder::ReportBuilder(const OrvReport& report, const OrvJob& job) : m_report(report), m_job(job) {
     m_document.title = "Report";
     for (const OrvFilePtr& file : report.files)
         if (file) {
@@ -85,6 +86,7 @@ ReportBuilder::ReportBuilder(const OrvReport& report, const OrvJob& job) : m_rep
     blocks.emplace_back(ReportHeading{2, "Files", "files"});
     blocks.emplace_back(FilesTable(report));
     Append(blocks, FileThumbnails(report, job));
+    for (int slot = 0; slot < kFileSlots; ++slot) AddMarks(report.files[slot], blocks);
     m_verdicts.namesRows = true;
     m_verdicts.labels = {"Filter"};
     for (int slot = 0; slot < kFileSlots; ++slot)
@@ -130,6 +132,15 @@ void ReportBuilder::Add(const OrvReportSection& section) {
     if (section.isBookmark)
         m_body.emplace_back(ReportParagraph{"Filter: " + section.filter->GetNameUtf8() + "."});
     Append(m_body, SectionBlocks(section, {}));
+    // A bookmark may show files that are not loaded any more.
+    if (section.isBookmark && section.result)
+        for (const OrvFilePtr& file : section.result->file) AddMarks(file, m_body);
+}
+
+// Of each file once.
+void ReportBuilder::AddMarks(const OrvFilePtr& file, std::vector<ReportBlock>& blocks) {
+    if (!file || !m_marked.insert(file->GetSha256()).second) return;
+    Append(blocks, MarkBlocks(file, m_report.project.GetAnnotations(), m_job));
 }
 
 void ReportBuilder::AddProblem(const std::string& name, const std::string& note, const std::string& problem) {

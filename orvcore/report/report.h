@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -36,7 +37,7 @@ struct OrvReport {
 };
 
 // Makes a report of what is handed to it piece by piece, so that no more than one filter's result has to be held. Pictures are kept as
-// PNG. The document holds the case data, the files with hashes and thumbnails, a table of all verdicts, and for each section the method
+// PNG. The document holds the case data, the files with hashes, thumbnails and the examiner's marks, a table of all verdicts, and for each section the method
 // with its source and limits, parameters, verdict, rates of error where they were measured, pictures, maps with legends, plots and tables
 // (long ones cut, and it is said); then the command line that repeats each result, the last self-test and the versions. Any thread.
 class ReportBuilder {
@@ -50,8 +51,11 @@ class ReportBuilder {
 
   private:
     void AddVerdicts(const OrvReportSection& section, const std::string& anchor);
+    void AddMarks(const OrvFilePtr& file, std::vector<ReportBlock>& blocks);
 
     const OrvReport& m_report;
+    OrvJob m_job;
+    std::set<std::string> m_marked;  // SHA-256 of files whose marks are shown
     ReportDocument m_document;
     std::vector<ReportBlock> m_body;
     ReportTable m_verdicts;

@@ -82,15 +82,6 @@ void AddOutputs(const OrvFilterResult& result, std::vector<ReportBlock>& blocks)
     for (ReportBlock& block : tables) blocks.push_back(std::move(block));
 }
 
-void Encode(const Image& image, ReportPicture& picture) {
-    picture.bytes = EncodeImage(image, "png");
-    if (picture.bytes.size() <= kLargePicture) return;
-    std::vector<std::uint8_t> smaller = EncodeImage(image, "jpg", kJpegQuality);
-    if (smaller.size() * 2 > picture.bytes.size()) return;
-    picture.bytes = std::move(smaller);
-    picture.isJpeg = true;
-}
-
 void AddPictures(const OrvReportSection& section, const OrvPictureLink& link,
                  std::vector<ReportBlock>& blocks) {
     ForEachPicture(*section.filter, *section.result, link ? 0 : kLongestSide,
@@ -101,7 +92,7 @@ void AddPictures(const OrvReportSection& section, const OrvPictureLink& link,
                            shown.width = picture.image.GetWidth();
                            shown.height = picture.image.GetHeight();
                            if (!link)
-                               Encode(picture.image, shown);
+                               EncodeForReport(picture.image, shown);
                            else if ((shown.link = link(picture)).empty())
                                return;
                        }
@@ -141,6 +132,15 @@ void AddFindings(const OrvReportSection& section, std::vector<ReportBlock>& bloc
 
 }  // namespace
 
+void EncodeForReport(const Image& image, ReportPicture& picture) {
+    picture.bytes = EncodeImage(image, "png");
+    if (picture.bytes.size() <= kLargePicture) return;
+    std::vector<std::uint8_t> smaller = EncodeImage(image, "jpg", kJpegQuality);
+    if (smaller.size() * 2 > picture.bytes.size()) return;
+    picture.bytes = std::move(smaller);
+    picture.isJpeg = true;
+}
+
 ReportTable FilesTable(const OrvReport& report) {
     const OrvJob job;
     ReportTable table;
@@ -178,7 +178,7 @@ std::vector<ReportBlock> FileThumbnails(const OrvReport& report, const OrvJob& j
             continue;
         }
         ReportPicture picture;
-        Encode(small, picture);
+        EncodeForReport(small, picture);
         picture.width = picture.shownWidth = small.GetWidth();
         picture.height = small.GetHeight();
         picture.alternative = std::string(kReportSlotTitles[slot]) + ": " + name;

@@ -17,6 +17,9 @@ ReportTable FilesTable(const OrvReport& report);
 // What the file shows, small. Nothing where it cannot be decoded.
 std::vector<ReportBlock> FileThumbnails(const OrvReport& report, const OrvJob& job);
 
+// As PNG, or as JPEG where grain would make that large. width and height are the caller's.
+void EncodeForReport(const Image& image, ReportPicture& picture);
+
 // Everything of a section below its heading; see OrvPictureLink for the link.
 std::vector<ReportBlock> SectionBlocks(const OrvReportSection& section, const OrvPictureLink& link);
 

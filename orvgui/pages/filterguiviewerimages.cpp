@@ -6,6 +6,8 @@
 
 #include "orvcore/facade/interface.h"
 #include "orvgui/common/visibletext.h"
+#include "orvgui/viewer/annotationpaint.h"
+#include "orvgui/viewer/annotationpanel.h"
 #include "orvgui/viewer/canvas.h"
 #include "orvgui/viewer/mappanel.h"
 #include "orvgui/viewer/viewerpanel.h"
@@ -104,7 +106,14 @@ void OrvFilterGuiViewer::ShowCaptions() {
                         wxString::Format(_("%d %% of the other"), m_mixPercent);
         }
         m_viewerPanel->SetCaption(static_cast<int>(i), text);
+        // Marks belong to the file's own pixels: a picture of another size is a spectrum, a sheet of small ones or the like.
+        const Image input = shown.isDifference ? Image() : m_filter->GetInputImage(shown.slot);
+        const OrvFilePtr file = core != nullptr ? core->GetFile(shown.slot) : nullptr;
+        const IntPair size = canvases[i]->GetProperties()->GetPixelSize();
+        const bool isOwn = file && input.IsValid() && size == IntPair{input.GetWidth(), input.GetHeight()};
+        SetMarkedFile(*canvases[i], isOwn ? file->GetSha256() : std::string());
     }
+    ShowAnnotations(*this);
 }
 
 // Lines and regions of the chosen map lie over the processed picture; the untouched one stays untouched.

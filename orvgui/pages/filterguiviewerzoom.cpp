@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "orvgui/viewer/annotationpanel.h"
 #include "orvgui/viewer/canvas.h"
 #include "orvgui/viewer/selectorpanel.h"
 #include "orvgui/viewer/toolpanel.h"
@@ -149,6 +150,8 @@ bool OrvFilterGuiViewer::ScrollByKey(int key, bool fine, Canvas* canvas) {
 }
 
 bool OrvFilterGuiViewer::ViewerKey(wxKeyEvent& event, Canvas* canvas) {
+    if (AnnotationPanel* marks = FindAnnotationPanel(m_toolPanel); marks != nullptr && marks->UseKey(event))
+        return true;
     if (canvas == nullptr || event.ControlDown() || event.AltDown() || event.MetaDown()) return false;
     m_activeWinId = canvas->GetId();
     canvas = GetLeadCanvas();

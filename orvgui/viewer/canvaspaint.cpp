@@ -7,6 +7,7 @@
 #include <cmath>
 
 #include "orvcore/facade/context.h"
+#include "orvgui/viewer/annotationpaint.h"
 #include "orvgui/viewer/canvas.h"
 #include "zorbase/text.h"
 
@@ -74,6 +75,7 @@ void Canvas::Draw(wxDC& dc) {
     if (shared->zoom > 0.0) {
         PaintImage(dc, *shared);
         if (!m_isShowingOther) DrawMarks(dc, *shared);
+        DrawAnnotationMarks(dc, *this, *shared);
         if (m_drawRectEnabled) DrawSpecialRectangle(&dc, m_drawRect);
     }
 }

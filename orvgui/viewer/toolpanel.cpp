@@ -6,6 +6,7 @@
 
 #include "orvgui/common/accessible.h"
 #include "orvgui/common/icons.h"
+#include "orvgui/viewer/annotationpanel.h"
 #include "orvgui/viewer/canvas.h"
 #include "orvgui/viewer/inspectorpanel.h"
 #include "orvgui/viewer/selectorpanel.h"
@@ -42,6 +43,7 @@ OrvToolPanel::OrvToolPanel(wxWindow* parent, OrvViewerHost* page) : OrvToolPanel
 void OrvToolPanel::CreateControls() {
     m_zoomPanel = new ZoomPanel(this, m_page);
     m_selectorPanel = new SelectorPanel(this, m_page);
+    auto* annotations = new AnnotationPanel(this, m_page);
     m_inspectorPanel = new InspectorPanel(this, m_page);
 
     m_tools = new OrvToolPanelBase(this, m_page);
@@ -57,6 +59,8 @@ void OrvToolPanel::CreateControls() {
     m_navigateButton =
         makeToggle("navigate.png", _("Navigate"), _("a click zooms in, a drag moves the picture"));
     m_selectButton = makeToggle("select.png", _("Select"), _("a drag draws, moves or resizes the selection"));
+    auto* mark = makeToggle("mark.png", _("Mark"),
+                            _("a drag draws a mark on the picture, which is kept in the project only"));
     tools->AddSpacer(kGap);
     m_sideButton = makeToggle("details.png", _("Details"),
                               _("shows or hides description, parameters, results and overview"));
@@ -65,11 +69,14 @@ void OrvToolPanel::CreateControls() {
     m_sideButton->SetValue(true);
     m_navigateButton->Bind(wxEVT_TOGGLEBUTTON, &OrvToolPanel::OnTool, this);
     m_selectButton->Bind(wxEVT_TOGGLEBUTTON, &OrvToolPanel::OnTool, this);
+    mark->Bind(wxEVT_TOGGLEBUTTON, [this](wxCommandEvent&) { SetTool(kMarkTool); });
+    annotations->SetToolButton(mark);
     m_sideButton->Bind(wxEVT_TOGGLEBUTTON, &OrvToolPanel::OnSidePanel, this);
 
     for (OrvToolPanelBase* panel : AllPanels()) panel->CreateControls();
     // The tool that is on shows its fields before anything is laid out.
     m_selectorPanel->Hide();
+    annotations->Hide();
     SetTool(OrvTool::Navigate);
     Bind(wxEVT_SIZE, [this](wxSizeEvent&) { Layout(); });
 }
@@ -79,6 +86,7 @@ StripPlaces OrvToolPanel::PlaceGroups(int width) const {
     std::vector<StripGroup> groups;
     for (OrvToolPanelBase* panel : {static_cast<OrvToolPanelBase*>(m_zoomPanel), m_tools,
                                     static_cast<OrvToolPanelBase*>(m_selectorPanel),
+                                    static_cast<OrvToolPanelBase*>(FindAnnotationPanel(this)),
                                     static_cast<OrvToolPanelBase*>(m_inspectorPanel)}) {
         const wxSize best = panel->GetSizer()->CalcMin();
         groups.push_back({best.x, panel->GetWantedWidth(), best.y,
@@ -93,6 +101,7 @@ bool OrvToolPanel::Layout() {
     std::size_t i = 0;
     for (OrvToolPanelBase* panel : {static_cast<OrvToolPanelBase*>(m_zoomPanel), m_tools,
                                     static_cast<OrvToolPanelBase*>(m_selectorPanel),
+                                    static_cast<OrvToolPanelBase*>(FindAnnotationPanel(this)),
                                     static_cast<OrvToolPanelBase*>(m_inspectorPanel)}) {
         const StripPlace& place = places.groups[i++];
         if (panel == m_inspectorPanel) panel->Show(place.width > 0);
@@ -105,6 +114,7 @@ std::vector<OrvToolPanelBase*> OrvToolPanel::AllPanels() const {
     std::vector<OrvToolPanelBase*> panels;
     for (OrvToolPanelBase* panel :
          {static_cast<OrvToolPanelBase*>(m_zoomPanel), static_cast<OrvToolPanelBase*>(m_selectorPanel),
+          static_cast<OrvToolPanelBase*>(FindAnnotationPanel(this)),
           static_cast<OrvToolPanelBase*>(m_inspectorPanel), static_cast<OrvToolPanelBase*>(m_settingsPanel),
           static_cast<OrvToolPanelBase*>(m_outputsPanel)}) {
         if (panel != nullptr) panels.push_back(panel);
@@ -132,8 +142,10 @@ void OrvToolPanel::SetTool(OrvTool tool) {
     m_tool = tool;
     m_navigateButton->SetValue(tool == OrvTool::Navigate);
     m_selectButton->SetValue(tool == OrvTool::Select);
-    // The selection's numbers take a row of their own in a narrow window: only where they are wanted.
-    if (m_selectorPanel->Show(tool == OrvTool::Select)) FitStrip();
+    // What belongs to one tool takes a row of its own in a narrow window: only where it is wanted.
+    const bool selectorChanged = m_selectorPanel->Show(tool == OrvTool::Select);
+    const bool marksChanged = FindAnnotationPanel(this)->ShowFor(tool);
+    if (selectorChanged || marksChanged) FitStrip();
 }
 
 void OrvToolPanel::OnTool(wxCommandEvent& event) {
