@@ -115,20 +115,32 @@ class Finder {
     std::size_t NextRun(std::size_t from) {
         while (from < m_bytes.size()) {
             Tick(from);
-            const std::size_t count = std::min(kBlock, m_bytes.size() - from);
-            Classify(from, count);
-            const std::size_t places = count < m_window ? 0 : count - m_window + 1;
-            Erode(places);
-            const void* hit = places == 0 ? nullptr : std::memchr(m_runs.data(), 1, places);
+            if (from - m_blockStart >= m_places) {
+                // A run that a block's end cuts is looked at again as a whole.
+                std::size_t end = m_count;
+                while (end > 0 && m_map[end - 1] != 0) --end;
+                LookAt(std::max(from, m_blockStart + end));
+                from = std::max(from, m_blockStart);
+                if (m_places == 0) break;
+            }
+            const std::size_t first = from - m_blockStart;
+            const void* hit = std::memchr(m_runs.data() + first, 1, m_places - first);
             if (hit != nullptr)
-                return from + static_cast<std::size_t>(static_cast<const std::uint8_t*>(hit) - m_runs.data());
-            if (from + count == m_bytes.size()) break;
-            // A run that the block's end cuts is looked at again as a whole.
-            std::size_t end = count;
-            while (end > 0 && m_map[end - 1] != 0) --end;
-            from += end;
+                return m_blockStart +
+                       static_cast<std::size_t>(static_cast<const std::uint8_t*>(hit) - m_runs.data());
+            if (m_blockStart + m_count == m_bytes.size()) break;
+            from = m_blockStart + m_places;
         }
         return m_bytes.size();
+    }
+
+    // Makes the block that starts there the one that is searched.
+    void LookAt(std::size_t from) {
+        m_blockStart = from;
+        m_count = std::min(kBlock, m_bytes.size() - from);
+        m_places = m_count < m_window ? 0 : m_count - m_window + 1;
+        Classify(from, m_count);
+        Erode(m_places);
     }
 
     void Classify(std::size_t from, std::size_t count) {
@@ -240,6 +252,9 @@ class Finder {
     std::size_t m_window;  // every text has as many bytes at least
     const std::function<void(double)>& m_progress;
     std::size_t m_nextTick = 0;
+    std::size_t m_blockStart = 0;
+    std::size_t m_count = 0;                                      // bytes of the block
+    std::size_t m_places = 0;                                     // of them, where a run may begin
     std::array<std::array<std::size_t, 2>, 2> m_tooShortUntil{};  // by byte order, and by even or odd place
     std::array<std::uint8_t, kBlock + 3> m_copy{};
     std::array<std::uint8_t, kBlock> m_map{};

@@ -49,12 +49,11 @@ class Finder {
         m_places.exifBytes = blocks.exif;
         m_places.xmp = OffsetIn(m_bytes, blocks.xmp);
         m_places.xmpBytes = blocks.xmp;
+        // Of two blocks of IPTC in a JPEG the one beside EXIF counts, not the one inside of it.
+        if (StartsWith(m_bytes, 0, "\xFF\xD8", 2)) WalkJpeg();
         if (m_places.exif) ReadExif();
         if (m_places.exif == std::size_t{0}) ReadPacketOfTiff();
-        if (StartsWith(m_bytes, 0, "\xFF\xD8", 2))
-            WalkJpeg();
-        else if (StartsWith(m_bytes, 0, "8BPS", 4))
-            ReadPhotoshopFile();
+        if (StartsWith(m_bytes, 0, "8BPS", 4)) ReadPhotoshopFile();
         if (!m_places.icc) FindProfile(0);
         return std::move(m_places);
     }

@@ -105,8 +105,8 @@ TEST(PrintableStrings, TheShortCutsMissNothing) {
     for (const Bytes& alphabet : alphabets) {
         for (const std::size_t minimum : {1, 2, 3, 6, 7, 15, 16, 17, 40}) {
             // Small ones, and such as end near the edges of what is looked at in one go.
-            for (std::size_t round = 0; round < 40; ++round) {
-                Bytes bytes(round < 36 ? round * 7 : 3 * 16384 + round - 38);
+            for (std::size_t round = 0; round < 24; ++round) {
+                Bytes bytes(round < 22 ? round * 11 : 3 * 16384 + round - 22);
                 for (std::uint8_t& byte : bytes)
                     byte = alphabet.empty() ? static_cast<std::uint8_t>(random())
                                             : alphabet[random() % alphabet.size()];
@@ -161,12 +161,12 @@ TEST(PrintableStrings, LimitsAndStop) {
     EXPECT_TRUE(listed.isTruncated);
     struct Stop {};
     // A stop is possible at every megabyte, within one text as well.
-    Bytes wide(8 << 20, 'a');
+    Bytes wide(3 << 20, 'a');
     for (std::size_t i = 1; i < wide.size(); i += 2) wide[i] = 0;
-    for (const Bytes& bytes : {Bytes(8 << 20, 'a'), Bytes(8 << 20, 0), wide, Bytes(8 << 20, 0xFF)}) {
+    for (const Bytes& bytes : {Bytes(3 << 20, 'a'), Bytes(3 << 20, 0), wide, Bytes(3 << 20, 0xFF)}) {
         int ticks = 0;
         FindPrintableStrings(bytes, 6, [&ticks](double) { ++ticks; });
-        EXPECT_GE(ticks, 7);
+        EXPECT_GE(ticks, 2);
     }
     EXPECT_THROW(FindPrintableStrings(longText, 4, [](double) { throw Stop(); }), Stop);
 }

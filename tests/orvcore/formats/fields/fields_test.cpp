@@ -142,6 +142,19 @@ TEST(MetadataPlaces, PackedPartsHaveNoOffsets) {
     }
 }
 
+// The library reads the block beside EXIF where there are two.
+TEST(MetadataPlaces, OfTwoCaptionBlocksTheOneThatCountsIsPlaced) {
+    const Bytes inner = Iptc({{25, "inner"}});
+    const Bytes bytes = MakeJpeg(
+        {.segments = {{1, ToBytes(std::string("Exif\0\0", 6)) +
+                              Tiff({.main = {{0x010F, 2, {}, "Acme"}, {0x83BB, 7, {}, TextOf(inner)}}})},
+                      {13, Resources({{0x0404, Iptc({{25, "outer"}})}})}}});
+    const DetailedMetadata all = ReadDetailedMetadata(bytes, {});
+    const MetadataEntry& entry = Entry(all, "Iptc.Application2.Keywords");
+    EXPECT_EQ(entry.raw, "outer");
+    EXPECT_EQ(At(bytes, entry.offset.value_or(0), 5), "outer");
+}
+
 TEST(MetadataPlaces, ANoteThatTheLibraryLeavesClosedIsListed) {
     Bytes directory;
     AppendBig(directory, 2, 2);
