@@ -17,6 +17,7 @@ import sys
 GROUPS = {"IFD0": "EXIF Image", "IFD1": "EXIF Thumbnail", "ExifIFD": "EXIF Photo", "InteropIFD": "EXIF Iop", "GPS": "GPS"}
 # What the other reader computes from the stored value, also where numbers are asked for.
 COMPUTED = {0x9201: lambda v: 2 ** -v, 0x9202: lambda v: 2 ** (v / 2), 0x9205: lambda v: 2 ** (v / 2)}
+COMPUTED_IN_XMP = {"ShutterSpeedValue": 0x9201, "ApertureValue": 0x9202, "MaxApertureValue": 0x9205}
 # Blocks and pointers that the other reader opens, and texts whose character set each reads its own way.
 LEFT_OUT = {0x927C, 0x8769, 0x8825, 0xA005, 0x02BC, 0x83BB, 0x8649, 0x8773, 0x014A, 0xC4A5, 0x9286, 0xEA1C,
             0x9C9B, 0x9C9C, 0x9C9D, 0x9C9E, 0x9C9F, 0x001B, 0x001C, 0x0201, 0x0111, 0xA40B}
@@ -49,7 +50,10 @@ def numbers(text):
     """The numbers of a stored value, fractions worked out; None where it is none."""
     found = []
     for part in str(text).split():
-        match = re.fullmatch(r"(-?[\d.]+)(?:/(-?[\d.]+))?", part)
+        if part == "undef":
+            found.append(None)
+            continue
+        match = re.fullmatch(r"(-?[\d.]+(?:e[-+]?\d+)?)(?:/(-?[\d.]+))?", part)
         if match is None:
             return None
         try:
@@ -76,14 +80,20 @@ def agrees(tag, wanted, row):
     if plain(wanted) in (plain(stored), plain(shown)):
         return True
     have, want = numbers(stored), numbers(wanted)
-    if want is None and str(wanted) in ("undef", "inf", "-inf", "0 undef") and have is not None and None in have:
+    if want is None and str(wanted) in ("inf", "-inf") and have is not None and None in have:
         return True
     if have is not None and all(x is not None and 0 <= x < 256 for x in have):
         # Bytes that the other reader shows as text.
         if plain(bytes(int(x) for x in have).decode("latin-1")) == plain(wanted):
             return True
+        if "".join("%02x" % int(x) for x in have) == str(wanted).lower():
+            return True
         if len(have) == 3 and str(wanted).startswith("%02d:%02d:%02d" % tuple(int(x) for x in have)):
             return True
+    degrees = re.fullmatch(r"(\d+),([\d.]+)([NSEW])", stored)
+    if degrees and want is not None:
+        # As XMP writes a position: degrees and minutes.
+        have = [(float(degrees[1]) + float(degrees[2]) / 60) * (-1 if degrees[3] in "SW" else 1)]
     if have is None or want is None:
         return False
     if same_numbers(have, want):
@@ -140,7 +150,7 @@ def offsets(rows, file):
             have.setdefault((row["Group"], int(row["Tag"], 16)), set()).add(int(row["Offset"]))
     facts = []
     folders = {}  # by depth
-    lines = run("exiftool", "-v3", file).split("\n")
+    lines = [re.sub(r"^  ", "", line) for line in run("exiftool", "-v3", file).split("\n")]
     for i, line in enumerate(lines[:-1]):
         folder = re.match(r"((?:[|] )*) *[+] \[(\w+) directory", line)
         if folder:
@@ -180,7 +190,7 @@ def xmp(rows, file):
         # Parts of structures are named otherwise; what the other reader computes has no stored counterpart.
         if not group.startswith("XMP-") or key not in have or isinstance(value, list) or is_binary(value):
             continue
-        facts.append(((group, name, value), any(agrees(0, value, row) for row in have[key])))
+        facts.append(((group, name, value), any(agrees(COMPUTED_IN_XMP.get(name, 0), value, row) for row in have[key])))
     return facts
 
 

@@ -208,13 +208,16 @@ std::uint32_t NumberOf(const std::string& tag) {
     return static_cast<std::uint32_t>(std::strtoul(tag.c_str(), nullptr, 16));
 }
 
-void PlaceExif(const MetadataPlaces& places, MetadataEntry& entry) {
+// skip: how many entries of the same key came before.
+void PlaceExif(const MetadataPlaces& places, std::size_t skip, MetadataEntry& entry) {
     const std::string group = GroupOf(entry.key);
     const std::uint32_t number = NumberOf(entry.tag);
     if (const TiffDirectory* directory = DirectoryOf(places, group)) {
-        const TiffEntry* found = FindTiffEntry(*directory, number);
-        if (found != nullptr && found->valueSize == entry.size)
-            entry.offset = *places.exif + found->valueOffset;
+        for (const TiffEntry& found : directory->entries) {
+            if (found.tag != number || skip-- > 0) continue;
+            if (found.valueSize == entry.size) entry.offset = *places.exif + found.valueOffset;
+            break;
+        }
         return;
     }
     if (!places.makerNote || !places.makerNote->isRead || places.makerNote->kind != group) return;
@@ -289,7 +292,7 @@ void PlaceAll(const MetadataPlaces& places, MetadataSet& set) {
         if (entry.offset) continue;
         const bool isExif = entry.kind == MetadataKind::Exif || entry.kind == MetadataKind::Gps ||
                             entry.kind == MetadataKind::MakerNote;
-        if (isExif && places.exif) PlaceExif(places, entry);
+        if (isExif && places.exif) PlaceExif(places, seen[entry.key]++, entry);
         if (entry.kind == MetadataKind::Iptc) {
             // The same data set may come several times, in the order of the file.
             std::size_t skip = seen[entry.tag]++;

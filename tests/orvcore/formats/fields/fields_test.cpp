@@ -142,6 +142,19 @@ TEST(MetadataPlaces, PackedPartsHaveNoOffsets) {
     }
 }
 
+// Some cameras write an entry twice.
+TEST(MetadataPlaces, EachOfTwoEqualEntriesHasItsOwnPlace) {
+    const Bytes bytes =
+        WithExif(Tiff({.main = {{0x010F, 2, {}, "Acme"}, {0x0112, 3, {1}}, {0x0112, 3, {6}}}}));
+    std::vector<std::size_t> offsets;
+    for (const MetadataEntry& entry : ReadDetailedMetadata(bytes, {}).set.entries)
+        if (entry.key == "Exif.Image.Orientation") offsets.push_back(entry.offset.value_or(0));
+    ASSERT_EQ(offsets.size(), 2U);
+    EXPECT_EQ(bytes[offsets[0]], 1);
+    EXPECT_EQ(bytes[offsets[1]], 6);
+    EXPECT_EQ(offsets[1] - offsets[0], 12U);
+}
+
 // The library reads the block beside EXIF where there are two.
 TEST(MetadataPlaces, OfTwoCaptionBlocksTheOneThatCountsIsPlaced) {
     const Bytes inner = Iptc({{25, "inner"}});
