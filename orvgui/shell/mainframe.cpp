@@ -215,9 +215,10 @@ void OrvMainFrame::OnCloseEvent(wxCloseEvent& event) {
         m_isStoppingToClose = true;
         m_core->AbortProcessing();
     }
-    const bool mayClose = MayCloseWithProject(event);
-    m_isStoppingToClose = false;
-    if (!mayClose) return;
+    if (!MayCloseWithProject(event)) {
+        m_isStoppingToClose = false;
+        return;
+    }
     OnCloseWindow(event);
     if (!m_restartScheduled) return;
     const wxString program = wxStandardPaths::Get().GetExecutablePath();

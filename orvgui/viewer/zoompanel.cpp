@@ -32,7 +32,7 @@ constexpr int kGap = 4;
 constexpr int kZoomTextDigits = 6;
 constexpr int kFieldInset = 18;  // pixels of border and padding left and right
 constexpr int kSliderWidth = 90;
-constexpr int kViewChoiceLeast = 200;
+constexpr int kViewChoiceLeast = 160;
 
 }  // namespace
 
