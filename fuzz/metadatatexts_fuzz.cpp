@@ -4,6 +4,7 @@
 #include "orvcore/formats/consistency/consistency.h"
 #include "orvcore/formats/textencoding.h"
 #include "zorbase/text.h"
+#include "zorbase/utf8.h"
 
 // Any texts as the values of metadata: decoded from every character set, read as a position with all that belongs to it, and held
 // against each other by every rule. The input is cut at its bytes 0x1E; each piece is one value, by turns.
@@ -63,6 +64,16 @@ bool IsText(const std::string& text) {
     return ToValidUtf8(text) == text;
 }
 
+// Control characters are allowed.
+bool IsUtf8(const std::string& text) {
+    for (std::size_t at = 0; at < text.size();) {
+        const Utf8Step step = NextUtf8(text, at);
+        if (!step.valid) return false;
+        at += step.length;
+    }
+    return true;
+}
+
 void CheckPosition(const GpsFacts& facts) {
     for (const std::optional<GpsDirection>* direction :
          {&facts.imageDirection, &facts.track, &facts.destination})
@@ -81,7 +92,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string_view all(reinterpret_cast<const char*>(data) + 1, size - 1);
     const auto encoding =
         static_cast<TextEncoding>(data[0] % (static_cast<int>(TextEncoding::JisComment) + 1));
-    if (const auto text = DecodeText(all, encoding)) Expect(IsText(*text));
+    if (const auto text = DecodeText(all, encoding)) Expect(IsUtf8(*text));
 
     DetailedMetadata metadata;
     std::size_t key = 0;
