@@ -285,6 +285,35 @@ void AddClosedNote(const MetadataPlaces& places, MetadataSet& set) {
     set.entries.insert(place, added.begin(), added.end());
 }
 
+// The library passes over a data set without content that stands last in the block.
+void AddLastDataSet(const MetadataPlaces& places, MetadataSet& set) {
+    if (places.iptc.empty() || places.iptc.back().size > 0) return;
+    const IptcPlace& last = places.iptc.back();
+    const std::string tag = std::to_string(last.record) + ":" + std::to_string(last.number);
+    const auto there = std::count_if(places.iptc.begin(), places.iptc.end(), [&last](const IptcPlace& place) {
+        return place.record == last.record && place.number == last.number;
+    });
+    const auto read = std::count_if(
+        set.entries.begin(), set.entries.end(),
+        [&tag](const MetadataEntry& entry) { return entry.kind == MetadataKind::Iptc && entry.tag == tag; });
+    if (read >= there) return;
+    MetadataEntry entry;
+    entry.kind = MetadataKind::Iptc;
+    const std::string record = last.record == 1   ? "Envelope"
+                               : last.record == 2 ? "Application2"
+                                                  : "Record" + std::to_string(last.record);
+    entry.group = "IPTC " + record;
+    entry.key = "Iptc." + record + "." + std::to_string(last.number);
+    entry.label = "Data Set " + tag;
+    entry.type = "Empty";
+    entry.tag = tag;
+    entry.offset = last.offset;
+    const auto behind =
+        std::find_if(set.entries.rbegin(), set.entries.rend(),
+                     [](const MetadataEntry& other) { return other.kind == MetadataKind::Iptc; });
+    set.entries.insert(behind == set.entries.rend() ? set.entries.end() : behind.base(), std::move(entry));
+}
+
 void PlaceAll(const MetadataPlaces& places, MetadataSet& set) {
     std::map<std::string, std::optional<std::size_t>> properties;
     std::map<std::string, std::size_t> seen;
@@ -343,6 +372,7 @@ DetailedMetadata ReadDetailedMetadata(ByteSpan bytes, ByteSpan iccProfile, TextE
     all.places = FindMetadataPlaces(bytes, iccProfile);
     all.icc = ReadIccFacts(iccProfile);
     AddClosedNote(all.places, all.set);
+    AddLastDataSet(all.places, all.set);
     PlaceAll(all.places, all.set);
     AddProfile(bytes, iccProfile, all, all.set);
     return all;

@@ -155,6 +155,25 @@ TEST(MetadataPlaces, EachOfTwoEqualEntriesHasItsOwnPlace) {
     EXPECT_EQ(offsets[1] - offsets[0], 12U);
 }
 
+// An empty data set at the end of its block is told like any other.
+TEST(MetadataPlaces, AnEmptyDataSetIsTold) {
+    for (const auto& [sets, count] :
+         {std::pair{std::vector<std::pair<int, std::string>>{{25, "one"}, {231, ""}}, 1},
+          {{{231, ""}, {25, "one"}}, 1},
+          {{{231, ""}, {231, ""}}, 2},
+          {{{25, "one"}}, 0}}) {
+        const Bytes bytes = MakeJpeg({.segments = {{13, Resources({{0x0404, Iptc(sets)}})}}});
+        int told = 0;
+        for (const MetadataEntry& entry : ReadDetailedMetadata(bytes, {}).set.entries) {
+            if (entry.tag != "2:231") continue;
+            ++told;
+            EXPECT_EQ(entry.raw, "");
+            EXPECT_TRUE(entry.offset.has_value());
+        }
+        EXPECT_EQ(told, count) << sets.size();
+    }
+}
+
 // The library reads the block beside EXIF where there are two.
 TEST(MetadataPlaces, OfTwoCaptionBlocksTheOneThatCountsIsPlaced) {
     const Bytes inner = Iptc({{25, "inner"}});
