@@ -8,7 +8,7 @@
 class FileFormatFilter : public OrvFilter {
   public:
     FileFormatFilter();
-    int GetVersion() const override { return 2; }
+    int GetVersion() const override { return 3; }
     bool GivesVerdict() const override { return true; }
 
   protected:
