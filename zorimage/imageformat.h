@@ -29,11 +29,11 @@ enum class FileFormat {
     Text
 };
 
-// At most this many leading bytes are looked at.
+// As many leading bytes tell every format, but for a camera RAW file that is TIFF inside and whose first directory lies behind them.
 constexpr std::size_t kFormatSniffBytes = 4096;
 
-// head: the first kFormatSniffBytes of the file, or the whole file when it is shorter. Camera RAW files that are TIFF inside
-// are told by their signature or the make in their first directory. Never throws.
+// head: the whole file, or its first kFormatSniffBytes (then such a RAW file counts as TIFF). Camera RAW files that are TIFF inside
+// are told by their signature or by their first directory, wherever it is. Never throws.
 FileFormat DetectFormat(std::span<const std::uint8_t> head);
 
 // "JPEG", "PNG", "Camera RAW", "Unknown"…: what the examiner reads. Never translated here.
