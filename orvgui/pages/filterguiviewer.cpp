@@ -5,6 +5,7 @@
 #include "orvcore/facade/interface.h"
 #include "orvgui/common/dragedge.h"
 #include "orvgui/common/framehost.h"
+#include "orvgui/common/statictext.h"
 #include "orvgui/common/textfocus.h"
 #include "orvgui/viewer/canvas.h"
 #include "orvgui/viewer/comparepanel.h"
@@ -16,6 +17,12 @@
 #include "orvgui/viewer/viewmodes.h"
 #include "orvgui/viewer/zoompanel.h"
 #include "zorbase/text.h"
+
+namespace {
+
+constexpr int kNoticeWidth = 200;
+
+}  // namespace
 
 OrvFilterGuiViewer::OrvFilterGuiViewer(wxWindow* parent, OrvFilter* filter)
     : OrvFilterGui(parent, filter, false), m_activeWinId(kFirstCanvasId), m_derived(*this, [this] {
@@ -54,6 +61,9 @@ void OrvFilterGuiViewer::UpdateControlsCustom() {
     bool isAll = false;
     const wxString error = m_filter->GetErrorMessage();
     SetNotice(error.empty() ? GetSilence(isAll) : error);
+    // Why there is nothing to see stands in a narrow panel here.
+    for (wxWindow* child : m_descriptionParent->GetChildren())
+        if (auto* text = dynamic_cast<OrvStaticText*>(child)) text->SetMaximumTextWidth(kNoticeWidth);
     NarrowTables();
     ShowMaps();
     ShowPlots();
