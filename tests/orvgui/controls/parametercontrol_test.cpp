@@ -9,7 +9,6 @@
 #include <wx/slider.h>
 #include <wx/spinctrl.h>
 #include <wx/textctrl.h>
-#include <wx/uiaction.h>
 
 #include <map>
 #include <memory>
@@ -27,6 +26,7 @@
 #include "orvgui/controls/parametercontroltext.h"
 #include "orvgui/tables/listctrl.h"
 #include "tests/support/everytypefilter.h"
+#include "tests/orvgui/keys.h"
 #include "tests/support/guitest.h"
 #include "zorbase/text.h"
 
@@ -364,27 +364,23 @@ TEST_F(ControlTest, ANumberTypedIntoTheSpinIsTakenOnlyWithinItsBounds) {
         spin->SetFocus();
         ASSERT_TRUE(PumpUntil([&] { return spin->HasFocus(); }));
         spin->SetSelection(-1, -1);
-        PumpFor(20);
-        wxUIActionSimulator keys;
-        keys.Text(text);
-        PumpFor(100);
-        if (enter) keys.Char(WXK_RETURN);
-        PumpFor(100);
+        Pump();
+        TypeText(text);
+        if (enter) PressKey(WXK_RETURN);
     };
     type("500", true);
     EXPECT_NE(spin->GetBackgroundColour(), plain) << "refused, visibly";
     EXPECT_EQ(control->GetControlValue().Get<int>(), 10);
     EXPECT_EQ(reports, 0);
     other->SetFocus();
-    PumpFor(100);
+    EXPECT_TRUE(PumpUntil([&] { return spin->GetBackgroundColour() == plain; }));
     EXPECT_EQ(control->GetControlValue().Get<int>(), 10) << "the last valid value comes back";
     EXPECT_EQ(spin->GetBackgroundColour(), plain);
     EXPECT_EQ(reports, 0);
     type("55", false);
     control->SetControlValue(parameter);
     EXPECT_EQ(spin->GetTextValue(), "55") << "a result does not take away what is typed";
-    wxUIActionSimulator().Char(WXK_RETURN);
-    PumpFor(100);
+    PressKey(WXK_RETURN);
     EXPECT_EQ(control->GetControlValue().Get<int>(), 55);
     EXPECT_EQ(reports, 1) << "one change, one report";
 }

@@ -13,6 +13,7 @@
 #include "orvcore/tools/web/webparameters.h"
 #include "orvgui/common/webconsent.h"
 #include "tests/orvgui/framefixture.h"
+#include "tests/orvgui/keys.h"
 
 namespace {
 
@@ -23,17 +24,6 @@ std::vector<T*> Children(wxWindow* window) {
     for (wxWindow* child : window->GetChildren())
         if (auto* one = dynamic_cast<T*>(child)) found.push_back(one);
     return found;
-}
-
-void Press(int key, int modifiers = 0) {
-    wxUIActionSimulator().Char(key, modifiers);
-    PumpFor(80);
-}
-
-void Type(const char* text) {
-    Press('A', wxMOD_CONTROL);
-    wxUIActionSimulator().Text(text);
-    PumpFor(80);
 }
 
 class ToolDialogTest : public FrameTest {
@@ -64,7 +54,7 @@ class ToolDialogTest : public FrameTest {
             auto* dialog = dynamic_cast<OrvToolDialog*>(shown);
             EXPECT_NE(dialog, nullptr);
             shown->CallAfter([dialog, script] {
-                PumpFor(200);
+                PumpUntilActive(dialog);
                 script(*dialog);
                 if (dialog->IsModal()) dialog->EndModal(wxID_ABORT);
             });
@@ -105,18 +95,18 @@ TEST_F(ToolDialogTest, EachKindAnswersTheKeyboard) {
                 if (child->IsFocusable() && dynamic_cast<wxButton*>(child) == nullptr) {
                     EXPECT_FALSE(child->GetToolTipText().empty()) << label;
                 }
-            Press(WXK_ESCAPE);
+            PressKey(WXK_ESCAPE);
         };
         EXPECT_EQ(Run(factory, look), 5101) << label;
         EXPECT_EQ(last.size(), parameters);
     }
     // From a text field, which keeps Enter for itself elsewhere.
-    EXPECT_EQ(Run(CreatePdfSettingsDialog, [](auto&) { Press(WXK_RETURN); }), 5100);
+    EXPECT_EQ(Run(CreatePdfSettingsDialog, [](auto&) { PressKey(WXK_RETURN); }), 5100);
     // On the button that has the focus Enter means that button.
     EXPECT_EQ(Run(CreatePdfSettingsDialog,
                   [](OrvToolDialog& dialog) {
                       dialog.FindWindow(wxID_CANCEL)->SetFocus();
-                      Press(WXK_RETURN);
+                      PressKey(WXK_RETURN);
                   }),
               5101);
 }
@@ -126,26 +116,26 @@ TEST_F(ToolDialogTest, AWrongFieldIsToldUntilItIsEdited) {
         const auto fields = Children<wxTextCtrl>(&dialog);
         const int height = dialog.GetSize().y;
         fields[0]->SetFocus();
-        Type("5");
+        TypeText("5");
         fields[1]->SetFocus();
-        Type("4");
+        TypeText("4");
         Children<wxCheckBox>(&dialog)[0]->SetFocus();
-        Press(WXK_RETURN);
+        PressKey(WXK_RETURN);
         ASSERT_TRUE(dialog.IsModal()) << "it stays open";
         EXPECT_TRUE(dialog.GetProblem().StartsWith("\"Last page")) << dialog.GetProblem();
         EXPECT_EQ(wxWindow::FindFocus(), fields[1]);
         EXPECT_EQ(fields[1]->GetStringSelection(), "4") << "ready to be written over";
         EXPECT_GT(dialog.GetSize().y, height) << "room for the line";
-        Type("12");
+        TypeText("12");
         EXPECT_EQ(dialog.GetProblem(), "");
 
         // A text that is no number at all never becomes an old value in silence.
-        Type("last");
-        Press(WXK_RETURN);
+        TypeText("last");
+        PressKey(WXK_RETURN);
         ASSERT_TRUE(dialog.IsModal());
         EXPECT_NE(dialog.GetProblem(), "");
-        Type("12");
-        Press(WXK_RETURN);
+        TypeText("12");
+        PressKey(WXK_RETURN);
     };
     EXPECT_EQ(Run(CreatePdfSettingsDialog, script), wxID_OK);
     EXPECT_EQ(last[0].Get<int>(), 5);
@@ -157,10 +147,10 @@ TEST_F(ToolDialogTest, AReportIsReplacedOnlyWhenConfirmedTwice) {
     const std::string report = folder / "documents/report/report.html";
     WriteFile(report, "an older report");
     const auto script = [](OrvToolDialog& dialog) {
-        Press(WXK_RETURN);
+        PressKey(WXK_RETURN);
         ASSERT_TRUE(dialog.IsModal());
         EXPECT_NE(dialog.GetProblem().Find("already"), wxNOT_FOUND);
-        Press(WXK_RETURN);
+        PressKey(WXK_RETURN);
     };
     EXPECT_EQ(Run(CreateBatchProcessingDialog, script), wxID_OK);
     EXPECT_EQ(last[3].Get<std::string>(), report);
@@ -170,18 +160,18 @@ TEST_F(ToolDialogTest, ValuesAreThereAgainAfterARestart) {
     const auto enter = [](OrvToolDialog& dialog) {
         const auto fields = Children<wxTextCtrl>(&dialog);
         fields[0]->SetFocus();
-        Type("5");
+        TypeText("5");
         fields[3]->SetFocus();
-        Type("s3cret");
+        TypeText("s3cret");
         Children<wxCheckBox>(&dialog)[0]->SetValue(true);
-        Press(WXK_RETURN);
+        PressKey(WXK_RETURN);
     };
     EXPECT_EQ(Run(CreatePdfSettingsDialog, enter), wxID_OK);
     EXPECT_EQ(last[6].Get<std::string>(), "s3cret");
     CloseFrame();
     EXPECT_EQ(ReadFile(OrvToolSettings::Path()).find("s3cret"), std::string::npos);
     OpenFrame();
-    EXPECT_EQ(Run(CreatePdfSettingsDialog, [](auto&) { Press(WXK_ESCAPE); }), wxID_CANCEL);
+    EXPECT_EQ(Run(CreatePdfSettingsDialog, [](auto&) { PressKey(WXK_ESCAPE); }), wxID_CANCEL);
     EXPECT_EQ(last[0].Get<int>(), 5);
     EXPECT_TRUE(last[2].Get<bool>());
     EXPECT_EQ(last[6].Get<std::string>(), "");
@@ -191,7 +181,7 @@ TEST_F(ToolDialogTest, ValuesAreThereAgainAfterARestart) {
                   [](OrvToolDialog& dialog) {
                       const auto boxes = Children<wxCheckBox>(&dialog);
                       boxes[0]->SetValue(true);
-                      Press(WXK_ESCAPE);
+                      PressKey(WXK_ESCAPE);
                   }),
               wxID_CANCEL);
     EXPECT_EQ(Run(CreateWebSearchDialog,
@@ -199,7 +189,7 @@ TEST_F(ToolDialogTest, ValuesAreThereAgainAfterARestart) {
                       const auto boxes = Children<wxCheckBox>(&dialog);
                       EXPECT_FALSE(boxes[0]->GetValue());
                       boxes[2]->SetValue(true);
-                      Press(WXK_RETURN);
+                      PressKey(WXK_RETURN);
                   }),
               wxID_OK);
     EXPECT_EQ(Run(CreateWebSearchDialog, Nothing), wxID_ABORT);
@@ -224,16 +214,16 @@ TEST_F(ToolDialogTest, WithoutAKeyItIsAskedFor) {
     const auto insert = [](OrvToolDialog& dialog) {
         const auto fields = Children<wxTextCtrl>(&dialog);
         EXPECT_EQ(wxWindow::FindFocus(), fields[0]);
-        Type("two words");
-        Press(WXK_RETURN);
+        TypeText("two words");
+        PressKey(WXK_RETURN);
         EXPECT_TRUE(dialog.GetProblem().StartsWith("\"CameraForensics API Key")) << dialog.GetProblem();
-        Type("my-key-1");
-        Press(WXK_RETURN);
+        TypeText("my-key-1");
+        PressKey(WXK_RETURN);
         EXPECT_TRUE(dialog.GetProblem().StartsWith("\"Camera Make")) << dialog.GetProblem();
-        Type("Maker");
+        TypeText("Maker");
         fields[2]->SetFocus();
-        Type("Model");
-        Press(WXK_RETURN);
+        TypeText("Model");
+        PressKey(WXK_RETURN);
     };
     EXPECT_EQ(Run(factory, insert, {wxID_YES}), wxID_OK);
     Settle();
@@ -245,9 +235,9 @@ TEST_F(ToolDialogTest, WithoutAKeyItIsAskedFor) {
     // The key is there now; whoever clears it is asked again, and may go back.
     const auto clear = [this](OrvToolDialog& dialog) {
         EXPECT_EQ(Children<wxTextCtrl>(&dialog)[0]->GetValue(), "my-key-1");
-        Press('A', wxMOD_CONTROL);
-        Press(WXK_DELETE);
-        Press(WXK_RETURN);
+        PressKey('A', wxMOD_CONTROL);
+        PressKey(WXK_DELETE);
+        PressKey(WXK_RETURN);
         EXPECT_TRUE(dialog.IsModal());
         EXPECT_EQ(launched.size(), 1U);
     };
@@ -266,8 +256,8 @@ TEST_F(ToolDialogTest, LongEntriesDoNotWidenIt) {
         EXPECT_EQ(boxes[0]->GetSize().x, boxes[1]->GetSize().x);
         EXPECT_LT(boxes[1]->GetSize().x, boxes[1]->GetTextExtent(boxes[1]->GetString(2)).x);
         boxes[1]->SetFocus();
-        Press(WXK_DOWN);
-        Press(WXK_DOWN);
+        PressKey(WXK_DOWN);
+        PressKey(WXK_DOWN);
         EXPECT_TRUE(boxes[1]->GetStringSelection().StartsWith("Luma and Chroma ("));
         EXPECT_TRUE(boxes[1]->GetToolTipText().StartsWith(boxes[1]->GetStringSelection()));
     };
@@ -283,10 +273,10 @@ TEST_F(ToolDialogTest, NothingIsSentThatTheUserDoesNotAgreeTo) {
     core->SetProgramOptions(options);
     Settle();
     const auto allow = ShowAnd([](OrvToolDialog& dialog) {
-        Press(WXK_RETURN);
+        PressKey(WXK_RETURN);
         EXPECT_TRUE(dialog.GetProblem().StartsWith("\"Allow To Send Images")) << dialog.GetProblem();
-        Press(WXK_SPACE);
-        Press(WXK_RETURN);
+        PressKey(WXK_SPACE);
+        PressKey(WXK_RETURN);
     });
     const auto search = [&](std::initializer_list<int> answers) {
         DialogAnswers dialogs(allow);

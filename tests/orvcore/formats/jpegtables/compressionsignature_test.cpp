@@ -3,13 +3,13 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
-#include <chrono>
 #include <cstdio>
 #include <map>
 
 #include "orvcore/formats/jpegtables/signaturecollection.h"
 #include "tests/orvcore/formats/formatsupport.h"
 #include "tests/support/temporaryfolder.h"
+#include "tests/support/threadtime.h"
 #include "zorbase/zorexception.h"
 
 using namespace formatsupport;
@@ -145,13 +145,10 @@ TEST(SignatureCollection, LooksUpAmongAHundredThousand) {
     for (int i = 0; i < 100000; ++i)
         records.push_back({Key(i), "signature", "Maker", "Model", std::to_string(i), 1});
     collection.Add(records);
-    const auto start = std::chrono::steady_clock::now();
+    const double start = ThreadSeconds();
     EXPECT_EQ(collection.Find(Key(77777)).size(), 1U);
     EXPECT_TRUE(collection.Find(Key(100001)).empty());
-    const auto time = std::chrono::steady_clock::now() - start;
-    EXPECT_LT(time, std::chrono::milliseconds(50));
-    RecordProperty("lookup_us",
-                   static_cast<int>(std::chrono::duration_cast<std::chrono::microseconds>(time).count()));
+    EXPECT_LT(ThreadSeconds() - start, 0.05) << "without an index it reads them all";
 }
 
 }  // namespace

@@ -293,7 +293,8 @@ TEST(HttpClient, AbortActsAtOnceWhereverItWaits) {
         const auto ended = Clock::now();
         aborter.join();
         EXPECT_EQ(failure.kind, ZorException::Kind::Aborted) << address << failure.message;
-        EXPECT_LT(ended - aborted, std::chrono::milliseconds(100)) << address;
+        // Far from the shortest of the waits, two seconds, and from what a busy machine takes.
+        EXPECT_LT(ended - aborted, std::chrono::seconds(1)) << address;
     }
 }
 
