@@ -58,6 +58,45 @@ TEST(Keypoints, TilesCoverEverythingOnce) {
     EXPECT_TRUE(FindKeypoints(cv::Mat(9, 500, CV_8U, cv::Scalar(7)), {}).points.empty());
 }
 
+// The same place described twice is one neighbour, in whatever order the two come; another place that looks the same takes the match
+// away.
+TEST(Keypoints, TheSecondNearestLiesElsewhere) {
+    struct Neighbour {
+        float x;
+        int distance;
+    };
+    const auto points = [](const std::vector<Neighbour>& list) {
+        Keypoints made;
+        made.descriptors = cv::Mat(static_cast<int>(list.size()), 128, CV_8U, cv::Scalar(0));
+        for (std::size_t i = 0; i < list.size(); ++i) {
+            Keypoint& point = made.points.emplace_back();
+            point.at = cv::Point2f(list[i].x, 50);
+            made.descriptors.at<std::uint8_t>(static_cast<int>(i), 0) =
+                static_cast<std::uint8_t>(list[i].distance);
+        }
+        return made;
+    };
+    const Keypoints from = points({{0, 0}});
+    const struct {
+        std::vector<Neighbour> to;
+        int nearest;  // -1: none is taken
+    } cases[] = {{{{10, 20}, {90, 100}}, 0},           {{{90, 100}, {10, 20}}, 1},
+                 {{{10, 20}, {12, 21}, {90, 100}}, 0}, {{{12, 21}, {10, 20}, {90, 100}}, 1},
+                 {{{90, 100}, {12, 21}, {10, 20}}, 2}, {{{10, 20}, {90, 22}}, -1},
+                 {{{90, 22}, {10, 20}}, -1},           {{{10, 20}, {12, 21}, {90, 22}}, -1},
+                 {{{12, 21}, {90, 22}, {10, 20}}, -1}, {{{10, 20}, {14.5F, 21}}, -1}};
+    for (const auto& one : cases) {
+        std::string what;
+        for (const Neighbour& n : one.to)
+            what += std::to_string(n.x) + ":" + std::to_string(n.distance) + " ";
+        const std::vector<KeypointMatch> found = MatchKeypoints(from, points(one.to), 0.8);
+        ASSERT_EQ(found.size(), one.nearest < 0 ? 0U : 1U) << what;
+        if (one.nearest >= 0) {
+            EXPECT_EQ(found[0].second, one.nearest) << what;
+        }
+    }
+}
+
 TEST(Keypoints, AnAffineMapIsFoundAmongStrayMatches) {
     const cv::Matx23d truth(1.1 * std::cos(0.35), -1.1 * std::sin(0.35), 40, 1.1 * std::sin(0.35),
                             1.1 * std::cos(0.35), -15);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <set>
 
 #include "orvcore/analysis/parallel.h"
@@ -82,6 +83,8 @@ std::string Fingerprint(const OrvFilterResult& result) {
         }
         addFloats(found.plot.x);
         for (const auto& curve : found.plot.curves) addFloats(curve);
+        for (const auto& marks : found.plot.marks) addFloats(marks);
+        all += found.plot.text + "|" + found.plot.xLabel + "|" + found.plot.yLabel;
         for (const unsigned long long count : found.plot.counts) all += std::to_string(count) + ",";
     }
     return all;
@@ -155,4 +158,97 @@ TEST_F(EveryFilter, GivesTheSameBitsForAnyNumberOfThreadsAndAgain) {
         }
     }
     SetAnalysisThreads(0);
+}
+
+// An option that is not read, or read as another one, changes nothing: every value of every option has to show in the result of some
+// file, and no two choices of a list in the same way.
+TEST_F(EveryFilter, TakesEveryOption) {
+    // What matters only beside another option.
+    const std::map<std::string, std::string> needs = {{"noise-residual/strength", "{\"filter\":2}"},
+                                                      {"hex-view/findAs", "{\"find\":\"FF D8\"}"}};
+    // What shows only in files that are made for it, in the filter's own tests.
+    const std::set<std::string> others = {"metadata/show",
+                                          "metadata/order",
+                                          "metadata/search",
+                                          "metadata/encoding",
+                                          "thumbnails/number",
+                                          "strings/encoding",
+                                          "jpeg-dimples/window",
+                                          "reference-comparison/model",
+                                          "copy-move-keypoints/distance",
+                                          "camera-identification/search",
+                                          "camera-noise-map/window"};
+    const auto values = [](const Parameter& option) {
+        std::vector<Parameter> all;
+        const auto add = [&](const auto& value) {
+            Parameter& one = all.emplace_back(option);
+            if (!one.SetValue(value) || one == option) all.pop_back();
+        };
+        const int least = static_cast<int>(std::max(option.GetMinimum(), 0.0));
+        switch (option.Type()) {
+            case ParameterType::Bool:
+                add(!option.Get<bool>());
+                break;
+            case ParameterType::Choice:
+                for (int i = 0; i < static_cast<int>(option.Strings().size()); ++i) add(i);
+                break;
+            case ParameterType::Int64:
+                add(std::int64_t{100});
+                break;
+            case ParameterType::Double:
+                add(option.GetMinimum());
+                add((option.Get<double>() + option.GetMaximum()) / 2);
+                break;
+            case ParameterType::String:
+                add(std::string("a"));
+                break;
+            case ParameterType::OrvRoi:
+            case ParameterType::Roi:
+                add(Roi(24, 16, 80, 64));
+                break;
+            case ParameterType::Int:
+            case ParameterType::IntSlider:
+                add(least + 1);
+                add(static_cast<int>(std::min(option.GetMaximum(), 2.0 * option.Get<int>() + 2)));
+                break;
+            default:
+                break;  // a file
+        }
+        return all;
+    };
+    const std::string sample = PathJoin(GetAppDataPath(), "samples/coffee.jpg");
+    const std::pair<std::string, std::string> files[] = {{m_folder / "colour.jpg", m_folder / "grey.jpg"},
+                                                         {m_folder / "deep.tif", m_folder / "colour.png"},
+                                                         {sample, m_folder / "colour.jpg"}};
+    for (const auto& filter : CreateAllFilters()) {
+        const VecParameter prototypes[] = {filter->GetInputPrototype(), filter->GetPostProcessingPrototype()};
+        for (const VecParameter& prototype : prototypes) {
+            const bool isInput = &prototype == &prototypes[0];
+            for (const Parameter& option : prototype) {
+                if (others.contains(filter->GetId() + "/" + option.Name())) continue;
+                SCOPED_TRACE(filter->GetId() + "/" + option.Name());
+                VecParameter settings[] = {prototypes[0], prototypes[1]};
+                const auto need = needs.find(filter->GetId() + "/" + option.Name());
+                std::vector<std::string> unfit;
+                if (need != needs.end()) settings[0].FromJson(JsonFromText(need->second), unfit);
+                const auto print = [&](const auto& pair) {
+                    return Fingerprint(
+                        *RunFilter(*filter, pair.first, pair.second, &settings[0], &settings[1]));
+                };
+                std::vector<std::string> before;
+                std::set<std::vector<std::string>> seen;
+                for (const auto& pair : files) before.push_back(print(pair));
+                for (const Parameter& value : values(option)) {
+                    ASSERT_TRUE(settings[isInput ? 0 : 1].Find(option.Name())->Set(value));
+                    std::vector<std::string> after;
+                    for (const auto& pair : files) after.push_back(print(pair));
+                    EXPECT_TRUE(after != before) << "nothing changes with " << value.GetValueAsString();
+                    if (option.Type() == ParameterType::Choice) {
+                        EXPECT_TRUE(seen.insert(after).second)
+                            << value.GetValueAsString() << " is like another";
+                    }
+                }
+            }
+        }
+    }
 }

@@ -175,6 +175,16 @@ TEST(Metadata, WhatTheLibraryRefusesIsReadInPart) {
     EXPECT_EQ(ReadMetadata(MakeJpeg()).reading, MetadataReading::Whole) << "there is nothing to read";
 }
 
+TEST(Metadata, AnEmptyFieldOfXmpGivesWayToTheNext) {
+    for (const char* empty : {"", "tiff:Software='' ", "tiff:Software='  ' "})
+        EXPECT_EQ(ReadMetadataFacts(WithXmp(std::string(empty) + "xmp:CreatorTool='Editor'")).software,
+                  "Editor")
+            << empty;
+    EXPECT_EQ(ReadMetadataFacts(WithXmp("tiff:Software='First' xmp:CreatorTool='Editor'")).software, "First");
+    EXPECT_EQ(ReadMetadataFacts(WithXmp("xmp:ModifyDate='' tiff:DateTime='2020-01-02T03:04:05'")).fromXmp,
+              kFactChanged);
+}
+
 TEST(Metadata, FactsThatOnlyXmpStatesAreToldAsSuch) {
     const std::string packet =
         "tiff:Make='Maker' tiff:Model='M1' xmp:CreatorTool='Editor' exif:DateTimeOriginal='2002-07-13T15:58:28Z' "

@@ -228,6 +228,41 @@ TEST(BoxBinding, NamesEveryChunkInOrder) {
     EXPECT_EQ(open.uncovered[0].range.size, data.size());
 }
 
+// Segments have the names of their markers, restart marks and coded data belong to their scan, reserved markers have no name.
+TEST(BoxBinding, NamesEverySegmentOfAJpeg) {
+    const auto segment = [](int marker) {
+        return Bytes{0xFF, static_cast<std::uint8_t>(marker), 0, 4, 1, static_cast<std::uint8_t>(marker)};
+    };
+    const std::pair<int, const char*> segments[] = {{0xE0, "APP0"}, {0xE1, "APP1"}, {0xEF, "APP15"},
+                                                    {0xFE, "COM"},  {0xDB, "DQT"},  {0xC0, "SOF0"},
+                                                    {0xC4, "DHT"},  {0xDD, "DRI"}};
+    Bytes file = {0xFF, 0xD8};
+    std::vector<Bytes> boxes;
+    const auto box = [](const std::string& name, const Bytes& bytes) {
+        return Map({{"names", List({Text(name)})}, {"hash", Bin(Sha(bytes))}});
+    };
+    boxes.push_back(box("SOI", file));
+    for (const auto& [marker, name] : segments) {
+        file = file + segment(marker);
+        boxes.push_back(box(name, segment(marker)));
+    }
+    const Bytes scan = segment(0xDA) + Bytes{1, 2, 3, 0xFF, 0, 4};
+    const Bytes end = {0xFF, 0xD9};
+    const auto record = [&](std::vector<Bytes> list) {
+        list.push_back(box("SOS", scan));
+        list.push_back(box("EOI", end));
+        return Map({{"alg", Text("sha256")}, {"boxes", List(list)}});
+    };
+    const Bytes store = Store({Superbox("c2ma", "urn:c2pa:made", {})});
+    boxes.insert(boxes.begin() + 1, box("C2PA", {}));
+    const BindingResult good = Check(record(boxes), PutIntoJpeg(file + scan + end, store));
+    EXPECT_EQ(good.outcome, BindingOutcome::Match) << good.reason;
+    // A marker that the standard reserves.
+    boxes.push_back(box("JPG0", segment(0xF0)));
+    EXPECT_NE(Check(record(boxes), PutIntoJpeg(file + segment(0xF0) + scan + end, store)).outcome,
+              BindingOutcome::Match);
+}
+
 TEST(StoreSearch, FindsTheStoreOfEveryContainer) {
     const Bytes store = Store({Superbox("c2ma", "urn:c2pa:made", {})});
     Bytes tiff = ToBytes(std::string("II*\0\x08\0\0\0", 8));

@@ -463,14 +463,12 @@ Bytes PngChunk(const std::string& code, const Bytes& data) {
 
 TEST(GeneratorMarks, AreFoundWithTheirPlaceAndWeighedAsText) {
     const Bytes head = {0x89, 'P', 'N', 'G', 13, 10, 26, 10};
+    const std::string kSettings = "a dog\nSteps: 20, Sampler: Euler a, CFG scale: 7, Seed: 1, Size: 512x512";
     const struct {
         Bytes chunk;
         const char* writer;  // "" no mark
     } kCases[] = {
-        {PngChunk("tEXt",
-                  ToBytes("parameters") + Bytes{0} +
-                      ToBytes("a dog\nSteps: 20, Sampler: Euler a, CFG scale: 7, Seed: 1, Size: 512x512")),
-         "Stable Diffusion"},
+        {PngChunk("tEXt", ToBytes("parameters") + Bytes{0} + ToBytes(kSettings)), "Stable Diffusion"},
         {PngChunk("iTXt", ToBytes("prompt") + Bytes(5) +
                               ToBytes(R"({"3": {"class_type": "KSampler", "inputs": {}}})")),
          "ComfyUI"},
@@ -479,6 +477,9 @@ TEST(GeneratorMarks, AreFoundWithTheirPlaceAndWeighedAsText) {
         {PngChunk("tEXt", ToBytes("Comment") + Bytes{0} + ToBytes("Steps: 20 to the museum")), ""},
         {PngChunk("tEXt", ToBytes("Software") + Bytes{0} + ToBytes("GIMP")), ""},
         {PngChunk("zTXt", ToBytes("parameters") + Bytes{0, 0} + Bytes(50, 0xAB)), ""},
+        // The standard's longest keyword, and one that is longer.
+        {PngChunk("tEXt", Bytes(79, 'k') + Bytes{0} + ToBytes(kSettings)), "Stable Diffusion"},
+        {PngChunk("tEXt", Bytes(80, 'k') + Bytes{0} + ToBytes(kSettings)), ""},
     };
     for (const auto& item : kCases) {
         const Bytes png = head + PngChunk("IHDR", Bytes(13)) + item.chunk + PngChunk("IEND", {});
@@ -493,6 +494,9 @@ TEST(GeneratorMarks, AreFoundWithTheirPlaceAndWeighedAsText) {
         EXPECT_EQ(report.marks[0].place, (FileRange{33, item.chunk.size()}));
         ASSERT_EQ(report.findings.size(), 1U);
         EXPECT_FALSE(report.findings[0].isStrong);
+        EXPECT_EQ(
+            report.findings[0].text.rfind("A text in the file says that the picture was generated: ", 0), 0U)
+            << report.findings[0].text;
     }
     MetadataSet metadata;
     MetadataEntry entry;
@@ -505,6 +509,11 @@ TEST(GeneratorMarks, AreFoundWithTheirPlaceAndWeighedAsText) {
     const Report report = ReadProvenance(Picture(), {}, options);
     ASSERT_EQ(report.marks.size(), 1U);
     EXPECT_EQ(report.marks[0].kind, SourceKind::PartlyGenerated);
+    ASSERT_EQ(report.findings.size(), 1U);
+    EXPECT_EQ(
+        report.findings[0].text.rfind("A text in the file says that the picture was generated in part: ", 0),
+        0U)
+        << report.findings[0].text;
 }
 
 TEST(SourceTypes, AreToldApartByTheirLastPart) {

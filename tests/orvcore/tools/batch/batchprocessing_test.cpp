@@ -94,7 +94,8 @@ TEST_F(BatchProcessing, AFolderBecomesOnePageWithItsImages) {
     EXPECT_THAT(page, HasSubstr("No result: &quot;b.png&quot;: It failed on purpose."));
     EXPECT_THAT(page, AllOf(HasSubstr("Negative &lt;b&gt;"), Not(HasSubstr("Negative <b>"))));
     EXPECT_THAT(page, testing::EndsWith("</html>\n"));
-    const Image kept = DecodeImage(ReadFileBytes(folder / "out/report-images/1-negative-1-evidence.png")).image;
+    const Image kept =
+        DecodeImage(ReadFileBytes(folder / "out/report-images/1-negative-1-evidence.png")).image;
     EXPECT_EQ(kept.GetMat().at<cv::Vec3b>(5, 5)[0], 7);
 
     // A second run leaves the images of the first page alone.
@@ -126,6 +127,34 @@ TEST_F(BatchProcessing, ATableIsInertInASpreadsheet) {
     EXPECT_EQ(cells[1], files[OrvEvidence]->GetSha256());
     EXPECT_EQ(cells[6], "'=a b.png");
     EXPECT_THAT(lines[2], HasSubstr("report-images/1-negative-1-evidence.png"));
+}
+
+TEST_F(BatchProcessing, ATableTellsWhatFailed) {
+    parameters[3].SetValue(folder / "out/report.tsv");
+    files[OrvEvidence] = Read(folder / "case/b.png");
+    Run();
+    const std::vector<std::string> lines = StringToVecString(ReadFile(folder / "out/report.tsv"), "\n");
+    ASSERT_GE(lines.size(), 2U);
+    const std::vector<std::string> cells = StringToVecString(lines[1], "\t", SplitMode::KeepEmpty);
+    ASSERT_EQ(cells.size(), 9U) << lines[1];
+    EXPECT_EQ(cells[5], "No result");
+    EXPECT_EQ(cells[6], "'\"b.png\": It failed on purpose.");
+    EXPECT_EQ(cells[7], "");
+}
+
+TEST_F(BatchProcessing, ResultsAreKeptOnDiskOnlyWhereTheOptionsSaySo) {
+    for (const bool keeps : {false, true}) {
+        VecVecParameter chosen = options.Get();
+        chosen[0].Find("useCache")->SetValue(keeps);
+        options.Set(chosen);
+        for (const BatchFiles what : {BatchFiles::Evidence, BatchFiles::EvidenceFolder}) {
+            Choose(what);
+            Run();
+            EXPECT_EQ(
+                static_cast<bool>(cache.Load(*filter, *files[OrvEvidence], filter->GetInputPrototype())),
+                keeps);
+        }
+    }
 }
 
 TEST_F(BatchProcessing, TheCacheIsFilledAndReadAsChosen) {
