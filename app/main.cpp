@@ -8,12 +8,14 @@
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "orvcore/facade/interface.h"
 #include "orvcore/filter/libraryversions.h"
+#include "orvgui/common/language.h"
 #include "orvgui/common/messagebox.h"
 #include "orvgui/pages/filtergui.h"
 #include "orvgui/pages/orvviewerpanel.h"
@@ -53,9 +55,10 @@ class OrvaneApp : public wxApp {
     bool OnInit() override {
         SetAppName("orvane");
         SetAppDisplayName(ToWx(m_version.GetAppName()));
-        LoadTranslations();
         wxInitAllImageHandlers();
-        auto* frame = new OrvMainFrame(new OrvInterface, m_version, ToWx(m_version.GetAppName()));
+        auto core = std::make_unique<OrvInterface>();
+        UseLanguage(LanguageOf(core->GetProgramOptions()));
+        auto* frame = new OrvMainFrame(core.release(), m_version, ToWx(m_version.GetAppName()));
         frame->SelectFirstItem();
         if (!theFiles.empty()) ShowPicture(*frame);
         if (getenv("ORVANE_TELL_FIRST_PAINT")) TellFirstPaint(*frame);
@@ -76,14 +79,6 @@ class OrvaneApp : public wxApp {
     void OnUnhandledException() override { ShowCurrentException(); }
 
   private:
-    static void LoadTranslations() {
-        wxFileTranslationsLoader::AddCatalogLookupPathPrefix(PathToWx(PathJoin(GetAppDataPath(), "locale")));
-        auto* translations = new wxTranslations;
-        wxTranslations::Set(translations);
-        translations->AddStdCatalog();
-        translations->AddCatalog("orvane");
-    }
-
     // Whoever opens a photograph wants to see it first, with the main facts beside it.
     static void ShowPicture(OrvMainFrame& frame) {
         OrvFilter* filter = GetContext()->FindFilter("visual-inspection");

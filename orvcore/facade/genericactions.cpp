@@ -2,6 +2,8 @@
 
 #include "orvcore/facade/foldertools.h"
 #include "orvcore/formats/metadata.h"
+#include "orvcore/report/selftest.h"
+#include "orvcore/report/selftestrecord.h"
 #include "orvcore/tools/batch/batchprocessing.h"
 #include "orvcore/tools/folder/foldertable.h"
 #include "orvcore/tools/web/cameraforensics.h"
@@ -60,11 +62,20 @@ VecParameter ExamineFolder(OrvActionId action, const VecParameter& parameters, c
     return Show(std::move(result), context);
 }
 
+// Beside what is loaded: with filters of its own, on the shipped pictures.
+VecParameter TestItself(const OrvJob& job) {
+    const SelfTestRun run = RunSelfTest({}, job, {});
+    KeepSelfTest(run);
+    return {Parameter::Output("summary", "Summary", SelfTestSummary()),
+            Parameter::Output("answers", "Answers", SelfTestText(run))};
+}
+
 }  // namespace
 
 VecParameter RunGenericAction(OrvActionId action, const std::string& name, const VecParameter& parameters,
                               const OrvFilePtr (&files)[kFileSlots], OrvContext& context,
                               const OrvOptions& options, const OrvResultCache& cache, const OrvJob& job) {
+    if (action == OrvActionSelfTest) return TestItself(job);
     switch (action) {
         case OrvActionShowLocation:
             return ShowLocation(files[OrvEvidence]);

@@ -79,7 +79,11 @@ void OrvInterface::CallGenericAction(OrvActionId action, const wxString& name,
         const OrvFilePtr files[kFileSlots] = {m->slots.Get(OrvEvidence), m->slots.Get(OrvReference)};
         // Without the parameters: they may hold keys.
         m->log.Note(OrvLogLevel::Info, "Tool started: " + name + ".");
-        tell(0, {}, RunGenericAction(action, name, parameters, files, *m_context, m->options, m->cache, job));
+        const VecParameter results =
+            RunGenericAction(action, name, parameters, files, *m_context, m->options, m->cache, job);
+        if (const Parameter* summary = results.Find("summary"))
+            m->log.Note(OrvLogLevel::Info, name + ": " + summary->GetValueAsString());
+        tell(0, {}, results);
     };
     command.fail = [this, tell, name = FromWx(name)](int error, const std::string& message) {
         m->log.Note(OrvLogLevel::Error, "Tool " + name + ": " + message);

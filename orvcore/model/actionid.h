@@ -16,4 +16,7 @@ enum OrvActionId : int {
     OrvActionMakeFingerprint = 12,
     OrvActionIdentifyCameras = 13,
     OrvActionCollectSignatures = 14,
+    // Every filter's known answers; keeps the outcome. No parameters; results in two texts, "summary" in a sentence and "answers" line by
+    // line.
+    OrvActionSelfTest = 15,
 };

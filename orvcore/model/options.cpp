@@ -1,5 +1,7 @@
 #include "orvcore/model/options.h"
 
+#include <wx/translation.h>
+
 #include "orvcore/model/trust.h"
 #include "orvcore/model/webservices.h"
 #include "zorbase/files.h"
@@ -16,24 +18,30 @@ Parameter Text(const char* name, const char* label, const char* value, const cha
 // Addresses and keys of the services on the network, in one place. The manual tells what is sent to each.
 VecParameter WebServiceOptions() {
     return {
-        Text("flickrAddress", "Flickr address", "https://api.flickr.com/services/rest/",
-             "Where camera searches ask Flickr."),
-        Text("flickrKey", "Flickr API key", "", "The key that Flickr gave you for its API."),
-        Text("googleAddress", "Google search address", "https://www.googleapis.com/customsearch/v1",
-             "Where camera searches ask Google (Custom Search JSON API)."),
-        Text("googleKey", "Google API key", "", "The key that Google gave you for the Custom Search API."),
-        Text("googleEngine", "Google search engine ID", "",
-             "The ID (cx) of your search engine, with the search for images switched on."),
-        Text("googlePictureAddress", "Google picture search address", "https://lens.google.com/v3/upload",
-             "Where the web search sends the picture, only when you allow it."),
-        Text("tinEyeAddress", "TinEye address", "https://tineye.com/search",
-             "Where the web search sends the picture, only when you allow it."),
+        Text("flickrAddress", wxTRANSLATE("Flickr address"), "https://api.flickr.com/services/rest/",
+             wxTRANSLATE("Where camera searches ask Flickr.")),
+        Text("flickrKey", wxTRANSLATE("Flickr API key"), "",
+             wxTRANSLATE("The key that Flickr gave you for its API.")),
+        Text("googleAddress", wxTRANSLATE("Google search address"),
+             "https://www.googleapis.com/customsearch/v1",
+             wxTRANSLATE("Where camera searches ask Google (Custom Search JSON API).")),
+        Text("googleKey", wxTRANSLATE("Google API key"), "",
+             wxTRANSLATE("The key that Google gave you for the Custom Search API.")),
+        Text("googleEngine", wxTRANSLATE("Google search engine ID"), "",
+             wxTRANSLATE("The ID (cx) of your search engine, with the search for images switched on.")),
+        Text("googlePictureAddress", wxTRANSLATE("Google picture search address"),
+             "https://lens.google.com/v3/upload",
+             wxTRANSLATE("Where the web search sends the picture, only when you allow it.")),
+        Text("tinEyeAddress", wxTRANSLATE("TinEye address"), "https://tineye.com/search",
+             wxTRANSLATE("Where the web search sends the picture, only when you allow it.")),
         Text(
-            "cameraForensicsAddress", "CameraForensics address", "",
-            "The address of the CameraForensics search that comes with your key; the manual tells its form."),
-        Parameter::Bool("allowLocalDownloads", "Allow downloads from the local network", false)
-            .SetToolTip("Otherwise only addresses on the public network are downloaded from: an address in a "
-                        "search's result could lead to a machine of your own."),
+            "cameraForensicsAddress", wxTRANSLATE("CameraForensics address"), "",
+            wxTRANSLATE(
+                "The address of the CameraForensics search that comes with your key; the manual tells its form.")),
+        Parameter::Bool("allowLocalDownloads", wxTRANSLATE("Allow downloads from the local network"), false)
+            .SetToolTip(wxTRANSLATE(
+                "Otherwise only addresses on the public network are downloaded from: an address in a "
+                "search's result could lead to a machine of your own.")),
     };
 }
 
@@ -41,34 +49,38 @@ VecParameter WebServiceOptions() {
 
 OrvOptions::OrvOptions() {
     m_groups = {
-        {Parameter::Bool("useCache", "Keep slow results on disk", true)
-             .SetToolTip(
-                 "Results that take long are kept in the cache folder and shown at once the next time."),
-         Parameter::Int("cacheMiB", "Room for results on disk (MiB)", 2048, 16, 1048576)
-             .SetToolTip(
-                 "Where it is exceeded, the results that were not looked at for longest are removed."),
-         Parameter::Int("memoryMiB", "Memory for results (MiB, 0: automatic)", 0, 0, 1048576)
-             .SetToolTip(
+        {Parameter::Bool("useCache", wxTRANSLATE("Keep slow results on disk"), true)
+             .SetToolTip(wxTRANSLATE(
+                 "Results that take long are kept in the cache folder and shown at once the next time.")),
+         Parameter::Int("cacheMiB", wxTRANSLATE("Room for results on disk (MiB)"), 2048, 16, 1048576)
+             .SetToolTip(wxTRANSLATE(
+                 "Where it is exceeded, the results that were not looked at for longest are removed.")),
+         Parameter::Int("memoryMiB", wxTRANSLATE("Memory for results (MiB, 0: automatic)"), 0, 0, 1048576)
+             .SetToolTip(wxTRANSLATE(
                  "How much results that can be computed again may take. Automatic is a quarter of the machine's "
-                 "memory, and at most 1 GB."),
-         Parameter::Int("maximumFileMiB", "Largest file to open (MiB)", 2048, 1, 16384)
-             .SetToolTip("A file is read into memory as a whole; larger ones are refused.")},
-        {Parameter::Slider("jpegQuality", "JPEG quality of saved results", 95, 1, 100)
-             .SetToolTip("PNG and TIFF keep every pixel; JPEG does not."),
-         Parameter::Bool("openReports", "Open reports in the browser", true)
-             .SetToolTip("A report that was written is shown at once.")},
-        {Parameter::Bool("batchSubfolders", "Batch analysis includes subfolders", false)
-             .SetToolTip("Applies to the analysis and the comparison of a folder."),
-         Parameter::Bool("batchHashes", "Batch analysis computes MD5 and SHA-1", false)
-             .SetToolTip("Besides SHA-256. Takes three to four times as long.")},
-        {Parameter::Path(ParameterType::Folder, "trustFolder", "Trusted certificates", "")
-             .SetToolTip(
+                 "memory, and at most 1 GB.")),
+         Parameter::Int("maximumFileMiB", wxTRANSLATE("Largest file to open (MiB)"), 2048, 1, 16384)
+             .SetToolTip(wxTRANSLATE("A file is read into memory as a whole; larger ones are refused."))},
+        {Parameter::Slider("jpegQuality", wxTRANSLATE("JPEG quality of saved results"), 95, 1, 100)
+             .SetToolTip(wxTRANSLATE("PNG and TIFF keep every pixel; JPEG does not.")),
+         Parameter::Bool("openReports", wxTRANSLATE("Open reports in the browser"), true)
+             .SetToolTip(wxTRANSLATE("A report that was written is shown at once."))},
+        {Parameter::Bool("batchSubfolders", wxTRANSLATE("Batch analysis includes subfolders"), false)
+             .SetToolTip(wxTRANSLATE("Applies to the analysis and the comparison of a folder.")),
+         Parameter::Bool("batchHashes", wxTRANSLATE("Batch analysis computes MD5 and SHA-1"), false)
+             .SetToolTip(wxTRANSLATE("Besides SHA-256. Takes three to four times as long."))},
+        {Parameter::Path(ParameterType::Folder, "trustFolder", wxTRANSLATE("Trusted certificates"), "")
+             .SetToolTip(wxTRANSLATE(
                  "A folder of certificates (PEM) that signers of content credentials may lead to. Files whose names "
-                 "contain \"tsa\" count for time stamps only. Without a folder nobody is trusted."),
+                 "contain \"tsa\" count for time stamps only. Without a folder nobody is trusted.")),
          Text(
-             "signerUsages", "Further uses that may sign", "",
-             "Extended key usages, as dotted numbers, that a signer's certificate may state beside the usual ones.")},
+             "signerUsages", wxTRANSLATE("Further uses that may sign"), "",
+             wxTRANSLATE(
+                 "Extended key usages, as dotted numbers, that a signer's certificate may state beside the usual ones."))},
         WebServiceOptions(),
+        {Parameter::Choice("language", wxTRANSLATE("Language of the window"), 0,
+                           {wxTRANSLATE("As the system"), "English", "Deutsch"})
+             .SetToolTip(wxTRANSLATE("Takes effect when the program starts anew."))},
     };
 }
 
@@ -77,7 +89,9 @@ std::string OrvOptions::Path() {
 }
 
 std::vector<std::string> OrvOptions::GroupTitles() {
-    return {"Files", "Results and Reports", "Folders", "Content Credentials", "Web Services"};
+    return {wxTRANSLATE("Files"),        wxTRANSLATE("Results and Reports"),
+            wxTRANSLATE("Folders"),      wxTRANSLATE("Content Credentials"),
+            wxTRANSLATE("Web Services"), wxTRANSLATE("Language")};
 }
 
 std::vector<std::string> OrvOptions::Load() {

@@ -12,7 +12,8 @@ std::string SelfTestRecordPath() {
 
 std::string SelfTestSummary() {
     const std::string path = SelfTestRecordPath();
-    const std::string none = "No self-test of this program is known here; \"orvane-cli selftest\" makes one.";
+    const std::string none =
+        "No self-test of this program is known here; \"Run Self-Test\" (Help > About) or \"orvane-cli selftest\" makes one.";
     try {
         if (!FileExists(path)) return none;
         const Json record = JsonFromText(ReadFile(path));

@@ -1,10 +1,11 @@
 #include "orvgui/common/licencecheck.h"
 
-#include "orvgui/common/messagebox.h"
-#include "zorbase/licence.h"
+#include <wx/translation.h>
 
-bool CheckLicence(const char* refusal, wxWindow* parent) {
-    if (!LicenceManager::Get().IsTrial()) return true;
-    OrvMessageBox(wxGetTranslation(refusal), wxString(), wxOK, parent);
+#include "orvgui/common/messagebox.h"
+
+bool CheckLicence(LicenceManager::Command command, wxWindow* parent) {
+    if (LicenceManager::Get().Allows(command)) return true;
+    OrvMessageBox(wxGetTranslation(LicenceManager::GetRefusal(command)), wxString(), wxOK, parent);
     return false;
 }

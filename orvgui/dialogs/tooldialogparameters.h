@@ -1,5 +1,7 @@
 #pragma once
 
+#include <wx/translation.h>
+
 #include <string>
 #include <vector>
 
@@ -12,12 +14,14 @@
 
 enum class ToolKind { BatchProcessing, CameraForensics, CameraSearch, PdfImages, WebSearch };
 
-inline constexpr const char* kToolParameterSite = "Web Search Site";  // 0 Flickr, 1 Google
-inline constexpr const char* kToolParameterFirstPage = "First page to process";
-inline constexpr const char* kToolParameterLastPage = "Last page to process (0 for the last in the document)";
-inline constexpr const char* kToolParameterOwnerPassword = "Owner password (for encrypted files)";
-inline constexpr const char* kToolParameterUserPassword = "User password (for encrypted files)";
-inline constexpr const char* kToolParameterOutput = "Output Filename";
+inline constexpr const char* kToolParameterSite = wxTRANSLATE("Web Search Site");  // 0 Flickr, 1 Google
+inline constexpr const char* kToolParameterFirstPage = wxTRANSLATE("First page to process");
+inline constexpr const char* kToolParameterLastPage =
+    wxTRANSLATE("Last page to process (0 for the last in the document)");
+inline constexpr const char* kToolParameterOwnerPassword =
+    wxTRANSLATE("Owner password (for encrypted files)");
+inline constexpr const char* kToolParameterUserPassword = wxTRANSLATE("User password (for encrypted files)");
+inline constexpr const char* kToolParameterOutput = wxTRANSLATE("Output Filename");
 
 // What stands for a make or model that the evidence does not name.
 inline constexpr const char* kToolMakeHint = "[write here make]";

@@ -15,6 +15,7 @@
 #include "orvgui/common/visibletext.h"
 #include "orvgui/shell/commandregistry.h"
 #include "orvgui/shell/mainframe.h"
+#include "orvgui/shell/recentfiles.h"
 #include "zorbase/files.h"
 #include "zorbase/gui/shell.h"
 #include "zorbase/text.h"
@@ -59,6 +60,10 @@ void FilePanel::CreateControls() {
     auto* buttons = new wxBoxSizer(wxHORIZONTAL);
     buttons->AddSpacer(kGap);
     AddButton(buttons, OrvCmdBrowse + offset, &FilePanel::OnButtonBrowse);
+    buttons->Add(CreateRecentButton(
+                     this, RecentKind::Pictures,
+                     [this](const std::string& path) { GetInterface()->SetFile(PathToWx(path), m_slot); }),
+                 0, wxALIGN_CENTER_VERTICAL);
     AddButton(buttons, OrvCmdClear + offset, &FilePanel::OnButtonClear);
     AddButton(buttons, OrvCmdOpenFolder + offset, &FilePanel::OnButtonOpenPath);
     buttons->AddSpacer(kGroupGap);

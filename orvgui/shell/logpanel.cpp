@@ -131,6 +131,7 @@ void LogPanel::OnSave(wxCommandEvent&) {
     if (path.empty()) return;
     try {
         WriteFile(PathFromWx(path), FromWx(GetText()->GetValue()));
+        GetInterface()->NoteExport("Log saved as text", PathFromWx(path));
     } catch (const ZorException& exception) {
         OrvMessageBox(ToWx(exception.GetMessage()), _("Error"), wxOK | wxICON_ERROR, this);
     }

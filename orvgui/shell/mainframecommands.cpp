@@ -5,12 +5,17 @@
 #include <wx/translation.h>
 
 #include "orvcore/facade/interface.h"
+#include "orvcore/report/annotationpicture.h"
+#include "orvcore/report/selftestrecord.h"
 #include "orvgui/common/fileselectors.h"
 #include "orvgui/common/icons.h"
+#include "orvgui/common/language.h"
 #include "orvgui/common/licencecheck.h"
 #include "orvgui/common/messagebox.h"
+#include "orvgui/common/threeway.h"
 #include "orvgui/common/webconsent.h"
 #include "orvgui/dialogs/optionsgui.h"
+#include "orvgui/dialogs/reportdialog.h"
 #include "orvgui/dialogs/tooldialog.h"
 #include "orvgui/pages/filtergui.h"
 #include "orvgui/shell/commandregistry.h"
@@ -19,6 +24,8 @@
 #include "orvgui/shell/frametexts.h"
 #include "orvgui/shell/mainframe.h"
 #include "orvgui/shell/projectgui.h"
+#include "orvgui/viewer/annotationpanel.h"
+#include "orvgui/viewer/viewerhost.h"
 #include "zorbase/files.h"
 #include "zorbase/gui/aboutdialog.h"
 #include "zorbase/gui/shell.h"
@@ -39,6 +46,24 @@ VecParameter FolderParameter(const wxString& folder) {
     return {Parameter::Path(ParameterType::Folder, "folder", "Folder", PathFromWx(folder))};
 }
 
+// Marks are no part of a result: only who wants them in the saved picture gets them there. False when nothing is to be saved.
+bool AskAboutMarks(OrvFilterGui& page, const wxString& path, std::vector<OrvAnnotation>& marks) {
+    auto* viewer = dynamic_cast<OrvViewerHost*>(&page);
+    marks = viewer != nullptr ? DisplayedMarks(*viewer) : std::vector<OrvAnnotation>();
+    const std::string extension = PathExtension(PathFromWx(path));
+    const bool isTable =
+        extension == "html" || extension == "htm" || extension == "tsv" || extension == "txt";
+    if (marks.empty() || isTable) {
+        marks.clear();
+        return true;
+    }
+    const int answer = OrvThreeWayBox(
+        &page, _("There are marks on this picture. Do you want to have them drawn into the saved file?"),
+        _("Marks"), _("With Marks"), _("Without Marks"), _("Cancel"));
+    if (answer != wxYES) marks.clear();
+    return answer == wxYES || answer == wxNO;
+}
+
 }  // namespace
 
 void OrvMainFrame::OnMenuFileOpen(wxCommandEvent& event) {
@@ -46,7 +71,7 @@ void OrvMainFrame::OnMenuFileOpen(wxCommandEvent& event) {
 }
 
 void OrvMainFrame::OnMenuFileSaveResultAs(wxCommandEvent&) {
-    if (!CheckLicence(kTrialRefusesCommand, this)) return;
+    if (!CheckLicence(LicenceManager::Command::SaveResult, this)) return;
     const wxString path = OrvFileSaveSelector(_("Select a file to save to..."), m_core->GetExportFilename(),
                                               TranslateFilterLabels(m_core->GetFilterFileSelectorString()));
     if (path.empty()) return;
@@ -54,7 +79,10 @@ void OrvMainFrame::OnMenuFileSaveResultAs(wxCommandEvent&) {
     if (filter && (m_core->HasFile(OrvEvidence) || m_core->HasFile(OrvReference))) {
         if (auto* page = dynamic_cast<OrvFilterGui*>(filter->GetAnalsyisFilterGui())) {
             const Image& image = page->GetDisplayedImage();
-            if (image.IsValid()) m_core->SetImageToSave(image);
+            std::vector<OrvAnnotation> marks;
+            if (image.IsValid() && !AskAboutMarks(*page, path, marks)) return;
+            if (image.IsValid())
+                m_core->SetImageToSave(marks.empty() ? image : DrawAnnotations(image, marks, {}));
         }
     }
     m_core->SaveFilterResult(path);
@@ -76,7 +104,12 @@ void OrvMainFrame::OnMenuFileDumpEmbeddedJpgs(wxCommandEvent&) {
 }
 
 void OrvMainFrame::OnMenuFileGenerateReport(wxCommandEvent&) {
-    m_core->GenerateReport();
+    const wxString file = m_core->GetFilename(m_core->HasFile(OrvEvidence) ? OrvEvidence : OrvReference);
+    // Without a picture the core tells what is missing.
+    if (file.empty()) return m_core->GenerateReport();
+    OrvReportWish wish;
+    const wxString name = PathToWx(PathStem(PathFromWx(file)) + "-report");
+    if (AskForReport(this, name, wish)) m_core->GenerateReport(wish.path, wish.contents);
 }
 
 void OrvMainFrame::OnMenuFileExit(wxCommandEvent&) {
@@ -84,16 +117,30 @@ void OrvMainFrame::OnMenuFileExit(wxCommandEvent&) {
 }
 
 void OrvMainFrame::OnMenuViewProgramOptions(wxCommandEvent&) {
+    const std::string language = LanguageOf(m_core->GetProgramOptions());
     {
         OrvOptionsGui dialog(this, m_core->GetProgramOptions());
         dialog.ShowModal();
     }
     m_filtersPanel->InitTreebook();
+    if (LanguageOf(m_core->GetProgramOptions()) == language) return;
+    // What is not saved is asked about first; who keeps working has the new language at the next start.
+    const int answer = OrvQuestionBox(_("The language changes when the program starts anew."), _("Language"),
+                                      _("Start Anew Now"), _("Later"), wxICON_QUESTION, this);
+    if (answer != wxYES) return;
+    AfterUnsavedWork([this] {
+        m_isCloseSettled = true;
+        ScheduleRestart();
+        CallAfter([this] { Close(); });
+    });
 }
 
 void OrvMainFrame::OnMenuHelpAbout(wxCommandEvent&) {
     bool restart = false;
-    CreateAboutDialog(this, m_version, GetIcon(), restart);
+    bool testsItself = false;
+    CreateAboutDialog(this, m_version, GetIcon(), restart,
+                      {ToWx(SelfTestSummary()), _("Run Self-Test"), &testsItself});
+    if (testsItself) m_core->CallGenericAction(OrvActionSelfTest, _("Self-test"), {});
     if (!restart) return;
     ScheduleRestart();
     wxCloseEvent close(wxEVT_CLOSE_WINDOW, GetId());

@@ -9,6 +9,7 @@
 #include "orvcore/facade/interface.h"
 #include "orvcore/tools/web/webparameters.h"
 #include "orvgui/common/messagebox.h"
+#include "orvgui/common/textdialog.h"
 #include "orvgui/common/webconsent.h"
 #include "orvgui/pages/filtergui.h"
 #include "orvgui/pages/orvviewerpanel.h"
@@ -19,7 +20,9 @@
 #include "orvgui/shell/frametexts.h"
 #include "orvgui/shell/mainframe.h"
 #include "orvgui/shell/projectgui.h"
+#include "orvgui/shell/recentfiles.h"
 #include "orvgui/tables/gridframe.h"
+#include "orvgui/viewer/annotationpanel.h"
 #include "zorbase/gui/mapview.h"
 #include "zorbase/gui/shell.h"
 #include "zorbase/progress.h"
@@ -102,11 +105,22 @@ wxString TitleOf(int action) {
     return OrvGuiCommandRegistry::GetLabel(CommandOfAction(action));
 }
 
+// What the self-test found: in a sentence, and answer by answer.
+wxString SelfTestOutcome(const VecParameter& parameters) {
+    wxString text;
+    for (const char* const name : {"summary", "answers"})
+        if (const Parameter* part = parameters.Find(name))
+            text += (text.empty() ? "" : "\n\n") + ToWx(part->GetValueAsString());
+    return text;
+}
+
 }  // namespace
 
 void OrvMainFrame::RefreshFilePanels() {
     m_evidencePanel->SetImage();
     m_referencePanel->SetImage();
+    for (const OrvFileId slot : {OrvReference, OrvEvidence})
+        GetRecentFiles().Note(RecentKind::Pictures, PathFromWx(m_core->GetFilename(slot)));
     if (m_projectTree) m_projectTree->RefreshFiles();
 }
 
@@ -210,6 +224,8 @@ void OrvMainFrame::OnCommandLoadProject(OrvCommandEvent&) {
     RefreshFilePanels();
     RefreshPictureStatus();
     UpdateTitle();
+    GetRecentFiles().Note(RecentKind::Projects, m_core->GetProject().GetPath());
+    ForgetMarkChanges();
     m_core->PostResponse();
     // A project brings its own filter configurations.
     m_filtersPanel->UpdateTreebook(true);
@@ -220,6 +236,7 @@ void OrvMainFrame::OnCommandLoadProject(OrvCommandEvent&) {
 
 void OrvMainFrame::OnCommandSaveProject(OrvCommandEvent&) {
     DestroyProgress();
+    GetRecentFiles().Note(RecentKind::Projects, m_core->GetProject().GetPath());
     m_core->PostResponse();
     UpdateTitle();
     if (m_projectTree) m_projectTree->RefreshProject();
@@ -315,7 +332,17 @@ void OrvMainFrame::OnCommandExecuted(OrvCommandEvent& event) {
             if (event.GetError() != 0 && event.GetError() != kErrorAborted)
                 OrvMessageBox(event.GetMessage(), _("Error"), wxOK, this);
             break;
-        case 10:
+        case OrvActionSelfTest:
+            if (event.GetError() == 0 && !m_exitScheduled) {
+                // Read at leisure: the core goes on.
+                CallAfter([this, text = SelfTestOutcome(event.GetParameters())] {
+                    TextDialog dialog(this, _("Self-Test"), text, true);
+                    dialog.ShowModal();
+                });
+            } else if (event.GetError() != 0 && event.GetError() != kErrorAborted) {
+                OrvMessageBox(event.GetMessage(), _("Error"), wxOK, this);
+            }
+            break;
         case 11:
             break;
         default:

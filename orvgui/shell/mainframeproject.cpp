@@ -13,6 +13,7 @@
 #include "orvgui/pages/pageview.h"
 #include "orvgui/shell/frametexts.h"
 #include "orvgui/shell/mainframe.h"
+#include "orvgui/shell/recentfiles.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"
 #include "zorbase/zorexception.h"
@@ -30,7 +31,12 @@ wxString ProjectName(const std::string& path) {
 void OrvMainFrame::StartProjectKeeping() {
     m_core->SetViewSource([this] { return ReadPageView(m_viewerPanel->GetShownPage()); });
     Bind(
-        wxEVT_TIMER, [this](wxTimerEvent&) { m_core->Autosave(); }, m_autosaveTimer.GetId());
+        wxEVT_TIMER,
+        [this](wxTimerEvent&) {
+            m_core->Autosave();
+            GetRecentFiles().Save();
+        },
+        m_autosaveTimer.GetId());
     SetAutosaveInterval(kAutosaveMs);
 }
 
@@ -42,10 +48,13 @@ void OrvMainFrame::OnMenuFileNewProject(wxCommandEvent&) {
     AfterUnsavedWork([this] { m_core->NewProject(); });
 }
 
-void OrvMainFrame::OnMenuFileOpenProject(wxCommandEvent&) {
+// The list of recent projects sends the command with a path.
+void OrvMainFrame::OnMenuFileOpenProject(wxCommandEvent& event) {
     const wxString filter = wxString::Format(_("%s Project file (*.zop)|*.zop|All files (*.*)|*.*"),
                                              ToWx(m_version.GetAppName()));
-    const wxString path = OrvFileLoadSelector(_("Choose a project to load"), wxString(), filter);
+    const wxString path = event.GetString().empty()
+                              ? OrvFileLoadSelector(_("Choose a project to load"), wxString(), filter)
+                              : event.GetString();
     if (!path.empty()) AfterUnsavedWork([this, path] { m_core->LoadProject(path); });
 }
 
@@ -85,6 +94,7 @@ void OrvMainFrame::AfterUnsavedWork(const std::function<void()>& next) {
 }
 
 bool OrvMainFrame::MayCloseWithProject(wxCloseEvent& event) {
+    GetRecentFiles().Save();
     if (std::exchange(m_isCloseSettled, false) || !event.CanVeto()) return true;
     if (!m_core->GetProject().HasUnsavedWork()) return true;
     event.Veto();

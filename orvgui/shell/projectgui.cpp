@@ -16,6 +16,7 @@
 #include "orvgui/common/visibletext.h"
 #include "orvgui/shell/commandregistry.h"
 #include "orvgui/shell/projectdialogs.h"
+#include "orvgui/shell/recentfiles.h"
 #include "zorbase/files.h"
 #include "zorbase/gui/imageconvert.h"
 #include "zorbase/text.h"
@@ -109,6 +110,16 @@ wxString BookmarkTip(const OrvBookmark& bookmark) {
     return tip;
 }
 
+// The frame opens what is chosen: it asks about unsaved work first.
+wxBitmapButton* CreateRecentProjects(wxWindow* pane) {
+    return CreateRecentButton(pane, RecentKind::Projects, [pane](const std::string& path) {
+        wxCommandEvent command(wxEVT_MENU, OrvCmdOpenProject);
+        command.SetEventObject(pane);
+        command.SetString(PathToWx(path));
+        pane->GetParent()->GetEventHandler()->ProcessEvent(command);
+    });
+}
+
 }  // namespace
 
 OrvProjectGui::OrvProjectGui(wxWindow* parent)
@@ -116,6 +127,7 @@ OrvProjectGui::OrvProjectGui(wxWindow* parent)
     auto* strip = new wxWrapSizer(wxHORIZONTAL, wxREMOVE_LEADING_SPACES);
     for (int commandId : kStrip) {
         AddButton(strip, commandId);
+        if (commandId == OrvCmdOpenProject) strip->Add(CreateRecentProjects(this));
         if (commandId == OrvCmdGenerateReport) strip->AddSpacer(8);
     }
     m_tree = new wxTreeCtrl(this, wxID_ANY, wxDefaultPosition, wxDefaultSize,

@@ -29,6 +29,11 @@ wxString DefaultName(const char* format) {
     return wxString::Format(format, ToWx(DateTimeNowAsString()));
 }
 
+// A line in the log, with the hash of what was written.
+void NoteExported(const char* what, const std::string& path) {
+    if (OrvInterface* core = GetInterface()) core->NoteExport(what, path);
+}
+
 // What a report takes from a row, apart from any window.
 struct ReportColumns {
     int file = -1;                                   // holds the picture's path
@@ -139,7 +144,7 @@ void OrvListCtrlResults::OnCopyDetails(wxCommandEvent&) {
 }
 
 bool OrvListCtrlResults::AllowsExport() {
-    if (!CheckLicence(kTrialRefusesExport, this)) return false;
+    if (!CheckLicence(LicenceManager::Command::ExportTable, this)) return false;
     if (!m_export.IsRunning()) return true;
     OrvMessageBox(_("The table is still being written."), wxString(), wxOK, this);
     return false;
@@ -155,6 +160,7 @@ void OrvListCtrlResults::WriteTable(const wxString& file, bool asHtml, std::func
         } else {
             SaveImageInfoTableAsTsv(path, *source, order.get(), progress);
         }
+        NoteExported("Table exported", path);
     };
     m_export.Start(write, [file, done = std::move(done)] {
         TellExported(file);
@@ -225,6 +231,7 @@ void OrvListCtrlResults::OnExportReportAsHtml(wxCommandEvent&) {
     const auto write = [path = PathFromWx(file), columns = ColumnsOf(*this, GetThumbnails()),
                         source = GetView().GetSource(), rows](const TableProgress& progress) {
         WriteReport(path, columns, *source, rows, progress);
+        NoteExported("Table exported as a report", path);
     };
     m_export.Start(write, [this, file] {
         TellExported(file);

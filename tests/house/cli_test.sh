@@ -102,5 +102,41 @@ timeout --preserve-status -s INT 1.5 "$cli" batch --hashes "$scratch/many" -o "$
 expect 'an interrupt ends it' 1 $?
 expect 'and leaves nothing' no "$([ -e "$scratch/out/many.tsv" ] && echo yes || echo no)"
 
+# The logs of all that was run above are one chain.
+logs=$ORVANE_DOCUMENTS/logs
+last=$(ls "$logs" | tail -1)
+try 'logs that nobody touched' 0 verify-log
+expect 'each one is named' "$(ls "$logs" | wc -l)" "$(grep -c '^good   orvane-.*: [0-9]* lines' <<<"$out")"
+try 'a report states where the log stood' 0 verify-log "$scratch/out/report.html"
+expect 'and it stands there' yes "$(holds 'stated: orvane-' "$out")"
+try 'a page that states nothing' 1 verify-log "$scratch/out/table.html"
+expect 'is told' yes "$(holds 'table.html' "$err")"
+# spoilt WHAT FINDING COMMAND…: a copy of the logs in which the command has run; $log is the one that the report names.
+log=$(grep -o 'orvane-[0-9]*\.log' "$scratch/out/report.html" | head -1)
+spoilt() {
+    local what=$1 finding=$2
+    shift 2
+    rm -rf "$scratch/spoilt" && cp -r "$logs" "$scratch/spoilt"
+    (cd "$scratch/spoilt" && "$@")
+    try "$what" 1 verify-log --folder "$scratch/spoilt" "$scratch/out/report.html"
+    expect "$what: the finding" yes "$(holds "$finding" "$(grep '^NOT' <<<"$out")")"
+}
+spoilt 'a letter was changed' "$log" sed -i '2s/e/E/' "$log"
+spoilt 'a line was taken out' "$log" sed -i '2d' "$log"
+spoilt 'the log was cut off' "stated: $log" sed -i '2,$d' "$log"
+spoilt 'a log is missing' "$log is missing" rm "$log"
+spoilt 'all of them are missing' 'there is no log in' sh -c 'rm ./*'
+
+# Two answers of which one is wrong, and the settings of a filter that is not there.
+mkdir "$scratch/pictures"
+cp "$root/data/samples/coffee.jpg" "$scratch/pictures/"
+printf 'file-format\tcoffee.jpg\t\t\tout:Format By Content\tis\tJPEG\tit is one\n' >"$scratch/pictures/answers.tsv"
+try 'a self-test whose answers are not all there' 1 selftest --pictures "$scratch/pictures"
+expect 'what is tested is told' yes "$(holds $'pass\tfile-format\tcoffee.jpg\t' "$out")"
+expect 'what is not, too' yes "$(holds $'FAIL\terror-level\tno known answer' "$out")"
+expect 'its outcome is not kept' no "$([ -e "$ORVANE_DOCUMENTS/selftest.json" ] && echo yes || echo no)"
+try 'a self-test without answers' 1 selftest --pictures "$folder"
+expect 'names the list' yes "$(holds 'answers.tsv' "$err")"
+
 expect 'the folder is as it was' "$before" "$(state)"
 finish

@@ -10,6 +10,7 @@
 #include <wx/stattext.h>
 
 #include "zorbase/appversion.h"
+#include "zorbase/licence.h"
 #include "zorbase/text.h"
 
 namespace {
@@ -71,6 +72,8 @@ wxSizer* MakeTitle(wxDialog& dialog, const AppVersion& version, const wxIcon& ic
     if (!version.GetRevision().empty()) {
         text += ", " + wxString::Format(_("revision %s"), ToWx(version.GetRevision()));
     }
+    if (LicenceManager::Get().IsTrial())
+        text += ", " + wxGetTranslation(LicenceManager::Get().GetEditionName());
     auto* lines = new wxBoxSizer(wxVERTICAL);
     lines->Add(name);
     lines->Add(MakeText(&dialog, text), 0, wxTOP, 4);
@@ -84,7 +87,8 @@ wxSizer* MakeTitle(wxDialog& dialog, const AppVersion& version, const wxIcon& ic
 
 }  // namespace
 
-void CreateAboutDialog(wxWindow* parent, const AppVersion& version, const wxIcon& icon, bool& restart) {
+void CreateAboutDialog(wxWindow* parent, const AppVersion& version, const wxIcon& icon, bool& restart,
+                       const AboutCheck& check) {
     restart = false;
     wxDialog dialog(parent, wxID_ANY, wxString::Format(_("About %s"), ToWx(version.GetAppName())),
                     wxDefaultPosition, wxDefaultSize, wxDEFAULT_DIALOG_STYLE | wxRESIZE_BORDER);
@@ -99,6 +103,19 @@ void CreateAboutDialog(wxWindow* parent, const AppVersion& version, const wxIcon
     sizer->Add(what, 0, wxEXPAND | wxLEFT | wxRIGHT | wxBOTTOM, 16);
     sizer->Add(MakeText(&dialog, _("It stands on these libraries:")), 0, wxLEFT | wxRIGHT | wxBOTTOM, 16);
     sizer->Add(MakeLibraryList(&dialog), 1, wxEXPAND | wxLEFT | wxRIGHT, 16);
+    if (!check.text.empty()) {
+        auto* row = new wxBoxSizer(wxHORIZONTAL);
+        auto* text = MakeText(&dialog, check.text);
+        text->Wrap(400);
+        row->Add(text, 1, wxALIGN_CENTER_VERTICAL | wxRIGHT, 12);
+        auto* button = new wxButton(&dialog, wxID_ANY, check.button);
+        button->Bind(wxEVT_BUTTON, [&dialog, &check](wxCommandEvent&) {
+            *check.isWanted = true;
+            dialog.EndModal(wxID_OK);
+        });
+        row->Add(button, 0, wxALIGN_CENTER_VERTICAL);
+        sizer->Add(row, 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, 16);
+    }
     sizer->Add(dialog.CreateButtonSizer(wxOK), 0, wxEXPAND | wxALL, 12);
     dialog.SetSizerAndFit(sizer);
     // Without a cancel button Escape would do nothing.

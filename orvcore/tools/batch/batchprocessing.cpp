@@ -1,5 +1,7 @@
 #include "orvcore/tools/batch/batchprocessing.h"
 
+#include <wx/translation.h>
+
 #include <memory>
 
 #include "orvcore/report/report.h"
@@ -263,19 +265,23 @@ VecParameter BatchProcessingParameters(const std::string& report) {
         return Parameter::Choice(label, label, selected, std::move(entries));
     };
     return {
-        choice("Evidence Preprocessing",
-               {"Evidence only", "All images in the evidence folder",
-                "All images in the evidence folder and its subfolders", "Evidence and reference"},
+        choice(wxTRANSLATE("Evidence Preprocessing"),
+               {wxTRANSLATE("Evidence only"), wxTRANSLATE("All images in the evidence folder"),
+                wxTRANSLATE("All images in the evidence folder and its subfolders"),
+                wxTRANSLATE("Evidence and reference")},
                0),
-        choice("Tools And Configurations To Preprocess",
-               {"Active filter and configuration", "All enabled configurations of the active filter",
-                "All enabled configurations of all filters"},
+        choice(wxTRANSLATE("Tools And Configurations To Preprocess"),
+               {wxTRANSLATE("Active filter and configuration"),
+                wxTRANSLATE("All enabled configurations of the active filter"),
+                wxTRANSLATE("All enabled configurations of all filters")},
                0),
-        choice("Processing Type",
-               {"Fill the cache", "Write the report from the cache", "Fill the cache and write the report"},
+        choice(wxTRANSLATE("Processing Type"),
+               {wxTRANSLATE("Fill the cache"), wxTRANSLATE("Write the report from the cache"),
+                wxTRANSLATE("Fill the cache and write the report")},
                2),
-        Parameter::Path(ParameterType::FileSave, "Output Filename", "Output Filename", report,
-                        "HTML file (*.html)|*.html|TAB separated values (*.tsv)|*.tsv|All files (*.*)|*.*"),
+        Parameter::Path(
+            ParameterType::FileSave, "Output Filename", wxTRANSLATE("Output Filename"), report,
+            wxTRANSLATE("HTML file (*.html)|*.html|TAB separated values (*.tsv)|*.tsv|All files (*.*)|*.*")),
     };
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <wx/translation.h>
+
 #include <string>
 
 #include "zorbase/parameter.h"
@@ -7,27 +9,30 @@
 // The settings of the actions that use the network: names as the dialogs show them, and readers that say which field is
 // missing or wrong. Readers throw ZorException (kind Argument). Pure, any thread.
 
-inline constexpr const char* kWebParameterMake = "Camera Make";
-inline constexpr const char* kWebParameterModel = "Camera Model";
-inline constexpr const char* kWebParameterDays = "Start From Pictures Taken N Days Ago. N Is";
-inline constexpr const char* kWebParameterCount = "Stop After Finding At Least N Pictures. N Is";
-inline constexpr const char* kWebParameterSize = "Look For Pictures Of Size";
-inline constexpr const char* kWebParameterNoSoftware = "Exclude Picture With Known Software Tags";
-inline constexpr const char* kWebParameterSameCamera = "Exclude Pictures With Different Make or Model";
-inline constexpr const char* kWebParameterKey = "CameraForensics API Key";
-inline constexpr const char* kWebParameterSoftware = "Exif Software";
-inline constexpr const char* kWebParameterTables = "JPEG QT Hash";
-inline constexpr const char* kWebParameterNumber = "Number of Pictures";
-inline constexpr const char* kWebParameterTinEye = "Search On TinEye";
-inline constexpr const char* kWebParameterGoogle = "Search On Google";
-inline constexpr const char* kWebParameterDomain = "Search On This Domain (Optional - Only For Google)";
-inline constexpr const char* kWebParameterAllow = "Allow To Send Images On The Web";
+inline constexpr const char* kWebParameterMake = wxTRANSLATE("Camera Make");
+inline constexpr const char* kWebParameterModel = wxTRANSLATE("Camera Model");
+inline constexpr const char* kWebParameterDays = wxTRANSLATE("Start From Pictures Taken N Days Ago. N Is");
+inline constexpr const char* kWebParameterCount = wxTRANSLATE("Stop After Finding At Least N Pictures. N Is");
+inline constexpr const char* kWebParameterSize = wxTRANSLATE("Look For Pictures Of Size");
+inline constexpr const char* kWebParameterNoSoftware =
+    wxTRANSLATE("Exclude Picture With Known Software Tags");
+inline constexpr const char* kWebParameterSameCamera =
+    wxTRANSLATE("Exclude Pictures With Different Make or Model");
+inline constexpr const char* kWebParameterKey = wxTRANSLATE("CameraForensics API Key");
+inline constexpr const char* kWebParameterSoftware = wxTRANSLATE("Exif Software");
+inline constexpr const char* kWebParameterTables = wxTRANSLATE("JPEG QT Hash");
+inline constexpr const char* kWebParameterNumber = wxTRANSLATE("Number of Pictures");
+inline constexpr const char* kWebParameterTinEye = wxTRANSLATE("Search On TinEye");
+inline constexpr const char* kWebParameterGoogle = wxTRANSLATE("Search On Google");
+inline constexpr const char* kWebParameterDomain =
+    wxTRANSLATE("Search On This Domain (Optional - Only For Google)");
+inline constexpr const char* kWebParameterAllow = wxTRANSLATE("Allow To Send Images On The Web");
 inline constexpr const char* kWebParameterPhotos = "Photo-Id";  // name, address, name, address, …
 inline constexpr const char* kWebParameterFolder = "Folder";
 
 // Of a search's results: beside what was found, why there may be more. Not there when the search was finished.
 inline constexpr const char* kWebResultIncomplete = "incomplete";
-inline constexpr const char* kWebEntryAnySize = "Any Size";
+inline constexpr const char* kWebEntryAnySize = wxTRANSLATE("Any Size");
 
 // A picture's size in pixels; 0 x 0 stands for any size.
 struct WebPictureSize {

@@ -713,7 +713,7 @@ TEST_F(ListCtrlTest, SpreadsheetGetsTheTableOrAMessageSaysWhy) {
 TEST_F(ListCtrlTest, TrialEditionRefusesEveryExport) {
     auto* list = MakeBatch({{"Full Path"}, {"/x"}});
     auto* web = new OrvListCtrlWeb(Frame(), Share({{"url"}, {"http://x/y"}}), 0, wxHORIZONTAL);
-    LicenceManager::Get().SetTrial(true);
+    LicenceManager::Get().SetEdition(LicenceManager::Edition::Trial);
     const SelectorAnswer answer("/nowhere/t");
     {
         DialogAnswers answers{wxID_OK, wxID_OK, wxID_OK, wxID_OK, wxID_OK, wxID_OK};
@@ -725,7 +725,7 @@ TEST_F(ListCtrlTest, TrialEditionRefusesEveryExport) {
         for (const std::string& seen : answers.Seen())
             EXPECT_EQ(seen, "|Command not available on trial version.");
     }
-    LicenceManager::Get().SetTrial(false);
+    LicenceManager::Get().SetEdition(LicenceManager::Edition::Full);
     EXPECT_TRUE(answer.asked.empty());
 }
 
