@@ -38,6 +38,9 @@ wxString Names(const SummaryFile& file, SummaryState state) {
             names += (names.empty() ? "" : ", ") + entry.filterName;
             // Why is as good as a result.
             if (state == SummaryState::NotApplicable && !entry.text.empty()) names += " (" + entry.text + ")";
+            // Hints alone are no finding, and no silence either.
+            wxString hints;
+            if (entry.text.StartsWith("Nothing found, ", &hints)) names += " (" + hints + ")";
         }
     return names;
 }

@@ -343,6 +343,7 @@ void OrvMainFrame::OnCommandExecuted(OrvCommandEvent& event) {
                 OrvMessageBox(event.GetMessage(), _("Error"), wxOK, this);
             }
             break;
+        case 10:
         case 11:
             break;
         default:

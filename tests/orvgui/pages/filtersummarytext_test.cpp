@@ -30,6 +30,17 @@ constexpr SummaryState kAllStates[] = {SummaryState::NotRun,       SummaryState:
                                        SummaryState::NothingFound, SummaryState::WorthALook,
                                        SummaryState::StrongSign};
 
+// Hints alone are no finding, but they are told.
+TEST(FilterSummaryText, HintsAreToldBesideTheFilterThatFoundNothing) {
+    SummaryFile file;
+    file.title = "Evidence (a.jpg)";
+    file.entries = {Entry("Consistency", SummaryState::NothingFound),
+                    Entry("Ghosts", SummaryState::NothingFound)};
+    file.entries[0].text = "Nothing found, but 2 hints";
+    file.entries[1].text = "Nothing found";
+    EXPECT_TRUE(GlobalResultText({file}).Contains("Nothing found by: Consistency (but 2 hints), Ghosts."));
+}
+
 TEST(FilterSummaryText, SaysHowAFilterStands) {
     const OrvFilterResult strong = Result(OrvVerdict::StrongSign, {"One.", "Two."});
     const struct {
