@@ -25,8 +25,8 @@
 #include "orvgui/controls/parametercontroltable.h"
 #include "orvgui/controls/parametercontroltext.h"
 #include "orvgui/tables/listctrl.h"
-#include "tests/support/everytypefilter.h"
 #include "tests/orvgui/keys.h"
+#include "tests/support/everytypefilter.h"
 #include "tests/support/guitest.h"
 #include "zorbase/text.h"
 
@@ -410,6 +410,15 @@ TEST_F(ControlTest, RegionsAreAddedChangedAndRemoved) {
     EXPECT_TRUE(control->GetField()->GetValue().empty())
         << "nothing of what was removed is left to be edited";
     EXPECT_EQ(reports, 4);
+    // Without the last of them the one before it is chosen.
+    control->SetControlValue(
+        Parameter::Regions("r", "R", {Roi(1, 1, 1, 1), Roi(2, 2, 2, 2), Roi(3, 3, 3, 3)}));
+    for (const int last : {2, 1}) {
+        control->GetListBox()->SetSelection(last);
+        control->OnButtonRemove(event);
+        EXPECT_EQ(control->GetListBox()->GetSelection(), last - 1);
+    }
+    EXPECT_EQ(control->GetField()->GetValue(), "1, 1, 1, 1");
 }
 
 // Both kinds of field: what was refused is gone when another field is entered, and stays in a dialog, which asks for another.

@@ -244,10 +244,15 @@ TEST_F(FrameProject, TheListIsWorkedOnWithKeysAndMouse) {
     for (const char* name : {"a", "b", "c"}) AddBookmark(name);
     frame->GetProjectTree()->SelectFirstBookmark();
     EXPECT_EQ(0, frame->GetProjectTree()->GetSelectedBookmark());
-    Send(wxEVT_TREE_KEY_DOWN, Find("a ("), WXK_DELETE);
-    EXPECT_EQ("b c ", Names());
-    Send(wxEVT_TREE_KEY_DOWN, {}, 'Z', wxMOD_CONTROL);
-    EXPECT_EQ("a b c ", Names());
+    for (const int key : {WXK_DELETE, WXK_NUMPAD_DELETE}) {
+        Send(wxEVT_TREE_KEY_DOWN, Find("a ("), key, wxMOD_CONTROL);
+        EXPECT_EQ("a b c ", Names()) << "another command";
+        Send(wxEVT_TREE_KEY_DOWN, Find("a ("), key);
+        EXPECT_EQ("b c ", Names());
+        Send(wxEVT_TREE_KEY_DOWN, {}, 'Z', wxMOD_CONTROL);
+        EXPECT_EQ("a b c ", Names());
+        frame->GetProjectTree()->SelectFirstBookmark();
+    }
 
     Send(wxEVT_TREE_BEGIN_DRAG, Find("a ("));
     Send(wxEVT_TREE_END_DRAG, Find("c ("));
