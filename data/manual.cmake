@@ -1,7 +1,7 @@
 # Lays the manual's plain text out on A4 pages: cmake -DSOURCE=… -DFOLDER=… -DVERSION=… -DCONVERT=… -DOUTPUT=… -P manual.cmake
 # A line of the source is a line of the page. Its beginning tells what it is: "# " title, "=" below it, "## " heading, "- " and
 # "--" list, "| key|meaning" table, ">" command, "!drawing.svg height" a drawing beside the source, "@id" the filter's own text, in
-# filters/id.txt beside the source. "@rates" in it says where the measured rates of the filter are, or that there are none: RATES is the
+# filters/id.txt beside the source, with its figure from the folder FIGURES. "@rates" in it says where the measured rates of the filter are, or that there are none: RATES is the
 # folder of the files id.txt.
 cmake_minimum_required(VERSION 3.25)
 set(LEFT 52)
@@ -11,7 +11,13 @@ get_filename_component(drawings ${SOURCE} DIRECTORY)
 
 file(READ ${SOURCE} text)
 string(REPLACE "@VERSION@" "${VERSION}" text "${text}")
-# The filters' texts stand at the places that name them.
+# The filters' texts stand at the places that name them, and what each shows of a changed and an untouched picture below its text.
+set(FIGURE_PIXELS 576)
+set(FIGURE_WIDTH 380)
+set(heights "")
+if(EXISTS ${FIGURES}/heights.tsv)
+    file(READ ${FIGURES}/heights.tsv heights)
+endif()
 string(REGEX MATCHALL "\n@[a-z0-9-]+" places "${text}")
 foreach(place IN LISTS places)
     string(SUBSTRING "${place}" 2 -1 id)
@@ -22,6 +28,11 @@ foreach(place IN LISTS places)
     endif()
     string(REPLACE "@rates" "${rates}" section "${section}")
     string(STRIP "${section}" section)
+    if(heights MATCHES "(^|\n)${id}\t([0-9]+)\n")
+        math(EXPR height "${CMAKE_MATCH_2} * ${FIGURE_WIDTH} / ${FIGURE_PIXELS}")
+        string(APPEND section "\n!!${id} ${height}")
+        file(COPY ${FIGURES}/${id}.jpg DESTINATION ${FOLDER}/figures)
+    endif()
     string(REPLACE "${place}\n" "\n${section}\n" text "${text}")
 endforeach()
 # Characters that mean something to a list or to XML.
@@ -87,6 +98,14 @@ foreach(line IN LISTS lines)
         put(222 "" "${CMAKE_MATCH_2}" 14)
     elseif(line MATCHES "^&gt@SEMICOLON@(.*)")
         put(66 "font-family=\"DejaVu Sans Mono, monospace\" font-size=\"8.5\"" "${CMAKE_MATCH_1}" 13)
+    elseif(line MATCHES "^!!([^ ]+) ([0-9]+)")
+        math(EXPR below "${y} + ${CMAKE_MATCH_2}")
+        if(below GREATER BOTTOM)
+            finish_page()
+        endif()
+        math(EXPR above "${y} - 6")
+        string(APPEND page "<image x=\"66\" y=\"${above}\" width=\"${FIGURE_WIDTH}\" height=\"${CMAKE_MATCH_2}\" href=\"figures/${CMAKE_MATCH_1}.jpg\"/>\n")
+        math(EXPR y "${y} + ${CMAKE_MATCH_2} + 12")
     elseif(line MATCHES "^!([^ ]+) ([0-9]+)")
         file(READ ${drawings}/${CMAKE_MATCH_1} drawing)
         math(EXPR above "${y} - 8")

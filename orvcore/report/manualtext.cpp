@@ -117,6 +117,8 @@ class Writer {
             Add(LinesOf(path), false);
         else
             m_html += "<p>The text on " + id + " is missing.</p>\n";
+        const std::string figure = "figures/" + id + ".jpg";
+        if (FileExists(PathJoin(m_folder, figure))) m_html += "<p><img src=\"" + figure + "\"></p>\n";
     }
 
     std::string m_folder;

@@ -6,9 +6,11 @@
 
 // The manual for a help window, of the same source as the printed one. Any thread.
 
-// The manual's plain text as a page of simple HTML (headings, lists, tables, fixed-pitch lines; no scripts, pictures or style sheets).
+// The manual's plain text as a page of simple HTML (headings, lists, tables, fixed-pitch lines, the filters' figures; no scripts or
+// style sheets).
 // Lines are marked at their beginning: "# " title, "=" below it, "## " and "### " headings, "- " and "--" list, "| key|meaning" table,
-// ">" command, "!" drawing (left out), "@ID" the text of the file filters/ID.txt. A line that goes on joins its paragraph.
+// ">" command, "!" drawing (left out), "@ID" the text of the file filters/ID.txt and
+// below it the picture figures/ID.jpg, where there is one. A line that goes on joins its paragraph.
 // filters: id and name of each. The place of a filter in the manual gets the anchor "filter-ID": its own file, otherwise the first line
 // that names it. "@VERSION@" becomes version.
 // folder: that of manual.txt. Throws ZorException (File) when there is no manual; a file that is missing is named in the text.

@@ -49,6 +49,8 @@ OrvHelpWindow::OrvHelpWindow(wxWindow* parent)
     sizer->Add(m_page, 1, wxEXPAND);
     SetSizer(sizer);
     m_page->SetStandardFonts(parent->GetFont().GetPointSize());
+    // Its figures lie beside the manual.
+    m_page->GetParser()->GetFS()->ChangePathTo(PathToWx(PathJoin(GetAppDataPath(), "docs/en/")), true);
     m_page->SetPage(ManualPage());
     // Before it is painted for the first time the page has no size, and nowhere to scroll.
     m_page->Bind(wxEVT_PAINT, [this](wxPaintEvent& event) {

@@ -40,6 +40,10 @@ class Annotations : public FrameTest {
         page = dynamic_cast<OrvFilterGuiViewer*>(frame->GetViewerPanel()->GetShownPage());
         ASSERT_NE(page, nullptr);
         panel = FindAnnotationPanel(page->GetOrvToolPanel());
+        // The page takes its size, and the file's marks, a little later.
+        EXPECT_TRUE(PumpUntil([this] {
+            return Half(0)->GetClientSize().x > 150 && !GetMarkedFile(*Half(0)).empty();
+        }));
     }
     std::vector<OrvAnnotation> Marks() { return core->GetProject().GetAnnotations(); }
     Canvas* Half(std::size_t i) { return page->GetCanvases()[i]; }
