@@ -75,7 +75,6 @@ VecParameter TestItself(const OrvJob& job) {
 VecParameter RunGenericAction(OrvActionId action, const std::string& name, const VecParameter& parameters,
                               const OrvFilePtr (&files)[kFileSlots], OrvContext& context,
                               const OrvOptions& options, const OrvResultCache& cache, const OrvJob& job) {
-    if (action == OrvActionSelfTest) return TestItself(job);
     switch (action) {
         case OrvActionShowLocation:
             return ShowLocation(files[OrvEvidence]);
@@ -104,6 +103,8 @@ VecParameter RunGenericAction(OrvActionId action, const std::string& name, const
         case OrvActionIdentifyCameras:
         case OrvActionCollectSignatures:
             return RunFolderTool(action, parameters, options.BatchIncludesSubfolders(), job);
+        case OrvActionSelfTest:
+            return TestItself(job);
         case OrvActionRunAll:
             break;  // the facade's own: it needs all that a filter is asked for
     }
