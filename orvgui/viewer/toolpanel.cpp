@@ -49,9 +49,8 @@ void OrvToolPanel::CreateControls() {
     m_tools = new OrvToolPanelBase(this, m_page);
     auto* tools = new wxBoxSizer(wxHORIZONTAL);
     const auto makeToggle = [&](const char* icon, const wxString& name, const wxString& toolTip) {
-        auto* button =
-            new wxBitmapToggleButton(m_tools, wxID_ANY, LoadIconBundle(icon, kIcon), wxDefaultPosition,
-                                     wxDefaultSize, wxBU_EXACTFIT | wxBORDER_NONE);
+        auto* button = new wxBitmapToggleButton(m_tools, wxID_ANY, LoadIconBundle(icon, kIcon),
+                                                wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT);
         button->SetToolTip(name + ": " + toolTip);
         SetAccessibleName(button, name);
         tools->Add(button, 0, wxALIGN_CENTER_VERTICAL | wxLEFT, tools->IsEmpty() ? 0 : kGap / 2);

@@ -31,8 +31,8 @@ namespace {
 constexpr int kGap = 4;
 constexpr int kZoomTextDigits = 6;
 constexpr int kFieldInset = 18;  // pixels of border and padding left and right
-constexpr int kSliderWidth = 90;
-constexpr int kViewChoiceLeast = 160;
+constexpr int kSliderWidth = 72;
+constexpr int kViewChoiceLeast = 176;
 
 }  // namespace
 
