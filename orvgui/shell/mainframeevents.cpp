@@ -110,7 +110,7 @@ wxString SelfTestOutcome(const VecParameter& parameters) {
     wxString text;
     for (const char* const name : {"summary", "answers"})
         if (const Parameter* part = parameters.Find(name))
-            text += (text.empty() ? "" : "\n\n") + ToWx(part->GetValueAsString());
+            text += (text.empty() ? "" : "\n\n") + ToWx(part->Get<std::string>());
     return text;
 }
 
