@@ -1,5 +1,7 @@
 #include "orvcore/facade/foldertools.h"
 
+#include <wx/translation.h>
+
 #include <algorithm>
 
 #include "orvcore/model/collections.h"
@@ -60,15 +62,16 @@ VecParameter CollectSignatures(const std::string& folder, const std::string& col
 
 const std::vector<OrvFolderTool>& GetFolderTools() {
     static const std::vector<OrvFolderTool> tools = {
-        {OrvActionMakeFingerprint, "camera-identification", "New Fingerprint From A Folder...",
-         "Makes a fingerprint from pictures that are known to come from one camera",
-         "Select the folder of pictures from one camera", "fingerprint"},
-        {OrvActionIdentifyCameras, "camera-identification", "Test The Pictures Of A Folder...",
-         "Tests every picture of a folder against the fingerprints", "Select the folder of pictures to test",
-         "fingerprint"},
-        {OrvActionCollectSignatures, "compression-signature", "Add A Folder To The Collection...",
-         "Collects the signatures of pictures whose cameras are known",
-         "Select the folder of pictures whose cameras are known", "collection"}};
+        {OrvActionMakeFingerprint, "camera-identification", wxTRANSLATE("New Fingerprint From A Folder..."),
+         wxTRANSLATE("Makes a fingerprint from pictures that are known to come from one camera"),
+         wxTRANSLATE("Select the folder of pictures from one camera"), "fingerprint"},
+        {OrvActionIdentifyCameras, "camera-identification", wxTRANSLATE("Test The Pictures Of A Folder..."),
+         wxTRANSLATE("Tests every picture of a folder against the fingerprints"),
+         wxTRANSLATE("Select the folder of pictures to test"), "fingerprint"},
+        {OrvActionCollectSignatures, "compression-signature",
+         wxTRANSLATE("Add A Folder To The Collection..."),
+         wxTRANSLATE("Collects the signatures of pictures whose cameras are known"),
+         wxTRANSLATE("Select the folder of pictures whose cameras are known"), "collection"}};
     return tools;
 }
 

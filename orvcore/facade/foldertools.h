@@ -8,7 +8,7 @@
 #include "zorbase/parameter.h"
 
 // What a filter's page offers to do with a folder of pictures: building the collection that the filter asks, or asking it about all of
-// them. Texts are English.
+// them. Texts are to be looked up.
 struct OrvFolderTool {
     OrvActionId action;
     const char* filter;  // its id

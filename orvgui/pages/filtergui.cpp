@@ -180,7 +180,7 @@ void OrvFilterGui::RunFolderTool(const OrvFolderTool& tool) {
     core->CallGenericAction(
         tool.action, wxGetTranslation(wxString::FromUTF8(tool.label)).BeforeFirst('.'),
         {Parameter::Path(ParameterType::Folder, "folder", "Folder", PathFromWx(folder)),
-         Parameter::Path(ParameterType::FileLoad, "collection", "Collection",
+         Parameter::Path(ParameterType::FileLoad, "collection", wxTRANSLATE("Collection"),
                          target != nullptr ? target->Get<std::string>() : std::string())});
 }
 
