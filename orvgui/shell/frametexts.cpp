@@ -63,6 +63,8 @@ wxString MakePictureText(const OrvLoadedFile& file) {
     wxString text = ToWx(FormatName(info.format));
     if (info.width > 0 && info.height > 0) text += wxString::Format("   %d x %d", info.width, info.height);
     if (info.bitsPerSample > 0) text += wxString::Format(_("   %d bit"), info.bitsPerSample);
+    // Analyses look at one picture only; the page of pictures says what the others are.
+    if (info.frames > 1) text += wxString::Format(_("   the main one of %d pictures"), info.frames);
     text += "   " + ToWx(FormatFileSize(file.GetFacts().size));
     return file.GetDamage().IsEmpty() ? text : text + "   " + _("damaged");
 }

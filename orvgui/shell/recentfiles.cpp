@@ -71,7 +71,7 @@ void OrvRecentFiles::Save() {
         for (const std::string& path : m_lists[kind]) json[kNames[kind]].push_back(PathToUtf8(path));
     }
     try {
-        WriteFile(m_path, JsonToText(json, 2) + "\n");
+        WritePrivateFile(m_path, JsonToText(json, 2) + "\n");
     } catch (const ZorException&) {
         // The next start of the program does without.
     }

@@ -9,6 +9,8 @@
 #include "orvgui/common/opencverrors.h"
 #include "orvgui/shell/help.h"
 #include "tests/support/guitest.h"
+#include "tests/support/temporaryfolder.h"
+#include "zorbase/files.h"
 #include "zorbase/text.h"
 #include "zorbase/zorexception.h"
 
@@ -29,6 +31,21 @@ TEST(FrameTexts, TitleAndProposedName) {
     EXPECT_EQ("/cases/old.zop", ProposeProjectName("/cases/old.zop", "/photos/a.jpg"));
     EXPECT_EQ("a.b.zop", ProposeProjectName("", "/photos/a.b.jpg"));
     EXPECT_EQ("New Project.zop", ProposeProjectName("", ""));
+}
+
+// Every page's analyses look at one picture: the status bar says so where a file holds more.
+TEST(FrameTexts, OneOfSeveralPicturesIsNamed) {
+    const TemporaryFolder folder;
+    Bytes gif = {'G', 'I', 'F', '8', '9', 'a', 1, 0, 1, 0, 0x80, 0, 0, 0, 0, 0, 255, 255, 255};
+    const Bytes frame = {',', 0, 0, 0, 0, 1, 0, 1, 0, 0, 2, 2, 0x44, 1, 0};
+    for (const int frames : {1, 2, 3}) {
+        gif.insert(gif.end(), frame.begin(), frame.end());
+        Bytes whole = gif;
+        whole.push_back(';');
+        WriteFile(folder / "a.gif", whole);
+        const wxString text = MakePictureText(*OrvLoadedFile::Load(folder / "a.gif", 1 << 20, OrvJob()));
+        EXPECT_EQ(text.Contains(wxString::Format("the main one of %d pictures", frames)), frames > 1) << text;
+    }
 }
 
 TEST(FrameTexts, ProgressNeverReachesItsEnd) {
