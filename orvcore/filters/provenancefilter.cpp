@@ -264,7 +264,7 @@ class ProvenanceFilter : public OrvFilter {
                                  : isBare && !report.marks.empty()                  ? "Mark of a generator"
                                                                                     : report.Summary();
         if (sentences.empty() && isBare)
-            result.SayNothing("No credentials");
+            result.SayNothing("No credentials, which proves nothing: most files have none");
         else
             result.Judge(isStrong             ? OrvVerdict::StrongSign
                          : !sentences.empty() ? OrvVerdict::WorthALook

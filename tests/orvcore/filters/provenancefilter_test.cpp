@@ -111,7 +111,7 @@ TEST_F(ProvenanceFilterTest, FindsNothingInTheAbsenceOfCredentials) {
     const auto plain =
         RunFilter(*filter, Write("plain.jpg", picture), Write("note.txt", formatsupport::ToBytes("text")));
     EXPECT_EQ(plain->slot[OrvEvidence]->verdict, OrvVerdict::NotApplicable);
-    EXPECT_EQ(plain->slot[OrvEvidence]->verdictText, "No credentials");
+    EXPECT_EQ(plain->slot[OrvEvidence]->verdictText, "No credentials, which proves nothing: most files have none");
     EXPECT_TRUE(plain->slot[OrvEvidence]->findings.empty());
     EXPECT_EQ(OutputOf(plain, "present"), "None");
     EXPECT_NE(OutputOf(plain, "findings").find("proves nothing"), std::string::npos);
