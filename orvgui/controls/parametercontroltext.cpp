@@ -169,6 +169,7 @@ void ParameterControlString::UpdateViewButton() {
     bool overflows = text.length() > kMaximumFieldText || text.find('\n') != wxString::npos;
     const int width = m_field->GetClientSize().GetWidth();
     constexpr std::size_t kAlwaysFits = 12;
+    constexpr int kMostTurns = 2;
     if (!overflows && width > 1 && text.length() > kAlwaysFits) {
         constexpr int kInset = 16;  // what the theme keeps around the text
         const int room = width - kInset + (shown ? m_view->GetSize().GetWidth() + kGap : 0);
@@ -176,6 +177,12 @@ void ParameterControlString::UpdateViewButton() {
     }
     overflows = overflows && m_field->IsShown() && !m_parameter.IsHiddenFromGui();
     if (overflows == shown) return;
+    // Where the button's room decides about the row's width, and the width about the button, they would never come to rest.
+    const int around = wxGetTopLevelParent(m_parent)->GetClientSize().GetWidth();
+    if (text != m_judgedText || around != m_judgedWidth) m_turns = 0;
+    m_judgedText = text;
+    m_judgedWidth = around;
+    if (++m_turns > kMostTurns && shown) return;
     if (!m_view) {
         m_view = new wxButton(m_parent, wxID_ANY, wxString::FromUTF8("…"), wxDefaultPosition, wxDefaultSize,
                               wxBU_EXACTFIT);

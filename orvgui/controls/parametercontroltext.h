@@ -35,6 +35,10 @@ class ParameterControlString : public ParameterControlEntry {
     void UpdateViewButton();
 
     wxSizer* m_row = nullptr;    // holds the field, and the button once it is needed
+    // How often the button came or went for this text in a window of this width.
+    wxString m_judgedText;
+    int m_judgedWidth = 0;
+    int m_turns = 0;
     wxWeakRef<wxButton> m_view;  // shown only beside a text that does not fit
     wxString m_fullText;
     bool m_readOnly;

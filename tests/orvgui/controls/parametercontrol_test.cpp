@@ -76,6 +76,29 @@ bool Is(const ParameterControl* control) {
     return dynamic_cast<const Control*>(control) != nullptr;
 }
 
+// A row that gives the field more room with the button than without comes to rest all the same.
+TEST_F(ControlTest, TheButtonOfALongTextComesToRest) {
+    auto* control =
+        Make<ParameterControlString>(Parameter::Output(ParameterType::OutputString, "text", "Text"));
+    ASSERT_NE(control, nullptr);
+    int sizes = 0;
+    panel->SetSizer(nullptr, false);
+    panel->Bind(wxEVT_SIZE, [&](wxSizeEvent&) {
+        if (++sizes > 100) return;  // it never rests
+        bool hasButton = false;
+        for (const wxWindow* child : panel->GetChildren())
+            hasButton = hasButton || (dynamic_cast<const wxButton*>(child) != nullptr && child->IsShown());
+        Field(control)->SetSize(hasButton ? 600 : 60, 30);
+    });
+    frame->Show();
+    Parameter value = Parameter::Output(ParameterType::OutputString, "text", "Text");
+    value.SetValue(std::string("A text of some forty letters, or thereabouts"));
+    control->SetControlValue(value);
+    panel->PostSizeEvent();
+    PumpFor(200);
+    EXPECT_LT(sizes, 20);
+}
+
 TEST_F(ControlTest, EveryTypeCodeGetsItsClass) {
     const std::map<int, bool (*)(const ParameterControl*)> classes = {
         {0, Is<ParameterControlInputCheckBox>},
