@@ -93,6 +93,12 @@ void OrvFilterGuiViewer::RefreshViewerPanel() {
 void OrvFilterGuiViewer::ResetViewerPanel() {
     OrvFilterGui::ResetViewerPanel();
     if (m_viewerPanel != nullptr) m_viewerPanel->ResetImages();
+    // A page that nobody sees keeps no picture: the result holds it within the memory budget, and gives it again.
+    for (Canvas* canvas : GetCanvases()) {
+        canvas->GetProperties()->SetImage1(Image());
+        canvas->GetProperties()->SetImage2(Image());
+    }
+    m_displayedImage.Reset();
     if (m_toolPanel != nullptr) m_toolPanel->GetInspectorPanel()->ClearValues();
     if (OrvFrameHost* frame = GetFrameHost()) frame->SetStatusField(OrvStatusField::Zoom, wxString());
     if (m_comparePanel != nullptr) m_comparePanel->ClearValues();
