@@ -99,6 +99,7 @@ void OrvFilterGuiViewer::ResetViewerPanel() {
         canvas->GetProperties()->SetImage2(Image());
     }
     m_displayedImage.Reset();
+    if (m_mapPanel != nullptr) m_mapPanel->LetGoMaps();
     if (m_toolPanel != nullptr) m_toolPanel->GetInspectorPanel()->ClearValues();
     if (OrvFrameHost* frame = GetFrameHost()) frame->SetStatusField(OrvStatusField::Zoom, wxString());
     if (m_comparePanel != nullptr) m_comparePanel->ClearValues();

@@ -162,6 +162,12 @@ void MapPanel::SetMaps(const std::vector<OrvMap> (&maps)[kFileSlots], const std:
     Count();
 }
 
+void MapPanel::LetGoMaps() {
+    m_timer.Stop();
+    m_task.Stop();
+    for (std::vector<OrvMap>& maps : m_maps) maps.clear();
+}
+
 void MapPanel::ShowMap() {
     const OrvMap* map = ShownMap();
     Show(map != nullptr);

@@ -28,6 +28,8 @@ class ORVGUI_API MapPanel : public OrvSidePanelBase {
     // The maps of the newest result, per slot, with the ranges that they are drawn with, and the names of those whose range the user
     // has set; the panel hides itself where there are none. They share their values with the result.
     void SetMaps(const std::vector<OrvMap> (&maps)[kFileSlots], const std::set<std::string>& byHand);
+    // Holds no map any more until SetMaps; what was chosen stays chosen. For a page that is left.
+    void LetGoMaps();
     bool HasMaps() const { return !m_maps[OrvEvidence].empty() || !m_maps[OrvReference].empty(); }
     // The chosen map of a slot, or null.
     const OrvMap* GetMap(OrvFileId slot) const;
