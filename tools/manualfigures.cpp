@@ -14,6 +14,7 @@
 
 #include "orvcore/filters/filterlist.h"
 #include "orvcore/report/resultpictures.h"
+#include "orvcore/report/selftest.h"
 #include "orvcore/tables/tablemarkup.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"
@@ -27,7 +28,6 @@ constexpr int kGap = 8;
 constexpr int kPictureHeight = 184;
 constexpr int kTableRows = 7;
 constexpr int kJpegQuality = 72;
-constexpr std::uint64_t kMaximumBytes = 64 << 20;
 
 struct SurfaceReleaser {
     void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
@@ -117,27 +117,6 @@ class Sheet {
     Context m_context;
 };
 
-OrvFilterResultPtr Run(const OrvFilter& filter, const std::vector<std::string>& cells,
-                       const std::string& evidence, const std::string& folder) {
-    OrvFilterResult request;
-    request.input = filter.GetInputPrototype();
-    request.postProcessing = filter.GetPostProcessingPrototype();
-    for (const std::string& setting : StringToVecString(cells[4], ";", SplitMode::SkipEmpty)) {
-        const std::size_t equals = setting.find('=');
-        Parameter* parameter = request.input.Find(setting.substr(0, equals));
-        if (parameter == nullptr) parameter = request.postProcessing.Find(setting.substr(0, equals));
-        std::string value = equals == std::string::npos ? std::string() : setting.substr(equals + 1);
-        if (value.starts_with("@")) value = PathJoin(folder, value.substr(1));
-        if (parameter == nullptr || !parameter->SetValueFromString(value))
-            ZOR_THROW(Argument, "The setting \"" + setting + "\" does not fit.");
-    }
-    const std::string* const names[kFileSlots] = {&evidence, &cells[3]};
-    for (int slot = 0; slot < kFileSlots; ++slot)
-        if (!names[slot]->empty())
-            request.file[slot] = OrvLoadedFile::Load(PathJoin(folder, *names[slot]), kMaximumBytes, OrvJob());
-    return filter.Run(request, {}, OrvJob(), nullptr);
-}
-
 // Where the pictures lie and when they came there is another answer on every computer.
 bool IsOfThisComputer(const Parameter& output) {
     for (const char* const name : {"Full Path", "Modified", "Created", "Last Accessed", "Attributes Changed"})
@@ -213,7 +192,8 @@ int main(int argc, char** argv) {
             int height = 0;
             for (int side = 0; side < 2; ++side) {
                 const std::string& name = cells[static_cast<std::size_t>(1 + side)];
-                const OrvFilterResultPtr result = Run(**filter, cells, name, folder);
+                const OrvFilterResultPtr result =
+                    RunOnSelfTestFiles(**filter, cells[4], {name, cells[3]}, folder, OrvJob());
                 height = std::max(
                     height, DrawColumn(sheet, kGap + side * (kColumn + kGap), **filter,
                                        (side == 0 ? "Changed: " : "Untouched: ") + PathName(name), *result));

@@ -186,28 +186,28 @@ bool Agrees(const std::string& found, const std::string& relation, const std::st
     return FromString(text.substr(0, text.find(' ')), value) && value >= low && value <= high;
 }
 
-OrvFilterResultPtr RunLine(const OrvFilter& filter, const Line& line, const std::string& folder,
-                           const OrvJob& job) {
+}  // namespace
+
+OrvFilterResultPtr RunOnSelfTestFiles(const OrvFilter& filter, const std::string& settings,
+                                      const std::string (&files)[kFileSlots], const std::string& folder,
+                                      const OrvJob& job) {
     OrvFilterResult request;
     request.input = filter.GetInputPrototype();
     request.postProcessing = filter.GetPostProcessingPrototype();
-    for (const std::string& setting : StringToVecString(line.settings, ";", SplitMode::SkipEmpty)) {
+    for (const std::string& setting : StringToVecString(settings, ";", SplitMode::SkipEmpty)) {
         const std::size_t equals = setting.find('=');
         Parameter* parameter = request.input.Find(setting.substr(0, equals));
         if (parameter == nullptr) parameter = request.postProcessing.Find(setting.substr(0, equals));
         std::string value = equals == std::string::npos ? std::string() : setting.substr(equals + 1);
         if (value.starts_with("@")) value = PathJoin(folder, value.substr(1));
         if (parameter == nullptr || !parameter->SetValueFromString(value))
-            Fail("the setting \"" + setting + "\" does not fit");
+            ZOR_THROW(Format, "the setting \"" + setting + "\" does not fit");
     }
-    const std::string* names[kFileSlots] = {&line.evidence, &line.reference};
     for (int slot = 0; slot < kFileSlots; ++slot)
-        if (!names[slot]->empty())
-            request.file[slot] = OrvLoadedFile::Load(PathJoin(folder, *names[slot]), kMaximumBytes, job);
+        if (!files[slot].empty())
+            request.file[slot] = OrvLoadedFile::Load(PathJoin(folder, files[slot]), kMaximumBytes, job);
     return filter.Run(request, {}, job, nullptr);
 }
-
-}  // namespace
 
 bool SelfTestRun::IsGood() const {
     return untested.empty() && std::all_of(answers.begin(), answers.end(),
@@ -238,7 +238,8 @@ SelfTestRun RunSelfTest(std::string folder, const OrvJob& job,
                                              [&](const auto& one) { return one->GetId() == line.filter; });
             try {
                 if (filter == filters.end()) Fail("there is no such filter");
-                result = RunLine(**filter, line, folder, job);
+                result =
+                    RunOnSelfTestFiles(**filter, line.settings, {line.evidence, line.reference}, folder, job);
                 tested.insert(line.filter);
             } catch (const ZorException& exception) {
                 if (exception.GetKind() == ZorException::Kind::Aborted) throw;

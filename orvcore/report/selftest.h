@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "orvcore/filter/filter.h"
 #include "orvcore/model/job.h"
 
 // The self-test: every filter is run on pictures that come with the program and whose answers are known from how they were made, not from
@@ -39,6 +40,12 @@ struct SelfTestRun {
 // installed one. Any thread.
 SelfTestRun RunSelfTest(std::string folder, const OrvJob& job,
                         const std::function<void(const SelfTestAnswer&)>& told);
+
+// Runs a filter on files of the folder (names relative to it, "" for none) with settings as an answer's line has them. Throws
+// ZorException: kind Format for a setting that does not fit, File, Aborted.
+OrvFilterResultPtr RunOnSelfTestFiles(const OrvFilter& filter, const std::string& settings,
+                                      const std::string (&files)[kFileSlots], const std::string& folder,
+                                      const OrvJob& job);
 
 // Keeps the outcome as that of the last self-test (see selftestrecord.h). Throws ZorException (File).
 void KeepSelfTest(const SelfTestRun& run);
