@@ -213,6 +213,21 @@ std::vector<CurveDip> FindDips(const std::array<double, 100>& curve, double leas
     return dips;
 }
 
+namespace {
+
+// How many times as coarse as those of quality `finer` the steps of quality `coarser` are: a whole number from 2 on, or 0 where
+// they are no multiples. A picture saved at `coarser` dips at both.
+int MultipleOfSteps(int coarser, int finer) {
+    constexpr double kTolerance = 0.04;  // what rounding to whole steps does
+    const auto scale = [](int quality) { return quality < 50 ? 5000.0 / quality : 200.0 - 2.0 * quality; };
+    if (scale(finer) <= 0.0) return 0;
+    const double ratio = scale(coarser) / scale(finer);
+    const double whole = std::round(ratio);
+    return whole >= 2.0 && std::abs(ratio / whole - 1.0) <= kTolerance ? static_cast<int>(whole) : 0;
+}
+
+}  // namespace
+
 AnalysisDecision JudgeQualityCurve(const QualityCurve& curve, std::optional<int> lastQuality) {
     constexpr double kLook = 0.1;
     constexpr std::uint64_t kLeastBlocks = 64;
@@ -230,14 +245,25 @@ AnalysisDecision JudgeQualityCurve(const QualityCurve& curve, std::optional<int>
     decision.measured = 0.0;
     decision.threshold = kLook;
     decision.text = "The curve has no dip but that of the file's own last save, if it is a JPEG.";
-    for (const CurveDip& dip : FindDips(curve.all)) {
-        // What the last save left dips at its own quality, and at finer ones whose steps divide its own.
-        if (lastQuality && dip.quality >= *lastQuality - 1) continue;
-        decision.measured = dip.depth;
-        if (dip.depth < kLook) break;
-        decision.finding = Finding::WorthALook;
-        decision.text = "The curve dips at quality " + std::to_string(dip.quality) +
-                        ": the picture was saved with these tables on this grid before.";
+    const std::vector<CurveDip> dips = FindDips(curve.all);
+    // What the last save left dips at its own quality, and at finer ones whose steps divide its own.
+    const auto dip = std::find_if(dips.begin(), dips.end(), [&](const CurveDip& candidate) {
+        return !lastQuality || candidate.quality < *lastQuality - 1;
+    });
+    if (dip == dips.end()) return decision;
+    decision.measured = dip->depth;
+    if (dip->depth < kLook) return decision;
+    decision.finding = Finding::WorthALook;
+    const std::string quality = std::to_string(dip->quality);
+    decision.text = "The curve dips at quality " + quality +
+                    ": as after an earlier save on this grid with these steps, or with multiples of them.";
+    for (const CurveDip& coarser : dips) {
+        const int times = MultipleOfSteps(coarser.quality, dip->quality);
+        if (times == 0) continue;
+        const std::string first = std::to_string(coarser.quality);
+        decision.text = "The curve dips at quality " + quality + " and at " + first + ", whose steps are " +
+                        std::to_string(times) + " times those: as after an earlier save at quality " + first +
+                        " on this grid.";
         break;
     }
     return decision;

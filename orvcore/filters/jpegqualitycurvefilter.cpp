@@ -25,7 +25,7 @@ class JpegQualityCurveFilter : public OrvFilterPlot {
             "Compression",
             "How much the picture changes when it is saved as JPEG once more, at every quality from 1 to 100, on the grid that is set. The curve "
             "falls as the quality rises, with a dip at a quality with which the picture was saved before: in a JPEG at its own quality, "
-            "and at lower ones that it was saved with earlier. With a selection, two curves are drawn: a dip that only one of them has tells of a "
+            "and at lower ones that it was saved with earlier; finer qualities whose steps divide those dip as well. With a selection, two curves are drawn: a dip that only one of them has tells of a "
             "part with another history. That a picture was saved before is no forgery: worth a look at most. It cannot see: tables that are "
             "not the standard's (most cameras), an earlier save on another grid or finer than the last one, smooth pictures. "
             "After Farid 2009 (IEEE TIFS 4).");
@@ -36,6 +36,7 @@ class JpegQualityCurveFilter : public OrvFilterPlot {
                       {Parameter::Output(ParameterType::TableString, "numbers", "Quality Curve"),
                        Parameter::Output(ParameterType::TableString, "dips", "Dips")});
     }
+    int GetVersion() const override { return 2; }
     bool GivesVerdict() const override { return true; }
     std::string WhyNot(const OrvLoadedFile& file, const VecParameter&) const override {
         return WhyNotSmallerThan(file, 64);

@@ -238,6 +238,20 @@ TEST(QualityCurve, DipsWhereItWasSaved) {
     EXPECT_EQ(JudgeQualityCurve(ComputeQualityCurve(ThroughJpeg(Host(), 90)), 90).finding, Finding::Nothing);
     EXPECT_EQ(JudgeQualityCurve(ComputeQualityCurve(Host()), {}).finding, Finding::Nothing);
     EXPECT_EQ(JudgeQualityCurve(twice, 0).finding, Finding::NotApplicable);
+    EXPECT_NE(JudgeQualityCurve(twice, 90).text.find("quality 70"), std::string::npos);
+    // The steps of quality 85 are half of those of 70: a deeper dip there must not hide where it comes from.
+    QualityCurve halves;
+    halves.blocks = 1000;
+    halves.all.fill(4.0);
+    halves.all[91] = 0.1;
+    halves.all[84] = 3.0;
+    halves.all[69] = 3.3;
+    EXPECT_NE(JudgeQualityCurve(halves, 92).text.find("at quality 85 and at 70, whose steps are 2 times those"),
+              std::string::npos);
+    EXPECT_NEAR(JudgeQualityCurve(halves, 92).measured, std::log(4.02 / 3.02), 1e-9);
+    halves.all[69] = 4.0;
+    halves.all[72] = 3.3;  // no multiple
+    EXPECT_NE(JudgeQualityCurve(halves, 92).text.find("at quality 85: as after"), std::string::npos);
     // Against the definition, one quality, straight from the coefficients.
     cv::Mat coefficients;
     ForwardBlockDct(ComputeLuminance(Host()), {}, coefficients, 128.0F);
