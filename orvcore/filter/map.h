@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <map>
 #include <opencv2/core.hpp>
 #include <optional>
 #include <string>
@@ -43,6 +44,14 @@ struct OrvMapRegion {
 };
 
 // A plain value; values and mask share their memory between copies and never change once a result is published.
+// How a class is drawn where the colour of its number would say something else.
+enum class OrvClassColour {
+    Calm,  // nothing to see here: nearly black, as the low end of a scale
+    Red,
+    Green,
+    Blue,
+};
+
 struct OrvMap {
     std::string name;  // what is measured, in title case: "Error Level"; tells the maps of a result apart
     std::string unit;  // "levels"; "" for a number without one
@@ -74,6 +83,8 @@ struct OrvMap {
     std::vector<OrvMapLine> lines;
     std::vector<OrvMapRegion> regions;
     std::vector<std::string> classNames;  // of Classes, by value; a value without a name is shown as a number
+    std::map<int, OrvClassColour>
+        classColours;  // of Classes: those that are not to have the colour of their number
 };
 
 // What the map's fields allow: "" or what is wrong, for tests and for the framework, which refuses such a map.

@@ -99,7 +99,7 @@ void DrawRow(const OrvMap& map, const cv::Rect& part, const Cell& cell, std::uin
 template <typename Value>
 class Painter {
   public:
-    explicit Painter(const OrvMap& map) : m_map(map), m_colours(ColoursOfScale(map.scale)) {
+    explicit Painter(const OrvMap& map) : m_map(map), m_colours(ColoursOfMap(map)) {
         if constexpr (sizeof(Value) == 1)
             for (int i = 0; i < 256; ++i)
                 m_table[static_cast<std::size_t>(i)] =
@@ -138,7 +138,7 @@ class Painter {
     }
 
     const OrvMap& m_map;
-    const MapColours& m_colours;
+    const MapColours m_colours;
     std::array<std::uint8_t, 256> m_table{};
 };
 
@@ -179,6 +179,28 @@ const MapColours& ColoursOfScale(OrvMapScale scale) {
         default:
             return sequential;
     }
+}
+
+MapColours ColoursOfMap(const OrvMap& map) {
+    MapColours colours = ColoursOfScale(map.scale);
+    if (map.scale != OrvMapScale::Classes) return colours;
+    for (const auto& [number, colour] : map.classColours) {
+        MapColour& drawn = colours[static_cast<std::size_t>(number) & 255U];
+        switch (colour) {
+            case OrvClassColour::Calm:
+                drawn = {32, 24, 24};
+                break;
+            case OrvClassColour::Red:
+                drawn = ColourOf(55.0, 40.0, 80.0);
+                break;
+            case OrvClassColour::Green:
+                drawn = ColourOf(65.0, 140.0, 60.0);
+                break;
+            case OrvClassColour::Blue:
+                drawn = ColourOf(45.0, 290.0, 70.0);
+        }
+    }
+    return colours;
 }
 
 int MapColourIndex(const OrvMap& map, double value) {

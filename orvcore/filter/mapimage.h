@@ -16,6 +16,9 @@ using MapColours = std::array<MapColour, 256>;
 // above, of equal lightness at equal distance). Classes: one colour per class, neighbours well apart, again from the start after 256.
 const MapColours& ColoursOfScale(OrvMapScale scale);
 
+// Those of the map's scale, with the colours that the map gives its classes.
+MapColours ColoursOfMap(const OrvMap& map);
+
 // What stands where a map says nothing: a grey that no scale has but for its lightness.
 constexpr MapColour kNothingSaid{150, 150, 150};
 

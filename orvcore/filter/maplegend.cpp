@@ -32,7 +32,7 @@ OrvMapLegend LegendOfClasses(const OrvMap& map) {
 }
 
 MapColour ColourAt(const OrvMap& map, const OrvMapLegend& legend, double place) {
-    const MapColours& colours = ColoursOfScale(map.scale);
+    const MapColours colours = ColoursOfMap(map);
     if (map.scale == OrvMapScale::Classes) {
         const auto count = static_cast<double>(std::max<std::size_t>(legend.classes.size(), 1));
         return colours[static_cast<std::size_t>(std::clamp(place * count, 0.0, count - 1.0)) & 255U];
@@ -118,10 +118,11 @@ cv::Mat DrawLegend(const OrvMap& map, int width, bool isByHand) {
         const int x = placeOf(legend.threshold);
         cv::line(picture, {x, kBarTop - 4}, {x, kBarTop + kBarHeight + 3}, cv::Scalar(0, 0, 200), 2);
     }
-    const std::string title = Ascii(legend.title + (map.values.empty() ? ""
-                                                    : isByHand         ? ", scale set by hand"
-                                                    : map.isAutomatic  ? ", automatic scale"
-                                                                       : ""));
+    const std::string title =
+        Ascii(legend.title + (map.values.empty() || map.scale == OrvMapScale::Classes ? ""
+                              : isByHand                                              ? ", scale set by hand"
+                              : map.isAutomatic                                       ? ", automatic scale"
+                                                                                      : ""));
     cv::putText(picture, title, {kMargin, 18}, kFont, kSize, black, 1, cv::LINE_AA);
     int free = 0;  // texts do not run into each other
     for (const OrvMapLegendTick& tick : legend.ticks) {

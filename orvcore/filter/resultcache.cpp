@@ -109,6 +109,9 @@ Json MapToJson(const OrvMap& map) {
         lines.push_back({line.from.x, line.from.y, line.to.x, line.to.y});
     Json regions = Json::array();
     for (const OrvMapRegion& region : map.regions) regions.push_back({ToJson(region.box), region.text});
+    Json classColours = Json::array();
+    for (const auto& [number, colour] : map.classColours)
+        classColours.push_back({number, static_cast<int>(colour)});
     return {{"name", map.name},
             {"unit", map.unit},
             {"scale", static_cast<int>(map.scale)},
@@ -122,7 +125,8 @@ Json MapToJson(const OrvMap& map) {
             {"side", static_cast<int>(map.thresholdSide)},
             {"lines", lines},
             {"regions", regions},
-            {"classes", map.classNames}};
+            {"classes", map.classNames},
+            {"classColours", classColours}};
 }
 
 OrvMap MapFromJson(const Json& json) {
@@ -151,6 +155,12 @@ OrvMap MapFromJson(const Json& json) {
         region.at(1).get_to(added.text);
     }
     json.at("classes").get_to(map.classNames);
+    for (const Json& colour : json.at("classColours")) {
+        const int kind = colour.at(1).get<int>();
+        if (kind < 0 || kind > static_cast<int>(OrvClassColour::Blue))
+            ZOR_THROW(Format, "A colour of a class that is none");
+        map.classColours[colour.at(0).get<int>()] = static_cast<OrvClassColour>(kind);
+    }
     return map;
 }
 

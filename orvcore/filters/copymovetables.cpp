@@ -34,6 +34,7 @@ void ShowCopies(const CopyMoveResult& copies, OrvSlotResult& result) {
     map.block = {copies.blockSize, copies.blockSize};
     map.origin = copies.origin;
     map.classNames = {"no twin"};
+    map.classColours = {{0, OrvClassColour::Calm}};
     for (std::size_t i = 0; i < copies.pairs.size(); ++i) {
         const CopiedPair& pair = copies.pairs[i];
         const std::string name = "Pair " + std::to_string(i + 1);

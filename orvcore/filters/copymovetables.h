@@ -10,7 +10,7 @@ class OrvCopyMoveFilter : public OrvFilterImage {
     using OrvFilterImage::OrvFilterImage;
     bool GivesVerdict() const override { return true; }
     bool IsCacheable() const override { return true; }
-    int GetVersion() const override { return 2; }
+    int GetVersion() const override { return 3; }
 
   protected:
     void SetCopyParameters(VecParameter input);

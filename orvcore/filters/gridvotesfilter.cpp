@@ -21,8 +21,8 @@ class GridVotesFilter : public OrvFilterImage {
         Describe(
             "Compression",
             "On which of the 64 possible grids of 8 x 8 blocks was the picture compressed, and which parts on another? Each pixel votes for the "
-            "grid on which its surroundings have most coefficients that are nought; the map shows the votes. A compressed picture is one "
-            "colour nearly everywhere; a part in another colour was compressed before it was put in, on a grid that does not fit. The NFA is "
+            "grid on which its surroundings have most coefficients that are nought; the map shows the votes. A compressed picture is dark "
+            "nearly everywhere, the colour of its main grid; a part in another colour was compressed before it was put in, on a grid that does not fit. The NFA is "
             "the number of such areas that chance would make in pictures without any: below 1 it is told, as a power of ten. A main "
             "grid that does not begin at 0, 0 means that the picture was cropped or moved after it had been compressed. Where the grid "
             "of the rest is missing, the part was compressed less, or blurred. It cannot see: parts that happen to lie on the same grid "
@@ -32,6 +32,7 @@ class GridVotesFilter : public OrvFilterImage {
                       {Parameter::Output(ParameterType::TableString, "numbers", "Grid"),
                        Parameter::Output(ParameterType::TableString, "regions", "Regions")});
     }
+    int GetVersion() const override { return 2; }
     bool GivesVerdict() const override { return true; }
     bool IsCacheable() const override { return true; }
     std::string WhyNot(const OrvLoadedFile& file, const VecParameter&) const override {
@@ -58,6 +59,7 @@ class GridVotesFilter : public OrvFilterImage {
         votes.values = found.votes;
         votes.mask = found.votes == 255;
         for (int grid = 0; grid < 64; ++grid) votes.classNames.push_back(GridText(grid));
+        if (found.mainGrid != kNoGrid) votes.classColours = {{found.mainGrid, OrvClassColour::Calm}};
         TableString table{
             {"Kind", "Grid begins at", "X", "Y", "Width", "Height", "Votes", "Power of ten of the NFA"}};
         const auto add = [&](const std::vector<GridRegion>& regions, const std::string& kind) {
@@ -79,6 +81,7 @@ class GridVotesFilter : public OrvFilterImage {
         mask.scale = OrvMapScale::Classes;
         mask.values = found.mask / 127;  // 0, 1 (no grid), 2 (another grid)
         mask.classNames = {"As the rest", "No grid", "Another grid"};
+        mask.classColours = {{0, OrvClassColour::Calm}};
         result.AddMap(std::move(mask));
     }
 };

@@ -20,6 +20,7 @@ class PixelStatisticsFilter : public OrvFilterImage {
                                {"Largest channel", "Smallest channel", "Saturated", "Colour of its own"})},
             {}, {Parameter::Output(ParameterType::TableString, "numbers", "Numbers")});
     }
+    int GetVersion() const override { return 2; }
 
   protected:
     void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,
@@ -51,6 +52,10 @@ class PixelStatisticsFilter : public OrvFilterImage {
         if (show <= 1) {
             map.name = show == 0 ? "Largest Channel" : "Smallest Channel";
             map.classNames = {"several", "red", "green", "blue"};
+            map.classColours = {{0, OrvClassColour::Calm},
+                                {1, OrvClassColour::Red},
+                                {2, OrvClassColour::Green},
+                                {3, OrvClassColour::Blue}};
             for (int i = 0; i < 256; ++i) {
                 const int bits = i >> (3 * show) & 7;
                 table[i] = bits == 1 ? 1 : bits == 2 ? 2 : bits == 4 ? 3 : 0;
@@ -58,6 +63,7 @@ class PixelStatisticsFilter : public OrvFilterImage {
         } else {
             map.name = show == 2 ? "Saturated" : "Colour Of Its Own";
             map.classNames = {"no", "yes"};
+            map.classColours = {{0, OrvClassColour::Calm}};
             const int bit = show == 2 ? kSaturated : kUniqueColour;
             for (int i = 0; i < 256; ++i) table[i] = (i & bit) != 0 ? 1 : 0;
         }

@@ -59,7 +59,7 @@ void MapLegend::Draw(wxDC& dc, const wxSize& size) const {
     dc.SetFont(GetFont());
     dc.SetTextForeground(*wxBLACK);
     const int line = GetCharHeight() + 2;
-    const MapColours& colours = ColoursOfScale(m_map.scale);
+    const MapColours colours = ColoursOfMap(m_map);
     if (m_map.scale == OrvMapScale::Classes) {
         for (int i = 0; i < CountClasses(); ++i) {
             const int y = kMargin + i * line;

@@ -124,6 +124,15 @@ TEST(OrvMap, ValuesAreToldAsAPersonReadsThem) {
     classes.unit.clear();
     classes.classNames = {"none", "grid (1, 0)"};
     EXPECT_EQ(MapValueText(classes, MapValueAt(classes, 0, 0)), "grid (1, 0)");
+    // What says that there is nothing to see is dark, whatever its number; the others keep their colours.
+    const MapColours& usual = ColoursOfScale(OrvMapScale::Classes);
+    EXPECT_EQ(PixelOf(DrawMap(classes).GetMat(), 0, 0), VecOf(usual[1]));
+    classes.classColours = {{1, OrvClassColour::Calm}, {3, OrvClassColour::Red}};
+    const MapColours colours = ColoursOfMap(classes);
+    EXPECT_EQ(PixelOf(DrawMap(classes).GetMat(), 0, 0), VecOf(colours[1]));
+    EXPECT_LT(*std::max_element(colours[1].begin(), colours[1].end()), 40);
+    EXPECT_GT(colours[3][2], colours[3][1] + 100) << "red";
+    EXPECT_EQ(colours[2], usual[2]);
 }
 
 TEST(OrvMap, AMapThatCannotBeShownIsRefused) {

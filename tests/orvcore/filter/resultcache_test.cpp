@@ -61,6 +61,7 @@ class RichFilter : public ProbeFilter {
         map.mask.release();
         map.scale = OrvMapScale::Classes;
         map.classNames = {"a", "b"};
+        map.classColours = {{1, OrvClassColour::Green}};
         result.AddMap(map);
     }
 };
@@ -121,9 +122,9 @@ TEST(ResultCache, AKeptResultIsTheResult) {
         EXPECT_EQ(BytesOf(a.values), BytesOf(b.values)) << "bit by bit, what is no number too";
         EXPECT_EQ(BytesOf(a.mask), BytesOf(b.mask));
         EXPECT_EQ(std::tie(a.name, a.unit, a.scale, a.block, a.origin, a.image, a.floor, a.range,
-                           a.isAutomatic, a.threshold, a.thresholdSide, a.classNames),
+                           a.isAutomatic, a.threshold, a.thresholdSide, a.classNames, a.classColours),
                   std::tie(b.name, b.unit, b.scale, b.block, b.origin, b.image, b.floor, b.range,
-                           b.isAutomatic, b.threshold, b.thresholdSide, b.classNames));
+                           b.isAutomatic, b.threshold, b.thresholdSide, b.classNames, b.classColours));
         ASSERT_EQ(b.lines.size(), 1U);
         EXPECT_EQ(b.lines[0].to, a.lines[0].to);
         ASSERT_EQ(b.regions.size(), 1U);
