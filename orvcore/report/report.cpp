@@ -88,6 +88,7 @@ ReportBuilder::ReportBuilder(const OrvReport& report, const OrvJob& job) : m_rep
     Append(blocks, FileThumbnails(report, job));
     for (int slot = 0; slot < kFileSlots; ++slot) AddMarks(report.files[slot], blocks);
     m_verdicts.namesRows = true;
+    m_verdicts.isProse = true;
     m_verdicts.labels = {"Filter"};
     for (int slot = 0; slot < kFileSlots; ++slot)
         if (report.files[slot]) m_verdicts.labels.emplace_back(kReportSlotTitles[slot]);

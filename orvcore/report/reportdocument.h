@@ -42,6 +42,7 @@ struct ReportTable {
     std::vector<std::string> labels;  // of the columns
     std::vector<std::vector<ReportCell>> rows;
     bool namesRows = false;   // the first cell of each row is its name
+    bool isProse = false;     // sentences, not figures: no fixed pitch
     std::size_t leftOut = 0;  // rows that there are beside those here
     std::string more = {};    // where those that are left out can be had; a sentence
 };

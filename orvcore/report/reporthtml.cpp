@@ -15,7 +15,7 @@ h3{font-size:15px;margin:18px 0 4px}
 p{margin:4px 0 8px}
 ol.contents{columns:2;margin:8px 0}
 table{margin:8px 0;width:100%}
-th,td{overflow-wrap:anywhere}th.name{width:24%}
+th,td{overflow-wrap:anywhere}.prose td{font-family:inherit}th.name{width:24%}
 figure{margin:12px 0}figure img,figure svg{max-width:100%;height:auto}figure svg{background:#fff}figcaption{color:var(--quiet);font-size:13px}
 pre{font-family:"DejaVu Sans Mono",monospace;font-size:13px;white-space:pre-wrap;overflow-wrap:anywhere;margin:4px 0 8px}
 @media print{body{margin:0;max-width:none;font-size:11px}td,pre{font-size:9px}h2,h3{break-after:avoid}tr,figure{break-inside:avoid}
@@ -50,7 +50,7 @@ class Writer {
         return "<pre>" + EscapeHtml(listing.text) + "</pre>\n";
     }
     std::string operator()(const ReportTable& table) const {
-        std::string html = "<table>\n";
+        std::string html = table.isProse ? "<table class=\"prose\">\n" : "<table>\n";
         if (!table.labels.empty()) {
             html += "<thead><tr>";
             for (const std::string& label : table.labels)

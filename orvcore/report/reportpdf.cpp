@@ -206,7 +206,14 @@ class Pages {
     void Add(const ReportParagraph& paragraph) {
         Put(paragraph.text, kText, 8.5, false, ColourOf(paragraph.tone), 4);
     }
-    void Add(const ReportListing& listing) { Put(listing.text, kFixed, 6.8, false, kInk, 4); }
+    // Lines a little too long are set smaller: a row of columns that breaks cannot be read.
+    void Add(const ReportListing& listing) {
+        constexpr double kSize = 6.8;
+        constexpr double kSmallest = 5.2;
+        const double wide = WidthOf(Make(listing.text, kFixed, kSize, false, -1).get());
+        const double fitting = wide > kWidth ? kSize * (kWidth - 1) / wide : kSize;
+        Put(listing.text, kFixed, fitting >= kSmallest ? fitting : kSize, false, kInk, 4);
+    }
     void Add(const ReportContents&) {
         for (const ReportBlock& block : m_document.blocks) {
             const auto* heading = std::get_if<ReportHeading>(&block);
@@ -235,7 +242,8 @@ class Pages {
     std::vector<double> ColumnWidths(const ReportTable& table, std::size_t columns, double size) {
         std::vector<double> wanted(columns, 12.0);
         const auto note = [&](std::size_t column, const std::string& text, bool isName) {
-            const Layout layout = Make(ShortenText(text, 400), isName ? kText : kFixed, size, isName, -1);
+            const Layout layout =
+                Make(ShortenText(text, 400), isName || table.isProse ? kText : kFixed, size, isName, -1);
             wanted[column] =
                 std::max(wanted[column], std::min(WidthOf(layout.get()), kWidth) + 2 * kPadding + 1);
         };
@@ -302,7 +310,8 @@ class Pages {
         const std::vector<double> widths = ColumnWidths(table, columns, size);
         const auto make = [&](std::size_t column, const std::string& text, bool isName, const Colour& colour,
                               const std::string& anchor) {
-            return Cell{Make(text, isName ? kText : kFixed, size, isName, widths[column] - 2 * kPadding),
+            return Cell{Make(text, isName || table.isProse ? kText : kFixed, size, isName,
+                             widths[column] - 2 * kPadding),
                         colour, anchor};
         };
         std::vector<Cell> labels;
