@@ -140,9 +140,11 @@ void Canvas::DrawMarks(wxDC& dc, const WindowProperties& shared) {
         const wxSize size = dc.GetTextExtent(text);
         dc.SetPen(*wxTRANSPARENT_PEN);
         dc.SetBrush(*wxBLACK_BRUSH);
-        dc.DrawRectangle(box.x, box.y, size.x + 6, size.y + 2);
+        // Above the box, so that what it marks stays in sight; in it where the canvas ends.
+        const int top = box.y - size.y - 2 >= seen.y ? box.y - size.y - 2 : box.y;
+        dc.DrawRectangle(box.x, top, size.x + 6, size.y + 2);
         dc.SetTextForeground(kMarkColour);
-        dc.DrawText(text, box.x + 3, box.y + 1);
+        dc.DrawText(text, box.x + 3, top + 1);
         dc.SetBrush(*wxTRANSPARENT_BRUSH);
     }
 }
