@@ -2,8 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <cstdio>
+#include <thread>
+
+#include "orvcore/facade/commandqueue.h"
 #include "orvcore/formats/jpegtables/signaturecollection.h"
 #include "orvcore/model/collections.h"
+#include "orvcore/report/selftestrecord.h"
 #include "tests/support/runfilter.h"
 #include "tests/support/testcore.h"
 #include "tests/support/virtualcamera.h"
@@ -86,4 +92,21 @@ TEST_F(FolderToolsTest, SignaturesAreCollectedOnlyFromPicturesThatNameTheirCamer
     Run(OrvActionCollectSignatures, std::string(fixtures) + "/cameras/jpg", folder / "other.db");
     EXPECT_EQ(SignatureCollection(SignatureCollectionFile()).CountPictures(), own);
     EXPECT_EQ(SignatureCollection(folder / "other.db").CountPictures(), own);
+}
+
+// Minutes long on a slow machine: the examiner may stop it, and what was not finished is not kept as a test.
+TEST_F(FolderToolsTest, ASelfTestThatIsStoppedLeavesNoRecord) {
+    std::remove(SelfTestRecordPath().c_str());
+    int outcome = 0;
+    sink.handle = [&](OrvCommandEvent& event) {
+        if (event.GetId() == OrvEventCommandExecuted) outcome = event.GetError();
+        core->PostResponse();
+    };
+    core->CallGenericAction(OrvActionSelfTest, "Self-test", {});
+    ASSERT_TRUE(sink.PumpUntil([this] { return core->IsBusy(); }));
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    core->AbortProcessing();
+    ASSERT_TRUE(sink.PumpUntilIdle(10000));
+    EXPECT_EQ(outcome, kErrorAborted);
+    EXPECT_FALSE(FileExists(SelfTestRecordPath()));
 }
