@@ -168,7 +168,8 @@ class OrvInterface {
 
     wxString GetFilterFileSelectorString() const;  // of the active filter's kind of result
     wxString GetExportFilename() const;
-    void SetImageToSave(const Image& image);
+    // What the next SaveFilterResult writes, with these marks drawn into it by the worker.
+    void SetImageToSave(const Image& image, const std::vector<OrvAnnotation>& marks = {});
     void SaveFilterResult(const wxString& path);
 
     // --- options

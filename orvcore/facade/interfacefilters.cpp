@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <chrono>
+#include <utility>
 
 #include "orvcore/facade/interface.h"
 #include "orvcore/facade/interfaceprivate.h"
 #include "orvcore/filter/filterstore.h"
+#include "orvcore/report/annotationpicture.h"
 #include "zorbase/files.h"
 #include "zorbase/progress.h"
 #include "zorbase/text.h"
@@ -187,21 +189,23 @@ wxString OrvInterface::GetExportFilename() const {
                     (hasImage ? ".png" : ".html"));
 }
 
-void OrvInterface::SetImageToSave(const Image& image) {
+void OrvInterface::SetImageToSave(const Image& image, const std::vector<OrvAnnotation>& marks) {
     const std::lock_guard lock(m->mutex);
     m->imageToSave = image;
+    m->marksToSave = marks;
 }
 
 void OrvInterface::SaveFilterResult(const wxString& path) {
     Image image;
+    std::vector<OrvAnnotation> marks;
     {
         const std::lock_guard lock(m->mutex);
-        image = std::move(m->imageToSave);
-        m->imageToSave = Image();
+        image = std::exchange(m->imageToSave, Image());
+        marks = std::exchange(m->marksToSave, {});
     }
-    m->Push(OrvCommand::Kind::Other, [this, path = PathFromWx(path), image,
+    m->Push(OrvCommand::Kind::Other, [this, path = PathFromWx(path), image, marks,
                                       asked = m->AskedNow(GetActiveFilter())](const OrvJob& job) {
-        m->SaveResult(asked, image, path, job);
+        m->SaveResult(asked, marks.empty() ? image : DrawAnnotations(image, marks, {}), path, job);
         m->NoteFile("Result saved", path);
         auto event = std::make_unique<OrvCommandEvent>(OrvEventActionCompleted);
         event->SetFilter(asked.filter, false);

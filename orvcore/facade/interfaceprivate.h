@@ -49,6 +49,7 @@ struct OrvInterface::Private {
     std::map<std::string, FileHashes> knownHashes;  // by SHA-256, of exhibits with an expected hash
     std::vector<FileProtection> projectFiles;  // worker
     Image imageToSave;
+    std::vector<OrvAnnotation> marksToSave;
     std::function<OrvViewState()> viewSource;           // GUI thread
     bool wasAutosaveProblemTold = false;                // GUI thread
     std::atomic<bool> hasProjectConfigurations{false};  // the filters' configurations came with the project

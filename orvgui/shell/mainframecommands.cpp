@@ -5,7 +5,6 @@
 #include <wx/translation.h>
 
 #include "orvcore/facade/interface.h"
-#include "orvcore/report/annotationpicture.h"
 #include "orvcore/report/selftestrecord.h"
 #include "orvgui/common/fileselectors.h"
 #include "orvgui/common/icons.h"
@@ -81,8 +80,7 @@ void OrvMainFrame::OnMenuFileSaveResultAs(wxCommandEvent&) {
             const Image& image = page->GetDisplayedImage();
             std::vector<OrvAnnotation> marks;
             if (image.IsValid() && !AskAboutMarks(*page, path, marks)) return;
-            if (image.IsValid())
-                m_core->SetImageToSave(marks.empty() ? image : DrawAnnotations(image, marks, {}));
+            if (image.IsValid()) m_core->SetImageToSave(image, marks);
         }
     }
     m_core->SaveFilterResult(path);

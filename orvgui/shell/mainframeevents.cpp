@@ -256,8 +256,11 @@ void OrvMainFrame::OnCommandGenerateReport(OrvCommandEvent& event) {
     const wxString message = event.GetMessage();
     if (!message.empty() && (report.empty() || report == message)) {
         TellWhereReportIs(message);
-    } else if (!report.empty() && !LaunchDefaultBrowserLocalFile(report)) {
-        TellWhereReportIs(report);
+    } else if (!report.empty()) {
+        // A browser that starts and shows nothing answers as one that does.
+        SetStatusField(OrvStatusField::Activity,
+                       wxString::Format(_("The report was written to %s"), ToWx(PathFromWx(report))));
+        if (!LaunchDefaultBrowserLocalFile(report)) TellWhereReportIs(report);
     }
 }
 

@@ -417,6 +417,8 @@ TEST_F(FrameTest, TellsWhereAReportIsThatIsNotOpened) {
     WriteFile(report, "<html></html>");
     tell(report, "");
     EXPECT_EQ(1u, launched.size()) << "and no box";
+    EXPECT_EQ(frame->GetStatusBar()->GetStatusText(static_cast<int>(OrvStatusField::Activity)),
+              "The report was written to " + report);
     canLaunch = false;
     DialogAnswers answers{wxID_OK, wxID_OK, wxID_OK};
     tell(report, "");
