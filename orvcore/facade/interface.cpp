@@ -273,6 +273,10 @@ VecVecParameter OrvInterface::GetProgramOptions() const {
     return m->options.Get();
 }
 
+const OrvOptions& OrvInterface::GetOptions() const {
+    return m->options;
+}
+
 void OrvInterface::SetProgramOptions(const VecVecParameter& options) {
     m->options.Set(options);
     m->ApplyOptions();

@@ -12,6 +12,7 @@
 #include "orvcore/facade/context.h"
 #include "orvcore/facade/progresshandler.h"
 #include "orvcore/model/fileid.h"
+#include "orvcore/model/options.h"
 #include "orvcore/model/project.h"
 #include "orvcore/model/recovery.h"
 #include "orvcore/tools/web/webtransfer.h"
@@ -177,6 +178,7 @@ class OrvInterface {
     // One group per vector; OrvOptions::GroupTitles names them.
     VecVecParameter GetProgramOptions() const;
     void SetProgramOptions(const VecVecParameter& options);
+    const OrvOptions& GetOptions() const;  // the same, one by one; any thread
 
     // --- what the tools' dialogs remember
     // ----------------------------------------------------------------------------------------------------

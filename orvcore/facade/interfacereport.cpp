@@ -102,8 +102,10 @@ OrvInterface::Private::Asked OrvInterface::Private::AskedBy(const OrvBookmark& b
 
 void OrvInterface::Private::DescribeCase(OrvReport& report) const {
     const OrvCaseData& data = report.project.GetCaseData();
-    report.caseData = {{"Case", data.title},
-                       {"Examiner", data.examiner},
+    report.logo = options.GetLogo();
+    report.caseData = {{"Organisation", options.GetOrganisation()},
+                       {"Case", data.title},
+                       {"Examiner", data.examiner.empty() ? options.GetExaminer() : data.examiner},
                        {"Reviewer", data.reviewer},
                        {"Question", data.question},
                        {"Limits of the examination", data.limits}};
@@ -147,7 +149,7 @@ void OrvInterface::Private::GenerateReport(std::string path, OrvReportContents c
     if (!file) ZOR_THROW(Argument, "There is nothing to report: load an evidence image first.");
     const bool isDefault = path.empty();
     if (isDefault) {
-        const std::string folder = PathJoin(GetAppDocumentsPath(), "reports");
+        const std::string folder = options.GetReportFolder();
         const std::string stem = PathJoin(folder, PathStem(file->GetPath()) + "-report");
         path = stem + ".html";
         for (int i = 2; GetFileFacts(path); ++i) path = stem + "-" + ToString(i) + ".html";

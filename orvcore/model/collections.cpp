@@ -1,14 +1,33 @@
 #include "orvcore/model/collections.h"
 
+#include <mutex>
+
 #include "zorbase/files.h"
 #include "zorbase/folders.h"
 
+namespace {
+
+std::mutex theMutex;
+std::string thePlace;
+
+std::string Place() {
+    const std::lock_guard lock(theMutex);
+    return thePlace.empty() ? GetAppDocumentsPath() : thePlace;
+}
+
+}  // namespace
+
+void SetCollectionPlace(const std::string& folder) {
+    const std::lock_guard lock(theMutex);
+    thePlace = folder;
+}
+
 std::string FingerprintFolder() {
-    return PathJoin(GetAppDocumentsPath(), "fingerprints");
+    return PathJoin(Place(), "fingerprints");
 }
 
 std::string SignatureCollectionFile() {
-    return PathJoin(GetAppDocumentsPath(), "signatures.db");
+    return PathJoin(Place(), "signatures.db");
 }
 
 std::string PathMeantBy(const Parameter& parameter) {

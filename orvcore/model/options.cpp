@@ -2,6 +2,7 @@
 
 #include <wx/translation.h>
 
+#include "orvcore/model/collections.h"
 #include "orvcore/model/trust.h"
 #include "orvcore/model/webservices.h"
 #include "zorbase/files.h"
@@ -64,8 +65,22 @@ OrvOptions::OrvOptions() {
         {Parameter::Slider("jpegQuality", wxTRANSLATE("JPEG quality of saved results"), 95, 1, 100)
              .SetToolTip(wxTRANSLATE("PNG and TIFF keep every pixel; JPEG does not.")),
          Parameter::Bool("openReports", wxTRANSLATE("Open reports in the browser"), true)
-             .SetToolTip(wxTRANSLATE("A report that was written is shown at once."))},
-        {Parameter::Bool("batchSubfolders", wxTRANSLATE("Batch analysis includes subfolders"), false)
+             .SetToolTip(wxTRANSLATE("A report that was written is shown at once.")),
+         Parameter::Slider("mapOpacity", wxTRANSLATE("Opacity of maps (percent)"), 100, 0, 100)
+             .SetToolTip(wxTRANSLATE(
+                 "How much of a map lies over the picture until it is changed on the page. Saved maps are whole."))},
+        {Text("examiner", wxTRANSLATE("Examiner"), "",
+              wxTRANSLATE("Stands in the reports of cases whose data name nobody else.")),
+         Text("organisation", wxTRANSLATE("Organisation"), "", wxTRANSLATE("Stands at the head of reports.")),
+         Parameter::Path(ParameterType::FileLoadImage, "logo", wxTRANSLATE("Logo"), "")
+             .SetToolTip(wxTRANSLATE("A picture at the head of reports."))},
+        {Parameter::Path(ParameterType::Folder, "reportFolder", wxTRANSLATE("Folder for reports"), "")
+             .SetToolTip(
+                 wxTRANSLATE("Without one, reports go to the folder \"reports\" of the documents folder.")),
+         Parameter::Path(ParameterType::Folder, "collectionFolder",
+                         wxTRANSLATE("Folder for fingerprints and signatures"), "")
+             .SetToolTip(wxTRANSLATE("Without one, they are kept in the documents folder.")),
+         Parameter::Bool("batchSubfolders", wxTRANSLATE("Batch analysis includes subfolders"), false)
              .SetToolTip(wxTRANSLATE("Applies to the analysis and the comparison of a folder.")),
          Parameter::Bool("batchHashes", wxTRANSLATE("Batch analysis computes MD5 and SHA-1"), false)
              .SetToolTip(wxTRANSLATE("Besides SHA-256. Takes three to four times as long."))},
@@ -89,9 +104,9 @@ std::string OrvOptions::Path() {
 }
 
 std::vector<std::string> OrvOptions::GroupTitles() {
-    return {wxTRANSLATE("Files"),        wxTRANSLATE("Results and Reports"),
-            wxTRANSLATE("Folders"),      wxTRANSLATE("Content Credentials"),
-            wxTRANSLATE("Web Services"), wxTRANSLATE("Language")};
+    return {wxTRANSLATE("Files"),   wxTRANSLATE("Results and Reports"), wxTRANSLATE("Case Data"),
+            wxTRANSLATE("Folders"), wxTRANSLATE("Content Credentials"), wxTRANSLATE("Web Services"),
+            wxTRANSLATE("Language")};
 }
 
 std::vector<std::string> OrvOptions::Load() {
@@ -129,11 +144,15 @@ std::vector<std::string> OrvOptions::Load() {
 void OrvOptions::TellTrust() const {
     std::string folder;
     std::string usages;
+    std::string collections;
     for (const VecParameter& group : m_groups) {
         if (const Parameter* option = group.Find("trustFolder")) folder = option->Get<std::string>();
         if (const Parameter* option = group.Find("signerUsages")) usages = option->Get<std::string>();
+        if (const Parameter* option = group.Find("collectionFolder"))
+            collections = option->Get<std::string>();
     }
     SetTrust(folder, usages);
+    SetCollectionPlace(collections);
 }
 
 void OrvOptions::Save() const {
@@ -187,6 +206,27 @@ int OrvOptions::GetJpegQuality() const {
 
 bool OrvOptions::OpensReports() const {
     return Value<bool>("openReports");
+}
+
+int OrvOptions::GetMapOpacity() const {
+    return Value<int>("mapOpacity");
+}
+
+std::string OrvOptions::GetExaminer() const {
+    return Trim(Value<std::string>("examiner"));
+}
+
+std::string OrvOptions::GetOrganisation() const {
+    return Trim(Value<std::string>("organisation"));
+}
+
+std::string OrvOptions::GetLogo() const {
+    return Value<std::string>("logo");
+}
+
+std::string OrvOptions::GetReportFolder() const {
+    const std::string folder = Value<std::string>("reportFolder");
+    return folder.empty() ? PathJoin(GetAppDocumentsPath(), "reports") : folder;
 }
 
 bool OrvOptions::BatchIncludesSubfolders() const {

@@ -45,6 +45,11 @@ class OrvOptions {
     std::uint64_t GetCacheBytes() const;
     int GetJpegQuality() const;
     bool OpensReports() const;
+    int GetMapOpacity() const;            // percent
+    std::string GetExaminer() const;      // where the case names none
+    std::string GetOrganisation() const;  // at the head of reports, as the logo is
+    std::string GetLogo() const;          // a picture file; "" none
+    std::string GetReportFolder() const;  // never ""
     bool BatchIncludesSubfolders() const;
     bool BatchComputesAllHashes() const;
     OrvWebServices GetWebServices() const;
@@ -52,7 +57,8 @@ class OrvOptions {
   private:
     template <typename T>
     T Value(const char* name) const;
-    void TellTrust() const;  // who verifies credentials asks orvcore/model/trust.h
+    void TellTrust()
+        const;  // who verifies credentials asks orvcore/model/trust.h, who looks for collections collections.h
 
     mutable std::mutex m_mutex;
     VecVecParameter m_groups;

@@ -68,6 +68,7 @@ ReportBuilder::ReportBuilder(const OrvReport& report, const OrvJob& job) : m_rep
     m_document.dateLine = DateLine();
     if (!report.logPlace.empty()) m_document.dateLine += " Log: " + report.logPlace + ".";
     std::vector<ReportBlock>& blocks = m_document.blocks;
+    if (!report.logo.empty()) blocks.push_back(LogoBlock(report.logo, job));
     Append(blocks, Introduction(PathName(report.project.GetPath())));
     blocks.emplace_back(ReportHeading{2, "Contents"});
     blocks.emplace_back(ReportContents{});

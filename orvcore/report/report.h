@@ -33,6 +33,7 @@ struct OrvReport {
     // The examiner's texts on the case and the exhibits: what and its value, in order. Rows without a value are left out.
     std::vector<std::pair<std::string, std::string>> caseData;
     std::vector<std::vector<std::string>> exhibits;  // row 0 holds the labels
+    std::string logo;                                // a picture file at its head; "" none
     std::string logPlace;  // where the program's log stood; "" where there is none. Stands beside the date.
 };
 

@@ -4,6 +4,7 @@
 #include <array>
 #include <filesystem>
 #include <map>
+#include <span>
 
 #include "orvcore/tables/tablemarkup.h"
 #include "orvcore/tools/folder/thumbnail.h"
@@ -19,6 +20,8 @@ namespace {
 // Large enough to see what was found, small enough for a page with fifty analyses of two files.
 constexpr int kLongestSide = 800;
 constexpr int kThumbnailSide = 320;
+constexpr int kLogoSide = 240;
+constexpr std::uint64_t kMostLogoBytes = std::uint64_t{32} << 20;
 // Grain makes large files of PNG pictures. The report is for looking; the command below each result writes what can be measured.
 constexpr std::size_t kLargePicture = 150000;
 constexpr int kJpegQuality = 90;
@@ -164,6 +167,27 @@ ReportTable FilesTable(const OrvReport& report) {
     row("SHA-1", [&job](const OrvLoadedFile& file) { return file.GetHashes(job).sha1; });
     row("SHA-256", [](const OrvLoadedFile& file) { return file.GetSha256(); });
     return table;
+}
+
+ReportBlock LogoBlock(const std::string& path, const OrvJob& job) {
+    std::string problem = "it is no picture that can be decoded";
+    try {
+        Bytes bytes;
+        bytes.resize(ReadFileInto(path, bytes, kMostLogoBytes, [](std::span<const std::uint8_t>) {}));
+        const Image small = MakeThumbnail(bytes, kLogoSide, job);
+        if (small.IsValid()) {
+            ReportPicture picture;
+            EncodeForReport(small, picture);
+            picture.width = picture.shownWidth = small.GetWidth();
+            picture.height = small.GetHeight();
+            picture.alternative = "Logo";
+            return picture;
+        }
+    } catch (const ZorException& exception) {
+        if (exception.GetKind() == ZorException::Kind::Aborted) throw;
+        problem = exception.GetMessage();
+    }
+    return ReportParagraph{"The logo is missing: " + problem, ReportTone::Note};
 }
 
 std::vector<ReportBlock> FileThumbnails(const OrvReport& report, const OrvJob& job) {

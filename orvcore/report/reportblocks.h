@@ -17,6 +17,9 @@ ReportTable FilesTable(const OrvReport& report);
 // What the file shows, small. Nothing where it cannot be decoded.
 std::vector<ReportBlock> FileThumbnails(const OrvReport& report, const OrvJob& job);
 
+// The picture in that file, small; a sentence where there is none.
+ReportBlock LogoBlock(const std::string& path, const OrvJob& job);
+
 // As PNG, or as JPEG where grain would make that large. width and height are the caller's.
 void EncodeForReport(const Image& image, ReportPicture& picture);
 

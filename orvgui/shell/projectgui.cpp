@@ -437,6 +437,7 @@ void OrvProjectGui::DeleteBookmark(int index) {
 
 void OrvProjectGui::EditCaseData() {
     OrvCaseData data = GetInterface()->GetProject().GetCaseData();
+    if (data.examiner.empty()) data.examiner = GetInterface()->GetOptions().GetExaminer();
     if (AskForCaseData(this, data)) GetInterface()->SetCaseData(data);
 }
 

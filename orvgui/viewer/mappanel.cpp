@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "orvcore/facade/interface.h"
 #include "orvcore/filter/mapranges.h"
 #include "orvgui/common/statictext.h"
 #include "orvgui/common/textfocus.h"
@@ -50,6 +51,7 @@ MapPanel::MapPanel(wxWindow* parent, OrvViewerHost* page) : OrvSidePanelBase(par
     m_choice->SetToolTip(_("Which of the maps is shown"));
     add(m_choice, 0, 0, 2);
     add(new wxStaticText(this, wxID_ANY, _("Opacity")), 1, 0, 1);
+    m_display.opacity = GetInterface()->GetOptions().GetMapOpacity();
     m_opacity = new wxSlider(this, wxID_ANY, m_display.opacity, 0, 100);
     m_opacity->SetName(_("Opacity"));
     m_opacity->SetToolTip(_("How much of the map lies over the picture, percent"));
@@ -152,6 +154,10 @@ void MapPanel::SetMaps(const std::vector<OrvMap> (&maps)[kFileSlots], const std:
     const std::vector<OrvMap>& named =
         m_maps[OrvEvidence].empty() ? m_maps[OrvReference] : m_maps[OrvEvidence];
     if (m_display.map >= named.size()) m_display.map = 0;
+    if (!m_isOpacityChosen) {
+        m_display.opacity = GetInterface()->GetOptions().GetMapOpacity();
+        m_opacity->SetValue(m_display.opacity);
+    }
     wxArrayString names;
     for (const OrvMap& map : named) names.Add(MapTitle(map));
     if (names != m_choice->GetStrings()) m_choice->Set(names);
@@ -185,6 +191,7 @@ void MapPanel::ShowMap() {
 }
 
 void MapPanel::SetDisplay(const MapDisplay& display) {
+    m_isOpacityChosen = true;
     m_display = display;
     if (display.map < m_choice->GetCount()) m_choice->SetSelection(static_cast<int>(display.map));
     m_opacity->SetValue(display.opacity);
@@ -201,6 +208,7 @@ void MapPanel::OnChange() {
     display.beyondOnly = m_beyond->IsShown() && m_beyond->GetValue();
     if (display == m_display) return;
     const bool isOther = display.map != m_display.map;
+    m_isOpacityChosen = m_isOpacityChosen || display.opacity != m_display.opacity;
     m_display = display;
     if (isOther) {
         ShowMap();

@@ -59,6 +59,7 @@ class ORVGUI_API MapPanel : public OrvSidePanelBase {
 
     std::vector<OrvMap> m_maps[kFileSlots];
     MapDisplay m_display;
+    bool m_isOpacityChosen = false;  // otherwise the program option holds
     Roi m_region;
     wxChoice* m_choice = nullptr;
     wxSlider* m_opacity = nullptr;

@@ -5,6 +5,7 @@
 
 #include <set>
 
+#include "orvcore/model/collections.h"
 #include "tests/orvcore/formats/formatsupport.h"
 #include "tests/support/testcore.h"
 
@@ -159,4 +160,47 @@ TEST_F(Interface, AReportIsOpenedOrItsPlaceIsTold) {
     ASSERT_TRUE(sink.PumpUntilIdle());
     EXPECT_EQ(opened, "");
     EXPECT_TRUE(FileExists(told)) << told;
+}
+
+// Examiner, organisation, logo and the place of reports come from the options; a case that names its examiner keeps that one.
+TEST_F(Interface, OptionsNameWhoReportsAndWhere) {
+    Load(folder.WritePicture("a.png"));
+    const auto set = [this](const char* name, const std::string& value) {
+        VecVecParameter options = core->GetProgramOptions();
+        for (VecParameter& group : options)
+            if (Parameter* option = group.Find(name)) option->SetValue(value);
+        core->SetProgramOptions(options);
+    };
+    const auto report = [this] {
+        std::string path;
+        sink.handle = [&](OrvCommandEvent& event) {
+            if (event.GetId() == OrvEventGenerateReport) path = PathFromWx(event.GetString());
+            core->PostResponse();
+        };
+        core->GenerateReport();
+        EXPECT_TRUE(sink.PumpUntilIdle());
+        EXPECT_EQ(PathFolder(path), folder / "elsewhere");
+        return ReadFile(path);
+    };
+    set("examiner", " E. Xaminer ");
+    set("organisation", "Laboratory <3>");
+    set("logo", folder.WritePicture("logo.png"));
+    set("reportFolder", folder / "elsewhere");
+    const std::string first = report();
+    EXPECT_THAT(first, HasSubstr(">E. Xaminer<"));
+    EXPECT_THAT(first, HasSubstr("Laboratory &lt;3&gt;"));
+    EXPECT_THAT(first, HasSubstr("alt=\"Logo\""));
+    OrvCaseData data;
+    data.examiner = "Somebody else";
+    core->SetCaseData(data);
+    set("logo", folder / "missing.png");
+    const std::string second = report();
+    EXPECT_THAT(second, HasSubstr("Somebody else"));
+    EXPECT_THAT(second, testing::Not(HasSubstr("E. Xaminer")));
+    EXPECT_THAT(second, HasSubstr("The logo is missing"));
+    EXPECT_NE(FingerprintFolder(), folder / "kept/fingerprints");
+    set("collectionFolder", folder / "kept");
+    EXPECT_EQ(FingerprintFolder(), folder / "kept/fingerprints");
+    EXPECT_EQ(SignatureCollectionFile(), folder / "kept/signatures.db");
+    set("collectionFolder", "");
 }
