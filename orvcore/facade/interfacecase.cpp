@@ -271,6 +271,7 @@ void OrvInterface::SaveProject(const wxString& path) {
             }
             OrvProject saved = GetProject();
             saved.SetPath(path);
+            saved.FollowMovedFiles();
             saved.SetRelativePaths(PathFolder(path));
             m->log.Note(OrvLogLevel::Info, "Saving the project " + Quoted(path) + ".");
             OrvProjectState withPlace = state;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "zorbase/files.h"
 #include "zorbase/text.h"
 
 wxString OrvProject::GetFilename() const {
@@ -32,6 +33,15 @@ std::vector<OrvCaseFile> OrvProject::GetAllFiles() const {
         if (!file.IsEmpty() && !isKnown) all.push_back(file);
     });
     return all;
+}
+
+void OrvProject::FollowMovedFiles() {
+    const std::vector<OrvCaseFile> open(std::begin(m_file), std::end(m_file));
+    ForEachFile([&open](OrvCaseFile& file) {
+        if (file.sha256.empty() || FileExists(file.path)) return;
+        for (const OrvCaseFile& other : open)
+            if (other.sha256 == file.sha256) file.path = other.path;
+    });
 }
 
 void OrvProject::SetRelativePaths(const std::string& folder) {

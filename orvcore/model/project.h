@@ -51,6 +51,8 @@ class OrvProject {
     void SetAnnotations(std::vector<OrvAnnotation> annotations) { m_annotations = std::move(annotations); }
     void SetState(const OrvProjectState& state) { m_state = state; }
     std::vector<OrvBookmark>& EditBookmarks() { return m_bookmarks; }
+    // Bookmarks and exhibits of a file that is not where it was are told where the evidence or the reference with the same bytes is.
+    void FollowMovedFiles();
     // Paths of all files as seen from a project file in this folder.
     void SetRelativePaths(const std::string& folder);
 

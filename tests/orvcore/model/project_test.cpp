@@ -342,6 +342,7 @@ TEST_F(Project, MovedFilesAreFoundByPlaceNameAndHash) {
     std::filesystem::rename(folder.WritePicture("b.png", 20), folder / "case/pictures/b.png");
     Load(folder / "case/pictures/a.png");
     Load(folder / "case/pictures/b.png", OrvReference);
+    core->AddBookmark("here", "");
     SaveProject(folder / "case/case.zop");
     core->NewProject();
     ASSERT_TRUE(sink.PumpUntilIdle());
@@ -354,6 +355,13 @@ TEST_F(Project, MovedFilesAreFoundByPlaceNameAndHash) {
     EXPECT_EQ(FromWx(core->GetFilename(OrvEvidence)), folder / "moved/pictures/a.png");
     EXPECT_EQ(FromWx(core->GetFilename(OrvReference)), folder / "moved/pictures/renamed.png");
     EXPECT_EQ(core->GetProject().GetFilePath(OrvReference), folder / "moved/pictures/renamed.png");
+    // Saved where it is now, it names the places where all files are now.
+    SaveProject(folder / "moved/case.zop");
+    for (const OrvFileId slot : {OrvEvidence, OrvReference})
+        EXPECT_EQ(core->GetProject().GetBookmarks().at(0).file[slot].path,
+                  core->GetProject().GetFilePath(slot));
+    EXPECT_EQ(core->GetProject().GetBookmarks().at(0).file[OrvReference].relativePath,
+              "pictures/renamed.png");
 }
 
 TEST_F(Project, ConfigurationsComeWithTheProjectAndGoWithIt) {
