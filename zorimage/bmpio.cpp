@@ -204,12 +204,13 @@ void ReadBmpInfo(ByteSpan bytes, ImageInfo& info) {
     info.warnings = header.warnings;
     info.recipe = "Colours as stored, scaled to the full range of 8 bits; no colour management.";
     if (header.coding == Coding::None || header.coding == Coding::BitFields) {
-        const std::uint64_t stride =
-            (static_cast<std::uint64_t>(header.width) * static_cast<std::uint64_t>(header.bits) + 31) / 32 *
-            4;
+        const std::uint64_t rowBits =
+            static_cast<std::uint64_t>(header.width) * static_cast<std::uint64_t>(header.bits);
+        const std::uint64_t stride = (rowBits + 31) / 32 * 4;
+        const std::uint64_t least = (rowBits + 7) / 8;  // the padding of the last row is often left out
         const std::uint64_t there = bytes.size() - std::min<std::size_t>(bytes.size(), header.dataOffset);
-        // The padding of the last row is often left out.
-        if (header.height > 0 && stride > 0 && (there + 3) / stride < header.height)
+        const std::uint64_t rows = there < least || stride == 0 ? 0 : (there - least) / stride + 1;
+        if (stride > 0 && rows < header.height)
             info.warnings.emplace_back("File ends early: rows of the picture are missing.");
     }
     if (header.bits <= 8 && header.bits > 0) {
