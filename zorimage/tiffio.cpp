@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <limits>
 #include <opencv2/imgproc.hpp>
@@ -102,13 +103,18 @@ void CheckPage(const Page& page, std::size_t fileBytes) {
     }
 }
 
-// One sample out of a row of packed samples; the library has brought 16 and 32 bits into the machine's order.
+// One sample out of a row of packed samples; the library has brought 16, 24 and 32 bits into the machine's order.
 std::uint32_t SampleAt(const std::uint8_t* row, std::size_t index, int bits) {
     if (bits == 8) return row[index];
     if (bits == 16) {
         std::uint16_t value = 0;
         std::memcpy(&value, row + index * 2, 2);
         return value;
+    }
+    if (bits == 24) {
+        const std::uint8_t* p = row + index * 3;
+        const bool isLittle = std::endian::native == std::endian::little;
+        return std::uint32_t{p[isLittle ? 2 : 0]} << 16 | std::uint32_t{p[1]} << 8 | p[isLittle ? 0 : 2];
     }
     if (bits == 32) {
         std::uint32_t value = 0;
