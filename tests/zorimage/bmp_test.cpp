@@ -6,15 +6,11 @@
 
 namespace {
 
+using samples::operator+;
 using samples::Append16;
 using samples::Append32;
 using samples::BmpHeader;
 using samples::MakeBmp;
-
-Bytes operator+(Bytes a, const Bytes& b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
 
 // Palette of three colours, B, G, R, filler.
 const Bytes kPalette = {10, 20, 30, 0, 40, 50, 60, 0, 70, 80, 90, 0};

@@ -142,4 +142,114 @@ TEST(ImageFormat, ChooserFilterHoldsEveryReadableFormatInBothCases) {
     EXPECT_FALSE(IsReadableFormat(FileFormat::Mp4));
 }
 
+TEST(ImageFormat, EverySignatureStandsAtItsPlace) {
+    const std::pair<std::string, FileFormat> rows[] = {
+        {"GIF87a", FileFormat::Gif},
+        {"\xff\x4f\xff\x51", FileFormat::Jpeg2000},
+        {Zeros("IIRS\x08\0\0\0", 8), FileFormat::Raw},
+        {Zeros("MMOR\0\0\0\x08", 8), FileFormat::Raw},
+        {Zeros("\0MRM\0\0", 6), FileFormat::Raw},
+        {"PK\x05\x06", FileFormat::Zip},
+        {"PK\x07\x08", FileFormat::Zip},
+        {Zeros("\0\0\2\0\1\0", 6), FileFormat::Ico},
+        {Zeros("\0\0\0\x08moov", 8), FileFormat::Mp4},
+        {Zeros("\0\0\0\x08mdat", 8), FileFormat::Mp4},
+        {Zeros("\0\0\0\x08wide", 8), FileFormat::Mp4},
+        {Zeros("II+\0\x08\0\0\0", 8), FileFormat::Tiff},
+        {Zeros("\xff\xd8\xfe\xe0\0\x10JFIF\0", 11), FileFormat::Jpeg},
+        {Zeros("\xff\xd8\xfe\xe1\0\x10"
+               "Exif\0",
+               11),
+         FileFormat::Jpeg},
+        {Zeros("\xff\xd8\x00\xc0\0\x04..\xff\xc0", 10), FileFormat::Jpeg},
+        {Zeros("\xff\xd8\x00\xbf\0\x04..\xff\xc0", 10), FileFormat::Unknown},
+        {Zeros("\xff\xd8\x00\xc0\0\x04..\xff\xbf", 10), FileFormat::Unknown},
+        {Zeros("\xff\xd8\x00\xc0\0\x04..\xff\xff", 10), FileFormat::Unknown},
+        {Zeros("\xff\xd8\x00\xc0\0\x04..\xff", 9), FileFormat::Unknown},
+        {"P1\n", FileFormat::Pnm},
+        {"P7 ", FileFormat::Pnm},
+        {"P5\t", FileFormat::Pnm},
+        {"P4\r", FileFormat::Pnm},
+        {"P8\n", FileFormat::Text},
+        {"P0\n", FileFormat::Text},
+        {"P6x", FileFormat::Text},
+        {"P6", FileFormat::Text},
+        {std::string(1019, ' ') + "%PDF-", FileFormat::Pdf},
+        {std::string(1020, ' ') + "%PDF-", FileFormat::Text},
+        {"tab\tfeed\x0b\x0c\r\n", FileFormat::Text},
+        {"\x08", FileFormat::Unknown},
+        {"\x0e", FileFormat::Unknown},
+        {"\x1f", FileFormat::Unknown},
+        {"\x7f", FileFormat::Unknown},
+        {"\xc1\x80", FileFormat::Unknown},
+        {"\xc2\x80", FileFormat::Text},
+        {"\xdf\xbf", FileFormat::Text},
+        {"\xe0\xa0\x80", FileFormat::Text},
+        {"\xf0\x90\x80\x80", FileFormat::Text},
+        {"\xf4\x80\x80\x80", FileFormat::Text},
+        {"\xf5\x80\x80\x80", FileFormat::Unknown},
+        {"\xe0\xa0\xc0", FileFormat::Unknown},
+        {"\xe0\xa0", FileFormat::Text},  // cut by the end of what was read
+    };
+    for (const auto& [head, format] : rows)
+        EXPECT_EQ(FormatName(DetectFormat(Text(head))), FormatName(format)) << testing::PrintToString(head);
+}
+
+TEST(ImageFormat, BrandsOfBoxes) {
+    const std::pair<Bytes, FileFormat> rows[] = {
+        {Boxed("avis", ""), FileFormat::Avif},       {Boxed("heix", ""), FileFormat::Heif},
+        {Boxed("hevc", ""), FileFormat::Heif},       {Boxed("hevx", ""), FileFormat::Heif},
+        {Boxed("heim", ""), FileFormat::Heif},       {Boxed("heis", ""), FileFormat::Heif},
+        {Boxed("hevm", ""), FileFormat::Heif},       {Boxed("hevs", ""), FileFormat::Heif},
+        {Boxed("msf1", ""), FileFormat::Heif},       {Boxed("mif2", ""), FileFormat::Heif},
+        {Boxed("miaf", ""), FileFormat::Heif},       {Boxed("isom", "heic"), FileFormat::Heif},
+        {Boxed("isom", "heix"), FileFormat::Heif},   {Boxed("isom", "mif1"), FileFormat::Heif},
+        {Boxed("isom", "avis"), FileFormat::Avif},   {Boxed("isom", "heicavif"), FileFormat::Avif},
+        {Boxed("isom", "mp41isom"), FileFormat::Mp4}};
+    for (const auto& [head, format] : rows)
+        EXPECT_EQ(FormatName(DetectFormat(head)), FormatName(format))
+            << std::string(head.begin() + 4, head.end());
+    // What follows the first box is no brand of it.
+    Bytes behind = Boxed("isom", "heic");
+    behind[3] = 16;
+    EXPECT_EQ(DetectFormat(behind), FileFormat::Mp4);
+}
+
+TEST(ImageFormat, SensorDataShowByTheirCoding) {
+    const std::string sony = Zeros("SONY\0\0\0\0", 8);
+    const struct {
+        std::vector<std::pair<int, std::uint32_t>> entries;
+        std::string make;
+        FileFormat format;
+    } rows[] = {{{{0x103, 34713}}, sony, FileFormat::Raw},
+                {{{0x103, 32767}}, sony, FileFormat::Raw},
+                {{{0x103, 32770}}, sony, FileFormat::Raw},
+                {{{0x103, 65535}}, sony, FileFormat::Raw},
+                {{{0x103, 34712}}, sony, FileFormat::Tiff},
+                {{{0x103, 1}, {0x106, 32803}}, sony, FileFormat::Raw},
+                {{{0x106, 32804}}, sony, FileFormat::Tiff},
+                {{{0x103, 34713}, {0x103, 1}}, sony, FileFormat::Raw},
+                {{{0xfe, 3}, {0x14a, 9}}, sony, FileFormat::Raw},
+                {{{0xfe, 2}, {0x14a, 9}}, sony, FileFormat::Tiff},
+                {{{0xfe, 1}}, sony, FileFormat::Tiff},
+                {{{0x103, 34713}}, Zeros("Sonos\0\0\0", 8), FileFormat::Tiff},
+                {{{0x103, 34713}}, Zeros("EASTMAN KODAK\0", 14), FileFormat::Raw},
+                {{{0x103, 34713}}, Zeros("OLYMPUS\0", 8), FileFormat::Raw},
+                {{{0x103, 34713}}, Zeros("Leica\0\0\0", 8), FileFormat::Raw}};
+    for (const auto& row : rows)
+        EXPECT_EQ(DetectFormat(Tiff(row.entries, row.make)), row.format) << row.make << row.entries[0].second;
+}
+
+TEST(ImageFormat, BmpBySizesThatWereInUse) {
+    for (const int size : {12, 16, 40, 52, 56, 64, 108, 124, 11, 13, 14, 128, 0})
+        for (const std::size_t length : {18U, 17U}) {
+            Bytes bytes(length, 0);
+            bytes[0] = 'B';
+            bytes[1] = 'M';
+            bytes[14] = static_cast<std::uint8_t>(size);
+            const bool isBmp = length == 18 && size >= 12 && size <= 124 && size % 4 == 0;
+            EXPECT_EQ(DetectFormat(bytes) == FileFormat::Bmp, isBmp) << size;
+        }
+}
+
 }  // namespace

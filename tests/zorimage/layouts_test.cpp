@@ -4,102 +4,15 @@
 
 #include <opencv2/core.hpp>
 
+#include "tests/zorimage/maketiff.h"
 #include "tests/zorimage/samples.h"
 #include "zorimage/imageio.h"
 
 namespace {
 
-using samples::Append16;
-using samples::Append32;
-
-struct Layout {
-    int width = 5;
-    int height = 8;
-    int bits = 8;  // 8 or 16
-    int samples = 1;
-    int photometric = 1;     // 0 and 1 grey, 2 RGB
-    std::vector<int> extra = {};  // kinds: 0 unspecified, 1 and 2 alpha
-    bool isPlanar = false;
-    int stripRows = 8;
-    int compression = 1;
-};
-
-int LevelOf(int x, int y, int sample) {
-    return 40 * sample + 7 * x + y;
-}
-
-// An uncompressed file of such levels, in 16 bits 257 times as high. The directory stands behind the pixels.
-Bytes MakeTiff(const Layout& layout) {
-    Bytes bytes = {'I', 'I', 42, 0, 0, 0, 0, 0};
-    std::vector<std::uint32_t> offsets;
-    std::vector<std::uint32_t> counts;
-    const int planes = layout.isPlanar ? layout.samples : 1;
-    const int together = layout.isPlanar ? 1 : layout.samples;
-    for (int plane = 0; plane < planes; ++plane) {
-        for (int top = 0; top < layout.height; top += layout.stripRows) {
-            offsets.push_back(static_cast<std::uint32_t>(bytes.size()));
-            for (int y = top; y < std::min(top + layout.stripRows, layout.height); ++y)
-                for (int x = 0; x < layout.width; ++x)
-                    for (int i = 0; i < together; ++i) {
-                        const auto level = static_cast<std::uint32_t>(LevelOf(x, y, plane + i));
-                        if (layout.bits == 16)
-                            Append16(bytes, level * 257);
-                        else
-                            bytes.push_back(static_cast<std::uint8_t>(level));
-                    }
-            counts.push_back(static_cast<std::uint32_t>(bytes.size()) - offsets.back());
-        }
-    }
-    if (bytes.size() % 2 != 0) bytes.push_back(0);
-    const auto list = [&bytes](const std::vector<std::uint32_t>& values) {
-        const auto at = static_cast<std::uint32_t>(bytes.size());
-        for (const std::uint32_t value : values) Append32(bytes, value);
-        return at;
-    };
-    const std::vector<std::uint32_t> depths(static_cast<std::size_t>(layout.samples),
-                                            static_cast<std::uint32_t>(layout.bits));
-    const std::vector<std::uint32_t> kinds(layout.extra.begin(), layout.extra.end());
-    struct Entry {
-        std::uint32_t tag;
-        std::vector<std::uint32_t> values;
-    };
-    std::vector<Entry> entries = {{256, {static_cast<std::uint32_t>(layout.width)}},
-                                  {257, {static_cast<std::uint32_t>(layout.height)}},
-                                  {258, depths},
-                                  {259, {static_cast<std::uint32_t>(layout.compression)}},
-                                  {262, {static_cast<std::uint32_t>(layout.photometric)}},
-                                  {273, offsets},
-                                  {277, {static_cast<std::uint32_t>(layout.samples)}},
-                                  {278, {static_cast<std::uint32_t>(layout.stripRows)}},
-                                  {279, counts},
-                                  {284, {layout.isPlanar ? 2U : 1U}}};
-    if (!kinds.empty()) entries.push_back({338, kinds});
-    Bytes directory;
-    Append16(directory, static_cast<std::uint32_t>(entries.size()));
-    for (const Entry& entry : entries) {
-        Append16(directory, entry.tag);
-        // Short numbers where the standard wants them; a list of them that does not fit stands elsewhere, of long ones as well.
-        const bool isShort = entry.tag != 273 && entry.tag != 279;
-        Append16(directory, isShort ? 3 : 4);
-        Append32(directory, static_cast<std::uint32_t>(entry.values.size()));
-        if (entry.values.size() == 1) {
-            Append32(directory, entry.values[0]);
-        } else if (!isShort) {
-            Append32(directory, list(entry.values));
-        } else if (entry.values.size() == 2) {
-            for (const std::uint32_t value : entry.values) Append16(directory, value);
-        } else {
-            Append32(directory, static_cast<std::uint32_t>(bytes.size()));
-            for (const std::uint32_t value : entry.values) Append16(bytes, value);
-            if (entry.values.size() % 2 != 0) Append16(bytes, 0);
-        }
-    }
-    Append32(directory, 0);
-    for (int i = 0; i < 4; ++i)
-        bytes[4 + static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(bytes.size() >> (8 * i));
-    bytes.insert(bytes.end(), directory.begin(), directory.end());
-    return bytes;
-}
+using samples::LevelOf;
+using samples::MakeTiff;
+using Layout = samples::TiffLayout;
 
 int SampleOf(const cv::Mat& pixels, int x, int y, int channel) {
     const int at = x * pixels.channels() + channel;

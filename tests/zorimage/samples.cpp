@@ -71,6 +71,11 @@ void AppendText(Bytes& bytes, const std::string& text) {
     bytes.insert(bytes.end(), text.begin(), text.end());
 }
 
+Bytes operator+(Bytes a, const Bytes& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
 Bytes MakeBmp(const Bytes& headerAndPalette, const Bytes& pixels) {
     Bytes bytes = {'B', 'M'};
     Append32(bytes, static_cast<std::uint32_t>(14 + headerAndPalette.size() + pixels.size()));

@@ -33,6 +33,7 @@ Image ColourSlope();
 void Append16(Bytes& bytes, std::uint32_t value);  // little-endian
 void Append32(Bytes& bytes, std::uint32_t value);
 void AppendText(Bytes& bytes, const std::string& text);
+Bytes operator+(Bytes a, const Bytes& b);
 
 // A BMP file: file header, the given second header with what follows it, then the pixels.
 Bytes MakeBmp(const Bytes& headerAndPalette, const Bytes& pixels);
