@@ -2,13 +2,19 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <filesystem>
 #include <map>
 #include <set>
+#include <sstream>
 
 #include "orvcore/analysis/parallel.h"
+#include "orvcore/report/selftest.h"
+#include "tests/orvcore/filters/resultdigest.h"
 #include "tests/support/runfilter.h"
 #include "tests/support/temporaryfolder.h"
 #include "zorbase/files.h"
+#include "zorbase/hash.h"
 #include "zorbase/text.h"
 #include "zorbase/zorexception.h"
 #include "zorimage/imageio.h"
@@ -52,6 +58,8 @@ class EveryFilter : public testing::Test {
 
     const std::vector<std::string> m_pictures = {"colour.jpg", "grey.jpg",   "colour.png", "alpha.png",
                                                  "deep.tif",   "narrow.jpg", "pixel.png",  "cut.jpg"};
+    OrvFilePtr Loaded(const std::string& name) const { return LoadForTest(m_folder / name); }
+
     const std::vector<std::string> m_noPictures = {"text.jpg", "empty.jpg"};
     TemporaryFolder m_folder;
 };
@@ -90,6 +98,84 @@ std::string Fingerprint(const OrvFilterResult& result) {
     return all;
 }
 
+// The values of an option that a test tries.
+std::vector<Parameter> ValuesOf(const Parameter& option) {
+    std::vector<Parameter> all;
+    const auto add = [&](const auto& value) {
+        Parameter& one = all.emplace_back(option);
+        if (!one.SetValue(value) || one == option) all.pop_back();
+    };
+    const int least = static_cast<int>(std::max(option.GetMinimum(), 0.0));
+    switch (option.Type()) {
+        case ParameterType::Bool:
+            add(!option.Get<bool>());
+            break;
+        case ParameterType::Choice:
+            for (int i = 0; i < static_cast<int>(option.Strings().size()); ++i) add(i);
+            break;
+        case ParameterType::Int64:
+            add(std::int64_t{100});
+            break;
+        case ParameterType::Double:
+            add(option.GetMinimum());
+            add((option.Get<double>() + option.GetMaximum()) / 2);
+            break;
+        case ParameterType::String:
+            add(std::string("a"));
+            break;
+        case ParameterType::OrvRoi:
+        case ParameterType::Roi:
+            add(Roi(24, 16, 80, 64));
+            break;
+        case ParameterType::Int:
+        case ParameterType::IntSlider:
+            add(least + 1);
+            add(static_cast<int>(std::min(option.GetMaximum(), 2.0 * option.Get<int>() + 2)));
+            break;
+        default:
+            break;  // a file
+    }
+    return all;
+}
+
+// The results that were kept, one line each; see DigestOf. They were looked at when they were made: a filter that is meant to answer otherwise
+// changes its version and its lines. With the environment variable ORVANE_KEEP_RESULTS the file is written anew from what is found.
+class KeptResults {
+  public:
+    KeptResults() {
+        std::istringstream lines(FileExists(Path()) ? ReadFile(Path()) : std::string());
+        for (std::string line; std::getline(lines, line);)
+            if (const std::size_t tab = line.find('\t'); tab != std::string::npos)
+                m_kept[line.substr(0, tab)] = line.substr(tab + 1);
+    }
+    void Check(const std::string& name, const std::string& digest) {
+        if (IsWriting()) {
+            m_kept[name] = digest;
+            return;
+        }
+        const auto kept = m_kept.find(name);
+        ASSERT_NE(kept, m_kept.end()) << name << " has no result that was kept";
+        EXPECT_EQ(DifferenceOf(kept->second, digest), "") << name;
+    }
+    bool Knows(const std::string& name) const { return IsWriting() || m_kept.contains(name); }
+    // Lines of that beginning that are no longer asked for go.
+    void Forget(const std::string& beginning) {
+        if (!IsWriting()) return;
+        std::erase_if(m_kept, [&beginning](const auto& kept) { return kept.first.starts_with(beginning); });
+    }
+    ~KeptResults() {
+        if (!IsWriting()) return;
+        std::string text;
+        for (const auto& [name, digest] : m_kept) text += name + '\t' + digest + '\n';
+        WriteFile(Path(), text);
+    }
+
+  private:
+    static bool IsWriting() { return std::getenv("ORVANE_KEEP_RESULTS") != nullptr; }
+    static std::string Path() { return std::string(ORVANE_SOURCES) + "/tests/orvcore/filters/results.tsv"; }
+    std::map<std::string, std::string> m_kept;
+};
+
 }  // namespace
 
 TEST_F(EveryFilter, HasAPlaceOfItsOwnInTheTree) {
@@ -111,10 +197,13 @@ TEST_F(EveryFilter, HasAPlaceOfItsOwnInTheTree) {
 // A name of an output that is mistyped, a map that cannot be shown, an exception of another kind than the program's own would be met by
 // a user otherwise.
 TEST_F(EveryFilter, HasAnAnswerForEveryKindOfFile) {
+    KeptResults kept;
+    kept.Forget("file ");
     for (const auto& filter : CreateAllFilters()) {
         for (const std::string& name : m_pictures) {
             SCOPED_TRACE(filter->GetId() + " on " + name);
             const OrvFilterResultPtr result = RunFilter(*filter, m_folder / name);
+            kept.Check("file " + filter->GetId() + " " + name, DigestOf(*result, m_folder / ""));
             const OrvSlotResult& slot = *result->slot[OrvEvidence];
             const bool isOdd =
                 slot.verdict == OrvVerdict::WorthALook || slot.verdict == OrvVerdict::StrongSign;
@@ -178,77 +267,155 @@ TEST_F(EveryFilter, TakesEveryOption) {
                                           "copy-move-keypoints/distance",
                                           "camera-identification/search",
                                           "camera-noise-map/window"};
-    const auto values = [](const Parameter& option) {
-        std::vector<Parameter> all;
-        const auto add = [&](const auto& value) {
-            Parameter& one = all.emplace_back(option);
-            if (!one.SetValue(value) || one == option) all.pop_back();
-        };
-        const int least = static_cast<int>(std::max(option.GetMinimum(), 0.0));
-        switch (option.Type()) {
-            case ParameterType::Bool:
-                add(!option.Get<bool>());
-                break;
-            case ParameterType::Choice:
-                for (int i = 0; i < static_cast<int>(option.Strings().size()); ++i) add(i);
-                break;
-            case ParameterType::Int64:
-                add(std::int64_t{100});
-                break;
-            case ParameterType::Double:
-                add(option.GetMinimum());
-                add((option.Get<double>() + option.GetMaximum()) / 2);
-                break;
-            case ParameterType::String:
-                add(std::string("a"));
-                break;
-            case ParameterType::OrvRoi:
-            case ParameterType::Roi:
-                add(Roi(24, 16, 80, 64));
-                break;
-            case ParameterType::Int:
-            case ParameterType::IntSlider:
-                add(least + 1);
-                add(static_cast<int>(std::min(option.GetMaximum(), 2.0 * option.Get<int>() + 2)));
-                break;
-            default:
-                break;  // a file
-        }
-        return all;
-    };
-    const std::string sample = PathJoin(GetAppDataPath(), "samples/coffee.jpg");
-    const std::pair<std::string, std::string> files[] = {{m_folder / "colour.jpg", m_folder / "grey.jpg"},
-                                                         {m_folder / "deep.tif", m_folder / "colour.png"},
-                                                         {sample, m_folder / "colour.jpg"}};
+    const std::pair<OrvFilePtr, OrvFilePtr> files[] = {
+        {Loaded("colour.jpg"), Loaded("grey.jpg")},
+        {Loaded("deep.tif"), Loaded("colour.png")},
+        {LoadForTest(PathJoin(GetAppDataPath(), "samples/coffee.jpg")), Loaded("colour.jpg")}};
+    constexpr std::size_t kMade = 2;  // the sample is larger, and asked only where these show nothing
+    KeptResults kept;
+    kept.Forget("option ");
     for (const auto& filter : CreateAllFilters()) {
         const VecParameter prototypes[] = {filter->GetInputPrototype(), filter->GetPostProcessingPrototype()};
+        std::map<std::pair<std::string, std::size_t>, std::vector<std::string>>
+            untouched;  // by what is needed
         for (const VecParameter& prototype : prototypes) {
             const bool isInput = &prototype == &prototypes[0];
             for (const Parameter& option : prototype) {
-                if (others.contains(filter->GetId() + "/" + option.Name())) continue;
-                SCOPED_TRACE(filter->GetId() + "/" + option.Name());
+                const std::string place = filter->GetId() + "/" + option.Name();
+                if (others.contains(place)) continue;
+                SCOPED_TRACE(place);
                 VecParameter settings[] = {prototypes[0], prototypes[1]};
-                const auto need = needs.find(filter->GetId() + "/" + option.Name());
+                const auto need = needs.find(place);
                 std::vector<std::string> unfit;
                 if (need != needs.end()) settings[0].FromJson(JsonFromText(need->second), unfit);
-                const auto print = [&](const auto& pair) {
-                    return Fingerprint(
-                        *RunFilter(*filter, pair.first, pair.second, &settings[0], &settings[1]));
-                };
-                std::vector<std::string> before;
-                std::set<std::vector<std::string>> seen;
-                for (const auto& pair : files) before.push_back(print(pair));
-                for (const Parameter& value : values(option)) {
-                    ASSERT_TRUE(settings[isInput ? 0 : 1].Find(option.Name())->Set(value));
-                    std::vector<std::string> after;
-                    for (const auto& pair : files) after.push_back(print(pair));
-                    EXPECT_TRUE(after != before) << "nothing changes with " << value.GetValueAsString();
-                    if (option.Type() == ParameterType::Choice) {
-                        EXPECT_TRUE(seen.insert(after).second)
-                            << value.GetValueAsString() << " is like another";
+                std::string digest;  // on the first pair
+                const auto prints = [&](std::size_t count) {
+                    std::vector<std::string> all;
+                    for (std::size_t i = 0; i < count; ++i) {
+                        OrvFilterResult request;
+                        request.input = settings[0];
+                        request.postProcessing = settings[1];
+                        request.file[OrvEvidence] = files[i].first;
+                        request.file[OrvReference] = files[i].second;
+                        const OrvFilterResultPtr result = filter->Run(request, {}, OrvJob(), nullptr);
+                        if (i == 0) digest = DigestOf(*result, m_folder / "");
+                        all.push_back(Fingerprint(*result));
                     }
-                }
+                    return all;
+                };
+                const VecParameter start[] = {settings[0], settings[1]};
+                const std::string needed = need == needs.end() ? "" : need->second;
+                // What is wrong with the option as far as so many files show it.
+                const auto problem = [&](std::size_t count) {
+                    std::copy_n(start, 2, settings);
+                    std::vector<std::string>& before = untouched[{needed, count}];
+                    if (before.empty()) before = prints(count);
+                    std::set<std::vector<std::string>> seen;
+                    std::string wrong;
+                    for (const Parameter& value : ValuesOf(option)) {
+                        if (!settings[isInput ? 0 : 1].Find(option.Name())->Set(value))
+                            return std::string("it cannot be set");
+                        const std::vector<std::string> after = prints(count);
+                        if (count == kMade)
+                            kept.Check("option " + place + "=" + value.GetValueAsString(), digest);
+                        if (after == before) wrong += " nothing changes with " + value.GetValueAsString();
+                        if (option.Type() == ParameterType::Choice && !seen.insert(after).second)
+                            wrong += " " + value.GetValueAsString() + " is like another";
+                    }
+                    return wrong;
+                };
+                if (problem(kMade).empty()) continue;
+                EXPECT_EQ(problem(std::size(files)), "");
             }
         }
+    }
+}
+
+// The pictures of the self-test are made so that each filter has something to find.
+TEST_F(EveryFilter, FindsInThePicturesOfTheSelfTestWhatWasKept) {
+    const std::string folder = PathJoin(GetAppDataPath(), "selftest");
+    KeptResults kept;
+    kept.Forget("answer ");
+    std::istringstream lines(ReadFile(PathJoin(folder, "answers.tsv")));
+    std::set<std::string> asked;
+    for (std::string line; std::getline(lines, line);) {
+        if (line.empty() || line[0] == '#') continue;
+        std::istringstream cells(line);
+        std::string cell[4];
+        for (std::string& one : cell) std::getline(cells, one, '\t');
+        const std::string name = "answer " + cell[0] + " " + cell[1] + " " + cell[2] + " " + cell[3];
+        if (!asked.insert(name).second) continue;
+        const auto filter = MakeFilter(cell[0]);
+        ASSERT_NE(filter, nullptr) << cell[0];
+        const std::string files[kFileSlots] = {cell[1], cell[2]};
+        kept.Check(name, DigestOf(*RunOnSelfTestFiles(*filter, cell[3], files, folder, OrvJob()),
+                                  PathJoin(folder, "")));
+    }
+    EXPECT_GT(asked.size(), 60U);
+}
+
+namespace {
+
+// What the filters of the file itself say of it, in a line: a checksum for each.
+std::string WordsOfFile(const std::vector<std::unique_ptr<OrvFilter>>& filters, const std::string& path,
+                        const std::string& folder) {
+    std::string line;
+    const OrvFilePtr file = LoadForTest(path);
+    for (const auto& filter : filters) {
+        if (filter->GetAnalysisTypeUtf8() != "File" && filter->GetAnalysisTypeUtf8() != "JPEG") continue;
+        OrvFilterResult request;
+        request.input = filter->GetInputPrototype();
+        request.postProcessing = filter->GetPostProcessingPrototype();
+        request.file[OrvEvidence] = file;
+        std::string found;
+        try {
+            found = DigestOf(*filter->Run(request, {}, OrvJob(), nullptr), folder);
+        } catch (const ZorException& exception) {
+            found = exception.GetMessage();
+        }
+        line += (line.empty() ? "" : " ") + filter->GetId() + "#" + Sha256(found).substr(0, 8);
+    }
+    return line;
+}
+
+}  // namespace
+
+// Small files of every format in its variants, whole and cut: what is said of each field of their headers.
+TEST_F(EveryFilter, SaysOfEveryVariantOfAFileWhatWasKept) {
+    const std::string variants = std::string(ORVANE_SOURCES) + "/tests/zorimage/variants";
+    const auto filters = CreateAllFilters();
+    KeptResults kept;
+    kept.Forget("variant ");
+    int count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(variants)) {
+        const std::string name = entry.path().filename().string();
+        Bytes bytes = ReadFileBytes(entry.path().string());
+        for (const char* part : {"whole", "cut"}) {
+            const std::string path = m_folder / (part + ("-" + name));
+            WriteFile(path, bytes);
+            kept.Check("variant " + name + " " + part, WordsOfFile(filters, path, m_folder / ""));
+            bytes.resize(bytes.size() * 3 / 5);
+            ++count;
+        }
+    }
+    EXPECT_GT(count, 60);
+}
+
+// Real files of few bytes; one of another size than the kept one is another file.
+TEST_F(EveryFilter, SaysOfRealFilesWhatWasKept) {
+    const char* folder = std::getenv("ORVANE_FIXTURES");
+    if (folder == nullptr) GTEST_SKIP() << "ORVANE_FIXTURES is not set: no real files to read";
+    constexpr std::uintmax_t kMostBytes = 30000;
+    const auto filters = CreateAllFilters();
+    KeptResults kept;
+    kept.Forget("real ");
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+        const std::string path = entry.path().string();
+        if (!entry.is_regular_file() || entry.file_size() > kMostBytes ||
+            path.find("/java/") != std::string::npos)
+            continue;
+        const std::string name =
+            "real " + path.substr(std::string(folder).size() + 1) + " " + std::to_string(entry.file_size());
+        if (kept.Knows(name)) kept.Check(name, WordsOfFile(filters, path, std::string(folder) + "/"));
     }
 }

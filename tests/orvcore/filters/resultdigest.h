@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+#include "orvcore/filter/filterresult.h"
+
+// A result in one line: of every map, plot and picture its size, its mean, where its weight lies and how much it varies; of texts, names and
+// tables a checksum. Two results that differ in a value, a place or a word have different lines. folder: a path that the texts may hold
+// and that is of no account; neither are dates of files.
+std::string DigestOf(const OrvFilterResult& result, const std::string& folder);
+
+// What differs between two lines, "" for nothing: words and checksums letter by letter, numbers up to one in ten thousand (processors
+// differ in the last bits).
+std::string DifferenceOf(const std::string& kept, const std::string& found);
