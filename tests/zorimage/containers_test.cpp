@@ -76,6 +76,9 @@ TEST(Containers, EveryVariantHoldsTheSlope) {
                         worst, std::abs(SampleAt(pixels, x, y, c) / full - Expected(row.isGrey, x, y, c)));
         EXPECT_LE(worst, row.worst) << row.file;
     }
+    const Bytes profile = ReadImageInfo(Variant("icc.avif")).iccProfile;
+    ASSERT_EQ(profile.size(), 144U);
+    EXPECT_EQ(std::string(profile.begin() + 36, profile.begin() + 40), "acsp");
     // Ten and twelve bits reach the full range.
     EXPECT_EQ(SampleAt(DecodeImage(Variant("deepalpha.avif")).image.GetMat(), 0, 0, 3), 65535);
     EXPECT_EQ(SampleAt(DecodeImage(Variant("deep.avif")).image.GetMat(), 0, 0, 0), 32928);  // 514 of 1023
@@ -198,6 +201,20 @@ TEST(Jpeg2000, LuminanceInkAndAlphaBecomeColours) {
             }
             for (int c = 0; c < 4; ++c)
                 EXPECT_EQ(SampleAt(clear.image.GetMat(), x, y, c), Expected(false, x, y, c));
+        }
+}
+
+TEST(Jpeg2000, FewAndManyBitsReachTheFullRange) {
+    const cv::Mat four = DecodeImage(Variant("four.jp2")).image.GetMat();
+    const cv::Mat twelve = DecodeImage(Variant("twelve.jp2")).image.GetMat();
+    ASSERT_EQ(four.type(), CV_8UC1);
+    ASSERT_EQ(twelve.type(), CV_16UC1);
+    EXPECT_EQ(ReadImageInfo(Variant("four.jp2")).bitsPerSample, 4);
+    EXPECT_EQ(ReadImageInfo(Variant("twelve.jp2")).bitsPerSample, 12);
+    for (int y = 0; y < kHeight; ++y)
+        for (int x = 0; x < kWidth; ++x) {
+            EXPECT_EQ(SampleAt(four, x, y, 0), (x + y) % 16 * 17);
+            EXPECT_EQ(SampleAt(twelve, x, y, 0), ((250 * x + 30 * y) * 65535 * 2 + 4095) / 8190);
         }
 }
 

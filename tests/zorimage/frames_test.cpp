@@ -55,6 +55,8 @@ TEST(Frames, ACutPngEndsEarlyAndADamagedOneDoesNot) {
     const DecodedImage broken = DecodeImage(damaged);
     ASSERT_FALSE(broken.warnings.empty());
     EXPECT_EQ(broken.warnings[0].rfind("File ends early: ", 0), std::string::npos) << broken.warnings[0];
+    EXPECT_EQ(broken.warnings[0].rfind("The decoder gave up (", 0), 0U) << broken.warnings[0];
+    EXPECT_EQ(broken.warnings[0].find("()"), std::string::npos) << "it says why";
 }
 
 }  // namespace

@@ -2,10 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <regex>
+
 #include "tests/zorimage/samples.h"
 #include "zorbase/zorexception.h"
 #include "zorimage/imageio.h"
 #include "zorimage/jpegheader.h"
+#include "zorimage/libraryversions.h"
 
 namespace {
 
@@ -205,6 +208,13 @@ TEST(IccProfiles, CharactersOfEveryLengthAndTheLanguageThatIsAsked) {
     EXPECT_EQ(IccProfileName(samples::MakeProfile(Localised({{"de", {'D'}}, {"en", {'E'}}, {"en", {'F'}}}))),
               "E");
     EXPECT_EQ(IccProfileName(samples::MakeProfile(Localised({{"de", {'D'}}, {"fr", {'F'}}}))), "D");
+    // The description stands behind another tag.
+    Bytes second = samples::MakeProfile(Localised({{"de", {'D'}}}));
+    second[131] = 2;
+    const Bytes other = Text("cprt") + Bytes(8);
+    second.insert(second.begin() + 132, other.begin(), other.end());
+    second[132 + 12 + 7] = 156;
+    EXPECT_EQ(IccProfileName(second), "D");
     // The count of a plain description bounds it, as does a zero.
     const auto plain = [](std::uint32_t count, const std::string& text) {
         return IccProfileName(samples::MakeProfile(Text("desc") + Bytes(4) + Big32(count) + Text(text)));
@@ -213,6 +223,15 @@ TEST(IccProfiles, CharactersOfEveryLengthAndTheLanguageThatIsAsked) {
     EXPECT_EQ(plain(6, "abcdef"), "abcdef");
     EXPECT_EQ(plain(5, std::string("a\0bcd", 5)), "a");
     EXPECT_EQ(plain(2, "\xe9\x1f"), "\xc3\xa9\xef\xbf\xbd");
+}
+
+TEST(Libraries, TellTheirVersions) {
+    for (const LibraryVersion& library : ImageLibraryVersions()) {
+        const bool isFile = library.name == "JPEG" || library.name == "GIF";
+        EXPECT_TRUE(std::regex_match(
+            library.version, std::regex(isFile ? R"(lib\w+\.so\.[0-9.]+)" : R"(\d+\.\d+(\.\d+)?(-\w+)?)")))
+            << library.name << ": " << library.version;
+    }
 }
 
 // The mosaic is told as the sensor's colours lie, row by row.

@@ -181,6 +181,7 @@ TEST(ImageFormat, EverySignatureStandsAtItsPlace) {
         {"\x0e", FileFormat::Unknown},
         {"\x1f", FileFormat::Unknown},
         {"\x7f", FileFormat::Unknown},
+        {"\x80", FileFormat::Unknown},
         {"\xc1\x80", FileFormat::Unknown},
         {"\xc2\x80", FileFormat::Text},
         {"\xdf\xbf", FileFormat::Text},
@@ -197,14 +198,15 @@ TEST(ImageFormat, EverySignatureStandsAtItsPlace) {
 
 TEST(ImageFormat, BrandsOfBoxes) {
     const std::pair<Bytes, FileFormat> rows[] = {
-        {Boxed("avis", ""), FileFormat::Avif},       {Boxed("heix", ""), FileFormat::Heif},
-        {Boxed("hevc", ""), FileFormat::Heif},       {Boxed("hevx", ""), FileFormat::Heif},
-        {Boxed("heim", ""), FileFormat::Heif},       {Boxed("heis", ""), FileFormat::Heif},
-        {Boxed("hevm", ""), FileFormat::Heif},       {Boxed("hevs", ""), FileFormat::Heif},
-        {Boxed("msf1", ""), FileFormat::Heif},       {Boxed("mif2", ""), FileFormat::Heif},
-        {Boxed("miaf", ""), FileFormat::Heif},       {Boxed("isom", "heic"), FileFormat::Heif},
-        {Boxed("isom", "heix"), FileFormat::Heif},   {Boxed("isom", "mif1"), FileFormat::Heif},
-        {Boxed("isom", "avis"), FileFormat::Avif},   {Boxed("isom", "heicavif"), FileFormat::Avif},
+        {Boxed("avis", ""), FileFormat::Avif},         {Boxed("heix", ""), FileFormat::Heif},
+        {Boxed("hevc", ""), FileFormat::Heif},         {Boxed("hevx", ""), FileFormat::Heif},
+        {Boxed("heim", ""), FileFormat::Heif},         {Boxed("heis", ""), FileFormat::Heif},
+        {Boxed("hevm", ""), FileFormat::Heif},         {Boxed("hevs", ""), FileFormat::Heif},
+        {Boxed("msf1", ""), FileFormat::Heif},         {Boxed("mif2", ""), FileFormat::Heif},
+        {Boxed("miaf", ""), FileFormat::Heif},         {Boxed("isom", "heic"), FileFormat::Heif},
+        {Boxed("isom", "heix"), FileFormat::Heif},     {Boxed("isom", "mif1"), FileFormat::Heif},
+        {Boxed("isom", "avis"), FileFormat::Avif},     {Boxed("isom", "heicavif"), FileFormat::Avif},
+        {Boxed("mif1", "mp41isom"), FileFormat::Heif}, {Boxed("isom", "heicmp41"), FileFormat::Heif},
         {Boxed("isom", "mp41isom"), FileFormat::Mp4}};
     for (const auto& [head, format] : rows)
         EXPECT_EQ(FormatName(DetectFormat(head)), FormatName(format))
@@ -238,6 +240,17 @@ TEST(ImageFormat, SensorDataShowByTheirCoding) {
                 {{{0x103, 34713}}, Zeros("Leica\0\0\0", 8), FileFormat::Raw}};
     for (const auto& row : rows)
         EXPECT_EQ(DetectFormat(Tiff(row.entries, row.make)), row.format) << row.make << row.entries[0].second;
+}
+
+// Short numbers stand at the front of their four bytes, whatever the order.
+TEST(ImageFormat, SensorDataInBothByteOrders) {
+    Bytes bytes = {'M', 'M', 0, 42, 0, 0, 0, 8, 0, 2};
+    bytes.insert(bytes.end(), {0x01, 0x03, 0, 3, 0, 0, 0, 1, 0xff, 0xff, 0, 0});
+    bytes.insert(bytes.end(), {0x01, 0x0f, 0, 2, 0, 0, 0, 6, 0, 0, 0, 38, 0, 0, 0, 0});
+    AppendText(bytes, Zeros("NIKON\0", 6));
+    EXPECT_EQ(DetectFormat(bytes), FileFormat::Raw);
+    bytes[18] = 0x7e;
+    EXPECT_EQ(DetectFormat(bytes), FileFormat::Tiff);
 }
 
 TEST(ImageFormat, BmpBySizesThatWereInUse) {

@@ -109,6 +109,21 @@ TEST(Variants, EveryLayoutHoldsTheSamePicture) {
     }
 }
 
+// Luminance and chroma inside a TIFF file: the JPEG library makes colours of them.
+TEST(Variants, JpegInATiff) {
+    const Bytes bytes = Variant("jpeg.tif");
+    const ImageInfo info = ReadImageInfo(bytes);
+    EXPECT_EQ(info.compression + ", " + info.colourModel, "JPEG, YCbCr 4:2:0");
+    const cv::Mat pixels = DecodeImage(bytes).image.GetMat();
+    ASSERT_EQ(pixels.type(), CV_8UC3);
+    cv::Mat slope(16, 32, CV_8UC3);
+    for (int y = 0; y < 16; ++y)
+        for (int x = 0; x < 32; ++x)
+            slope.at<cv::Vec3b>(y, x) =
+                cv::Vec3b(128, static_cast<std::uint8_t>(16 * y), static_cast<std::uint8_t>(8 * x));
+    EXPECT_LE(cv::norm(pixels, slope, cv::NORM_L1) / (32 * 16 * 3), 4);
+}
+
 // Ink of (100, 50, 0, 51) in 255, stored by Adobe's rules: turned over, and as luminance and two differences with the key.
 TEST(Variants, InkFollowsWhatTheAdobeSegmentSays) {
     const Bytes ycck = samples::kInkJpeg;
