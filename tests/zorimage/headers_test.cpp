@@ -56,6 +56,8 @@ TEST(JpegHeaders, ColourIsDecidedBySegmentsThenByNumbers) {
         {{}, usual, "YCbCr 4:2:0"},
         {{}, letters, "RGB"},
         {{}, {{'R', 0x11}, {'G', 0x11}, {'C', 0x11}}, "YCbCr 4:4:4"},
+        {{}, {{'X', 0x11}, {'G', 0x11}, {'B', 0x11}}, "YCbCr 4:4:4"},
+        {{}, {{'R', 0x11}, {'X', 0x11}, {'B', 0x11}}, "YCbCr 4:4:4"},
         {kJfif, letters, "YCbCr 4:4:4"},
         {Adobe(0), usual, "RGB"},
         {Adobe(1), letters, "YCbCr 4:4:4"},

@@ -70,7 +70,9 @@ Bytes MakeTiff(const TiffLayout& layout) {
         for (int top = 0; top < layout.height; top += partRows)
             for (int left = 0; left < layout.width; left += partColumns) {
                 offsets.push_back(static_cast<std::uint32_t>(writer.bytes.size()));
-                const int end = isTiled ? top + partRows : std::min(top + partRows, layout.height);
+                const int end = layout.isEmpty ? top
+                                : isTiled      ? top + partRows
+                                               : std::min(top + partRows, layout.height);
                 for (int y = top; y < end; ++y) {
                     RowPacker row(writer, layout.bits);
                     for (int x = left; x < left + partColumns; ++x)

@@ -28,6 +28,7 @@ struct TiffLayout {
     std::vector<std::uint32_t> subsampling = {};
     // The stored value; by default the level, 257 times as high in 16 bits.
     std::function<std::uint32_t(int x, int y, int sample)> value = {};
+    bool isEmpty = false;  // no pixels are written, whatever the sides say
 };
 
 // The file; its directory stands behind the pixels, and the lists of offsets and sizes behind them before it.

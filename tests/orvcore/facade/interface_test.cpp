@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include <map>
 #include <set>
 
 #include "orvcore/model/collections.h"
@@ -110,7 +111,10 @@ TEST_F(Interface, EveryRealFileIsOpenedAndLeftAsItIs) {
         if (!IsAboutTheFile(*filter)) pixelFilters.push_back(filter);
     ASSERT_GT(pixelFilters.size(), 10U);
     std::size_t turn = 0;
+    std::map<std::string, int> alike;  // files of a folder and an extension: of many, some
     for (const std::string& path : paths) {
+        const int order = alike[PathFolder(path) + "/*." + PathExtension(path)]++;
+        if (order >= 4 && order % 4 != 0) continue;
         const Stamp before = StampOf(path);
         core->SetFile(PathToWx(path), OrvEvidence);
         core->SetFile(PathToWx(path), OrvReference);
@@ -134,6 +138,7 @@ TEST_F(Interface, EveryRealFileIsOpenedAndLeftAsItIs) {
         }
         ASSERT_EQ(StampOf(path), before) << path;
     }
+    EXPECT_GT(turn, 100U);
     EXPECT_THAT(failures, testing::IsEmpty());
 }
 
