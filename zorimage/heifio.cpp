@@ -1,3 +1,5 @@
+// A module of its own, see latecodec.h.
+
 #include <libheif/heif.h>
 
 #include <algorithm>
@@ -7,7 +9,7 @@
 #include <string_view>
 
 #include "zorbase/zorexception.h"
-#include "zorimage/codec.h"
+#include "zorimage/latecodec.h"
 
 namespace {
 
@@ -136,11 +138,11 @@ void CopyRows(const std::uint8_t* source, std::size_t stride, int bits, cv::Mat&
     }
 }
 
-}  // namespace
+using codec::CheckPlausible;
+using codec::NewPixels;
+using codec::Warnings;
 
-namespace codec {
-
-void ReadHeifInfo(ByteSpan bytes, ImageInfo& info) {
+void ReadInfo(ByteSpan bytes, ImageInfo& info) {
     info.compression = info.format == FileFormat::Avif ? "AV1" : "HEVC";
     info.recipe = "Main picture as stored, no turning or cropping, no colour management.";
     const Context context = Open(bytes);
@@ -162,7 +164,7 @@ void ReadHeifInfo(ByteSpan bytes, ImageInfo& info) {
     }
 }
 
-DecodedImage DecodeHeif(ByteSpan bytes, const DecodeProgress& progress) {
+DecodedImage Decode(ByteSpan bytes, const DecodeProgress& progress) {
     const Context context = Open(bytes);
     const Handle handle = Primary(context);
     progress(0);
@@ -204,4 +206,10 @@ DecodedImage DecodeHeif(ByteSpan bytes, const DecodeProgress& progress) {
     return result;
 }
 
-}  // namespace codec
+std::string Version() {
+    return heif_get_version();
+}
+
+}  // namespace
+
+ZORIMAGE_LATE_CODEC(ReadInfo, Decode, Version)

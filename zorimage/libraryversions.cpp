@@ -2,8 +2,6 @@
 
 #include <dlfcn.h>
 #include <gif_lib.h>
-#include <libheif/heif.h>
-#include <libraw/libraw.h>
 #include <openjpeg.h>
 #include <png.h>
 #include <tiffio.h>
@@ -16,6 +14,9 @@
 
 // The library's header needs the ones above.
 #include <jpeglib.h>
+
+#include "zorbase/zorexception.h"
+#include "zorimage/latecodec.h"
 
 namespace {
 
@@ -33,6 +34,15 @@ std::string ThreeNumbers(int packed) {
            std::to_string(packed & 255);
 }
 
+// Loads the module. One that is not there is told to who opens such a file.
+std::string LateVersion(const codec::LateCodec& (*module)()) {
+    try {
+        return module().version();
+    } catch (const ZorException&) {
+        return "not there";
+    }
+}
+
 }  // namespace
 
 std::vector<LibraryVersion> ImageLibraryVersions() {
@@ -44,7 +54,7 @@ std::vector<LibraryVersion> ImageLibraryVersions() {
             {"WebP", ThreeNumbers(WebPGetDecoderVersion())},
             {"GIF", LoadedFileOf(reinterpret_cast<const void*>(&DGifOpen))},
             {"JPEG 2000", opj_version()},
-            {"HEIF", heif_get_version()},
-            {"RAW", LibRaw::version()},
+            {"HEIF", LateVersion(codec::HeifModule)},
+            {"RAW", LateVersion(codec::RawModule)},
             {"OpenCV", cv::getVersionString()}};
 }

@@ -1,3 +1,5 @@
+// A module of its own, see latecodec.h.
+
 #include <libraw/libraw.h>
 
 #include <algorithm>
@@ -5,7 +7,7 @@
 #include <memory>
 
 #include "zorbase/zorexception.h"
-#include "zorimage/codec.h"
+#include "zorimage/latecodec.h"
 #include "zorimage/plausibility.h"
 
 namespace {
@@ -78,11 +80,10 @@ std::string MosaicText(LibRaw& raw) {
     return text + ')';
 }
 
-}  // namespace
+using codec::CheckPlausible;
+using codec::NewPixels;
 
-namespace codec {
-
-void ReadRawInfo(ByteSpan bytes, ImageInfo& info) {
+void ReadInfo(ByteSpan bytes, ImageInfo& info) {
     info.recipe = kRecipe;
     Stop stop;
     const std::unique_ptr<LibRaw> raw = Open(bytes, stop);
@@ -103,7 +104,7 @@ void ReadRawInfo(ByteSpan bytes, ImageInfo& info) {
     }
 }
 
-DecodedImage DecodeRaw(ByteSpan bytes, const DecodeProgress& progress) {
+DecodedImage Decode(ByteSpan bytes, const DecodeProgress& progress) {
     Stop stop;
     stop.progress = &progress;
     const std::unique_ptr<LibRaw> raw = Open(bytes, stop);
@@ -147,4 +148,10 @@ DecodedImage DecodeRaw(ByteSpan bytes, const DecodeProgress& progress) {
     return result;
 }
 
-}  // namespace codec
+std::string Version() {
+    return LibRaw::version();
+}
+
+}  // namespace
+
+ZORIMAGE_LATE_CODEC(ReadInfo, Decode, Version)
