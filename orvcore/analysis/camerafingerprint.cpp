@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -24,6 +25,23 @@ struct Channel {
 struct RowSums {
     double product = 0.0, noise = 0.0, pattern = 0.0;
 };
+
+// A row of the weighted sum of channels 0 to index. Until the second channel comes the sum is the first one as it is.
+void AddChannels(const cv::Mat& noise, int y, int index, const std::vector<Channel>& channels,
+                 cv::Mat& total) {
+    const float* own = noise.ptr<float>(y);
+    float* sum = total.ptr<float>(y);
+    const float first = channels.front().weight;
+    const float weight = channels[static_cast<std::size_t>(index)].weight;
+    // What is added to zero is never a negative zero.
+    if (index == 0) {
+        for (int x = 0; x < noise.cols; ++x) sum[x] = 0.0F + first * sum[x];
+    } else if (index == 1) {
+        for (int x = 0; x < noise.cols; ++x) sum[x] = (0.0F + first * sum[x]) + weight * own[x];
+    } else {
+        for (int x = 0; x < noise.cols; ++x) sum[x] += weight * own[x];
+    }
+}
 
 // The intensity of a row, and nothing at all where a channel is saturated.
 void SetIntensity(const cv::Mat& image, int y, const std::vector<Channel>& channels, CameraResidual& result) {
@@ -54,7 +72,6 @@ CameraResidual ComputeCameraResidual(const cv::Mat& image, double sigma, const A
                                               ? std::vector<Channel>{{0, 1.0F}}
                                               : std::vector<Channel>{{0, 0.114F}, {1, 0.587F}, {2, 0.299F}};
     CameraResidual result;
-    result.noise.create(image.size(), CV_32F);
     result.intensity.create(image.size(), CV_32F);
     const auto count = static_cast<int>(channels.size());
     for (int i = 0; i < count; ++i) {
@@ -64,13 +81,13 @@ CameraResidual ComputeCameraResidual(const cv::Mat& image, double sigma, const A
         const double done = static_cast<double>(i) / count;
         const double share = 1.0 / count;
         const cv::Mat noise = WaveletResidual(plane, sigma, PartOf(progress, done, done + 0.9 * share));
+        // The first becomes the sum; its weight is given to it together with the second.
+        if (i == 0) result.noise = noise;
+        if (i == 0 && count > 1) continue;
         ForEachStrip(image.rows, 64, PartOf(progress, done + 0.9 * share, done + share),
                      [&](int first, int end) {
                          for (int y = first; y < end; ++y) {
-                             const float* w = noise.ptr<float>(y);
-                             float* sum = result.noise.ptr<float>(y);
-                             for (int x = 0; x < plane.cols; ++x)
-                                 sum[x] = (i == 0 ? 0.0F : sum[x]) + channel.weight * w[x];
+                             AddChannels(noise, y, i, channels, result.noise);
                              if (i == count - 1) SetIntensity(image, y, channels, result);
                          }
                      });
@@ -78,12 +95,25 @@ CameraResidual ComputeCameraResidual(const cv::Mat& image, double sigma, const A
     return result;
 }
 
-void RemoveRowAndColumnMeans(cv::Mat& plane) {
+namespace {
+
+// The means of rows and columns of the four sublattices of a plane.
+class LatticeMeans {
+  public:
+    explicit LatticeMeans(const cv::Mat& plane);
+    // Takes them away from row y.
+    void TakeFrom(int y, float* row) const;
+
+  private:
+    std::array<std::vector<double>, 2> m_columns;  // by parity of the row
+    std::vector<std::array<double, 2>> m_rows;  // by parity of the column; the mean of all is taken off them
+};
+
+LatticeMeans::LatticeMeans(const cv::Mat& plane) : m_rows(static_cast<std::size_t>(plane.rows)) {
     const int strips = (plane.rows + kMeanRows - 1) / kMeanRows;
     const auto width = static_cast<std::size_t>(plane.cols);
     // Sums of the columns over the even and the odd rows of each strip, and of each row over its even and odd columns.
     std::vector<std::array<std::vector<double>, 2>> parts(static_cast<std::size_t>(strips));
-    std::vector<std::array<double, 2>> rowSums(static_cast<std::size_t>(plane.rows));
     ForEachPiece(strips, {}, [&](int strip) {
         auto& columns = parts[static_cast<std::size_t>(strip)];
         for (std::vector<double>& sums : columns) sums.assign(width, 0.0);
@@ -94,14 +124,13 @@ void RemoveRowAndColumnMeans(cv::Mat& plane) {
             std::array<double, 2> own = {0.0, 0.0};
             for (int x = 0; x < plane.cols; ++x)
                 own[static_cast<std::size_t>(x % 2)] += static_cast<double>(row[x]);
-            rowSums[static_cast<std::size_t>(y)] = own;
+            m_rows[static_cast<std::size_t>(y)] = own;
         }
     });
-    std::array<std::vector<double>, 2> columnMeans;
     std::array<std::array<double, 2>, 2> means{};  // of the sublattices, by parity of row and column
     for (std::size_t parity = 0; parity < 2; ++parity) {
         const int rows = (plane.rows + 1 - static_cast<int>(parity)) / 2;
-        std::vector<double>& sums = columnMeans[parity];
+        std::vector<double>& sums = m_columns[parity];
         sums.assign(width, 0.0);
         if (rows == 0) continue;
         for (const auto& part : parts)
@@ -113,18 +142,57 @@ void RemoveRowAndColumnMeans(cv::Mat& plane) {
         means[parity][0] /= static_cast<double>((width + 1) / 2);
         means[parity][1] /= static_cast<double>(std::max<std::size_t>(width / 2, 1));
     }
-    ForEachPiece(strips, {}, [&](int strip) {
-        for (int y = strip * kMeanRows; y < std::min(plane.rows, (strip + 1) * kMeanRows); ++y) {
-            float* row = plane.ptr<float>(y);
-            const auto parity = static_cast<std::size_t>(y % 2);
-            const double* columns = columnMeans[parity].data();
-            std::array<double, 2> offsets = rowSums[static_cast<std::size_t>(y)];
-            offsets[0] = offsets[0] / static_cast<double>((width + 1) / 2) - means[parity][0];
-            offsets[1] =
-                offsets[1] / static_cast<double>(std::max<std::size_t>(width / 2, 1)) - means[parity][1];
-            for (int x = 0; x < plane.cols; ++x)
-                row[x] = static_cast<float>(row[x] - offsets[static_cast<std::size_t>(x % 2)] - columns[x]);
-        }
+    for (std::size_t y = 0; y < m_rows.size(); ++y) {
+        std::array<double, 2>& own = m_rows[y];
+        own[0] = own[0] / static_cast<double>((width + 1) / 2) - means[y % 2][0];
+        own[1] = own[1] / static_cast<double>(std::max<std::size_t>(width / 2, 1)) - means[y % 2][1];
+    }
+}
+
+void LatticeMeans::TakeFrom(int y, float* row) const {
+    const std::vector<double>& columns = m_columns[static_cast<std::size_t>(y % 2)];
+    const std::array<double, 2>& own = m_rows[static_cast<std::size_t>(y)];
+    const std::size_t width = columns.size();
+    const double even = own[0];
+    const double odd = own[1];
+    for (std::size_t x = 0; x + 1 < width; x += 2) {
+        row[x] = static_cast<float>(row[x] - even - columns[x]);
+        row[x + 1] = static_cast<float>(row[x + 1] - odd - columns[x + 1]);
+    }
+    if (width % 2 != 0) row[width - 1] = static_cast<float>(row[width - 1] - even - columns[width - 1]);
+}
+
+// Correlation terms of one row of W with I K for K as it is so far.
+RowSums Correlate(const float* noise, const float* intensity, const float* sum, const float* energy,
+                  int count) {
+    float product = 0.0F, own = 0.0F, expected = 0.0F;
+    for (int x = 0; x < count; ++x) {
+        const float pattern = intensity[x] * sum[x] / (energy[x] + 1.0F);
+        product += noise[x] * pattern;
+        own += noise[x] * noise[x];
+        expected += pattern * pattern;
+    }
+    return {product, own, expected};
+}
+
+// The correlation times the root of the count.
+double AgreementOf(const std::vector<RowSums>& rows, std::size_t count) {
+    RowSums all;
+    for (const RowSums& row : rows) {
+        all.product += row.product;
+        all.noise += row.noise;
+        all.pattern += row.pattern;
+    }
+    const double energy = all.noise * all.pattern;
+    return energy > 0.0 ? all.product / std::sqrt(energy) * std::sqrt(static_cast<double>(count)) : 0.0;
+}
+
+}  // namespace
+
+void RemoveRowAndColumnMeans(cv::Mat& plane) {
+    const LatticeMeans means(plane);
+    ForEachStrip(plane.rows, kMeanRows, {}, [&](int first, int end) {
+        for (int y = first; y < end; ++y) means.TakeFrom(y, plane.ptr<float>(y));
     });
 }
 
@@ -165,36 +233,6 @@ void CleanResidual(CameraResidual& residual, const AnalysisProgress& progress) {
     residual.noise.setTo(0.0F, residual.intensity == 0.0F);
 }
 
-double FingerprintMaker::Agreement(const CameraResidual& residual) const {
-    // Correlation of W with I K for K as it is so far, times the root of the count.
-    std::vector<RowSums> rows(static_cast<std::size_t>(m_noise.rows));
-    ForEachStrip(m_noise.rows, 64, {}, [&](int first, int end) {
-        for (int y = first; y < end; ++y) {
-            const float* noise = residual.noise.ptr<float>(y);
-            const float* intensity = residual.intensity.ptr<float>(y);
-            const float* sum = m_noise.ptr<float>(y);
-            const float* energy = m_energy.ptr<float>(y);
-            float product = 0.0F, own = 0.0F, expected = 0.0F;
-            for (int x = 0; x < m_noise.cols; ++x) {
-                const float pattern = intensity[x] * sum[x] / (energy[x] + 1.0F);
-                product += noise[x] * pattern;
-                own += noise[x] * noise[x];
-                expected += pattern * pattern;
-            }
-            rows[static_cast<std::size_t>(y)] = {product, own, expected};
-        }
-    });
-    RowSums all;
-    for (const RowSums& row : rows) {
-        all.product += row.product;
-        all.noise += row.noise;
-        all.pattern += row.pattern;
-    }
-    const double energy = all.noise * all.pattern;
-    return energy > 0.0 ? all.product / std::sqrt(energy) * std::sqrt(static_cast<double>(m_noise.total()))
-                        : 0.0;
-}
-
 std::string FingerprintMaker::Add(const cv::Mat& image, const AnalysisProgress& progress) {
     if (image.empty() || (image.type() != CV_8UC1 && image.type() != CV_8UC3))
         return "Not a grey or colour picture of 8 bits per channel.";
@@ -204,28 +242,37 @@ std::string FingerprintMaker::Add(const cv::Mat& image, const AnalysisProgress& 
         return isTurned ? "Turned: the sides are exchanged." : "Another size than the first picture's.";
     }
     CameraResidual residual = ComputeCameraResidual(image, m_sigma, PartOf(progress, 0.0, 0.9));
-    if (cv::countNonZero(residual.intensity) * 10LL < static_cast<long long>(image.total()))
-        return "Nearly all of it is saturated or black.";
-    RemoveRowAndColumnMeans(residual.noise);
+    std::atomic<long long> lit{0};
+    ForEachStrip(image.rows, 64, {}, [&](int first, int end) {
+        lit += cv::countNonZero(residual.intensity.rowRange(first, end));
+    });
+    if (lit * 10 < static_cast<long long>(image.total())) return "Nearly all of it is saturated or black.";
+    const LatticeMeans means(residual.noise);
     if (progress) progress(0.95);
     if (m_noise.empty()) {
         m_noise = cv::Mat::zeros(image.size(), CV_32F);
         m_energy = cv::Mat::zeros(image.size(), CV_32F);
     }
-    m_agreements.push_back(GetPictures() < 2 ? std::numeric_limits<double>::quiet_NaN()
-                                             : Agreement(residual));
+    // One way through the memory: what is left of the noise, how it agrees with the sums so far, and the sums.
+    const bool isCompared = GetPictures() >= 2;
+    std::vector<RowSums> rows(static_cast<std::size_t>(image.rows));
     ForEachStrip(image.rows, 64, {}, [&](int first, int end) {
         for (int y = first; y < end; ++y) {
-            const float* noise = residual.noise.ptr<float>(y);
+            float* noise = residual.noise.ptr<float>(y);
             const float* intensity = residual.intensity.ptr<float>(y);
             float* sum = m_noise.ptr<float>(y);
             float* energy = m_energy.ptr<float>(y);
+            means.TakeFrom(y, noise);
+            if (isCompared)
+                rows[static_cast<std::size_t>(y)] = Correlate(noise, intensity, sum, energy, image.cols);
             for (int x = 0; x < image.cols; ++x) {
                 sum[x] += noise[x] * intensity[x];
                 energy[x] += intensity[x] * intensity[x];
             }
         }
     });
+    m_agreements.push_back(isCompared ? AgreementOf(rows, m_noise.total())
+                                      : std::numeric_limits<double>::quiet_NaN());
     return {};
 }
 

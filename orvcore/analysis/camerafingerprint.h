@@ -56,8 +56,6 @@ class FingerprintMaker {
     CameraFingerprint Finish(const AnalysisProgress& progress = {});
 
   private:
-    double Agreement(const CameraResidual& residual) const;
-
     double m_sigma;
     cv::Mat m_noise;   // sum of W I
     cv::Mat m_energy;  // sum of I^2

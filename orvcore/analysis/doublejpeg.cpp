@@ -36,9 +36,9 @@ std::size_t BinOf(float value) {
     return static_cast<std::size_t>(static_cast<int>(kept + std::copysign(0.5F, kept)) + kReach + 1);
 }
 
-// Counts the levels of a row of blocks. Neighbours go to different counters: a picture's levels are mostly 0, and one counter would
+// Counts the levels of rows of blocks. Neighbours go to different counters: a picture's levels are mostly 0, and one counter would
 // wait for itself.
-class RowCounter {
+class LevelCounter {
   public:
     // levelAt(block): a level, or a number that is rounded to one.
     template <typename LevelAt>
@@ -55,30 +55,18 @@ class RowCounter {
     std::array<std::array<std::uint32_t, kBins>, 4> m_counts{};
 };
 
-void Add(Histograms& sum, const Histograms& part) {
-    for (std::size_t i = 0; i < sum.size(); ++i)
-        for (std::size_t k = 0; k < sum[i].size(); ++k) sum[i][k] += part[i][k];
+using LevelCounters = std::array<LevelCounter, kDoubleJpegFrequencies>;
+
+void AddTo(Histograms& sum, const LevelCounters& counters) {
+    for (std::size_t k = 0; k < counters.size(); ++k) counters[k].AddTo(sum[k]);
 }
 
-// Levels of the file's own coefficients.
-Histograms CountStored(const JpegCoefficientPlane& component, const AnalysisProgress& progress) {
-    Histograms sum{};
-    std::mutex mutex;
-    ForEachStrip(component.wholeBlockRows, kPieceBlocks, progress, [&](int first, int end) {
-        auto part = std::make_unique<Histograms>();
-        for (int row = first; row < end; ++row) {
-            for (std::size_t k = 0; k < part->size(); ++k) {
-                const auto* levels =
-                    component.coefficients.ptr<std::int16_t>(8 * row + kZigzagV[k]) + kZigzagU[k];
-                RowCounter counter;
-                counter.Add(component.blocks.width, [&](int block) { return int{levels[8 * block]}; });
-                counter.AddTo((*part)[k]);
-            }
-        }
-        const std::scoped_lock lock(mutex);
-        Add(sum, *part);
-    });
-    return sum;
+// Levels of the file's own coefficients in a row of blocks.
+void CountStored(const JpegCoefficientPlane& component, int row, LevelCounters& counters) {
+    for (std::size_t k = 0; k < counters.size(); ++k) {
+        const auto* levels = component.coefficients.ptr<std::int16_t>(8 * row + kZigzagV[k]) + kZigzagU[k];
+        counters[k].Add(component.blocks.width, [&](int block) { return int{levels[8 * block]}; });
+    }
 }
 
 // Decoded samples, not rounded, of a row of blocks.
@@ -94,12 +82,15 @@ void Decode(const JpegCoefficientPlane& component, int row, float* samples) {
     InverseBlockDct(samples, width, samples, width, component.blocks.width);
 }
 
-// Levels that the same picture has on a grid moved by (4, 4), where no save has left its trace.
-Histograms CountMoved(const JpegCoefficientPlane& component, const AnalysisProgress& progress) {
-    Histograms sum{};
+// The file's own levels, and those that the same picture has on a grid moved by (4, 4), where no save has left its trace. Both at once:
+// the coefficients are in the processor's cache then. At least two rows of blocks.
+void CountLevels(const JpegCoefficientPlane& component, Histograms& ofFile, Histograms& ofMoved,
+                 const AnalysisProgress& progress) {
     std::mutex mutex;
-    ForEachStrip(std::max(component.wholeBlockRows - 1, 0), kPieceBlocks, progress, [&](int first, int end) {
-        auto part = std::make_unique<Histograms>();
+    const int pairs = component.wholeBlockRows - 1;
+    ForEachStrip(pairs, kPieceBlocks, progress, [&](int first, int end) {
+        const auto storedCounters = std::make_unique<LevelCounters>();
+        const auto movedCounters = std::make_unique<LevelCounters>();
         const int across = component.blocks.width - 1;
         const auto width = static_cast<std::size_t>(component.blocks.width) * 8;
         std::vector<float> samples(width * 16);  // two rows of blocks, one below the other
@@ -109,22 +100,22 @@ Histograms CountMoved(const JpegCoefficientPlane& component, const AnalysisProgr
         const auto step = static_cast<std::size_t>(across) * 8;
         for (int row = first; row < end; ++row) {
             std::copy(lower, lower + width * 8, samples.data());
+            CountStored(component, row, *storedCounters);
             Decode(component, row + 1, lower);
             ForwardBlockDct(samples.data() + width * 4 + 4, width, moved.data(), step, across);
-            for (std::size_t k = 0; k < part->size(); ++k) {
+            for (std::size_t k = 0; k < movedCounters->size(); ++k) {
                 const auto u = static_cast<std::size_t>(kZigzagU[k]);
                 const auto v = static_cast<std::size_t>(kZigzagV[k]);
                 const float inverse = 1.0F / static_cast<float>(component.steps[8 * v + u]);
                 const float* coefficients = moved.data() + v * step + u;
-                RowCounter counter;
-                counter.Add(across, [&](int block) { return coefficients[8 * block] * inverse; });
-                counter.AddTo((*part)[k]);
+                (*movedCounters)[k].Add(across, [&](int block) { return coefficients[8 * block] * inverse; });
             }
         }
+        if (end == pairs) CountStored(component, pairs, *storedCounters);
         const std::scoped_lock lock(mutex);
-        Add(sum, *part);
+        AddTo(ofFile, *storedCounters);
+        AddTo(ofMoved, *movedCounters);
     });
-    return sum;
 }
 
 using Gains = std::array<double, kLevels>;
@@ -288,8 +279,9 @@ DoubleJpegResult ComputeDoubleJpeg(const JpegCoefficientPlane& luminance, const 
     if (luminance.coefficients.empty() || !luminance.hasSteps) return result;
     result.blocks = luminance.blocks.width * luminance.wholeBlockRows;
     if (luminance.blocks.width < 2 || luminance.wholeBlockRows < 2) return result;
-    const Histograms stored = CountStored(luminance, PartOf(progress, 0.0, 0.2));
-    const Histograms moved = CountMoved(luminance, PartOf(progress, 0.2, 0.8));
+    Histograms stored{};
+    Histograms moved{};
+    CountLevels(luminance, stored, moved, PartOf(progress, 0.0, 0.8));
     for (int k = 0; k < kDoubleJpegFrequencies; ++k) {
         DoubleJpegFrequency frequency;
         frequency.frequency = DoubleJpegFrequencyAt(k);

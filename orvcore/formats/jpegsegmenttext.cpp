@@ -99,8 +99,9 @@ std::string QuantizationText(ByteSpan p) {
     std::string text;
     for (std::size_t at = 0; at < p.size();) {
         const bool wide = (p[at] >> 4) != 0;
-        text +=
-            (text.empty() ? "table " : ", table ") + Number(p[at] & 15) + (wide ? " (16 bit)" : " (8 bit)");
+        text += text.empty() ? "table " : ", table ";
+        text += Number(p[at] & 15);
+        text += wide ? " (16 bit)" : " (8 bit)";
         at += 1 + (wide ? 128 : 64);
         if (text.size() > 200) break;
     }
@@ -112,8 +113,12 @@ std::string HuffmanText(ByteSpan p) {
     for (std::size_t at = 0; at + 17 <= p.size();) {
         std::size_t codes = 0;
         for (std::size_t i = 1; i <= 16; ++i) codes += p[at + i];
-        text += std::string(text.empty() ? "" : ", ") + ((p[at] >> 4) == 0 ? "DC " : "AC ") +
-                Number(p[at] & 15) + " (" + Number(codes) + " codes)";
+        if (!text.empty()) text += ", ";
+        text += (p[at] >> 4) == 0 ? "DC " : "AC ";
+        text += Number(p[at] & 15);
+        text += " (";
+        text += Number(codes);
+        text += " codes)";
         at += 17 + codes;
         if (text.size() > 200) break;
     }

@@ -24,6 +24,10 @@ class Parser {
     Parser(ByteSpan bytes, std::size_t start) : m_bytes(bytes), m_walk(bytes, start) {
         m_result.start = start;
         m_result.end = start;
+        // What a camera's file has, so that lists do not grow step by step.
+        m_result.segments.reserve(24);
+        m_result.quantizationTables.reserve(4);
+        m_result.huffmanTables.reserve(4);
     }
 
     JpegStructure Run() {
@@ -108,7 +112,7 @@ class Parser {
             m_result.droppedBytes += piece.size;
             return;
         }
-        JpegSegment segment;
+        JpegSegment& segment = m_result.segments.emplace_back();
         segment.offset = piece.offset;
         segment.fill = piece.fill;
         segment.marker = piece.marker;
@@ -117,7 +121,6 @@ class Parser {
         segment.name = JpegMarkerName(piece.marker);
         if (piece.marker >= kApp0 && piece.marker <= kApp15) segment.identifier = JpegAppIdentifier(payload);
         segment.text = JpegSegmentText(piece.marker, segment.identifier, payload);
-        m_result.segments.push_back(std::move(segment));
     }
 
     void Decode(const JpegPiece& piece, ByteSpan payload) {
@@ -166,8 +169,7 @@ class Parser {
             table.precision = precision == 0 ? 8 : 16;
             table.values.resize(64);
             for (std::size_t k = 0; k < 64; ++k) {
-                const std::uint32_t value =
-                    entry == 1 ? ByteAt(payload, at + 1 + k) : Big16(payload, at + 1 + 2 * k);
+                const std::uint32_t value = entry == 1 ? payload[at + 1 + k] : Big16(payload, at + 1 + 2 * k);
                 table.values[static_cast<std::size_t>(kZigZag[k])] = static_cast<std::uint16_t>(value);
             }
             if (std::find(table.values.begin(), table.values.end(), 0) != table.values.end())
