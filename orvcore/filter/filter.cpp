@@ -18,6 +18,11 @@ OrvPageFactory& PageFactory() {
     return factory;
 }
 
+std::function<void(const OrvFilter&)>& PageSource() {
+    static std::function<void(const OrvFilter&)> source;
+    return source;
+}
+
 std::string IdFromName(const std::string& name) {
     std::string id = ToLower(name);
     std::replace(id.begin(), id.end(), ' ', '-');
@@ -161,6 +166,15 @@ OrvPlotData OrvFilterPlot::GetPlotDataCopy(OrvFileId slot) const {
 OrvFilterGuiBase* OrvFilter::CreateAnalysisPanel(wxWindow* parent, OrvFilter* filter) {
     m_page = CreatePanel(parent, filter);
     return m_page;
+}
+
+OrvFilterGuiBase* OrvFilter::GetAnalsyisFilterGui() const {
+    if (m_page == nullptr && PageSource()) PageSource()(*this);
+    return m_page;
+}
+
+void OrvFilter::SetPageSource(std::function<void(const OrvFilter& filter)> source) {
+    PageSource() = std::move(source);
 }
 
 void OrvFilter::SetPageFactory(OrvPageFactory factory) {

@@ -99,7 +99,12 @@ class OrvFilter {
     // remembers it weakly and returns it, not yet initialised; null where there is no window library.
     static void SetPageFactory(OrvPageFactory factory);  // once, when the window library starts
     OrvFilterGuiBase* CreateAnalysisPanel(wxWindow* parent, OrvFilter* filter);
-    OrvFilterGuiBase* GetAnalsyisFilterGui() const { return m_page; }
+    // The page; null when there is none, or none any more. One that was never made is asked of the source first.
+    OrvFilterGuiBase* GetAnalsyisFilterGui() const;
+    bool HasPage() const { return m_page != nullptr; }  // asks nobody
+    // source: whoever shows pages; it calls CreateAnalysisPanel for a filter whose page was not made so far, or does nothing. A page
+    // that nobody asks for is never made.
+    static void SetPageSource(std::function<void(const OrvFilter& filter)> source);
     void SetAnalysisFilterGui(OrvFilterGuiBase* page) { m_page = page; }  // null from the page's destructor
 
     // Whether this filter's page is the one that is shown: its newest result is then never let go to save memory.

@@ -8,6 +8,7 @@
 #include <wx/settings.h>
 #include <wx/time.h>
 #include <wx/translation.h>
+#include <wx/weakref.h>
 #include <wx/wupdlock.h>
 
 #include <algorithm>
@@ -123,25 +124,44 @@ void OrvFiltersPanel::OnSize(wxSizeEvent&) {
 
 // --- building ---
 
-void OrvFiltersPanel::CreatePages() {
+// Pages are many, and scroll bars dear: each is made when it is first asked for.
+void OrvFiltersPanel::CollectFilters() {
     OrvContext* context = GetContext();
     if (context == nullptr) return;
     FilterSummary::Register(*context);
-    std::vector<OrvFilterGui*> pages;
-    for (OrvFilter* filter : context->GetFilters()) {
-        OrvFilterGui* page = FindPage(filter);
-        if (page == nullptr) {
-            page = dynamic_cast<OrvFilterGui*>(filter->CreateAnalysisPanel(m_viewerPanel, filter));
-            if (page == nullptr) continue;
-            m_viewerPanel->AddPage(page);
-        }
-        pages.push_back(page);
+    m_filters = context->GetFilters();
+    for (OrvFilter* filter : m_filters) {
+        if (!filter->HasPage()) continue;
+        // One that belongs to another window is none of ours.
+        const auto* page = dynamic_cast<OrvFilterGui*>(filter->GetAnalsyisFilterGui());
+        if (page == nullptr || page->GetParent() != m_viewerPanel)
+            MakePage(*filter);
+        else
+            m_hadPage.insert(filter);
     }
-    m_pages = std::move(pages);
+    OrvFilter::SetPageSource([panel = wxWeakRef<OrvFiltersPanel>(this),
+                              viewer = wxWeakRef<OrvViewerPanel>(m_viewerPanel)](const OrvFilter& filter) {
+        if (panel && viewer && !viewer->IsBeingDeleted()) panel->MakePage(filter);
+    });
+}
+
+// Once for each: a page that is gone was destroyed.
+void OrvFiltersPanel::MakePage(const OrvFilter& filter) {
+    const auto found = std::find(m_filters.begin(), m_filters.end(), &filter);
+    if (found == m_filters.end() || !m_hadPage.insert(&filter).second) return;
+    auto* page = dynamic_cast<OrvFilterGui*>((*found)->CreateAnalysisPanel(m_viewerPanel, *found));
+    if (page != nullptr) m_viewerPanel->AddPage(page);
+}
+
+std::vector<OrvFilterGui*> OrvFiltersPanel::GetPages() const {
+    std::vector<OrvFilterGui*> pages;
+    for (const OrvFilter* filter : m_filters)
+        if (OrvFilterGui* page = FindPage(filter)) pages.push_back(page);
+    return pages;
 }
 
 void OrvFiltersPanel::InitTreebook() {
-    CreatePages();
+    CollectFilters();
 
     const OrvItemData* selected = GetData(m_tree->GetSelection());
     OrvFilterGui* selectedPage = selected != nullptr ? FindPage(selected->filter) : nullptr;
@@ -168,8 +188,7 @@ void OrvFiltersPanel::InitTreebook() {
         const wxTreeItemId root = m_tree->AddRoot(wxString());
         wxTreeItemId group;
         wxString groupName;
-        for (const OrvFilterGui* page : m_pages) {
-            OrvFilter* filter = page->GetFilter();
+        for (OrvFilter* filter : m_filters) {
             const wxString type = filter->GetAnalysisTypeString();
             if (!group.IsOk() || type != groupName) {
                 groupName = type;
@@ -328,8 +347,6 @@ void OrvFiltersPanel::OnItemActivated(wxTreeEvent& event) {
 }
 
 OrvFilterGui* OrvFiltersPanel::FindPage(const OrvFilter* filter) const {
-    const auto found = std::find_if(m_pages.begin(), m_pages.end(), [filter](const OrvFilterGui* page) {
-        return page->GetFilter() == filter;
-    });
-    return found != m_pages.end() ? *found : nullptr;
+    const bool isListed = std::find(m_filters.begin(), m_filters.end(), filter) != m_filters.end();
+    return isListed ? dynamic_cast<OrvFilterGui*>(filter->GetAnalsyisFilterGui()) : nullptr;
 }

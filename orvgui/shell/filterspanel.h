@@ -47,8 +47,8 @@ class ORVGUI_API OrvFiltersPanel : public wxPanel {
   public:
     OrvFiltersPanel(wxWindow* parent, OrvViewerPanel* viewerPanel);
 
-    // Builds the tree from the core's filters, with the summary as the first of them; pages are made once per
-    // filter and kept over later calls. Selection and expanded filters survive a rebuild; the first filter is
+    // Builds the tree from the core's filters, with the summary as the first of them; a page is made once per
+    // filter, when it is first asked for, and kept over later calls. Selection and expanded filters survive a rebuild; the first filter is
     // selected when nothing was.
     void InitTreebook();
     // Brings the tree in line with the core: everything when the loaded files have changed since the last
@@ -68,8 +68,9 @@ class ORVGUI_API OrvFiltersPanel : public wxPanel {
     // For how long the selection has to rest, after it has moved quickly, before a result is asked for.
     void SetSettleTime(int milliseconds) { m_settleMs = milliseconds; }
 
-    // The pages in the core's filter order.
-    const std::vector<OrvFilterGui*>& GetPages() const { return m_pages; }
+    // The pages in the core's filter order. Makes those that nobody has asked for so far: for one page, FindPage.
+    std::vector<OrvFilterGui*> GetPages() const;
+    OrvFilterGui* FindPage(const OrvFilter* filter) const;  // null for a filter that is not in the tree
     wxTreeCtrl* GetTree() const { return m_tree; }
 
     // --- items
@@ -128,7 +129,8 @@ class ORVGUI_API OrvFiltersPanel : public wxPanel {
   private:
     void CreateButtons();
     void BindEvents();
-    void CreatePages();
+    void CollectFilters();
+    void MakePage(const OrvFilter& filter);
     void AppendFilter(OrvFilter* filter, wxTreeItemId group);
     void AppendConfigurations(OrvFilter* filter, wxTreeItemId item);
     void SyncConfigurations(wxTreeItemId item, const std::vector<OrvFilterConfiguration>& configurations);
@@ -136,7 +138,6 @@ class ORVGUI_API OrvFiltersPanel : public wxPanel {
     OrvItemData* GetData(wxTreeItemId item) const;  // null for the root and for no item
     wxTreeItemId GetFilterItem(wxTreeItemId item) const;
     wxTreeItemId FindFilterItem(const OrvFilter* filter) const;
-    OrvFilterGui* FindPage(const OrvFilter* filter) const;
     template <typename Visit>  // visit(item) for every child, in order
     void ForEachChild(wxTreeItemId parent, Visit visit) const;
     template <typename Visit>
@@ -151,8 +152,9 @@ class ORVGUI_API OrvFiltersPanel : public wxPanel {
     OrvViewerPanel* m_viewerPanel;
     wxTreeCtrl* m_tree = nullptr;
     std::vector<wxWindow*> m_buttons;
-    std::vector<OrvFilterGui*> m_pages;  // belong to the viewer panel
-    std::set<OrvFilter*> m_running;      // filters the core was seen working on, not refreshed since
+    std::vector<OrvFilter*> m_filters;  // in the core's order; their pages belong to the viewer panel
+    std::set<const OrvFilter*> m_hadPage;
+    std::set<OrvFilter*> m_running;  // filters the core was seen working on, not refreshed since
     wxTreeItemId m_dragged;
     wxTimer m_activationTimer;
     OrvFilter* m_passedFilter = nullptr;  // of the item that a quick selection passed last

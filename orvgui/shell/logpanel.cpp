@@ -10,6 +10,7 @@
 
 #include "orvcore/facade/interface.h"
 #include "orvcore/model/log.h"
+#include "orvgui/common/accessible.h"
 #include "orvgui/common/fileselectors.h"
 #include "orvgui/common/messagebox.h"
 #include "orvgui/common/visibletext.h"
@@ -46,12 +47,30 @@ class LogTarget : public wxLog {
 };
 
 wxString LineText(const OrvLogLine& line) {
-    return ToWx(line.time + " " + line.zone + "  " + LogLevelName(line.level) + "  ") + VisibleText(line.text) + "\n";
+    return ToWx(line.time + " " + line.zone + "  " + LogLevelName(line.level) + "  ") +
+           VisibleText(line.text) + "\n";
 }
 
 }  // namespace
 
 LogPanel::LogPanel(wxWindow* parent) : wxPanel(parent), m_timer(this) {
+    m_former = wxLog::GetActiveTarget();
+    m_target = new LogTarget(m_former);
+    wxLog::SetActiveTarget(m_target);
+    parent->Bind(wxEVT_SHOW, &LogPanel::OnParentShow, this);
+    Bind(wxEVT_TIMER, [this](wxTimerEvent&) {
+        if (IsShownOnScreen()) Update(false);
+    });
+    m_timer.Start(kRefreshMs);
+}
+
+LogPanel::~LogPanel() {
+    if (wxLog::GetActiveTarget() == m_target) wxLog::SetActiveTarget(m_former);
+    delete m_target;
+}
+
+void LogPanel::CreateControls() {
+    if (m_text != nullptr) return;
     m_levels = new wxChoice(this, wxID_ANY);
     m_levels->Append(_("Everything"));
     m_levels->Append(_("Warnings and errors"));
@@ -76,19 +95,13 @@ LogPanel::LogPanel(wxWindow* parent) : wxPanel(parent), m_timer(this) {
     sizer->Add(strip, 0, wxEXPAND);
     sizer->Add(m_text, 1, wxEXPAND);
     SetSizer(sizer);
-
-    m_former = wxLog::GetActiveTarget();
-    m_target = new LogTarget(m_former);
-    wxLog::SetActiveTarget(m_target);
-    Bind(wxEVT_TIMER, [this](wxTimerEvent&) {
-        if (IsShownOnScreen()) Update(false);
-    });
-    m_timer.Start(kRefreshMs);
+    NameControls(this);
+    Layout();
 }
 
-LogPanel::~LogPanel() {
-    if (wxLog::GetActiveTarget() == m_target) wxLog::SetActiveTarget(m_former);
-    delete m_target;
+void LogPanel::OnParentShow(wxShowEvent& event) {
+    event.Skip();
+    if (event.IsShown()) Update(false);
 }
 
 wxTextCtrl* LogPanel::GetText() {
@@ -96,7 +109,13 @@ wxTextCtrl* LogPanel::GetText() {
     return m_text;
 }
 
+wxChoice* LogPanel::GetLevels() {
+    CreateControls();
+    return m_levels;
+}
+
 void LogPanel::Update(bool afresh) {
+    CreateControls();
     OrvInterface* core = GetInterface();
     if (core == nullptr) return;
     if (afresh) m_shown = 0;

@@ -236,16 +236,13 @@ void OrvMainFrame::ChangePage(OrvFilterGui* page, int configuration) {
 }
 
 void OrvMainFrame::ShowBytes(std::uint64_t offset, std::uint64_t count) {
-    const auto& pages = m_filtersPanel->GetPages();
-    const auto page = std::find_if(pages.begin(), pages.end(), [](const OrvFilterGui* candidate) {
-        return candidate->GetFilter()->GetId() == HexViewFilter::kId;
-    });
-    if (page == pages.end()) return;
-    OrvFilter* filter = (*page)->GetFilter();
+    OrvFilter* filter = GetContext()->FindFilter(HexViewFilter::kId);
+    OrvFilterGui* page = filter != nullptr ? m_filtersPanel->FindPage(filter) : nullptr;
+    if (page == nullptr) return;
     VecParameter input = filter->GetParametersInput();
     HexViewFilter::Aim(input, offset, count);
     m_core->Configure(filter, -1, input, filter->GetParametersPostProcessing(), false);
-    m_filtersPanel->ActivateGui(*page);
+    m_filtersPanel->ActivateGui(page);
 }
 
 void OrvMainFrame::ShowFilter(OrvFilter* filter) {

@@ -515,6 +515,38 @@ TEST_F(FiltersPanel, PagesAreBuiltWhenTheyAreSeen) {
     EXPECT_EQ(Page(alpha)->GetSize().y, viewer->GetClientSize().y);
 }
 
+TEST_F(FiltersPanel, APageIsMadeWhenItIsFirstAskedFor) {
+    // The summary's, which is shown at first.
+    ASSERT_EQ(viewer->GetPages().size(), 1U);
+    EXPECT_FALSE(alpha->HasPage() || beta->HasPage() || gamma->HasPage() || delta->HasPage());
+
+    OrvFilterGui* page = panel->FindPage(gamma);
+    ASSERT_NE(page, nullptr);
+    EXPECT_EQ(page->GetFilter(), gamma);
+    EXPECT_EQ(page->GetParent(), viewer);
+    EXPECT_FALSE(page->IsShown());
+    EXPECT_EQ(gamma->GetAnalsyisFilterGui(), page);
+    EXPECT_EQ(panel->FindPage(gamma), page) << "once";
+    EXPECT_FALSE(alpha->HasPage()) << "and no other";
+    // Whoever knows the filter alone gets it too.
+    EXPECT_NE(delta->GetAnalsyisFilterGui(), nullptr);
+    EXPECT_EQ(viewer->GetPages().size(), 3U);
+
+    // The core's events find the page that nobody has seen so far.
+    LoadEvidence("one");
+    core->ActivateFilter(beta, -1);
+    Settle();
+    ASSERT_TRUE(beta->HasPage());
+    EXPECT_EQ(viewer->GetShownPage(), panel->FindPage(beta));
+    EXPECT_FALSE(alpha->HasPage());
+
+    page->Destroy();
+    Pump();
+    EXPECT_EQ(gamma->GetAnalsyisFilterGui(), nullptr) << "one that is gone does not come back";
+    EXPECT_EQ(panel->FindPage(nullptr), nullptr);
+    EXPECT_EQ(panel->GetPages().size(), core->GetFilters().size() - 1);
+}
+
 TEST_F(FiltersPanel, OnlyTheCurrentPageIsShown) {
     LoadEvidence("one");
     Select(FilterItem(alpha));

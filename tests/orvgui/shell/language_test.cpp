@@ -96,6 +96,26 @@ TEST_F(Language, AnUnknownLanguageIsEnglish) {
     }
 }
 
+TEST_F(Language, TheSystemsLanguageIsThatOfItsEnvironment) {
+    const ScopedVariable language("LANGUAGE", "");
+    const ScopedVariable all("LC_ALL", "");
+    const ScopedVariable messages("LC_MESSAGES", "");
+    const struct {
+        const char* lang;
+        bool needsCatalogue;
+    } kCases[] = {{"de_DE.UTF-8", true}, {"en_GB.UTF-8", false}, {"C.UTF-8", false}, {"", false}};
+    for (const auto& [lang, needsCatalogue] : kCases) {
+        const ScopedVariable variable("LANG", lang);
+        UseLanguage("");
+        // Told by what is loaded: whether the system knows the language at all is its own affair.
+        EXPECT_FALSE(!needsCatalogue && wxTranslations::Get()->IsLoaded("orvane")) << lang;
+    }
+    const ScopedVariable list("LANGUAGE", "de:en");
+    UseLanguage("");
+    EXPECT_TRUE(wxTranslations::Get()->IsLoaded("orvane"));
+    EXPECT_EQ("Datei", wxGetTranslation("File"));
+}
+
 TEST_F(Language, AnotherLanguageIsOfferedWithTheNextStart) {
     EXPECT_EQ("", LanguageOf(core->GetProgramOptions()));
     EXPECT_EQ("", LanguageOf({}));
