@@ -5,6 +5,7 @@
 
 #include "orvcore/facade/interface.h"
 #include "orvcore/facade/interfaceprivate.h"
+#include "orvcore/filter/mapranges.h"
 #include "orvcore/model/casefilesearch.h"
 #include "orvcore/tools/folder/thumbnail.h"
 #include "zorbase/appversion.h"
@@ -90,6 +91,7 @@ void OrvInterface::AddBookmark(const wxString& name, const wxString& note) {
         bookmark.filterVersion = filter->GetVersion();
         bookmark.input = filter->GetParametersInput().ToJson();
         bookmark.postProcessing = filter->GetParametersPostProcessing().ToJson();
+        bookmark.mapRanges = MapRangesOf(filter->GetId())->ToJson();
         result = filter->GetResult();
     }
     OrvFilePtr shown;
@@ -193,6 +195,7 @@ void OrvInterface::ShowBookmark(int index) {
             m_context->SetActiveFilterFor(choice, filter, [&] { filter->SetRequested(-1, input, post); });
         // Who has gone on to something else since keeps that, for the bookmark's files.
         if (!isNewest) return m->RunActive({}, job);
+        if (bookmark.mapRanges.is_object()) MapRangesOf(filter->GetId())->FromJson(bookmark.mapRanges);
         {
             const std::lock_guard lock(m->mutex);
             m->viewToShow = Private::ViewToShow{filter, bookmark.view};

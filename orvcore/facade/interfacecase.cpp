@@ -6,6 +6,7 @@
 #include "orvcore/facade/interface.h"
 #include "orvcore/facade/interfaceprivate.h"
 #include "orvcore/filter/filterstore.h"
+#include "orvcore/filter/mapranges.h"
 #include "orvcore/model/casefilesearch.h"
 #include "zorbase/appversion.h"
 #include "zorbase/files.h"
@@ -70,6 +71,9 @@ OrvProjectState OrvInterface::Private::StateNow() const {
     }
     state.isReferenceEnabled = slots.IsReferenceEnabled();
     if (viewSource) state.view = viewSource();
+    for (const OrvFilter* filter : context.GetFilters())
+        if (const Json ranges = MapRangesOf(filter->GetId())->ToJson(); !ranges.empty())
+            state.mapRanges[filter->GetId()] = ranges;
     state.programVersion = AppVersion().GetFullName();
     for (const OrvFilter* filter : context.GetFilters())
         state.filterVersions[filter->GetId()] = filter->GetVersion();
@@ -79,6 +83,7 @@ OrvProjectState OrvInterface::Private::StateNow() const {
 void OrvInterface::NewProject() {
     m->Push(OrvCommand::Kind::Project, [this](const OrvJob& job) {
         for (const OrvFileId slot : {OrvEvidence, OrvReference}) m->slots.Set(slot, nullptr);
+        m->SetMapRanges(Json::object());
         m->TellFilters();
         m->RestoreOwnConfigurations();
         m->projectLock.reset();
@@ -213,6 +218,7 @@ void OrvInterface::Private::OpenProject(OpenedProject opened, std::uint64_t choi
 
     for (const OrvFileId slot : {OrvEvidence, OrvReference}) slots.Set(slot, files.file[slot]);
     slots.EnableReference(state.isReferenceEnabled);
+    SetMapRanges(state.mapRanges);
     TellFilters();
     if (!opened.isLockedAlready) projectLock = std::move(opened.lock);
     if (filter != nullptr) {
@@ -240,6 +246,11 @@ void OrvInterface::Private::OpenProject(OpenedProject opened, std::uint64_t choi
     for (const OrvFileId slot : {OrvEvidence, OrvReference}) NoteSlot(slot, files.file[slot]);
     Tell(OrvEventLoadProject);
     RunActive({}, job);
+}
+
+void OrvInterface::Private::SetMapRanges(const Json& ofFilters) {
+    for (const OrvFilter* filter : context.GetFilters())
+        MapRangesOf(filter->GetId())->FromJson(ofFilters.value(filter->GetId(), Json::object()));
 }
 
 // The settings file holds what the user had before the project was opened.

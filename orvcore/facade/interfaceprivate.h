@@ -47,7 +47,7 @@ struct OrvInterface::Private {
     };
     std::optional<ViewToShow> viewToShow;
     std::map<std::string, FileHashes> knownHashes;  // by SHA-256, of exhibits with an expected hash
-    std::vector<FileProtection> projectFiles;  // worker
+    std::vector<FileProtection> projectFiles;       // worker
     Image imageToSave;
     std::vector<OrvAnnotation> marksToSave;
     std::function<OrvViewState()> viewSource;           // GUI thread
@@ -165,8 +165,10 @@ struct OrvInterface::Private {
         OrvProject project;
         std::unique_ptr<OrvProjectLock> lock;
         bool isLockedAlready = false;  // it is the one that is open
-        std::string problems;  // told before anything is shown
+        std::string problems;          // told before anything is shown
     };
     void OpenProject(OpenedProject opened, std::uint64_t choice, const OrvJob& job);
     void RestoreOwnConfigurations();
+    // Those set by hand, by the filter's id; the maps of every other filter have their own again.
+    void SetMapRanges(const Json& ofFilters);
 };

@@ -4,6 +4,7 @@
 
 #include "orvcore/facade/interface.h"
 #include "orvcore/facade/interfaceprivate.h"
+#include "orvcore/filter/mappictures.h"
 #include "orvcore/model/memorybudget.h"
 #include "orvcore/report/report.h"
 #include "orvcore/report/reportpdf.h"
@@ -73,6 +74,15 @@ class SmallerBudget {
   private:
     const OrvOptions& m_options;
 };
+
+// The same result with its maps drawn over ranges of its own.
+OrvFilterResultPtr DrawnOver(const Json& ranges, const OrvFilterResult& result) {
+    const auto own = std::make_shared<OrvMapRanges>();
+    own->FromJson(ranges);
+    auto drawn = std::make_shared<OrvFilterResult>(result);
+    drawn->pictures = std::make_shared<OrvMapPictures>(own);
+    return drawn;
+}
 
 }  // namespace
 
@@ -182,6 +192,8 @@ void OrvInterface::Private::GenerateReport(std::string path, OrvReportContents c
             std::string problem;
             OrvReportSection section =
                 ReportedSection(AskedBy(bookmark, report.project.GetPath(), part, &problem), part);
+            if (section.result && bookmark.mapRanges.is_object())
+                section.result = DrawnOver(bookmark.mapRanges, *section.result);
             section.isBookmark = true;
             section.title = bookmark.name;
             section.note = bookmark.note;

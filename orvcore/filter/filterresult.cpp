@@ -150,8 +150,10 @@ std::vector<OrvMap> OrvFilterResult::GetMaps(int ofSlot) const {
     if (!slot[ofSlot]) return {};
     std::vector<OrvMap> maps = slot[ofSlot]->maps;
     for (OrvMap& map : maps) {
-        if (const auto set = pictures ? pictures->Ranges().Get(map.name) : std::nullopt) {
-            map.range = *set;
+        // A range that came with a project may fit another version's map, and not this one.
+        const auto set = pictures ? pictures->Ranges().Get(map.name) : std::nullopt;
+        if (const auto range = set ? RangeByHand(map, set->low, set->high) : std::nullopt) {
+            map.range = *range;
             map.isAutomatic = false;
         }
         if (!map.isAutomatic) continue;

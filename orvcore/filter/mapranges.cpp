@@ -18,6 +18,31 @@ std::optional<OrvRange> OrvMapRanges::Get(const std::string& map) const {
     return found == m_ranges.end() ? std::nullopt : std::optional(found->second);
 }
 
+Json OrvMapRanges::ToJson() const {
+    const std::lock_guard lock(m_mutex);
+    Json json = Json::object();
+    for (const auto& [map, range] : m_ranges) json[map] = {range.low, range.high};
+    return json;
+}
+
+void OrvMapRanges::FromJson(const Json& json) {
+    // More maps than any filter has are not followed.
+    constexpr std::size_t kMostMaps = 1000;
+    std::map<std::string, OrvRange> ranges;
+    if (json.is_object() && json.size() <= kMostMaps) {
+        for (const auto& [map, ends] : json.items()) {
+            if (!ends.is_array() || ends.size() != 2 || !ends[0].is_number() || !ends[1].is_number())
+                continue;
+            const OrvRange range{ends[0].get<double>(), ends[1].get<double>()};
+            if (range.low < range.high) ranges[map] = range;
+        }
+    }
+    const std::lock_guard lock(m_mutex);
+    if (ranges == m_ranges) return;
+    ++m_version;
+    m_ranges = std::move(ranges);
+}
+
 std::uint64_t OrvMapRanges::GetVersion() const {
     const std::lock_guard lock(m_mutex);
     return m_version;

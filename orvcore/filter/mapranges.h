@@ -8,6 +8,7 @@
 #include <string>
 
 #include "orvcore/filter/map.h"
+#include "zorbase/json.h"
 
 // The ranges that the user has set for a filter's maps, by the name of the map. They change how a map is drawn, in the window, in
 // exports and in reports alike, and never what is computed. Any thread.
@@ -17,6 +18,11 @@ class OrvMapRanges {
     void Set(const std::string& map, const std::optional<OrvRange>& range);
     std::optional<OrvRange> Get(const std::string& map) const;
     std::uint64_t GetVersion() const;  // rises with every change
+
+    // All of them as an object, for projects and bookmarks: {"Name of the map": [low, high]}.
+    Json ToJson() const;
+    // These and no others. What is no range is left out.
+    void FromJson(const Json& json);
 
   private:
     mutable std::mutex m_mutex;

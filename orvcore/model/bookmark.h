@@ -17,6 +17,7 @@ struct OrvBookmark {
     OrvCaseFile file[kFileSlots];
     bool isReferenceEnabled = true;
     OrvViewState view;
+    Json mapRanges;  // that were set by hand, as OrvMapRanges writes them; null where they were not kept
 
     // What it was made with, so that a later look can tell whether the same must come out.
     int filterVersion = 0;       // 0 where it was not kept

@@ -57,6 +57,9 @@ struct OrvViewState {
     double zoom = 1.0;                    // screen pixels per image pixel
     double centreX = 0.0, centreY = 0.0;  // of the view, image pixels
     Roi selection;                        // image pixels; empty for none
+    std::string map = {};          // name of the map that was shown, "" for the first or where there is none
+    int mapOpacity = 100;          // percent of the map over the picture
+    bool isMapBeyondOnly = false;  // its colours only where its threshold is passed
 
     bool operator==(const OrvViewState&) const = default;
 };

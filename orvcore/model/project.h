@@ -19,6 +19,7 @@ struct OrvProjectState {
     Json postProcessing = Json::object();
     bool isReferenceEnabled = true;
     OrvViewState view;
+    Json mapRanges = Json::object();  // those set by hand, by the filter's id, as OrvMapRanges writes them
     std::string programVersion;
     Json filterVersions = Json::object();  // by id
     OrvLogPlace logPlace;

@@ -151,6 +151,10 @@ Json ViewToJson(const OrvViewState& view) {
         json["centre"] = {{"x", view.centreX}, {"y", view.centreY}};
     }
     if (!view.selection.IsEmpty()) json["selection"] = RoiToJson(view.selection);
+    const OrvViewState plain;
+    if (view.map != plain.map || view.mapOpacity != plain.mapOpacity || view.isMapBeyondOnly)
+        json["map"] = {
+            {"name", view.map}, {"opacity", view.mapOpacity}, {"beyondOnly", view.isMapBeyondOnly}};
     return json;
 }
 
@@ -165,6 +169,10 @@ OrvViewState ViewFromJson(const Json& json) {
     view.centreY = RealOf(Member(json, "centre"), "y", 0.0);
     view.selection = RoiFromJson(Member(json, "selection"));
     if (view.selection.IsEmpty()) view.selection = {};
+    const Json& map = Member(json, "map");
+    view.map = TextOf(map, "name");
+    view.mapOpacity = NumberOf(map, "opacity", 0, 100, 100);
+    view.isMapBeyondOnly = FlagOf(map, "beyondOnly", false);
     return view;
 }
 
@@ -180,6 +188,7 @@ Json BookmarkToJson(const OrvBookmark& bookmark) {
               {"referenceEnabled", bookmark.isReferenceEnabled},
               {"view", ViewToJson(bookmark.view)}};
     for (int slot = 0; slot < kFileSlots; ++slot) json[kSlotNames[slot]] = FileToJson(bookmark.file[slot]);
+    if (bookmark.mapRanges.is_object()) json["mapRanges"] = bookmark.mapRanges;
     if (bookmark.thumbnail)
         json["thumbnail"] =
             wxBase64Encode(bookmark.thumbnail->data(), bookmark.thumbnail->size()).utf8_string();
@@ -199,6 +208,7 @@ OrvBookmark BookmarkFromJson(const Json& json) {
     bookmark.postProcessing = ObjectOf(json, "postProcessing");
     bookmark.isReferenceEnabled = FlagOf(json, "referenceEnabled", true);
     bookmark.view = ViewFromJson(Member(json, "view"));
+    if (const Json& ranges = Member(json, "mapRanges"); ranges.is_object()) bookmark.mapRanges = ranges;
     for (int slot = 0; slot < kFileSlots; ++slot)
         bookmark.file[slot] = FileFromJson(Member(json, kSlotNames[slot]));
     const std::string thumbnail = TextOf(json, "thumbnail");
@@ -270,6 +280,7 @@ Json StateToJson(const OrvProjectState& state) {
               {"referenceEnabled", state.isReferenceEnabled},
               {"view", ViewToJson(state.view)},
               {"filterVersions", state.filterVersions}};
+    if (!state.mapRanges.empty()) json["mapRanges"] = state.mapRanges;
     if (!state.configurations.is_null()) json["configurations"] = state.configurations;
     return json;
 }
@@ -284,6 +295,7 @@ OrvProjectState StateFromJson(const Json& json) {
     state.isReferenceEnabled = FlagOf(json, "referenceEnabled", true);
     state.view = ViewFromJson(Member(json, "view"));
     state.filterVersions = ObjectOf(json, "filterVersions");
+    state.mapRanges = ObjectOf(json, "mapRanges");
     state.configurations = Member(json, "configurations");
     return state;
 }

@@ -7,6 +7,7 @@
 
 #include "orvgui/pages/filterguiviewer.h"
 #include "orvgui/viewer/canvas.h"
+#include "orvgui/viewer/mappanel.h"
 #include "orvgui/viewer/selectorpanel.h"
 #include "orvgui/viewer/toolpanel.h"
 #include "orvgui/viewer/windowproperties.h"
@@ -81,6 +82,14 @@ OrvViewState ReadPageView(OrvFilterGui* page) {
     }
     const IntRect selection = tools->GetSelectorPanel()->GetSelector(canvas);
     view.selection = {selection.x, selection.y, selection.width, selection.height};
+    if (const MapPanel* maps = viewer->GetMapPanel(); maps != nullptr && maps->HasMaps()) {
+        const MapDisplay& display = maps->GetDisplay();
+        const OrvMap* map = maps->GetMap(OrvEvidence);
+        if (map == nullptr) map = maps->GetMap(OrvReference);
+        if (display.map > 0 && map != nullptr) view.map = map->name;
+        view.mapOpacity = display.opacity;
+        view.isMapBeyondOnly = display.beyondOnly;
+    }
     return view;
 }
 
@@ -93,6 +102,10 @@ void ShowPageView(OrvFilterGui* page, const OrvViewState& view) {
         view.mode != zoom->GetWindowSplitMode()) {
         zoom->SetWindowSplitVal(view.mode);
         viewer->WindowSplit();
+    }
+    if (MapPanel* maps = viewer->GetMapPanel(); maps != nullptr && maps->HasMaps()) {
+        const MapDisplay display{maps->FindMap(view.map), view.mapOpacity, view.isMapBeyondOnly};
+        if (!(display == maps->GetDisplay())) maps->SetDisplay(display);
     }
     // Another mode gives the canvases other sizes, which they learn from events that are on their way.
     const wxWeakRef<wxWindow> window(page);

@@ -5,7 +5,7 @@
 
 class OrvFilterGui;
 
-// How the picture on a page is looked at, for bookmarks and projects: view mode, zoom, place and selection, read from the page and
+// How the picture on a page is looked at, for bookmarks and projects: view mode, zoom, place, selection and what the map panel shows, read from the page and
 // brought back. Pages without a picture have the default state, and nothing is brought back there. GUI thread.
 ORVGUI_API OrvViewState ReadPageView(OrvFilterGui* page);  // null: the default
 

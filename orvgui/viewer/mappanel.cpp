@@ -92,6 +92,13 @@ const OrvMap* MapPanel::GetMap(OrvFileId slot) const {
     return m_display.map < m_maps[slot].size() ? &m_maps[slot][m_display.map] : nullptr;
 }
 
+std::size_t MapPanel::FindMap(const std::string& name) const {
+    for (const std::vector<OrvMap>& maps : m_maps)
+        for (std::size_t i = 0; i < maps.size(); ++i)
+            if (maps[i].name == name) return i;
+    return 0;
+}
+
 const OrvMap* MapPanel::ShownMap() const {
     const OrvMap* map = GetMap(OrvEvidence);
     return map != nullptr ? map : GetMap(OrvReference);

@@ -34,6 +34,8 @@ class ORVGUI_API MapPanel : public OrvSidePanelBase {
     // The chosen map of a slot, or null.
     const OrvMap* GetMap(OrvFileId slot) const;
     const MapDisplay& GetDisplay() const { return m_display; }
+    // Which of the shown slot's maps has this name; the first where none has.
+    std::size_t FindMap(const std::string& name) const;
     // As if the user had chosen it.
     void SetDisplay(const MapDisplay& display);
 

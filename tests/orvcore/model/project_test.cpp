@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "orvcore/filter/mapranges.h"
 #include "orvcore/model/casefilesearch.h"
 #include "orvcore/model/log.h"
 #include "orvcore/model/projectlock.h"
@@ -201,7 +202,8 @@ TEST(ProjectText, KeepsEverything) {
     bookmark.input = Json{{"quality", 90}};
     bookmark.file[OrvReference] = file;
     bookmark.isReferenceEnabled = false;
-    bookmark.view = {3, false, 2.5, 100.25, 50.5, {1, 2, 3, 4}};
+    bookmark.view = {3, false, 2.5, 100.25, 50.5, {1, 2, 3, 4}, "Map", 40, true};
+    bookmark.mapRanges = Json{{"Map", {-1.5, 2.5}}};
     bookmark.thumbnail = std::make_shared<const std::string>(std::string("\0\xFFjpeg", 6));
     project.EditBookmarks().push_back(bookmark);
     OrvCaseData data{"title", "examiner", "reviewer", "question\n?", "limits", {}};
@@ -213,6 +215,7 @@ TEST(ProjectText, KeepsEverything) {
     state.filterId = "noise";
     state.view = {-1, true, 1.0, 0.0, 0.0, {}};
     state.isReferenceEnabled = false;
+    state.mapRanges = Json{{"noise", {{"Map", {0, 1}}}}};
     state.logPlace = {"orvane-000003.log", 12, std::string(64, 'b')};
     project.SetState(state);
 
@@ -226,6 +229,8 @@ TEST(ProjectText, KeepsEverything) {
     ASSERT_EQ(read.GetBookmarks().size(), 1U);
     const OrvBookmark& back = read.GetBookmarks()[0];
     EXPECT_EQ(back.view, bookmark.view);
+    EXPECT_EQ(back.mapRanges, bookmark.mapRanges);
+    EXPECT_EQ(read.GetState().mapRanges, state.mapRanges);
     EXPECT_EQ(back.file[OrvReference], file);
     EXPECT_EQ(back.filterVersion, 7);
     EXPECT_FALSE(back.isReferenceEnabled);
@@ -394,6 +399,43 @@ TEST_F(Project, ConfigurationsComeWithTheProjectAndGoWithIt) {
     EXPECT_EQ(values(), "0 ") << "the user's own again";
     LoadProject(folder / "case.zop");
     EXPECT_EQ(values(), "0- 12 11 ");
+}
+
+TEST_F(Project, RangesSetByHandComeWithTheProjectAndWithABookmark) {
+    const auto ranges = MapRangesOf(probe->GetId());
+    const auto range = [&ranges] { return ranges->Get("Map"); };
+    ranges->FromJson(Json::object());
+    Load(folder.WritePicture("a.png"));
+    Configure(5);
+    ranges->Set("Map", OrvRange{1.0, 2.5});
+    core->AddBookmark("one", "");
+    ranges->Set("Map", OrvRange{0.0, 9.0});
+    EXPECT_EQ(SaveProject(folder / "case.zop"), "");
+    ranges->Set("Map", {});
+    ranges->Set("Other", OrvRange{3.0, 4.0});
+
+    EXPECT_EQ(LoadProject(folder / "case.zop"), "");
+    EXPECT_EQ(range(), (OrvRange{0.0, 9.0}));
+    EXPECT_FALSE(ranges->Get("Other")) << "those of the project and no others";
+    core->ShowBookmark(0);
+    ASSERT_TRUE(sink.PumpUntilIdle());
+    EXPECT_EQ(range(), (OrvRange{1.0, 2.5}));
+    core->NewProject();
+    ASSERT_TRUE(sink.PumpUntilIdle());
+    EXPECT_FALSE(range()) << "another case";
+
+    // A bookmark of a program that did not keep them leaves them as they are, a project has none.
+    std::string text = ReadFile(folder / "case.zop");
+    for (std::size_t at; (at = text.find("\"mapRanges\"")) != std::string::npos;) text[at + 1] = 'x';
+    WriteFile(folder / "older.zop", text);
+    ranges->Set("Map", OrvRange{7.0, 8.0});
+    EXPECT_EQ(LoadProject(folder / "older.zop"), "");
+    EXPECT_FALSE(range());
+    ranges->Set("Map", OrvRange{7.0, 8.0});
+    core->ShowBookmark(0);
+    ASSERT_TRUE(sink.PumpUntilIdle());
+    EXPECT_EQ(range(), (OrvRange{7.0, 8.0}));
+    ranges->FromJson(Json::object());
 }
 
 TEST_F(Project, AFullDiskAndAReadOnlyFolderLeaveTheOldProject) {

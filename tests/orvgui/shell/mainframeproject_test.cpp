@@ -5,12 +5,14 @@
 
 #include <filesystem>
 
+#include "orvcore/filter/mapranges.h"
 #include "orvgui/dialogs/fieldsdialog.h"
 #include "orvgui/pages/filterguiviewer.h"
 #include "orvgui/pages/orvviewerpanel.h"
 #include "orvgui/pages/pageview.h"
 #include "orvgui/shell/projectgui.h"
 #include "orvgui/viewer/canvas.h"
+#include "orvgui/viewer/mappanel.h"
 #include "orvgui/viewer/selectorpanel.h"
 #include "orvgui/viewer/toolpanel.h"
 #include "orvgui/viewer/zoompanel.h"
@@ -172,6 +174,41 @@ TEST_F(FrameProject, UnsavedWorkIsKeptByItselfAndOfferedAfterACrash) {
     EXPECT_EQ("New Project* - Orvane", frame->GetTitle());
     EXPECT_FALSE(FolderExists(kept + "/1") || FolderExists(kept + "/2"));
     EXPECT_FALSE(frame->OfferRecovery()) << "ours is no remnant";
+}
+
+TEST_F(FrameProject, ABookmarkBringsBackHowTheMapWasSeen) {
+    OrvFilter* filter = core->GetContext().FindFilter("error-level");
+    ASSERT_NE(filter, nullptr);
+    Load(folder.WritePicture("a.jpg", 120, 300));
+    core->ActivateFilter(filter, -1);
+    Settle();
+    auto* page = dynamic_cast<OrvFilterGuiViewer*>(frame->GetViewerPanel()->GetShownPage());
+    ASSERT_NE(page, nullptr);
+    MapPanel& maps = *page->GetMapPanel();
+    ASSERT_TRUE(maps.HasMaps());
+    const std::string name = maps.GetMap(OrvEvidence)->name;
+    const MapDisplay wanted{0, 35, true};
+    const OrvRange range{1.0, 7.5};
+    page->SetMapRange(name, range);
+    Settle();
+    maps.SetDisplay(wanted);
+    EXPECT_EQ(35, ReadPageView(page).mapOpacity);
+    AddBookmark("map");
+    maps.SetDisplay({});
+    page->SetMapRange(name, {});
+    Settle();
+    EXPECT_TRUE(maps.GetDisplay() == MapDisplay() && maps.GetMap(OrvEvidence)->range != range);
+    core->ActivateFilter(probe, -1);
+    Settle();
+
+    Send(wxEVT_TREE_ITEM_ACTIVATED, Find("map"));
+    PumpFor(100);
+    EXPECT_EQ(page, frame->GetViewerPanel()->GetShownPage());
+    EXPECT_TRUE(maps.GetDisplay() == wanted) << maps.GetDisplay().opacity;
+    EXPECT_EQ(range, maps.GetMap(OrvEvidence)->range);
+    EXPECT_TRUE(maps.GetRangeText().Contains("1 to 7.5")) << maps.GetRangeText();
+    EXPECT_TRUE(maps.GetRangeText().Contains("set by hand")) << maps.GetRangeText();
+    MapRangesOf(filter->GetId())->Set(name, {});
 }
 
 TEST_F(FrameProject, ABookmarkBringsBackWhatWasSeen) {
