@@ -71,6 +71,7 @@ OrvInterface::Private::Private(OrvContext& owner)
       slots([this](int slot) { port.PostFileList(slot); }),
       recovery(PathJoin(GetAppDocumentsPath(), "recovery")),
       queue([this](std::uint64_t work) { port.CreateProgress(work); }, [this] { port.DestroyProgress(); }) {
+    ReturnLargeBlocks();
     toolSettings.Load();
 }
 

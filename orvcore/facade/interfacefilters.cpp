@@ -7,6 +7,7 @@
 #include "orvcore/facade/interface.h"
 #include "orvcore/facade/interfaceprivate.h"
 #include "orvcore/filter/filterstore.h"
+#include "orvcore/model/memorybudget.h"
 #include "orvcore/report/annotationpicture.h"
 #include "zorbase/files.h"
 #include "zorbase/progress.h"
@@ -320,7 +321,10 @@ void OrvInterface::Private::RunFilter(OrvFilter& filter, const VecParameter& inp
     tell(OrvEventConfigureStarted, false);
     OrvCommandQueue::Run(work, job);
     tell(isGood ? OrvEventConfigureCompleted : OrvEventConfigureInterrupted, true);
-    if (computed) KeepFresh(filter, *computed);
+    if (!computed) return;
+    KeepFresh(filter, *computed);
+    computed.reset();
+    ReturnFreeMemory();
 }
 
 void OrvInterface::Private::KeepFresh(const OrvFilter& filter, const OrvFilterResult& result) const {

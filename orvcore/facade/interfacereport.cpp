@@ -145,6 +145,7 @@ OrvReportSection OrvInterface::Private::ReportedSection(const Asked& asked, cons
         const bool isNew = filter.FindHeld(asked.request) != section.result;
         if (IsAskedNow(asked)) filter.Publish(section.result);
         if (isNew) KeepFresh(filter, *section.result);
+        ReturnFreeMemory();
     } catch (const ZorException& exception) {
         // One filter that cannot say anything about a file does not keep the others from being reported.
         if (exception.GetKind() == ZorException::Kind::Aborted) throw;

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "orvcore/facade/interfaceprivate.h"
+#include "orvcore/model/memorybudget.h"
 #include "zorbase/zorexception.h"
 
 void OrvInterface::Private::RunAll(const ReportRequest& asked, const OrvJob& job) {
@@ -21,6 +22,7 @@ void OrvInterface::Private::RunAll(const ReportRequest& asked, const OrvJob& job
             const bool isNew = filter.FindHeld(request) != result;
             if (IsAskedNow(asked.filters[i])) filter.Publish(result);
             if (isNew) KeepFresh(filter, *result);
+            ReturnFreeMemory();
         };
         work.fail = [&](int error, const std::string& message) {
             if (error != kErrorAborted && IsAskedNow(asked.filters[i]))

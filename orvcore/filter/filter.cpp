@@ -259,6 +259,14 @@ static void FinishMaps(const OrvLoadedFile& file, OrvSlotResult& result) {
     }
 }
 
+// What an analysis may take beside the picture that it looks at.
+static std::size_t WorkingBytes(const OrvLoadedFile& file) {
+    constexpr std::size_t kBytesPerPixel = 12;
+    const ImageInfo& info = file.GetInfo();
+    return static_cast<std::size_t>(std::max(info.width, 0)) *
+           static_cast<std::size_t>(std::max(info.height, 0)) * kBytesPerPixel;
+}
+
 OrvSlotResultPtr OrvFilter::RunSlot(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,
                                     const OrvResultCache* cache, bool& isFresh) const {
     auto fresh = std::make_shared<OrvSlotResult>();
@@ -284,6 +292,7 @@ OrvSlotResultPtr OrvFilter::RunSlot(const OrvLoadedFile& file, const VecParamete
     if (kept) {
         fresh = std::move(kept);
     } else {
+        const OrvMemoryBudget::Working room(NeedsPicture() ? WorkingBytes(file) : 0);
         Compute(file, input, job.Piece(begin, 1.0, {}), *fresh);
         FinishMaps(file, *fresh);
         isFresh = true;
@@ -314,6 +323,8 @@ void OrvFilter::RunBoth(OrvFilterResult& result, const OrvJob& job) const {
         const OrvLoadedFile& file = *result.file[slot];
         NamingFile(file, [&] { file.GetDecoded(job.Piece(0.15 * slot, 0.15 * (slot + 1), {})); });
     }
+    const OrvMemoryBudget::Working room(WorkingBytes(*result.file[OrvEvidence]) +
+                                        WorkingBytes(*result.file[OrvReference]));
     ComputeBoth(*result.file[OrvEvidence], *result.file[OrvReference], result.input, job.Piece(0.3, 1.0, {}),
                 *fresh[OrvEvidence], *fresh[OrvReference]);
     for (int slot = 0; slot < kFileSlots; ++slot) {

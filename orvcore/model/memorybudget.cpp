@@ -1,5 +1,6 @@
 #include "orvcore/model/memorybudget.h"
 
+#include <malloc.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -53,6 +54,21 @@ std::size_t OrvMemoryBudget::GetHeld() const {
     return sum;
 }
 
+OrvMemoryBudget::Working::Working(std::size_t bytes) {
+    OrvMemoryBudget& budget = Get();
+    {
+        const std::lock_guard lock(budget.m_mutex);
+        m_bytes = std::min(bytes, budget.m_limit / 4);
+        budget.m_working += m_bytes;
+    }
+    budget.Keep(nullptr);
+}
+
+OrvMemoryBudget::Working::~Working() {
+    const std::lock_guard lock(Get().m_mutex);
+    Get().m_working -= m_bytes;
+}
+
 std::size_t OrvMemoryBudget::Sum() {
     std::erase_if(m_items, [](const auto& entry) { return entry.second.item.expired(); });
     std::size_t sum = 0;
@@ -71,7 +87,7 @@ void OrvMemoryBudget::Keep(const OrvDroppable* except) {
     std::size_t limit = 0;
     {
         const std::lock_guard lock(m_mutex);
-        sum = Sum();
+        sum = Sum() + m_working;
         limit = m_limit;
         if (sum <= limit) return;
         for (const auto& [pointer, item] : m_items)
@@ -94,4 +110,14 @@ void OrvMemoryBudget::Keep(const OrvDroppable* except) {
         else
             m_items.erase(found);
     }
+}
+
+void ReturnLargeBlocks() {
+    // What analyses take again and again is smaller, planes of large photographs are larger.
+    constexpr int kLarge = 16 << 20;
+    mallopt(M_MMAP_THRESHOLD, kLarge);
+}
+
+void ReturnFreeMemory() {
+    malloc_trim(0);
 }

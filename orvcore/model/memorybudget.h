@@ -32,6 +32,19 @@ class OrvMemoryBudget {
     void Touch(const OrvDroppable& item);
     std::size_t GetHeld() const;
 
+    // Room for the work that goes on as long as this lives: what is held makes room for it before the work begins, so that the peak
+    // of an analysis does not come on top of a full budget. At most a quarter of the limit counts.
+    class Working {
+      public:
+        explicit Working(std::size_t bytes);
+        ~Working();
+        Working(const Working&) = delete;
+        Working& operator=(const Working&) = delete;
+
+      private:
+        std::size_t m_bytes;
+    };
+
   private:
     struct Item {
         std::weak_ptr<OrvDroppable> item;
@@ -45,5 +58,12 @@ class OrvMemoryBudget {
     mutable std::mutex m_mutex;
     std::map<const OrvDroppable*, Item> m_items;
     std::size_t m_limit = DefaultLimit();
+    std::size_t m_working = 0;
     std::uint64_t m_clock = 0;
 };
+
+// Has the C library's allocator return large blocks to the system when they are freed. By itself it raises the size from which it does
+// so to 32 MB, and planes of pictures below that leave holes in its heap which stay with the process. Once, before work begins.
+void ReturnLargeBlocks();
+// Returns what it has kept of smaller ones. Takes some milliseconds: after work.
+void ReturnFreeMemory();

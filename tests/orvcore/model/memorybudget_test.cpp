@@ -1,9 +1,11 @@
 #include "orvcore/model/memorybudget.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <thread>
 #include <vector>
 
@@ -63,6 +65,52 @@ TEST_F(MemoryBudget, TheLeastRecentlyUsedGoesAndWhatIsInUseStays) {
     EXPECT_FALSE(added->isDropped) << "never the one that is being used now";
     m_budget.SetLimit(1);
     EXPECT_TRUE(added->isDropped);
+}
+
+TEST_F(MemoryBudget, WhatIsHeldMakesRoomForWorkBeforeItBegins) {
+    const auto held = [this] { return m_budget.GetHeld(); };
+    const std::size_t before = held();
+    m_budget.SetLimit(before + 400);
+    std::vector<std::shared_ptr<Item>> items;
+    for (int i = 0; i < 8; ++i) {
+        items.push_back(std::make_shared<Item>());
+        m_budget.Note(items.back(), 50);
+    }
+    {
+        const OrvMemoryBudget::Working small(60);
+        EXPECT_EQ(held(), before + 300) << "two of 50 went";
+        EXPECT_TRUE(items[1]->isDropped && !items[2]->isDropped);
+        m_budget.Note(std::make_shared<Item>(), 1);
+        const OrvMemoryBudget::Working second(20);
+        EXPECT_EQ(held(), before + 300) << "there was room for it";
+    }
+    const auto late = std::make_shared<Item>();
+    m_budget.Note(late, 100);
+    EXPECT_FALSE(items[2]->isDropped) << "work that is over takes no room";
+    {
+        const OrvMemoryBudget::Working large(1000000);
+        EXPECT_FALSE(late->isDropped) << "a quarter of the room at most";
+        EXPECT_TRUE(items[2]->isDropped);
+    }
+}
+
+// Without it a block of 30 MB that was freed has the next one of 20 MB come from the heap, which is never returned as long as anything
+// lies above it.
+TEST(FreeMemory, LargeBlocksGoBackToTheSystem) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "the sanitizer's allocator";
+#else
+    ReturnLargeBlocks();
+    void* volatile first = std::malloc(30 << 20);  // volatile: otherwise neither call is made
+    std::free(first);
+    // More than there are holes of that size in the heap.
+    const auto before = mallinfo2().hblks;
+    std::vector<void*> blocks;
+    for (int i = 0; i < 8; ++i) blocks.push_back(std::malloc(20 << 20));
+    EXPECT_GT(mallinfo2().hblks, before);
+    for (void* block : blocks) std::free(block);
+    EXPECT_EQ(mallinfo2().hblks, before);
+#endif
 }
 
 TEST_F(MemoryBudget, ASharedValueIsMadeOncePerKeyAndAgainWhenItWasDropped) {
