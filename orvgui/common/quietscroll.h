@@ -8,8 +8,8 @@ class wxRect;
 class wxWindow;
 struct _GtkWidget;
 
-// As long as it lives the hidden children of a window count as visible for the libraries below the toolkit, and are not drawn all the
-// same. GUI thread.
+// As long as it lives everything hidden in a window, at any depth, counts as visible for the libraries below the toolkit, and is not
+// drawn all the same. GUI thread.
 class ORVGUI_API HiddenChildrenCount {
   public:
     explicit HiddenChildrenCount(const wxWindow& window);
@@ -18,11 +18,15 @@ class ORVGUI_API HiddenChildrenCount {
     HiddenChildrenCount& operator=(const HiddenChildrenCount&) = delete;
 
   private:
-    std::vector<_GtkWidget*> m_hidden;
+    struct Hidden {
+        _GtkWidget* widget;
+        bool isWanted;  // on the screen, as soon as it is shown
+    };
+    std::vector<Hidden> m_hidden;
 };
 
-// A window that scrolls, with children of which some are hidden: the toolkit moves those with the rest, and the library below would
-// complain of each.
+// A window that scrolls, and in which something is hidden: the toolkit moves that with the rest, and the library below would complain
+// of each.
 template <typename Window>
 class QuietScroll : public Window {
   public:

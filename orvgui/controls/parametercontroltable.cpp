@@ -17,6 +17,7 @@ namespace {
 constexpr int kMaximumRows = 24;  // shown without scrolling
 constexpr int kMaximumColumn = 420;
 constexpr int kMinimumWidth = 320;
+constexpr int kNarrowest = 220;  // beside a picture
 constexpr int kInset = 4;
 
 bool NamesThumbnails(const TableString& table) {
@@ -102,6 +103,8 @@ void ParameterControlTableString::FitSize() {
     int width = kInset;
     for (int column = 0; column < m_list->GetNumCols(); ++column) width += m_list->GetColSize(column);
     if (rows > kMaximumRows) width += wxSystemSettings::GetMetric(wxSYS_VSCROLL_X, m_list);
+    // The bar below columns that are wider than the room must not lie over the last row, for which another one would have no room.
+    if (width > kNarrowest) height += wxSystemSettings::GetMetric(wxSYS_HSCROLL_Y, m_list);
     m_list->SetMinSize(wxSize(std::min(width, kMinimumWidth), height));
     // Shown before it is laid out it must not be smaller than its scroll bars, of which the library below would complain.
     if (!m_list->IsShown()) m_list->SetSize(m_list->GetMinSize());

@@ -15,6 +15,7 @@
 #include "orvcore/facade/interface.h"
 #include "orvcore/model/options.h"
 #include "orvgui/common/messagebox.h"
+#include "orvgui/common/quietscroll.h"
 #include "orvgui/common/textfocus.h"
 #include "orvgui/common/validator.h"
 #include "orvgui/controls/parametercontrol.h"
@@ -40,7 +41,7 @@ OrvOptionsGui::OrvOptionsGui(wxWindow* parent, const VecVecParameter& options)
     const std::vector<std::string> titles = OrvOptions::GroupTitles();
     // All groups are higher than a small screen.
     m_body =
-        new wxScrolledWindow(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxVSCROLL | wxTAB_TRAVERSAL);
+        new QuietScroll<wxScrolledWindow>(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxVSCROLL | wxTAB_TRAVERSAL);
     m_body->SetScrollRate(0, kScrollStep);
     auto* sizer = new wxBoxSizer(wxVERTICAL);
     for (std::size_t group = 0; group < m_options.size(); ++group) {

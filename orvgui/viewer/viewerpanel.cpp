@@ -7,12 +7,15 @@
 namespace {
 
 constexpr int kGap = 4;  // pixels between the two canvases
+constexpr int kLeastSide = 64;
 constexpr int kMinimumSide = 300;
 constexpr int kCaptionRoom = 6;  // above and below a caption's letters
 
 // The canvas's own frame lies outside its panel: the picture's room is exactly the panel, which is what the fit is made for.
 void FillParent(Canvas* canvas) {
-    const wxSize panel = canvas->GetParent()->GetClientSize();
+    // A half that is hidden or on its way to a first size is smaller than scroll bars are, of which the library below would complain.
+    wxSize panel = canvas->GetParent()->GetClientSize();
+    panel.IncTo(wxSize(kLeastSide, kLeastSide));
     const wxSize border = canvas->GetWindowBorderSize();
     canvas->SetSize(-border.x / 2, -border.y / 2, panel.x + border.x, panel.y + border.y);
 }

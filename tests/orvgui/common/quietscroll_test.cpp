@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <wx/button.h>
 #include <wx/frame.h>
+#include <wx/panel.h>
 #include <wx/scrolwin.h>
 
 #include "tests/orvgui/nativecomplaints.h"
@@ -29,6 +30,31 @@ TEST(QuietScroll, HiddenChildrenAreMovedWithoutAComplaintAndStayHidden) {
     EXPECT_EQ(hidden->GetPosition(), wxPoint(10, 10 - 20));
     EXPECT_EQ(shown->GetPosition(), wxPoint(10, 60 - 20));
     // It can still be shown, where it belongs.
+    hidden->Show();
+    PumpFor(30);
+    EXPECT_TRUE(hidden->IsShownOnScreen());
+    frame->Destroy();
+    Pump();
+}
+
+// Fields keep buttons that come and go, in panels that stand in what scrolls.
+TEST(QuietScroll, WhatIsHiddenDeeperDownIsMovedWithoutAComplaintToo) {
+    auto* frame = new wxFrame(nullptr, wxID_ANY, "scroll", wxPoint(0, 0), wxSize(400, 300));
+    auto* page = new QuietScroll<wxScrolledWindow>(frame);
+    auto* panel = new wxPanel(page, wxID_ANY, wxPoint(0, 0), wxSize(200, 2000));
+    auto* section = new wxPanel(panel, wxID_ANY, wxPoint(0, 0), wxSize(200, 400));
+    auto* hidden = new wxButton(section, wxID_ANY, "hidden", wxPoint(10, 10));
+    hidden->Hide();
+    page->SetScrollRate(10, 10);
+    page->SetVirtualSize(300, 3000);
+    frame->Show();
+    ASSERT_TRUE(PumpUntil([&] { return page->GetClientSize().y > 100; }));
+    const NativeComplaints complaints;
+    ASSERT_TRUE(complaints.IsListening());
+    page->Scroll(0, 5);
+    PumpFor(30);
+    EXPECT_EQ(complaints.GetText(), "");
+    EXPECT_FALSE(hidden->IsShown());
     hidden->Show();
     PumpFor(30);
     EXPECT_TRUE(hidden->IsShownOnScreen());
