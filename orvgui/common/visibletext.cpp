@@ -25,7 +25,7 @@ wxString VisibleText(const wxString& text) {
 }
 
 wxString ShortLine(const wxString& text) {
-    constexpr std::size_t kMost = 90;  // letters; a tip must not cover what it is about
+    constexpr std::size_t kMost = 72;  // letters; a tip must not cover what it is about
     const wxString line = text.BeforeFirst('\n');
     if (line.length() <= kMost && line.length() == text.length()) return line;
     wxString start = line.Left(kMost);

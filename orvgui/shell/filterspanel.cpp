@@ -4,6 +4,7 @@
 #include "orvgui/shell/filterspanel.h"
 
 #include <wx/bmpbuttn.h>
+#include <wx/dcclient.h>
 #include <wx/imaglist.h>
 #include <wx/settings.h>
 #include <wx/time.h>
@@ -39,15 +40,54 @@ bool HoldsConfiguration(const OrvFilter& filter, int configuration) {
            filter.GetConfigurationParams(configuration) == filter.GetParametersInput();
 }
 
+// Values of a configuration can be longer than any pane is wide: they end in a sign, and the item's tip tells them. There is nothing to
+// scroll sideways.
+class FiltersTree : public wxTreeCtrl {
+  public:
+    FiltersTree(wxWindow* parent, long style)
+        : wxTreeCtrl(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize, style) {
+        Bind(wxEVT_PAINT, &FiltersTree::OnPaintTree, this);
+    }
+    void SetScrollbars(int unitX, int unitY, int, int unitsY, int, int y, bool noRefresh) override {
+        wxTreeCtrl::SetScrollbars(unitX, unitY, 0, unitsY, 0, y, noRefresh);
+    }
+
+  private:
+    void OnPaintTree(wxPaintEvent& event) {
+        OnPaint(event);
+        wxPaintDC dc(this);
+        const wxString sign = wxString::FromUTF8("\u2026");
+        const int room = GetClientSize().x;
+        for (wxTreeItemId item = GetFirstVisibleItem(); item.IsOk(); item = GetNextVisible(item)) {
+            wxRect text;
+            if (!GetBoundingRect(item, text, true) || text.GetRight() - kBehindText <= room) continue;
+            dc.SetFont(IsBold(item) ? GetFont().Bold() : GetFont());
+            const int width = dc.GetTextExtent(sign).GetWidth() + kBehindText;
+            const bool isChosen = item == GetSelection();
+            const wxColour ground = !isChosen    ? GetBackgroundColour()
+                                    : HasFocus() ? wxSystemSettings::GetColour(wxSYS_COLOUR_HIGHLIGHT)
+                                                 : wxSystemSettings::GetColour(wxSYS_COLOUR_BTNSHADOW);
+            dc.SetPen(*wxTRANSPARENT_PEN);
+            dc.SetBrush(wxBrush(ground));
+            dc.DrawRectangle(room - width, text.y + 1, width, text.height - 2);
+            dc.SetTextForeground(isChosen ? wxSystemSettings::GetColour(wxSYS_COLOUR_HIGHLIGHTTEXT)
+                                          : GetItemTextColour(item));
+            dc.DrawText(sign, room - width, text.y + (text.height - dc.GetCharHeight()) / 2);
+        }
+    }
+
+    static constexpr int kBehindText = 4;  // pixels that the tree keeps free
+};
+
 }  // namespace
 
 OrvFiltersPanel::OrvFiltersPanel(wxWindow* parent, OrvViewerPanel* viewerPanel)
     : wxPanel(parent, wxID_ANY), m_viewerPanel(viewerPanel), m_activationTimer(this) {
     CreateButtons();
-    m_tree = new wxTreeCtrl(this, wxID_ANY, wxDefaultPosition, wxDefaultSize,
-                            wxTR_HIDE_ROOT | wxTR_HAS_BUTTONS | wxTR_LINES_AT_ROOT | wxTR_NO_LINES |
-                                wxTR_SINGLE | wxTR_FULL_ROW_HIGHLIGHT | wxBORDER_NONE);
-    m_tree->SetIndent(12);
+    m_tree = new FiltersTree(this, wxTR_HIDE_ROOT | wxTR_HAS_BUTTONS | wxTR_LINES_AT_ROOT | wxTR_NO_LINES |
+                                       wxTR_SINGLE | wxTR_FULL_ROW_HIGHLIGHT | wxBORDER_NONE);
+    m_tree->SetIndent(10);
+    m_tree->SetSpacing(14);
     const int sign = FromDIP(12);
     auto* signs = new wxImageList(sign, sign);
     // Weight and colour alone are not for every eye.

@@ -264,14 +264,15 @@ void OrvFiltersPanel::OnItemToolTip(wxTreeEvent& event) {
                                               configurations[index].IsEnabled()));
         return;
     }
-    wxString text = FilterToolTip(filter.GetName(), filter.GetDescription(),
-                                  isCurrent ? result->status : FilterStatus::NotProcessed,
-                                  IsAnyEnabled(event.GetItem()), filter.GetErrorMessage());
-    if (isCurrent) {
-        for (const OrvSlotResultPtr& found : result->slot)
-            if (found && found->SaysNothing() && !found->verdictText.empty())
-                text += "\n" + ShortLine(_("Not applicable to this file:") + " " +
-                                         wxGetTranslation(ToWx(found->verdictText)));
-    }
-    event.SetToolTip(text);
+    wxString whyNothing = filter.GetErrorMessage();
+    if (!whyNothing.empty()) whyNothing = _("The last run failed.") + " " + whyNothing;
+    bool speaks = !isCurrent;
+    for (int slot = 0; slot < kFileSlots && !speaks && whyNothing.empty(); ++slot)
+        speaks = result->slot[slot] && !result->slot[slot]->SaysNothing();
+    for (int slot = 0; slot < kFileSlots && !speaks && whyNothing.empty(); ++slot)
+        if (const OrvSlotResultPtr& found = result->slot[slot]; found && !found->verdictText.empty())
+            whyNothing = _("Not applicable to this file:") + " " + wxGetTranslation(ToWx(found->verdictText));
+    event.SetToolTip(FilterToolTip(filter.GetName(), filter.GetDescription(),
+                                   isCurrent ? result->status : FilterStatus::NotProcessed,
+                                   IsAnyEnabled(event.GetItem()), whyNothing));
 }

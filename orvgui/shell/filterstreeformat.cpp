@@ -47,7 +47,7 @@ wxString ConfigurationText(const VecParameter& parameters) {
 }
 
 wxString FilterToolTip(const wxString& name, const wxString& description, FilterStatus status, bool enabled,
-                       const wxString& error) {
+                       const wxString& whyNothing) {
     wxString text = wxGetTranslation(name);
     // One line; the page tells the rest.
     if (!description.empty()) {
@@ -55,9 +55,7 @@ wxString FilterToolTip(const wxString& name, const wxString& description, Filter
         const std::size_t end = whole.find_first_of(".;:");
         text += "\n" + ShortLine(end == wxString::npos ? whole : whole.Left(end) + ".");
     }
-    text += "\n" + StatusSentence(status, enabled);
-    if (!error.empty()) text += "\n" + ShortLine(_("The last run failed.") + " " + error);
-    return text;
+    return text + "\n" + (whyNothing.empty() ? StatusSentence(status, enabled) : ShortLine(whyNothing));
 }
 
 wxString ConfigurationToolTip(const wxString& filterName, const VecParameter& parameters, FilterStatus status,

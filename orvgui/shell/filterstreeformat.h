@@ -25,10 +25,10 @@ wxColour ColourOf(const OrvItemLook& look, bool isDark, const wxColour& plain);
 
 // Text of a configuration's item: its parameters on one line, "Standard" when there is nothing to tell.
 wxString ConfigurationText(const VecParameter& parameters);
-// What the filter does, and how it stands. status: of the filter's newest result for the loaded files. error:
-// why its last run failed, "" when it did not.
+// Name, one line of what the filter does, and how it stands. status: of its newest result for the loaded files. whyNothing:
+// said instead, "" when there is a result.
 wxString FilterToolTip(const wxString& name, const wxString& description, FilterStatus status, bool enabled,
-                       const wxString& error);
+                       const wxString& whyNothing);
 // The configuration, one parameter per line, and how it stands.
 wxString ConfigurationToolTip(const wxString& filterName, const VecParameter& parameters, FilterStatus status,
                               bool enabled);

@@ -13,6 +13,7 @@
 
 #include "orvcore/facade/interface.h"
 #include "orvgui/common/framehost.h"
+#include "orvgui/common/icons.h"
 #include "orvgui/common/visibletext.h"
 #include "orvgui/shell/commandregistry.h"
 #include "orvgui/shell/projectdialogs.h"
@@ -161,6 +162,8 @@ OrvProjectGui::~OrvProjectGui() {
 
 void OrvProjectGui::AddButton(wxSizer* sizer, int commandId) {
     wxBitmapButton* button = OrvGuiCommandRegistry::CreateBitmapButton(this, commandId);
+    // In menus both commands of saving bear the same picture; side by side they are told apart.
+    if (commandId == OrvCmdSaveProjectAs) button->SetBitmap(LoadIconBundle("saveas.png"));
     button->Bind(wxEVT_BUTTON, &OrvProjectGui::OnButton, this);
     sizer->Add(button);
     m_buttons.push_back(button);

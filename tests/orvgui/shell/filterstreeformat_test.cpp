@@ -60,16 +60,19 @@ TEST(FiltersTreeFormat, ATipIsShort) {
     for (int i = 0; i < 20; ++i)
         many.push_back(Parameter::Int("p" + std::to_string(i), "Parameter " + std::to_string(i), i, 0, 100));
     for (const wxString& tip :
-         {FilterToolTip("Levels", description + ". A second sentence.", FilterStatus::StandsOut, true,
-                        description + "\nand a second line"),
+         {FilterToolTip("Levels", description + ". A second sentence.", FilterStatus::StandsOut, true, ""),
           ConfigurationToolTip("Levels", many, FilterStatus::StandsOut, true)}) {
         EXPECT_TRUE(tip.StartsWith("Levels\n")) << tip;
         EXPECT_TRUE(tip.Contains("worth a look")) << tip;
         EXPECT_LE(tip.Freq('\n'), 8) << tip;
-        for (const wxString& line : wxSplit(tip, '\n', '\0')) EXPECT_LE(line.length(), 91U) << line;
+        for (const wxString& line : wxSplit(tip, '\n', '\0')) EXPECT_LE(line.length(), 73U) << line;
     }
     const wxString tip = FilterToolTip("Levels", "One thing; another", FilterStatus::Processed, true, "");
     EXPECT_TRUE(tip.Contains("\nOne thing.\n")) << tip;
+    // Name, one line, and either the state or why there is nothing.
+    EXPECT_EQ(
+        FilterToolTip("Levels", "One thing; another", FilterStatus::Processed, true, "No levels\nin it"),
+        wxString::FromUTF8("Levels\nOne thing.\nNo levels\u2026"));
 }
 
 }  // namespace

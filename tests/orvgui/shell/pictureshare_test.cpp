@@ -1,6 +1,10 @@
 // How much of the window the pictures get, and what stands in their way.
 
+#include <wx/bmpbuttn.h>
 #include <wx/sizer.h>
+#include <wx/treectrl.h>
+
+#include <cstring>
 
 #include "orvgui/pages/filterguiviewer.h"
 #include "orvgui/shell/filterspanel.h"
@@ -65,5 +69,60 @@ TEST_F(PictureShareTest, ThePicturesGetTheRoom) {
         EXPECT_GE(Share(), c.closed) << c.width << " without the side panel";
         RecordProperty("share", std::to_string(Share()));
         page->ShowSidePanel(true);
+    }
+}
+
+// All names are in sight in the width that the pane has of itself, and there is nothing to scroll sideways: the bold one of a filter
+// that has run may lose its last letters, and ends in a sign.
+TEST_F(PictureShareTest, TheFiltersNeedNoScrollBarBelow) {
+    Resize(1024, 768);
+    wxTreeCtrl* tree = frame->GetFiltersPanel()->GetTree();
+    std::vector<wxTreeItemId> items;
+    wxTreeItemIdValue cookie;
+    for (wxTreeItemId group = tree->GetFirstChild(tree->GetRootItem(), cookie); group.IsOk();
+         group = tree->GetNextSibling(group)) {
+        wxTreeItemIdValue inner;
+        for (wxTreeItemId item = tree->GetFirstChild(group, inner); item.IsOk();
+             item = tree->GetNextSibling(item)) {
+            tree->Collapse(item);
+            wxRect text;
+            if (tree->GetBoundingRect(item, text, true)) {
+                EXPECT_LE(text.GetRight(), tree->GetClientSize().x) << tree->GetItemText(item);
+            }
+            frame->GetFiltersPanel()->FormatItem(item, true, false, true);
+        }
+    }
+    PumpFor(100);
+    EXPECT_LT(tree->GetSize().y - tree->GetClientSize().y, 8);
+    // Nor does a text that does not fit bring one.
+    const wxTreeItemId item = tree->GetFirstChild(tree->GetFirstChild(tree->GetRootItem(), cookie), cookie);
+    tree->SetItemText(item, wxString('M', 60));
+    PumpFor(100);
+    EXPECT_LT(tree->GetSize().y - tree->GetClientSize().y, 8);
+}
+
+TEST_F(PictureShareTest, NoTwoCommandsSideBySideLookAlike) {
+    std::vector<wxBitmapButton*> buttons;
+    std::vector<wxWindow*> windows{frame};
+    for (std::size_t i = 0; i < windows.size(); ++i) {
+        for (wxWindow* child : windows[i]->GetChildren()) windows.push_back(child);
+        auto* button = dynamic_cast<wxBitmapButton*>(windows[i]);
+        if (button != nullptr && button->IsShownOnScreen()) buttons.push_back(button);
+    }
+    EXPECT_GT(buttons.size(), 30U);
+    constexpr int kBeside = 40;  // pixels from one to the next
+    for (const wxBitmapButton* a : buttons) {
+        for (const wxBitmapButton* b : buttons) {
+            const wxPoint apart = b->GetScreenPosition() - a->GetScreenPosition();
+            if (a == b || apart.y != 0 || apart.x <= 0 || apart.x > kBeside) continue;
+            const wxImage first = a->GetBitmapLabel().ConvertToImage();
+            const wxImage second = b->GetBitmapLabel().ConvertToImage();
+            if (first.GetSize() != second.GetSize()) continue;
+            const auto bytes = static_cast<std::size_t>(first.GetWidth() * first.GetHeight());
+            const bool isSame = std::memcmp(first.GetData(), second.GetData(), 3 * bytes) == 0 &&
+                                (!first.HasAlpha() || !second.HasAlpha() ||
+                                 std::memcmp(first.GetAlpha(), second.GetAlpha(), bytes) == 0);
+            EXPECT_FALSE(isSame) << a->GetName() << " and " << b->GetName();
+        }
     }
 }
