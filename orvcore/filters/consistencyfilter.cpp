@@ -40,10 +40,10 @@ const ::TableString* RowsOf(const OrvSlotResult* slot) {
 
 ::TableString OneFile(const ::TableString& rows) {
     ::TableString table{
-        {"Rule", "About", "Severity", "Result", "What Was Found", "Why It Matters", "Offset"}};
+        {"Rule", "Severity", "What Was Found", "Result", "About", "Why It Matters", "Offset"}};
     for (const std::vector<std::string>& row : rows) {
         std::vector<std::string> cells;
-        for (std::size_t i = 0; i < row.size(); ++i)
+        for (const Column i : {kRule, kSeverity, kFound, kResult, kGroup, kMeaning, kOffset})
             cells.push_back(MarkCell(i == kFound || i == kSeverity ? MarkOf(row) : CellMark::None, row[i]));
         table.push_back(std::move(cells));
     }
@@ -52,9 +52,8 @@ const ::TableString* RowsOf(const OrvSlotResult* slot) {
 
 // What stands in both tables side by side, by rule: the order of the evidence, then what only the reference has.
 ::TableString BothFiles(const ::TableString& evidence, const ::TableString& reference) {
-    ::TableString table{{"Rule", "About", "Severity", "Evidence", "Reference", "Found In The Evidence",
-                         "Found In The Reference", "Why It Matters", "Offset (evidence)",
-                         "Offset (reference)"}};
+    ::TableString table{{"Rule", "Severity", "Found In The Evidence", "Found In The Reference", "Evidence",
+                         "Reference", "About", "Why It Matters", "Offset (evidence)", "Offset (reference)"}};
     std::map<std::string, const std::vector<std::string>*> others;
     for (const std::vector<std::string>& row : reference) others[row[kRule]] = &row;
     const auto add = [&table](const std::vector<std::string>* a, const std::vector<std::string>* b) {
@@ -68,9 +67,9 @@ const ::TableString* RowsOf(const OrvSlotResult* slot) {
         const std::string first = a == nullptr ? kNone : (*a)[kResult];
         const std::string second = b == nullptr ? kNone : (*b)[kResult];
         const CellMark differs = first != second ? CellMark::Doubtful : CellMark::None;
-        table.push_back({TableCell(any[kRule]), TableCell(any[kGroup]), TableCell(any[kSeverity]),
-                         MarkCell(differs, first), MarkCell(differs, second), cell(a, kFound),
-                         cell(b, kFound), TableCell(any[kMeaning]), cell(a, kOffset), cell(b, kOffset)});
+        table.push_back({TableCell(any[kRule]), TableCell(any[kSeverity]), cell(a, kFound), cell(b, kFound),
+                         MarkCell(differs, first), MarkCell(differs, second), TableCell(any[kGroup]),
+                         TableCell(any[kMeaning]), cell(a, kOffset), cell(b, kOffset)});
     };
     for (const std::vector<std::string>& row : evidence) {
         const auto other = others.find(row[kRule]);
@@ -86,7 +85,7 @@ class ConsistencyFilter : public OrvFilter {
   public:
     ConsistencyFilter();
     bool GivesVerdict() const override { return true; }
-    int GetVersion() const override { return 2; }
+    int GetVersion() const override { return 3; }
     std::string WhyNot(const OrvLoadedFile& file, const VecParameter&) const override {
         return file.GetBytes().empty() ? "Empty file" : "";
     }
