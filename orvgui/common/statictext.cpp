@@ -12,6 +12,7 @@ void gtk_label_set_yalign(_GtkLabel* label, float alignment);
 
 namespace {
 constexpr int kLayoutSlack = 4;
+constexpr int kMostTurns = 4;
 }  // namespace
 
 std::vector<wxString> WrapLines(const wxString& text, int width,
@@ -105,12 +106,20 @@ void OrvStaticText::Rewrap() {
         wxClientDC dc(this);
         dc.SetFont(GetFont());
         // The label lays out whole lines, whose widths differ from the measured ends of their letters by a few pixels.
-        const int room = std::max(width - kLayoutSlack, 1);
-        const std::vector<wxString> lines = WrapLines(m_text, room, [&dc](const wxString& paragraph) {
-            wxArrayInt widths;
-            dc.GetPartialTextExtents(paragraph, widths);
-            return std::vector<int>(widths.begin(), widths.end());
-        });
+        int room = std::max(width - kLayoutSlack, 1);
+        std::vector<wxString> lines;
+        for (int turn = 0; turn < kMostTurns; ++turn) {
+            lines = WrapLines(m_text, room, [&dc](const wxString& paragraph) {
+                wxArrayInt widths;
+                dc.GetPartialTextExtents(paragraph, widths);
+                return std::vector<int>(widths.begin(), widths.end());
+            });
+            // The more letters, the more they differ: a line that is too long after all would be broken once more.
+            int widest = 0;
+            for (const wxString& line : lines) widest = std::max(widest, GetTextExtent(line).GetWidth());
+            if (widest < width) break;
+            room = std::max(room - (widest - width) - kLayoutSlack, 1);
+        }
         label.clear();
         for (const wxString& line : lines)
             label += (label.empty() && &line == &lines.front() ? "" : "\n") + line;

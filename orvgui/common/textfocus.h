@@ -5,6 +5,7 @@
 #include "orvgui/common/orvgui.h"
 
 class wxKeyEvent;
+class wxTextCtrl;
 class wxWindow;
 
 // Whether a window takes typed text: a text field, the field of a combo box or of a number with arrows, or a
@@ -18,3 +19,8 @@ bool ConfirmsDialog(const wxKeyEvent& event);
 // The least size, in pixels, of a one-line text field of this width. The toolkit's best size of a field that was never
 // shown is too low where texts are enlarged: it cuts off what hangs below the line, and an underscore reads as a blank.
 ORVGUI_API wxSize FieldSize(const wxWindow& field, int width);
+
+// Texts of several lines keep the distance from their edge that those of one line have from theirs.
+constexpr int kTextInsetX = 8;  // pixels
+constexpr int kTextInsetY = 5;
+void InsetText(wxTextCtrl& field);

@@ -217,6 +217,7 @@ ParameterControlOutputText::ParameterControlOutputText(wxWindow* parent, wxGridB
     m_field = new wxTextCtrl(parent, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize,
                              wxTE_MULTILINE | wxTE_READONLY | wxTE_DONTWRAP);
     MakeResultField(m_field);
+    InsetText(*m_field);
     PassWheelOn(m_field);
     m_field->SetMinSize(wxSize(kFieldWidth, kMinimumLines * m_field->GetCharHeight()));
     Place(sizer, m_field, Height::Tall);
@@ -286,11 +287,11 @@ void ParameterControlOutputText::SetControlValue(const Parameter& parameter) {
 
 // As high as the text, within bounds; whether that is another height than before.
 bool ParameterControlOutputText::FitHeight() {
-    constexpr int kInset = 12;
+    constexpr int kInset = 2 * kTextInsetY + 2;
     const bool wraps = (m_field->GetWindowStyleFlag() & wxTE_DONTWRAP) == 0;
     // The page may have asked for a narrower one.
     const int least = m_field->GetMinSize().x;
-    const int width = std::max(m_field->GetClientSize().x, least) - kInset;
+    const int width = std::max(m_field->GetClientSize().x, least) - 2 * kTextInsetX - 2;
     const int lines =
         std::clamp(wraps ? WrappedLineCount(*m_field, m_shownText, width) : LineCount(m_shownText),
                    kMinimumLines, kMaximumLines);
@@ -310,6 +311,7 @@ ParameterControlVectorString::ParameterControlVectorString(wxWindow* parent, wxG
     m_field = new wxTextCtrl(parent, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize,
                              wxTE_MULTILINE | wxTE_DONTWRAP | (readOnly ? wxTE_READONLY : 0L));
     if (readOnly) MakeResultField(m_field);
+    InsetText(*m_field);
     PassWheelOn(m_field);
     m_field->SetMinSize(wxSize(kFieldWidth, 4 * m_field->GetCharHeight() + kGap));
     Place(sizer, m_field, Height::Tall);

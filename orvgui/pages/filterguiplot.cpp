@@ -18,6 +18,7 @@
 #include "orvgui/pages/plotdialog.h"
 #include "orvgui/pages/plotlayers.h"
 #include "orvgui/pages/plotpanel.h"
+#include "orvgui/tables/listctrl.h"
 
 namespace {
 
@@ -28,6 +29,7 @@ constexpr int kMinimumPlotHeight = 160;
 constexpr int kMinimumStripWidth = 200;
 constexpr int kMinimumPlotWidth = 300;
 constexpr int kTableWidth = 320;
+constexpr int kTablePercent = 40;  // of the page's width that tables take of themselves
 constexpr int kStripScrollStep = 16;
 
 // Shared by all plot pages, which are all on one thread. The layout is worked out afresh when the set of
@@ -47,6 +49,10 @@ wxGridBagSizer* AddGrid(wxBoxSizer* row, int proportion) {
     grid->SetEmptyCellSize(wxSize(0, 0));
     row->Add(grid, proportion, wxEXPAND | wxRIGHT | wxTOP | wxBOTTOM, kBorder);
     return grid;
+}
+
+bool IsShownTable(const Parameter& output) {
+    return output.Type() == ParameterType::TableString && !output.IsHiddenFromGui();
 }
 
 std::vector<wxGBSizerItem*> ItemsInOrder(wxGridBagSizer& grid) {
@@ -138,6 +144,7 @@ void OrvFilterGuiPlot::CreateControlsCustom() {
     m_strip->Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
         event.Skip();
         FitStrip();
+        FitTables();
     });
     SetSizer(column, true);
     m_descriptionSizer = m_mainSizer = description;
@@ -147,9 +154,8 @@ void OrvFilterGuiPlot::CreateControlsCustom() {
 }
 
 void OrvFilterGuiPlot::CreateTablePanel(wxSizer* middle) {
-    const bool hasTable =
-        std::any_of(m_parametersOutput.begin(), m_parametersOutput.end(),
-                    [](const Parameter& output) { return output.Type() == ParameterType::TableString; });
+    const bool hasTable = std::any_of(m_parametersOutput.begin(), m_parametersOutput.end(),
+                                      [](const Parameter& output) { return IsShownTable(output); });
     if (!hasTable) return;
     auto* edge = new DragEdge(
         this, wxHORIZONTAL, [this] { m_tableWidthBefore = m_tables->GetSize().x; },
@@ -162,8 +168,27 @@ void OrvFilterGuiPlot::CreateTablePanel(wxSizer* middle) {
     middle->Add(m_tables, 0, wxEXPAND);
 }
 
+// Wide enough for the columns of all tables, where that leaves the plots the larger part.
+void OrvFilterGuiPlot::FitTables() {
+    if (m_tables == nullptr || m_isTableSized) return;
+    int wanted = 0;
+    for (const auto& control : m_controlsOutput) {
+        const auto* list = control ? dynamic_cast<OrvListCtrl*>(control->GetControl()) : nullptr;
+        int width = 6 * kBorder + 2 * wxSystemSettings::GetMetric(wxSYS_VSCROLL_X, m_tables);
+        for (int column = 0; list != nullptr && column < list->GetNumCols(); ++column)
+            width += list->GetColSize(column);
+        wanted = std::max(wanted, width);
+    }
+    const int most = std::max(GetClientSize().x * kTablePercent / 100, kTableWidth);
+    const wxSize size(std::clamp(wanted, kTableWidth, most), kMinimumPlotHeight);
+    if (m_tables->GetMinSize() == size) return;
+    m_tables->SetMinSize(size);
+    PostSizeEvent();
+}
+
 void OrvFilterGuiPlot::SetTableWidth(int width) {
     if (m_tables == nullptr) return;
+    m_isTableSized = true;
     const int most = std::max(GetClientSize().x - 2 * m_margin - kMinimumPlotWidth, kMinimumStripWidth);
     m_tables->SetMinSize(wxSize(std::clamp(width, kMinimumStripWidth, most), kMinimumPlotHeight));
     Layout();
@@ -173,7 +198,7 @@ void OrvFilterGuiPlot::SetTableWidth(int width) {
 // Tables would leave the plots no height in the strip below them.
 void OrvFilterGuiPlot::CreateControlsOutput() {
     for (const Parameter& output : m_parametersOutput) {
-        if (m_tables == nullptr || output.Type() != ParameterType::TableString) {
+        if (m_tables == nullptr || !IsShownTable(output)) {
             m_controlsOutput.emplace_back(CreateParameterControl(m_outputParent, m_outputSizer, output));
             continue;
         }
@@ -239,6 +264,7 @@ void OrvFilterGuiPlot::ConfigurePlots() {
         hadBothFiles = true;
     }
     FitStrip();
+    FitTables();
     if (m_tables != nullptr) m_tables->FitInside();
     bool changed = false;
     const bool neitherShown = !m_evidencePlot->IsShown() && !m_referencePlot->IsShown();

@@ -35,11 +35,13 @@ class ORVGUI_API OrvFilterGuiPlot : public OrvFilterGui {
     void CreateTablePanel(wxSizer* middle);
     void ConfigurePlot(PlotPanel* panel, OrvFileId slot);
     void FitStrip();
+    void FitTables();
 
     int m_visibleLayer = 0;
     PlotPanel* m_evidencePlot = nullptr;
     PlotPanel* m_referencePlot = nullptr;
     wxScrolledWindow* m_strip = nullptr;   // holds the parameters
+    bool m_isTableSized = false;           // by the user
     wxScrolledWindow* m_tables = nullptr;  // the tables, one below the other
     int m_tableWidthBefore = 0;            // before the edge was dragged
 };

@@ -235,9 +235,17 @@ void PlotCurve::Plot(wxDC& dc, mpWindow& window) {
     if (m_style == Style::Marks) {
         dc.SetBrush(*wxTRANSPARENT_BRUSH);
         constexpr int kRadius = 4;
+        // A cloud is read by where it is dense: rings would run together.
+        constexpr std::size_t kCloud = 500;
+        const bool isCloud = m_xs.size() > kCloud;
+        if (isCloud) dc.SetPen(wxPen(m_pen.GetColour(), 1));
         for (std::size_t i = 0; i < m_xs.size(); ++i) {
             const wxPoint point(PixelX(window, m_xs[i]), PixelY(window, m_ys[i]));
-            if (area.Contains(point)) dc.DrawCircle(point, kRadius);
+            if (!area.Contains(point)) continue;
+            if (isCloud)
+                dc.DrawPoint(point);
+            else
+                dc.DrawCircle(point, kRadius);
         }
         return;
     }

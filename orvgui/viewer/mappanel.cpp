@@ -49,6 +49,8 @@ MapPanel::MapPanel(wxWindow* parent, OrvViewerHost* page) : OrvSidePanelBase(par
     };
     m_choice = new wxChoice(this, wxID_ANY);
     m_choice->SetToolTip(_("Which of the maps is shown"));
+    // Its list shows long names whole.
+    m_choice->SetMinSize(wxSize(kTextWidth, -1));
     add(m_choice, 0, 0, 2);
     add(new wxStaticText(this, wxID_ANY, _("Opacity")), 1, 0, 1);
     m_display.opacity = GetInterface()->GetOptions().GetMapOpacity();

@@ -643,6 +643,62 @@ TEST_F(ControlTest, TableIsATableControlThatStaysAsTheUserSortedIt) {
     EXPECT_EQ(reports, 0);
 }
 
+// No white box where there is nothing: a word says whether nothing was found or nothing was looked for.
+TEST_F(ControlTest, ATableWithoutRowsSaysNone) {
+    Parameter table = Parameter::Output(ParameterType::TableString, "table", "Parts");
+    auto* control = Make(table);
+    frame->Show();
+    const auto shown = [this] {
+        std::string text;
+        for (const wxWindow* child : panel->GetChildren()) {
+            const auto* label = dynamic_cast<const OrvStaticText*>(child);
+            if (label != nullptr && label->IsShown() && label->GetText() != "Parts")
+                text += FromWx(label->GetText());
+        }
+        return text;
+    };
+    const wxWindow* list = control->GetControl();
+    const TableString empty{{"Part", "Offset"}};
+    const TableString one{{"Part", "Offset"}, {"SOI", "0"}};
+    const struct {
+        const TableString* rows;  // null: not looked for
+        std::string text;
+    } steps[] = {{nullptr, FromWx(ParameterControl::GetPlaceholder())},
+                 {&empty, "None"},
+                 {&one, ""},
+                 {&empty, "None"},
+                 {&one, ""},
+                 {nullptr, FromWx(ParameterControl::GetPlaceholder())}};
+    for (const auto& step : steps) {
+        Parameter value = Parameter::Output(ParameterType::TableString, "table", "Parts");
+        if (step.rows != nullptr) value.SetValue(*step.rows);
+        control->SetControlValue(value);
+        EXPECT_EQ(shown(), step.text);
+        EXPECT_EQ(list->IsShown(), step.text.empty());
+        control->Show(false);
+        EXPECT_EQ(shown(), "");
+        EXPECT_FALSE(list->IsShown());
+        control->Show(true);
+        EXPECT_EQ(shown(), step.text) << "as before it was hidden";
+    }
+}
+
+// A bar below a table that is wider than its room would lie over its only row.
+TEST_F(ControlTest, ATableLeavesRoomForItsBar) {
+    Parameter table = Parameter::Output(ParameterType::TableString, "table", "Parts");
+    auto* control = Make(table);
+    auto* list = dynamic_cast<OrvListCtrl*>(control->GetControl());
+    frame->Show();
+    for (const int letters : {4, 30, 90}) {
+        table.SetValue(
+            TableString{{"Part", "Content"}, {"SOI", std::string(static_cast<std::size_t>(letters), 'n')}});
+        control->SetControlValue(table);
+        list->SetSize(wxSize(220, list->GetMinSize().y));
+        PumpFor(50);
+        EXPECT_GE(list->GetGridWindow()->GetClientSize().y, list->GetRowSize(0)) << letters;
+    }
+}
+
 TEST(FixedPitch, IsForDigestsAndColumns) {
     const std::pair<const char*, bool> cases[] = {
         {"d41d8cd98f00b204e9800998ecf8427e", true},

@@ -113,6 +113,56 @@ TEST_F(PlotPageTest, TablesStandBesideThePlots) {
     EXPECT_NE(list->GetCellValue(0, 1), before);
 }
 
+// The plots get the larger part, the tables as much as they need of the rest.
+TEST_F(PlotPageTest, TablesAreAsWideAsTheirColumns) {
+    auto* tables = MakePage<OrvFilterGuiPlot>(Register<PlotTableFilter>());
+    page->Hide();
+    page = tables;
+    frame->SetClientSize(1300, 700);
+    Load(OrvEvidence, 16);
+    OrvListCtrl* list = nullptr;
+    for (wxWindow* child : tables->GetTablePanel()->GetChildren())
+        if (auto* found = dynamic_cast<OrvListCtrl*>(child)) list = found;
+    ASSERT_NE(list, nullptr);
+    for (const int width : {100, 190, 260}) {
+        list->SetColumnWidths({width, width});
+        tables->UpdateGui();
+        PumpFor(60);
+        const int most = tables->GetClientSize().x * 40 / 100;
+        EXPECT_GE(list->GetClientSize().x, std::min(2 * width, most - 60)) << width;
+        EXPECT_LE(tables->GetTablePanel()->GetSize().x, std::max(most, 320)) << width;
+    }
+}
+
+// A title that is too long ends in an ellipsis inside the plot; nothing of it lies under the edge.
+TEST_F(PlotPageTest, LongTitlesAreCutWithASign) {
+    for (const bool isSmall : {false, true}) {
+        auto* plot = new PlotPanel(frame, wxID_ANY);
+        if (isSmall) plot->GetPlotWindow()->SetSmall();
+        plot->SetSize(260, 200);
+        plot->Layout();
+        wxImage none;
+        plot->ConfigurePlot({0, 1, 2}, {{1, 2, 3}}, 1, nullptr, none, 0, {}, {});
+        const auto render = [plot](const wxString& title) {
+            plot->SetTexts("x", "Level", title);
+            return plot->Render();
+        };
+        const Image brief = render("Evidence");
+        const Image full = render("Evidence: " + wxString('w', 60));
+        EXPECT_TRUE(full.IsEqual(render("Evidence: " + wxString('w', 80)))) << "cut at the same place";
+        EXPECT_FALSE(full.IsEqual(brief));
+        ASSERT_TRUE(full.IsValid());
+        const int title = 24;  // rows that it stands in
+        int lastInk = 0;
+        for (int y = 0; y < title; ++y)
+            for (int x = 0; x < full.GetWidth(); ++x)
+                if (full.GetMat().at<cv::Vec3b>(y, x)[0] < 128) lastInk = std::max(lastInk, x);
+        EXPECT_GT(lastInk, full.GetWidth() / 2) << isSmall;
+        EXPECT_LT(lastInk, full.GetWidth() - 4) << isSmall;
+        plot->Destroy();
+    }
+}
+
 TEST_F(PlotPageTest, APageThatWasNeverSeenHasNoImage) {
     auto* unseen = new OrvFilterGuiPlot(page->GetParent(), filter);
     unseen->Hide();
