@@ -29,7 +29,7 @@ constexpr int kMinimumPlotHeight = 160;
 constexpr int kMinimumStripWidth = 200;
 constexpr int kMinimumPlotWidth = 300;
 constexpr int kTableWidth = 320;
-constexpr int kTablePercent = 40;  // of the page's width that tables take of themselves
+constexpr int kTablePercent = 45;  // of the page's width that tables take of themselves
 constexpr int kStripScrollStep = 16;
 
 // Shared by all plot pages, which are all on one thread. The layout is worked out afresh when the set of

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <memory>
 #include <vector>
 
@@ -9,9 +10,11 @@
 #include "orvgui/viewer/viewerhost.h"
 
 class ComparePanel;
+class DescriptionPanel;
 class MapPanel;
 class NavigatorCanvas;
 class PlotPanel;
+class SideSection;
 class ViewerPanel;
 class ZoomPanel;
 
@@ -85,6 +88,9 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost 
     void ViewChanged(bool scrolled);
     void ShowSidePanel(bool show) override;
     void SetSideWidth(int width);  // as if the user had dragged the edge; pixels, within what the page allows
+    // The sections of the panel beside the canvases in their order; null for one that the page has no use for.
+    const std::vector<SideSection*>& GetSideSections() const { return m_sections; }
+    void SetNavigatorHeight(int height);  // as if the user had dragged its edge; the width follows
 
   protected:
     // Applies a zoom operation to the active canvas, then brings the other half in line.
@@ -112,10 +118,16 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost 
     void OnPageSize(wxSizeEvent& event);
     bool ScrollByKey(int key, bool fine, Canvas* canvas);
     void NarrowTables();
+    int SideWidthWithin(int width) const;
     void LayoutSide();  // after a section became higher or lower, came or went
     void ShowMaps();
     void ShowPlots();
     PlotPanel* AddPlot();
+    SideSection* AddSection(std::size_t place);
+    wxString SideKey() const;
+    // What the user has made of the panel, kept over a restart.
+    void KeepSide();
+    void RestoreSide();
     void ShowMarks();
     void ShowCaptions();
     void ShowCompare();
@@ -141,10 +153,19 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost 
     BackgroundTask m_mixTask{*this};
     int m_mixPercent = 0;  // of the other picture, as the canvases show it now
     wxSizer* m_sideList = nullptr;
+    // Places of sections that are not plots, which come behind them.
+    enum Section : std::size_t { kDescription, kMap, kParameters, kResults, kCompare, kFirstPlot };
+    std::vector<SideSection*> m_sections;
+    std::vector<int> m_keptHeights;  // of sections, as the user left them
+    int m_keptWidth = 0;             // of the panel, likewise; 0 for none
+    int m_navigatorWidth = 0;        // pixels, as the user left it; 0 for the usual one
+    wxSize m_navigatorBefore;        // before its edge was dragged
+    wxWindow* m_navigatorEdge = nullptr;
+    DescriptionPanel* m_description = nullptr;
+    std::map<wxWindow*, int> m_tableHeights;  // that tables ask for, pixels
     // The plots of the result, small; those that are not needed are hidden.
     struct SmallPlot {
         PlotPanel* panel = nullptr;
-        wxWindow* edge = nullptr;  // below it, to be dragged
         OrvPlotData data;
         OrvFileId slot = OrvEvidence;
     };

@@ -20,11 +20,9 @@
 #include "orvcore/facade/interface.h"
 #include "orvcore/filter/mappictures.h"
 #include "orvgui/common/dragedge.h"
+#include "orvgui/common/quietscroll.h"
 #include "orvgui/common/statictext.h"
-#include "orvgui/pages/plotdialog.h"
-#include "orvgui/pages/plotlayers.h"
-#include "orvgui/pages/plotpanel.h"
-#include "orvgui/viewer/canvas.h"
+#include "orvgui/pages/sidesection.h"
 #include "orvgui/viewer/comparepanel.h"
 #include "orvgui/viewer/mappanel.h"
 #include "orvgui/viewer/navigatorcanvas.h"
@@ -43,9 +41,7 @@ constexpr int kFieldWidth = 88;  // leaves room for the button that shows a long
 constexpr int kLabelWidth = 100;
 constexpr int kTableWidth = 220;
 constexpr int kScrollStep = 16;
-constexpr int kSmallPlotHeight = 180;
-constexpr int kSmallPlotLeast = 100;
-constexpr int kSmallPlotMost = 800;
+constexpr int kTableLeast = 72;  // in a section that the user made as high as it is
 
 int CountRows(const wxGridBagSizer& grid) {
     int rows = 0;
@@ -69,6 +65,14 @@ bool IsWide(wxSizerItem* item) {
     return dynamic_cast<wxSlider*>(window) != nullptr || dynamic_cast<wxGrid*>(window) != nullptr ||
            (text != nullptr && text->IsMultiLine()) ||
            (dynamic_cast<wxComboBox*>(window) != nullptr && window->GetBestSize().x > kFieldWidth);
+}
+
+bool HoldsTable(wxSizerItem* item) {
+    if (item->IsSizer()) {
+        const wxSizerItemList& children = item->GetSizer()->GetChildren();
+        return std::any_of(children.begin(), children.end(), HoldsTable);
+    }
+    return dynamic_cast<wxGrid*>(item->GetWindow()) != nullptr;
 }
 
 // Wide controls get a row of their own below their label.
@@ -114,44 +118,46 @@ void Narrow(wxWindow& section) {
 void OrvFilterGuiViewer::CreateSidePanel() {
     m_sidePanel =
         new wxPanel(this, wxID_ANY, wxDefaultPosition, wxSize(kSidePanelWidth, -1), wxTAB_TRAVERSAL);
-    m_sideScroll = new wxScrolledWindow(m_sidePanel, wxID_ANY, wxDefaultPosition, wxDefaultSize,
-                                        wxVSCROLL | wxHSCROLL | wxTAB_TRAVERSAL);
+    m_sideScroll = new QuietScroll<wxScrolledWindow>(m_sidePanel, wxID_ANY, wxDefaultPosition, wxDefaultSize,
+                                                     wxVSCROLL | wxHSCROLL | wxTAB_TRAVERSAL);
     // Also sideways: a control that is wider than the panel is not cut off without a sign.
     m_sideScroll->SetScrollRate(kScrollStep, kScrollStep);
     // Sections that are hidden at the time are no children of what scrolls: the toolkit moves those, and complains.
     m_sideContent = new wxPanel(m_sideScroll, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxTAB_TRAVERSAL);
-    auto* description = new DescriptionPanel(m_sideContent, this);
-    auto* list = new wxBoxSizer(wxVERTICAL);
-    list->Add(description, 0, wxEXPAND | wxALL, kGap);
-    m_descriptionParent = description;
-    m_descriptionSizer = description->GetGrid();
+    m_sideList = new wxBoxSizer(wxVERTICAL);
+    const auto add = [this](std::size_t place, const auto& make) {
+        SideSection* section = AddSection(place);
+        auto* content = make(section);
+        section->SetContent(content);
+        return content;
+    };
+    m_description =
+        add(kDescription, [this](wxWindow* parent) { return new DescriptionPanel(parent, this); });
+    m_descriptionParent = m_description;
+    m_descriptionSizer = m_description->GetGrid();
     // Unless sections of their own follow.
     m_inputParent = m_outputParent = m_descriptionParent;
     m_inputSizer = m_outputSizer = m_descriptionSizer;
     // Next to the picture, which cannot be read without its scale.
-    m_mapPanel = new MapPanel(m_sideContent, this);
-    list->Add(m_mapPanel, 0, wxEXPAND | wxALL, kGap);
+    m_mapPanel = add(kMap, [this](wxWindow* parent) { return new MapPanel(parent, this); });
     if (!m_parametersInput.empty() || !m_parametersPostProcessing.empty() || !m_parametersOutput.empty()) {
-        auto* settings = new SettingsPanel(m_sideContent, this);
+        auto* settings =
+            add(kParameters, [this](wxWindow* parent) { return new SettingsPanel(parent, this); });
         settings->Show(!m_parametersInput.empty() || !m_parametersPostProcessing.empty());
         m_toolPanel->SetSettingsPanel(settings);
-        list->Add(settings, 0, wxEXPAND | wxALL, kGap);
         m_inputParent = settings;
         m_inputSizer = settings->GetGrid();
     }
     if (!m_parametersOutput.empty()) {
-        auto* outputs = new OutputsPanel(m_sideContent, this);
+        auto* outputs = add(kResults, [this](wxWindow* parent) { return new OutputsPanel(parent, this); });
         m_toolPanel->SetOutputsPanel(outputs);
-        list->Add(outputs, 0, wxEXPAND | wxALL, kGap);
         m_outputParent = outputs;
         m_outputSizer = outputs->GetGrid();
     }
     if (!IsSingleViewer()) {
-        m_comparePanel = new ComparePanel(m_sideContent, this);
-        list->Add(m_comparePanel, 0, wxEXPAND | wxALL, kGap);
+        m_comparePanel = add(kCompare, [this](wxWindow* parent) { return new ComparePanel(parent, this); });
     }
-    m_sideList = list;
-    m_sideContent->SetSizer(list);
+    m_sideContent->SetSizer(m_sideList);
     auto* whole = new wxBoxSizer(wxVERTICAL);
     whole->Add(m_sideContent, 1, wxEXPAND);
     m_sideScroll->SetSizer(whole);
@@ -164,10 +170,24 @@ void OrvFilterGuiViewer::CreateSidePanel() {
         for (const auto& type : {wxEVT_LEFT_DOWN, wxEVT_LEFT_DCLICK, wxEVT_MOTION}) {
             m_navigator->Bind(type, &OrvFilterGuiViewer::ZoomNavigatorMouseOn, this);
         }
-        column->Add(m_navigator, 0, wxALIGN_CENTER_HORIZONTAL | wxALL, kGap);
+        m_navigatorEdge = new DragEdge(
+            m_sidePanel, wxVERTICAL, [this] { m_navigatorBefore = m_navigator->GetSize(); },
+            [this](int distance) {
+                if (distance != 0 || m_navigatorWidth > 0) SetNavigatorHeight(m_navigatorBefore.y - distance);
+            });
+        m_navigatorEdge->SetToolTip(_("Drag: larger or smaller"));
+        column->Add(m_navigatorEdge, 0, wxEXPAND);
+        column->Add(m_navigator, 0, wxALIGN_CENTER_HORIZONTAL | wxLEFT | wxRIGHT | wxBOTTOM, kGap);
     }
     m_sidePanel->SetSizer(column);
     m_sidePanel->SetMinSize(wxSize(kSidePanelWidth, -1));
+    RestoreSide();
+    m_description->SetListener([this] {
+        // Of another height from now on.
+        m_sections[kDescription]->SetChosenHeight(0);
+        LayoutSide();
+        KeepSide();
+    });
 }
 
 void OrvFilterGuiViewer::CreateControlsInput() {
@@ -194,6 +214,14 @@ void OrvFilterGuiViewer::CreateControlsOutput() {
         GiveWideOnesRows(*grid);
         grid->SetCols(0);  // counted when it is laid out
         if (CountRows(*grid) > 0) grid->AddGrowableCol(1);
+        // What a section has to spare goes to its tables.
+        grid->SetRows(0);
+        for (wxSizerItem* item : grid->GetChildren())
+            if (const auto* cell = static_cast<wxGBSizerItem*>(item); HoldsTable(item)) {
+                // Aligned in its cell it would not be as high as it.
+                item->SetFlag(item->GetFlag() & ~wxALIGN_CENTER_VERTICAL);
+                grid->AddGrowableRow(static_cast<std::size_t>(cell->GetPos().GetRow()), 1);
+            }
     }
     for (wxWindow* parent : {m_inputParent, m_outputParent}) {
         if (parent != m_descriptionParent) Narrow(*parent);
@@ -209,7 +237,10 @@ void OrvFilterGuiViewer::OnPageSize(wxSizeEvent& event) {
         const wxSize strip(-1, m_toolPanel->HeightForWidth(width));
         if (m_toolPanel->GetMinSize() != strip) m_toolPanel->SetMinSize(strip);
     }
-    if (!m_isSideSized && width > 1) {
+    if (!m_isSideSized && m_keptWidth > 0 && width > 1) {
+        const wxSize side(SideWidthWithin(m_keptWidth), -1);
+        if (m_sidePanel->GetMinSize() != side) m_sidePanel->SetMinSize(side);
+    } else if (!m_isSideSized && width > 1) {
         const int most = std::clamp(width * kSidePanelPercent / 100, kSidePanelWidth, kSidePanelMaximum);
         const wxSize side(std::clamp(m_sideWanted, kSidePanelWidth, most), -1);
         if (m_sidePanel->GetMinSize() != side) m_sidePanel->SetMinSize(side);
@@ -218,6 +249,8 @@ void OrvFilterGuiViewer::OnPageSize(wxSizeEvent& event) {
 }
 
 void OrvFilterGuiViewer::LayoutSide() {
+    for (SideSection* section : m_sections)
+        if (section != nullptr && section->IsShown()) section->FitInside();
     m_sideScroll->FitInside();
     m_sideContent->Layout();
 }
@@ -231,17 +264,28 @@ void OrvFilterGuiViewer::ShowSidePanel(bool show) {
 // Wide tables and plots want more than parameters do; the picture keeps its least width.
 void OrvFilterGuiViewer::SetSideWidth(int width) {
     m_isSideSized = true;
-    const int most = std::max(GetClientSize().x - kMinimumSide, kSidePanelLeast);
-    m_sidePanel->SetMinSize(wxSize(std::clamp(width, kSidePanelLeast, most), -1));
+    m_keptWidth = SideWidthWithin(width);
+    m_sidePanel->SetMinSize(wxSize(m_keptWidth, -1));
     Layout();
     LayoutSide();
+    KeepSide();
 }
 
-// Tables ask for the width of their columns whenever they are filled; here they scroll by themselves.
+int OrvFilterGuiViewer::SideWidthWithin(int width) const {
+    return std::clamp(width, kSidePanelLeast, std::max(GetClientSize().x - kMinimumSide, kSidePanelLeast));
+}
+
+// Tables ask for the width of their columns whenever they are filled; here they scroll by themselves. In a section of a height that
+// the user chose they make do with what it leaves them.
 void OrvFilterGuiViewer::NarrowTables() {
+    const SideSection* section = m_sections.size() > kResults ? m_sections[kResults] : nullptr;
+    const bool isChosen = section != nullptr && section->GetChosenHeight() > 0;
     for (wxWindow* child : m_outputParent->GetChildren()) {
         if (dynamic_cast<wxGrid*>(child) == nullptr) continue;
-        child->SetMinSize(wxSize(std::min(child->GetMinSize().x, kTableWidth), child->GetMinSize().y));
+        const wxSize wanted = child->GetMinSize();
+        int& height = m_tableHeights.try_emplace(child, wanted.y).first->second;
+        if (wanted.y != kTableLeast) height = wanted.y;
+        child->SetMinSize(wxSize(std::min(wanted.x, kTableWidth), isChosen ? kTableLeast : height));
     }
 }
 
@@ -264,76 +308,4 @@ void OrvFilterGuiViewer::SetMapRange(const std::string& map, const std::optional
     if (OrvInterface* core = GetInterface())
         core->Configure(m_filter, -1, m_filter->GetParametersInput(), m_filter->GetParametersPostProcessing(),
                         false);
-}
-
-PlotPanel* OrvFilterGuiViewer::AddPlot() {
-    auto* panel = new PlotPanel(m_sideContent, wxID_ANY);
-    panel->SetMinSize(wxSize(-1, kSmallPlotHeight));
-    panel->SetToolTip(_("Double click: large"));
-    panel->GetPlotWindow()->SetSmall();
-    m_sideList->Add(panel, 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, kGap);
-    const auto before = std::make_shared<int>(0);
-    auto* edge = new DragEdge(
-        m_sideContent, wxVERTICAL, [panel, before] { *before = panel->GetSize().y; },
-        [this, panel, before](int distance) {
-            panel->SetMinSize(wxSize(-1, std::clamp(*before + distance, kSmallPlotLeast, kSmallPlotMost)));
-            LayoutSide();
-        });
-    edge->SetToolTip(_("Drag: higher or lower"));
-    m_sideList->Add(edge, 0, wxEXPAND);
-    const std::size_t index = m_plots.size();
-    panel->GetPlotWindow()->Bind(wxEVT_LEFT_DCLICK, [this, index](wxMouseEvent&) {
-        PlotDialog dialog(this, wxGetTranslation(m_filter->GetName()), m_plots[index].data,
-                          m_plots[index].slot);
-        dialog.ShowModal();
-    });
-    m_plots.push_back({panel, edge, {}, OrvEvidence});
-    return panel;
-}
-
-void OrvFilterGuiViewer::ShowPlots() {
-    std::size_t used = 0;
-    const OrvFilterResultPtr result = m_filter->GetResult();
-    for (const OrvFileId slot : {OrvEvidence, OrvReference}) {
-        if (!result || !result->slot[slot]) continue;
-        std::vector<OrvPlotData> plots{result->slot[slot]->plot};
-        plots.insert(plots.end(), result->slot[slot]->morePlots.begin(), result->slot[slot]->morePlots.end());
-        for (const OrvPlotData& data : plots) {
-            if (data.IsEmpty()) continue;
-            if (used == m_plots.size()) AddPlot();
-            SmallPlot& small = m_plots[used++];
-            small.data = data;
-            small.slot = slot;
-            ShowPlotData(*small.panel, data, slot, 0);
-            small.panel->Show();
-            small.edge->Show();
-        }
-    }
-    // The same plots of both files are there to be compared.
-    const bool arePairs = used % 2 == 0 && used > 0 && m_plots[used / 2].slot == OrvReference &&
-                          m_plots[used / 2 - 1].slot == OrvEvidence;
-    for (std::size_t i = 0; i < used; ++i) {
-        PlotWindow& plot = *m_plots[i].panel->GetPlotWindow();
-        if (arePairs && i < used / 2) {
-            ShareScaleY(plot, *m_plots[i + used / 2].panel->GetPlotWindow());
-        } else if (!arePairs) {
-            plot.SetLeastRangeY(1, 0);
-            plot.FitNewData();
-        }
-    }
-    for (; used < m_plots.size(); ++used) {
-        m_plots[used].panel->Hide();
-        m_plots[used].edge->Hide();
-    }
-}
-
-void OrvFilterGuiViewer::FitNavigator() {
-    if (m_navigator == nullptr) return;
-    Canvas* canvas = GetLeadCanvas();
-    const IntPair size = NavigatorWindowSize(canvas ? canvas->GetProperties()->GetPixelSize() : IntPair{});
-    if (m_navigator->GetMinSize() != wxSize(size.x, size.y)) {
-        m_navigator->SetMinSize(wxSize(size.x, size.y));
-        m_sidePanel->Layout();
-    }
-    m_navigator->Refresh(false);
 }

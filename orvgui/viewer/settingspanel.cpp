@@ -26,7 +26,7 @@ OrvSidePanelBase::OrvSidePanelBase(wxWindow* parent, OrvViewerHost* page, const 
     }
     m_grid = new wxGridBagSizer(0, 0);
     m_grid->SetFlexibleDirection(wxBOTH);
-    sizer->Add(m_grid, 0, wxEXPAND);
+    sizer->Add(m_grid, 1, wxEXPAND);
     SetSizer(sizer);
 }
 
@@ -42,11 +42,15 @@ DescriptionPanel::DescriptionPanel(wxWindow* parent, OrvViewerHost* page)
                            wxBU_EXACTFIT | wxBU_LEFT | wxBORDER_NONE);
     m_title->SetFont(m_title->GetFont().Bold());
     m_title->SetToolTip(_("Shows or hides the description"));
-    m_title->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { ShowText(!IsTextShown()); });
+    m_title->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) {
+        ShowText(!IsTextShown());
+        if (m_listener) m_listener();
+    });
     m_text = new OrvStaticText(this, wxString());
     m_text->SetMaximumTextWidth(kTextWidth);
     GetGrid()->Add(m_title, wxGBPosition(0, 0), wxDefaultSpan, wxALIGN_LEFT);
     GetGrid()->Add(m_text, wxGBPosition(1, 0), wxDefaultSpan, wxEXPAND);
+    GetGrid()->AddGrowableCol(0);
     ShowText(true);
     RefreshValues();
 }

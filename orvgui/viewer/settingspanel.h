@@ -1,5 +1,8 @@
 #pragma once
 
+#include <functional>
+#include <utility>
+
 #include "orvgui/viewer/toolpanel.h"
 
 class OrvStaticText;
@@ -38,8 +41,11 @@ class ORVGUI_API DescriptionPanel : public OrvSidePanelBase {
     // Open at first; once read it need not stand in the way of what is below it.
     void ShowText(bool show);
     bool IsTextShown() const;
+    // Told when the user shows or hides the text.
+    void SetListener(std::function<void()> listener) { m_listener = std::move(listener); }
 
   private:
     wxButton* m_title = nullptr;
     OrvStaticText* m_text = nullptr;
+    std::function<void()> m_listener;
 };
