@@ -17,7 +17,7 @@ namespace {
 
 constexpr int kPieceBlocks = 4;  // rows of blocks
 constexpr float kSmooth = 1.0F;  // levels squared
-constexpr float kDip = 0.3F;
+constexpr auto kDip = static_cast<float>(kGhostDip);
 constexpr float kFloor = 0.1F;  // what rounding leaves; keeps the logarithm calm
 
 struct alignas(32) Steps {

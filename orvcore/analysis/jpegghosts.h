@@ -66,5 +66,8 @@ struct GhostShift {
 std::vector<GhostShift> SearchGhostShifts(const cv::Mat& picture, const GhostSettings& settings,
                                           const AnalysisProgress& progress = {});
 
+// From this dip on the picture as a whole was saved at a quality: its own last save, where no part dips on its own.
+constexpr double kGhostDip = 0.3;
+
 // Worth a look at most: texture can imitate a ghost, so the area is the measure and a person must judge its outline.
 AnalysisDecision JudgeGhosts(const GhostResult& result);
