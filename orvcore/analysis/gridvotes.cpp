@@ -276,7 +276,7 @@ GridVotesResult ComputeGridVotes(const cv::Mat& picture, const GridVotesSettings
     result.votes = Vote(picture, PartOf(progress, 0.0, votingEnd));
     const auto counts = CountVotes(result.votes);
     const auto best = std::max_element(counts.begin(), counts.end());
-    result.bestGrid = static_cast<int>(best - counts.begin());
+    if (*best > 0) result.bestGrid = static_cast<int>(best - counts.begin());
     std::int64_t all = 0;
     for (const std::int64_t count : counts) all += count;
     result.bestShare = all > 0 ? static_cast<double>(*best) / static_cast<double>(all) : 0.0;
@@ -301,6 +301,10 @@ AnalysisDecision JudgeGridVotes(const GridVotesResult& result) {
     AnalysisDecision decision;
     if (result.isTooSmall) {
         decision.text = "The picture is smaller than 32 x 32 pixels.";
+        return decision;
+    }
+    if (result.bestGrid == kNoGrid) {
+        decision.text = "The picture is too even: no place of it votes for a grid.";
         return decision;
     }
     decision.threshold = 0.0;

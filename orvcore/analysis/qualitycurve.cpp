@@ -93,7 +93,9 @@ double SquaredError(const std::uint32_t* counts, int bins, int step) {
     return sum / (FrequencyCounts::kPerUnit * FrequencyCounts::kPerUnit);
 }
 
-std::array<double, kQualities> CurveOf(const FrequencyCounts& counts, const AnalysisProgress& progress) {
+// detail, where it is wanted, gets the curve without frequency 0.
+std::array<double, kQualities> CurveOf(const FrequencyCounts& counts, const AnalysisProgress& progress,
+                                       std::array<double, kQualities>* detail = nullptr) {
     static const auto allSteps = AllSteps();
     std::array<std::array<double, kQualities>, 64> errors{};
     ForEachPiece(64, progress, [&](int frequency) {
@@ -106,11 +108,15 @@ std::array<double, kQualities> CurveOf(const FrequencyCounts& counts, const Anal
             result[q] = q > 0 && steps[q] == steps[q - 1] ? result[q - 1] : SquaredError(of, bins, steps[q]);
     });
     std::array<double, kQualities> curve{};
+    const auto rootOf = [&counts](double sum) {
+        return counts.GetBlocks() > 0 ? std::sqrt(sum / (64.0 * static_cast<double>(counts.GetBlocks())))
+                                      : kNone;
+    };
     for (std::size_t q = 0; q < kQualities; ++q) {
         double sum = 0.0;
         for (const auto& error : errors) sum += error[q];
-        curve[q] = counts.GetBlocks() > 0 ? std::sqrt(sum / (64.0 * static_cast<double>(counts.GetBlocks())))
-                                          : kNone;
+        curve[q] = rootOf(sum);
+        if (detail != nullptr) (*detail)[q] = rootOf(std::max(sum - errors[0][q], 0.0));
     }
     return curve;
 }
@@ -187,11 +193,11 @@ QualityCurve ComputeQualityCurve(const cv::Mat& picture, cv::Point origin, const
     FrequencyCounts inside;
     FrequencyCounts counts =
         CountFrequencies(rows, region, hasRegion ? &inside : nullptr, PartOf(progress, 0.0, 0.6));
-    curve.outside = CurveOf(counts, PartOf(progress, 0.6, 0.75));
+    curve.outside = CurveOf(counts, PartOf(progress, 0.6, 0.75), &curve.detail);
     curve.inside = CurveOf(inside, PartOf(progress, 0.75, 0.85));
     curve.blocksInside = inside.GetBlocks();
     if (hasRegion) counts.Add(inside);
-    curve.all = hasRegion ? CurveOf(counts, PartOf(progress, 0.85, 1.0)) : curve.outside;
+    curve.all = hasRegion ? CurveOf(counts, PartOf(progress, 0.85, 1.0), &curve.detail) : curve.outside;
     curve.blocks = counts.GetBlocks();
     return curve;
 }
@@ -236,6 +242,12 @@ AnalysisDecision JudgeQualityCurve(const QualityCurve& curve, std::optional<int>
         decision.text = "The picture has fewer than 64 whole blocks.";
         return decision;
     }
+    constexpr std::size_t kHalf = 49;  // quality 50
+    constexpr double kLeastChange = 0.1;
+    if (!(curve.detail[kHalf] >= kLeastChange)) {
+        decision.text = "The picture is too smooth: saving it again changes nearly nothing.";
+        return decision;
+    }
     if (lastQuality == 0) {
         decision.text =
             "The file's own tables are not the standard's: the curve dips where they happen to agree.";
@@ -245,7 +257,7 @@ AnalysisDecision JudgeQualityCurve(const QualityCurve& curve, std::optional<int>
     decision.measured = 0.0;
     decision.threshold = kLook;
     decision.text = "The curve has no dip but that of the file's own last save, if it is a JPEG.";
-    const std::vector<CurveDip> dips = FindDips(curve.all);
+    const std::vector<CurveDip> dips = FindDips(curve.detail);
     // What the last save left dips at its own quality, and at finer ones whose steps divide its own.
     const auto dip = std::find_if(dips.begin(), dips.end(), [&](const CurveDip& candidate) {
         return !lastQuality || candidate.quality < *lastQuality - 1;

@@ -44,6 +44,9 @@ struct QualityCurve {
     std::array<double, 100> all{};
     std::array<double, 100> inside{};
     std::array<double, 100> outside{};
+    // The whole picture without the blocks' means: paper, sky and clipped light have the same mean in many blocks, which is a multiple of
+    // some quality's step by chance.
+    std::array<double, 100> detail{};
     std::uint64_t blocks = 0;
     std::uint64_t blocksInside = 0;
 };
@@ -63,8 +66,9 @@ QualityCurve ComputeQualityCurve(const cv::Mat& picture, cv::Point origin = {}, 
 // Local minima of at least this depth, the deepest first. Neighbouring qualities with equal tables count as one.
 std::vector<CurveDip> FindDips(const std::array<double, 100>& curve, double leastDepth = 0.05);
 
-// A dip tells of an earlier save with these steps or multiples of them: a fact about the file, not of a forgery, so worth a look at
-// most. Where a coarser quality dips as well whose steps are multiples of the deepest dip's, the text names that one.
+// Looks at the curve of the details; not applicable where saving changes next to nothing of them. A dip tells of an earlier save with these
+// steps or multiples of them: a fact about the file, not of a forgery, so worth a look at most. Where a coarser quality dips as well whose
+// steps are multiples of the deepest dip's, the text names that one.
 // lastQuality: of the JPEG file itself, which has its own dip; 0: its tables are not the standard's, whose multiples dip anywhere (30
 // of 36 untouched photographs), so that nothing is said; nothing given: not a JPEG.
 AnalysisDecision JudgeQualityCurve(const QualityCurve& curve, std::optional<int> lastQuality);

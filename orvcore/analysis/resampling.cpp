@@ -321,6 +321,10 @@ AnalysisDecision DecideResampling(const ResamplingResult& result) {
         decision.text = "Too small: periods are measured on at least 256 x 256 pixels.";
         return decision;
     }
+    if (!(result.best.pairStrength > 0.0)) {
+        decision.text = "The picture is too even: there is nothing that could repeat.";
+        return decision;
+    }
     decision.measured = result.best.pairStrength;
     decision.finding =
         result.best.pairStrength >= kResamplingThreshold ? Finding::StrongSign : Finding::Nothing;

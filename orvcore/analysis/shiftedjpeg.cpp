@@ -266,6 +266,11 @@ AnalysisDecision JudgeShiftedJpeg(const ShiftedJpegResult& result) {
         decision.text = "The picture is smaller than 64 x 64 pixels.";
         return decision;
     }
+    // On every grid alike: every block has the same mean.
+    if (!(result.ratio > 1.0001)) {
+        decision.text = "The picture is too even: its blocks are alike on every grid.";
+        return decision;
+    }
     decision.measured = result.ratio;
     decision.threshold = kStrong;
     decision.finding = result.ratio >= kStrong ? Finding::StrongSign : Finding::Nothing;

@@ -2,6 +2,7 @@
 
 #include "orvcore/filter/intermediates.h"
 #include "orvcore/filters/analysisoutput.h"
+#include "orvcore/filters/decodedblocks.h"
 #include "orvcore/filters/filterlist.h"
 
 namespace {
@@ -19,9 +20,11 @@ class BlockArtefactsFilter : public OrvFilterImage {
             "saturated parts, parts that lie on the same grid. After Li, Yuan and Yu 2009.");
         SetParameters({}, {}, {Parameter::Output(ParameterType::TableString, "numbers", "Block Artefacts")});
     }
+    int GetVersion() const override { return 2; }
     bool GivesVerdict() const override { return true; }
     std::string WhyNot(const OrvLoadedFile& file, const VecParameter&) const override {
-        return WhyNotSmallerThan(file, 24);
+        const std::string small = WhyNotSmallerThan(file, 24);
+        return small.empty() ? WhyNotReducedLuminance(file) : small;
     }
 
   protected:

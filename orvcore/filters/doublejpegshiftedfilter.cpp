@@ -2,6 +2,7 @@
 
 #include "orvcore/filter/intermediates.h"
 #include "orvcore/filters/analysisoutput.h"
+#include "orvcore/filters/decodedblocks.h"
 #include "orvcore/filters/filterlist.h"
 #include "zorbase/text.h"
 
@@ -24,9 +25,11 @@ class DoubleJpegShiftedFilter : public OrvFilterImage {
             {Parameter::Output(ParameterType::TableString, "numbers", "Earlier Grid"),
              Parameter::Output(ParameterType::TableString, "grids", "Gathering On Each Grid (row, column)")});
     }
+    int GetVersion() const override { return 2; }
     bool GivesVerdict() const override { return true; }
     std::string WhyNot(const OrvLoadedFile& file, const VecParameter&) const override {
-        return WhyNotSmallerThan(file, 64);
+        const std::string small = WhyNotSmallerThan(file, 64);
+        return small.empty() ? WhyNotReducedLuminance(file) : small;
     }
 
   protected:

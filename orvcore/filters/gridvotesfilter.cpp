@@ -2,6 +2,7 @@
 
 #include "orvcore/filter/intermediates.h"
 #include "orvcore/filters/analysisoutput.h"
+#include "orvcore/filters/decodedblocks.h"
 #include "orvcore/filters/filterlist.h"
 #include "zorbase/text.h"
 
@@ -36,7 +37,8 @@ class GridVotesFilter : public OrvFilterImage {
     bool GivesVerdict() const override { return true; }
     bool IsCacheable() const override { return true; }
     std::string WhyNot(const OrvLoadedFile& file, const VecParameter&) const override {
-        return WhyNotSmallerThan(file, 32);
+        const std::string small = WhyNotSmallerThan(file, 32);
+        return small.empty() ? WhyNotReducedLuminance(file) : small;
     }
 
   protected:

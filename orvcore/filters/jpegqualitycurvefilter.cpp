@@ -3,6 +3,7 @@
 #include "orvcore/analysis/qualitycurve.h"
 #include "orvcore/filter/intermediates.h"
 #include "orvcore/filters/analysisoutput.h"
+#include "orvcore/filters/decodedblocks.h"
 #include "orvcore/filters/filterlist.h"
 #include "orvcore/formats/jpegquality.h"
 #include "zorbase/text.h"
@@ -39,7 +40,8 @@ class JpegQualityCurveFilter : public OrvFilterPlot {
     int GetVersion() const override { return 2; }
     bool GivesVerdict() const override { return true; }
     std::string WhyNot(const OrvLoadedFile& file, const VecParameter&) const override {
-        return WhyNotSmallerThan(file, 64);
+        const std::string small = WhyNotSmallerThan(file, 64);
+        return small.empty() ? WhyNotReducedLuminance(file) : small;
     }
 
   protected:
@@ -76,6 +78,7 @@ void JpegQualityCurveFilter::Compute(const OrvLoadedFile& file, const VecParamet
     };
     for (int quality = 1; quality <= 100; ++quality) plot.x.push_back(static_cast<float>(quality));
     add(curve.all, "Whole picture");
+    AddDips(curve.detail, "Its details", dips);
     if (curve.blocksInside > 0 && curve.blocksInside < curve.blocks) {
         add(curve.inside, "Inside the region");
         add(curve.outside, "Outside");

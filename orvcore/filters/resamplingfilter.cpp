@@ -33,6 +33,7 @@ class ResamplingFilter : public OrvFilterImage {
                       {Parameter::Output(ParameterType::TableString, "numbers", "Numbers"),
                        Parameter::Output(ParameterType::TableString, "peaks", "Peaks")});
     }
+    int GetVersion() const override { return 2; }
     bool GivesVerdict() const override { return true; }
     std::string WhyNot(const OrvLoadedFile& file, const VecParameter&) const override {
         return WhyNotSmallerThan(file, 64);

@@ -242,16 +242,29 @@ TEST(QualityCurve, DipsWhereItWasSaved) {
     // The steps of quality 85 are half of those of 70: a deeper dip there must not hide where it comes from.
     QualityCurve halves;
     halves.blocks = 1000;
-    halves.all.fill(4.0);
-    halves.all[91] = 0.1;
-    halves.all[84] = 3.0;
-    halves.all[69] = 3.3;
+    halves.detail.fill(4.0);
+    halves.detail[91] = 0.1;
+    halves.detail[84] = 3.0;
+    halves.detail[69] = 3.3;
     EXPECT_NE(JudgeQualityCurve(halves, 92).text.find("at quality 85 and at 70, whose steps are 2 times those"),
               std::string::npos);
     EXPECT_NEAR(JudgeQualityCurve(halves, 92).measured, std::log(4.02 / 3.02), 1e-9);
-    halves.all[69] = 4.0;
-    halves.all[72] = 3.3;  // no multiple
+    halves.detail[69] = 4.0;
+    halves.detail[72] = 3.3;  // no multiple
     EXPECT_NE(JudgeQualityCurve(halves, 92).text.find("at quality 85: as after"), std::string::npos);
+    // Black and grey are a multiple of some quality's step in every block, and were not saved with it.
+    for (const double level : {0.0, 144.0, 255.0}) {
+        const cv::Mat even(480, 640, CV_8UC3, cv::Scalar::all(level));
+        EXPECT_EQ(JudgeQualityCurve(ComputeQualityCurve(even), {}).finding, Finding::NotApplicable) << level;
+        EXPECT_EQ(JudgeShiftedJpeg(ComputeShiftedJpeg(even)).finding, Finding::NotApplicable) << level;
+    }
+    // Nor does a part of one level, as clipped light leaves it, tell of a save.
+    for (const double level : {0.0, 148.0, 255.0}) {
+        cv::Mat half = Host().clone();
+        half(cv::Rect(0, 0, half.cols * 3 / 4, half.rows)).setTo(cv::Scalar::all(level));
+        const AnalysisDecision decision = JudgeQualityCurve(ComputeQualityCurve(half), {});
+        EXPECT_EQ(decision.finding, Finding::Nothing) << level << ": " << decision.measured;
+    }
     // Against the definition, one quality, straight from the coefficients.
     cv::Mat coefficients;
     ForwardBlockDct(ComputeLuminance(Host()), {}, coefficients, 128.0F);

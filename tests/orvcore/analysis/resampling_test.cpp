@@ -110,7 +110,7 @@ TEST(ResamplingTest, SmallFlatSaturatedAndWrongInput) {
     EXPECT_EQ(DecideResampling(small).finding, Finding::NotApplicable);
     for (const double level : {0.0, 128.0, 255.0}) {
         const ResamplingResult flat = ComputeResampling(cv::Mat(300, 300, CV_32F, cv::Scalar(level)));
-        EXPECT_EQ(DecideResampling(flat).finding, Finding::Nothing);
+        EXPECT_EQ(DecideResampling(flat).finding, Finding::NotApplicable);
         EXPECT_EQ(flat.map.KnownPart(), level == 128.0 ? 1.0 : 0.0);
     }
     for (const cv::Mat& bad :
