@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <functional>
+#include <limits>
+#include <numeric>
 
 #include "zorbase/zorexception.h"
 
@@ -29,6 +32,22 @@ double FourierMeasure(const Histogram& histogram) {
     double sum = 0.0;
     for (int w = kCut; w <= 256 - kCut; ++w) sum += cv::norm(spectrum.at<cv::Vec2d>(w));
     return total > 0.0 ? sum / total : 0.0;
+}
+
+double Roughness(const ContrastChannel& channel) {
+    std::vector<double> occupied;
+    for (int i = channel.first; i <= channel.last; ++i)
+        if (const auto count = channel.histogram[static_cast<std::size_t>(i)]; count > 0)
+            occupied.push_back(static_cast<double>(count));
+    std::vector<double> deviations;
+    for (std::size_t i = 1; i + 1 < occupied.size(); ++i) {
+        const double beside = (occupied[i - 1] + occupied[i + 1]) / 2;
+        if (beside >= kLeastNeighbours) deviations.push_back(std::abs(std::log(occupied[i] / beside)));
+    }
+    if (deviations.empty()) return std::numeric_limits<double>::quiet_NaN();
+    const auto middle = deviations.begin() + static_cast<std::ptrdiff_t>(deviations.size() / 2);
+    std::nth_element(deviations.begin(), middle, deviations.end());
+    return *middle;
 }
 
 void Describe(ContrastChannel& channel) {
@@ -58,6 +77,14 @@ void Describe(ContrastChannel& channel) {
             channel.peaks.push_back(i);
     }
     channel.fourier = FourierMeasure(channel.histogram);
+    channel.roughness = Roughness(channel);
+    Histogram sorted = channel.histogram;
+    std::partial_sort(sorted.begin(), sorted.begin() + 8, sorted.end(), std::greater<>());
+    channel.crowded =
+        total > 0
+            ? static_cast<double>(std::accumulate(sorted.begin(), sorted.begin() + 8, std::int64_t{0})) /
+                  static_cast<double>(total)
+            : 0.0;
 }
 
 // Histograms of the channels in the order of memory.
@@ -129,13 +156,20 @@ AnalysisDecision DecideContrast(const ContrastResult& result) {
         return decision;
     }
     int most = 0;
+    int drawn = 0;
     bool isNarrow = true;
     for (const ContrastChannel& channel : result.channels) {
-        most = std::max(most, static_cast<int>(channel.gaps.size()));
+        int& count = channel.IsDrawn() ? drawn : most;
+        count = std::max(count, static_cast<int>(channel.gaps.size()));
         isNarrow = isNarrow && channel.last - channel.first < 16;
     }
     if (isNarrow) {
         decision.text = "Nearly one level: a histogram as narrow as this shows no curve.";
+        return decision;
+    }
+    if (most < kContrastGaps && drawn >= kContrastGaps) {
+        decision.text =
+            "A drawing, lettering, a palette or very strong compression: levels are missing from the start.";
         return decision;
     }
     decision.measured = most;

@@ -108,6 +108,11 @@ AnalysisDecision DecideMedianFilter(const MedianFilterResult& result) {
         decision.text = "Too little texture: only textured parts show whether values repeat.";
         return decision;
     }
+    if (result.medianRatio > kDrawnRatio) {
+        decision.text =
+            "Neighbours are equal far more often than a median filter makes them: a drawing, lettering or very strong compression.";
+        return decision;
+    }
     decision.measured = result.medianRatio;
     decision.threshold = kMedianRatioThreshold;
     const bool isStrong = result.medianRatio >= kMedianRatioThreshold;

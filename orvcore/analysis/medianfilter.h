@@ -22,4 +22,5 @@ struct MedianFilterResult {
 MedianFilterResult ComputeMedianFilterTrace(const cv::Mat& plane, const AnalysisProgress& progress = {});
 
 constexpr double kMedianRatioThreshold = 1.6;
+constexpr double kDrawnRatio = 20.0;  // medians of 3 and 5 pixels stay below 6; beyond this nothing is said
 AnalysisDecision DecideMedianFilter(const MedianFilterResult& result);

@@ -28,6 +28,7 @@ class ContrastFilter : public OrvFilterImage {
                       {Parameter::Output(ParameterType::TableString, "channels", "Histograms"),
                        Parameter::Output(ParameterType::TableString, "numbers", "Numbers")});
     }
+    int GetVersion() const override { return 2; }
     bool GivesVerdict() const override { return true; }
 
   protected:
@@ -52,7 +53,10 @@ class ContrastFilter : public OrvFilterImage {
         result.plot.xLabel = "Level";
         result.plot.yLabel = "Pixels";
         result.Set("channels", table);
-        if (!found.map.values.empty())
+        // Lower or narrower than a block of the map: the picture alone.
+        if (found.map.values.empty())
+            result.outputImage = Image(GetEightBits(file, job));
+        else
             result.AddMap(ToOrvMap(found.map, "Roughness Of The Histogram", "", {0.0, 10.0}));
         JudgeBy(DecideContrast(found), {"gaps", 0.0, 0.0, 0, "", {}}, result);
     }

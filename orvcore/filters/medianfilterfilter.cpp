@@ -19,6 +19,7 @@ class MedianFilterTraceFilter : public OrvFilterImage {
             "and Fridrich 2010; Cao, Zhao, Ni and Yu 2010.");
         SetParameters({}, {}, {Parameter::Output(ParameterType::TableString, "numbers", "Numbers")});
     }
+    int GetVersion() const override { return 2; }
     bool GivesVerdict() const override { return true; }
     std::string WhyNot(const OrvLoadedFile& file, const VecParameter&) const override {
         return WhyNotSmallerThan(file, 16);

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <opencv2/imgproc.hpp>
 
 #include "tests/support/virtualcamera.h"
 #include "zorbase/zorexception.h"
@@ -89,6 +90,27 @@ TEST(ContrastTest, MapShowsThePartWithTheCurve) {
     const ContrastResult result = ComputeContrast(forged.image, 128);
     ASSERT_EQ(result.map.values.size(), cv::Size(6, 4));
     EXPECT_GT(AreaUnderCurve(result.map.values, MaskOnBlocks(forged.mask, {6, 4}, {128, 128}, {})), 0.99);
+}
+
+// Their levels are missing from the start; a curve makes gaps between levels that are as full as their neighbours.
+TEST(ContrastTest, DrawingsPalettesAndStrongCompressionAreNoCurve) {
+    cv::Mat page(900, 700, CV_8UC3, cv::Scalar::all(255));
+    for (int y = 40; y < 880; y += 28)
+        cv::putText(page, "the quick brown fox jumps over the lazy dog", {20, y}, cv::FONT_HERSHEY_SIMPLEX,
+                    0.7, cv::Scalar::all(0), 1, cv::LINE_AA);
+    const cv::Mat palette = Curve(Photo(), [](double v) { return std::round(v * 5) / 5; });
+    const std::pair<const char*, cv::Mat> cases[] = {
+        {"page", page}, {"palette", palette}, {"quality 1", ThroughJpeg(Photo(), 1)}};
+    for (const auto& [name, picture] : cases)
+        EXPECT_NE(DecideContrast(ComputeContrast(picture)).finding, Finding::StrongSign) << name;
+    const ContrastResult paper = ComputeContrast(page);
+    EXPECT_GE(paper.channels[0].gaps.size(), 3U) << "otherwise nothing is tried here";
+    EXPECT_EQ(DecideContrast(paper).finding, Finding::NotApplicable);
+    for (const double gamma : {0.7, 0.9, 1.4}) {
+        const ContrastResult curved =
+            ComputeContrast(Curve(Photo(), [gamma](double v) { return std::pow(v, gamma); }));
+        EXPECT_FALSE(curved.channels[1].IsDrawn()) << gamma << ' ' << curved.channels[1].roughness;
+    }
 }
 
 TEST(ContrastTest, OddInput) {

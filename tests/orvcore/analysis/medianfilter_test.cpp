@@ -71,6 +71,18 @@ TEST(MedianFilterTest, MapShowsTheFilteredPart) {
     EXPECT_EQ(DecideMedianFilter(result).finding, Finding::Nothing);  // the picture as a whole was not
 }
 
+TEST(MedianFilterTest, DrawingsAndStrongCompressionWereNotFiltered) {
+    cv::Mat page(900, 700, CV_8U, cv::Scalar(255));
+    for (int y = 40; y < 880; y += 28)
+        cv::putText(page, "the quick brown fox jumps over the lazy dog", {20, y}, cv::FONT_HERSHEY_SIMPLEX,
+                    0.7, cv::Scalar(0), 1, cv::LINE_AA);
+    const MedianFilterResult drawn = ComputeMedianFilterTrace(page);
+    EXPECT_GT(drawn.medianRatio, kMedianRatioThreshold) << "otherwise nothing is tried here";
+    EXPECT_EQ(DecideMedianFilter(drawn).finding, Finding::NotApplicable) << drawn.medianRatio;
+    const MedianFilterResult coarse = ComputeMedianFilterTrace(Green(ThroughJpeg(Photo(), 1)));
+    EXPECT_NE(DecideMedianFilter(coarse).finding, Finding::StrongSign) << coarse.medianRatio;
+}
+
 TEST(MedianFilterTest, ThreadsAndBadInput) {
     SetAnalysisThreads(1);
     const cv::Mat one = ComputeMedianFilterTrace(Green(Photo())).map.values;
