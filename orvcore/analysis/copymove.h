@@ -19,6 +19,7 @@ struct CopiedPair {
     double scale = 1;       // linear, of `to` against `from`
     int matches = 0;        // equal windows, or keypoint pairs that fit the model
     int area = 0;           // pixels of `from` that agree
+    double overlap = 0;     // share of them that lie in `to` as well, 0..1: what repeats three times and more
     double similarity = 0;  // mean local correlation of the levels there, -1..1
     // Correlation of the finest detail (noise and compression), -1..1: what repeats in nature has little of it.
     double fineSimilarity = 0;

@@ -14,6 +14,7 @@ constexpr int kOpening = 5;
 constexpr int kRim = 4;
 constexpr double kLeastDistinctness = 2.0;
 constexpr std::size_t kPatternPairs = 6;
+constexpr double kPatternOverlap = 0.3;
 
 bool IsWholeShift(const cv::Matx23d& m) {
     const auto near = [](double value, double wanted) { return std::abs(value - wanted) < 1e-9; };
@@ -309,6 +310,10 @@ bool AddPair(const CopyCheck& check, const cv::Matx23d& model, CopyMoveResult& r
     pair.rotation = RotationOf(model);
     pair.scale = ScaleOf(model);
     pair.area = check.area;
+    if (const cv::Rect both = check.from & check.to; !both.empty())
+        pair.overlap = static_cast<double>(cv::countNonZero(check.fromMask(both - check.from.tl()) &
+                                                            check.toMask(both - check.to.tl()))) /
+                       check.area;
     pair.similarity = check.similarity;
     pair.fineSimilarity = check.fineSimilarity;
     pair.distinctness = check.distinctness;
@@ -324,6 +329,7 @@ bool AddPair(const CopyCheck& check, const cv::Matx23d& model, CopyMoveResult& r
 bool IsRepetitive(const std::vector<CopiedPair>& pairs) {
     if (pairs.size() >= kPatternPairs) return true;
     for (const CopiedPair& one : pairs) {
+        if (one.overlap >= kPatternOverlap) return true;
         for (const CopiedPair& other : pairs) {
             // Turned either way: which twin comes first says nothing.
             const cv::Point2d shift = one.toCentre - one.fromCentre;

@@ -47,7 +47,8 @@ inline cv::Point2d Apply(const cv::Matx23d& model, const cv::Point2d& p) {
 // ambiguous).
 bool AddPair(const CopyCheck& check, const cv::Matx23d& model, CopyMoveResult& result);
 
-// Whether the pairs speak of a pattern: six or more, or one whose shift is a multiple of another's nearby (shifts only).
+// Whether the pairs speak of a pattern: six or more, one whose shift is a multiple of another's nearby (shifts only), or one whose part
+// and twin overlap: what is pasted over its own source leaves no such pair.
 bool IsRepetitive(const std::vector<CopiedPair>& pairs);
 
 // log10 of the chance of at least `successes` of `trials` independent ones of probability p each, an upper bound (Chernoff,

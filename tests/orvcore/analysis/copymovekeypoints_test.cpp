@@ -24,6 +24,15 @@ const cv::Point kFrom(160, 150);
 const cv::Point kTo(480, 330);
 constexpr int kRadius = 70;
 
+// A form: the same line over and over, numbered.
+cv::Mat EqualLines(int width, int height) {
+    cv::Mat page(height, width, CV_8UC3, cv::Scalar::all(255));
+    for (int y = 40; y < height - 20; y += 28)
+        cv::putText(page, "the quick brown fox jumps over the lazy dog again and again " + std::to_string(y),
+                    {20, y}, cv::FONT_HERSHEY_SIMPLEX, 0.7, cv::Scalar::all(0), 1, cv::LINE_AA);
+    return page;
+}
+
 }  // namespace
 
 TEST(Keypoints, TilesCoverEverythingOnce) {
@@ -164,7 +173,7 @@ TEST(CopyMoveKeypoints, UntouchedAndRegularScenesGiveNoSign) {
     } cases[] = {{"untouched", CopyScene(720, 560, 43)}, {"bricks", BrickWall(600, 400, 2.0)},
                  {"a facade", Facade(700, 500)},         {"a page of text", TextPage(800, 500)},
                  {"stripes", Stripes(500, 400)},         {"noise", PureNoise(400, 300)},
-                 {"a smooth sky", SmoothSky(500, 400)}};
+                 {"a smooth sky", SmoothSky(500, 400)},  {"equal lines", EqualLines(1200, 1600)}};
     for (const auto& c : cases) {
         const CopyMoveResult result = FindCopiedKeypoints(c.picture, {});
         const CopyMoveVerdict verdict = JudgeCopiedKeypoints(result);
@@ -201,4 +210,27 @@ TEST(CopyMoveKeypoints, ThreadsChangeNothing) {
     ASSERT_EQ(one.pairs.size(), 1U);
     ASSERT_EQ(four.pairs.size(), 1U);
     EXPECT_EQ(one.pairs[0].model, four.pairs[0].model);
+}
+
+// A part that is its own twin's neighbour by less than its size repeats; a copy beside its source does not.
+TEST(CopyMoveKeypoints, OverlappingTwinsAreAPattern) {
+    const cv::Matx23d shift(1, 0, 20, 0, 1, 0);
+    const auto pairs = [&](int width) {
+        CopyMoveResult result;
+        result.map = cv::Mat::zeros(100, 200, CV_8U);
+        CopyCheck check;
+        check.isFound = true;
+        check.distinctness = 10;
+        check.from = {10, 10, width, 50};
+        check.to = {30, 10, width, 50};
+        check.fromMask = check.toMask = cv::Mat(50, width, CV_8U, cv::Scalar(255));
+        check.centre = {10 + width / 2.0, 35};
+        check.area = 50 * width;
+        EXPECT_TRUE(AddPair(check, shift, result));
+        return result.pairs;
+    };
+    EXPECT_EQ(pairs(20)[0].overlap, 0.0);
+    EXPECT_FALSE(IsRepetitive(pairs(20)));
+    EXPECT_NEAR(pairs(80)[0].overlap, 0.75, 1e-9);
+    EXPECT_TRUE(IsRepetitive(pairs(80)));
 }
