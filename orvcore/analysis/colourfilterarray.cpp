@@ -325,6 +325,8 @@ AnalysisDecision DecideColourFilterArray(const ColourFilterResult& result) {
     }
     decision.finding = isStrong ? Finding::StrongSign : Finding::Nothing;
     decision.text = isStrong ? "A connected part lacks the trace that the rest of the picture has."
-                             : "The trace of the colour filter array is there all over the textured picture.";
+                    : result.lackingCells > 0
+                        ? "The trace of the colour filter array is there, but for places too small to count."
+                        : "The trace of the colour filter array is there all over the textured picture.";
     return decision;
 }

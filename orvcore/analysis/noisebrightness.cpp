@@ -297,9 +297,9 @@ NoiseBrightnessResult ComputeNoiseBrightness(const cv::Mat& image, const Analysi
     }
     NoiseBrightnessResult result;
     const int stride = StrideFor(image.size());
-    const cv::Mat luminance = ComputeLuminance(image);
+    const cv::Mat luminance = ComputeLuminance(image, PartOf(progress, 0.0, 0.05));
     std::vector<Block> blocks =
-        Collect(image.rows, kBlockSide, stride, PartOf(progress, 0.0, 0.3),
+        Collect(image.rows, kBlockSide, stride, PartOf(progress, 0.05, 0.3),
                 [&](int y, std::vector<Block>& row) { CurveBlocksOfRow(luminance, y, stride, row); });
     MakeCurve(blocks, result);
     MapQuietPlaces(image, stride, result, PartOf(progress, 0.35, 1.0));
@@ -314,7 +314,7 @@ AnalysisDecision DecideNoiseBrightness(const NoiseBrightnessResult& result, cv::
         return decision;
     }
     decision.measured = result.leastLogNfa;
-    decision.threshold = kQuietStrong;
+    decision.threshold = result.leastLogNfa < kQuietStrong ? kQuietStrong : kQuietHint;
     decision.finding = result.leastLogNfa < kQuietStrong ? Finding::StrongSign
                        : result.leastLogNfa < kQuietHint ? Finding::WorthALook
                                                          : Finding::Nothing;
@@ -322,7 +322,7 @@ AnalysisDecision DecideNoiseBrightness(const NoiseBrightnessResult& result, cv::
         decision.finding == Finding::StrongSign
             ? "A place is quieter than the picture's noise at its brightness allows."
         : decision.finding == Finding::WorthALook
-            ? "A place is quieter than chance allows; three of ten untouched camera pictures have one."
+            ? "A place is quieter than chance allows; one of twenty untouched camera pictures has one."
             : "No place is quieter than the picture's noise at its brightness; a noisier one is not seen.";
     return decision;
 }

@@ -39,7 +39,7 @@ struct NoiseBrightnessResult {
 NoiseBrightnessResult ComputeNoiseBrightness(const cv::Mat& image, const AnalysisProgress& progress = {});
 
 constexpr double kQuietStrong = -18.0;  // log10 NFA
-constexpr double kQuietHint = 0.0;
+constexpr double kQuietHint = -5.0;     // passed by 5 % of untouched camera pictures
 // NotApplicable below half a megapixel.
 AnalysisDecision DecideNoiseBrightness(const NoiseBrightnessResult& result, cv::Size picture);
 

@@ -20,6 +20,7 @@ class ColourFilterArrayFilter : public OrvFilterImage {
             "Chen 2008.");
         SetParameters({}, {}, {Parameter::Output(ParameterType::TableString, "numbers", "Numbers")});
     }
+    int GetVersion() const override { return 2; }
     bool GivesVerdict() const override { return true; }
     std::string WhyNot(const OrvLoadedFile& file, const VecParameter&) const override {
         return WhyNotSmallerThan(file, 64);

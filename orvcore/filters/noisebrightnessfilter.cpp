@@ -19,12 +19,13 @@ class NoiseBrightnessFilter : public OrvFilterImage {
             "map shows where places are quieter than the rest of the picture at the same brightness: below 0 more often than "
             "chance lets expect in one picture (the number is a power of ten). A quiet place was smoothed, or pasted from a picture with "
             "less noise; a noisier one is not seen, nor is one in a picture full of texture. A third of untouched camera pictures have a "
-            "place below 0, 5 % one below -5. Needs half a megapixel. After Colom and Buades 2013; Gardella, Muse, Morel and Colom "
+            "place below 0, 5 % one below -5, from where on it is worth a look; below -18 hardly any has one. Needs half a megapixel. After Colom and Buades 2013; Gardella, Muse, Morel and Colom "
             "2021 and 2024.");
         SetParameters({}, {},
                       {Parameter::Output(ParameterType::TableString, "numbers", "Numbers"),
                        Parameter::Output(ParameterType::TableString, "curve", "Noise By Brightness")});
     }
+    int GetVersion() const override { return 2; }
     bool GivesVerdict() const override { return true; }
     bool IsCacheable() const override { return true; }
     std::string WhyNot(const OrvLoadedFile& file, const VecParameter&) const override {
@@ -74,7 +75,8 @@ class NoiseBrightnessFilter : public OrvFilterImage {
                      "Too quiet"});
             result.AddMap(std::move(map));
         }
-        JudgeBy(DecideNoiseBrightness(found, picture.size()), {"power of ten", 0.0, 0.0, 1, "", {}}, result);
+        JudgeBy(DecideNoiseBrightness(found, picture.size()),
+                {"quietest place as a power of ten", 0.0, 0.0, 1, "", {}}, result);
     }
 };
 

@@ -80,3 +80,22 @@ TEST(NoiseBrightnessTest, ThreadsAndOddInput) {
     for (const cv::Mat& bad : {cv::Mat(), cv::Mat(80, 80, CV_16U), cv::Mat(63, 80, CV_8U)})
         EXPECT_THROW(ComputeNoiseBrightness(bad), ZorException);
 }
+
+// What is called worth a look, and the number that it is held against.
+TEST(NoiseBrightnessTest, Thresholds) {
+    const struct {
+        double leastLogNfa;
+        Finding finding;
+        double threshold;
+    } cases[] = {{-4.9, Finding::Nothing, kQuietHint},
+                 {-5.1, Finding::WorthALook, kQuietHint},
+                 {-17.9, Finding::WorthALook, kQuietHint},
+                 {-18.1, Finding::StrongSign, kQuietStrong}};
+    for (const auto& c : cases) {
+        NoiseBrightnessResult result;
+        result.leastLogNfa = c.leastLogNfa;
+        const AnalysisDecision decision = DecideNoiseBrightness(result, {1000, 800});
+        EXPECT_EQ(decision.finding, c.finding) << c.leastLogNfa;
+        EXPECT_EQ(decision.threshold, c.threshold) << c.leastLogNfa;
+    }
+}

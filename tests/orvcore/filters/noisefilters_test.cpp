@@ -104,3 +104,15 @@ TEST(NoiseFilters, ResidualOfAChannelWithTheNumbersOfARegion) {
         EXPECT_GT(std::stod(numbers[4][1]), 0.3) << way;  // grain and texture outside
     }
 }
+
+TEST(NoiseFilters, OnlyALoudPlaceIsMarked) {
+    VirtualCamera calm;
+    calm.readNoise = 1.0;
+    const cv::Mat photo = TakePhoto(calm, SceneKind::Flat, {512, 512}, 4);
+    EXPECT_TRUE(ResultOf("noise-level", photo).maps.at(0).regions.empty());
+    const cv::Rect part(128, 256, 160, 160);
+    const OrvSlotResult noisy = ResultOf("noise-level", SpliceNoise(photo, part, 12.0, 5).image);
+    ASSERT_EQ(noisy.maps.at(0).regions.size(), 1U);
+    const Roi& box = noisy.maps[0].regions[0].box;
+    EXPECT_EQ((cv::Rect(box.x, box.y, box.width, box.height) & part).area(), 128 * 128);
+}
