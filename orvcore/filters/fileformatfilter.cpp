@@ -1,5 +1,7 @@
 #include "orvcore/filters/fileformatfilter.h"
 
+#include <algorithm>
+
 #include "orvcore/filters/filterlist.h"
 #include "orvcore/formats/consistency/consistency.h"
 #include "zorbase/text.h"
@@ -27,9 +29,8 @@ std::string ProfileName(const ImageInfo& info) {
     return name.empty() ? "Embedded, without a name" : name;
 }
 
-// What every reader found, the decoder among them: what it cannot decode is damage too.
-FileDamage AllDamage(const OrvLoadedFile& file, const OrvJob& job) {
-    std::string failure;
+// What every reader found, the decoder among them. failure: why nothing can be decoded, where that is so.
+FileDamage AllDamage(const OrvLoadedFile& file, const OrvJob& job, std::string& failure) {
     if (IsReadableFormat(file.GetInfo().format)) {
         try {
             file.GetDecoded(job);
@@ -40,12 +41,11 @@ FileDamage AllDamage(const OrvLoadedFile& file, const OrvJob& job) {
             failure = exception.GetMessage();
         }
     }
-    FileDamage damage = file.GetDamage();
-    if (!failure.empty()) AddDamage(damage, {failure});
-    return damage;
+    return file.GetDamage();
 }
 
-void Judge(const ImageInfo& info, const std::string& path, const FileDamage& damage, OrvSlotResult& result) {
+void Judge(const ImageInfo& info, const std::string& path, const FileDamage& damage,
+           const std::string& failure, OrvSlotResult& result) {
     const bool isDisguised = info.format == FileFormat::Unknown && IsPictureName(path);
     if ((info.format == FileFormat::Unknown && !isDisguised) || info.format == FileFormat::Empty) {
         result.verdict = OrvVerdict::NotApplicable;
@@ -59,9 +59,15 @@ void Judge(const ImageInfo& info, const std::string& path, const FileDamage& dam
     input.damage = damage.damage;
     for (const ConsistencyResult& one : FindInconsistencies(input, {RuleGroup::File}))
         result.findings.push_back(one.Text());
+    // Kinds that a standard allows and hardly anybody reads, twelve bits say, are no damage.
+    if (damage.IsEmpty() && !failure.empty())
+        result.findings.push_back("The picture cannot be decoded: " + failure);
     const bool isOdd = !result.findings.empty();
     result.verdict = isOdd ? OrvVerdict::WorthALook : OrvVerdict::NothingFound;
-    result.verdictText = !damage.IsEmpty() ? "Damaged" : isOdd ? "Worth a look" : "Nothing found";
+    result.verdictText = !damage.IsEmpty()  ? "Damaged"
+                         : !failure.empty() ? "Cannot be decoded"
+                         : isOdd            ? "Worth a look"
+                                            : "Nothing found";
     result.status = isOdd ? FilterStatus::StandsOut : FilterStatus::Processed;
 }
 
@@ -131,10 +137,13 @@ void FileFormatFilter::Compute(const OrvLoadedFile& file, const VecParameter&, c
     set("md5", hashes.md5);
     set("sha1", hashes.sha1);
     set("sha256", hashes.sha256);
-    const FileDamage damage = AllDamage(file, job);
-    const std::vector<std::string> sentences = damage.All();
+    std::string failure;
+    const FileDamage damage = AllDamage(file, job, failure);
+    std::vector<std::string> sentences = damage.All();
+    if (!failure.empty() && std::find(sentences.begin(), sentences.end(), failure) == sentences.end())
+        sentences.push_back(failure);
     set("warnings", sentences.empty() ? std::string("None") : Join(sentences, "\n"));
-    Judge(info, file.GetPath(), damage, result);
+    Judge(info, file.GetPath(), damage, failure, result);
 }
 
 std::unique_ptr<OrvFilter> MakeFileFormatFilter() {

@@ -8,7 +8,7 @@
 class FileFormatFilter : public OrvFilter {
   public:
     FileFormatFilter();
-    int GetVersion() const override { return 3; }
+    int GetVersion() const override { return 4; }
     bool GivesVerdict() const override { return true; }
 
   protected:

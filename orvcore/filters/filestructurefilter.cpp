@@ -25,6 +25,7 @@ std::string PartName(const StructureRow& row) {
 class FileStructureFilter : public OrvFilter {
   public:
     FileStructureFilter();
+    int GetVersion() const override { return 2; }
     bool GivesVerdict() const override { return true; }
     std::string WhyNot(const OrvLoadedFile& file, const VecParameter&) const override {
         return file.GetBytes().empty() ? "Empty file" : "";
@@ -76,7 +77,9 @@ void FileStructureFilter::Compute(const OrvLoadedFile& file, const VecParameter&
     for (const StructureRow& row : structure->rows) {
         if (row.depth == 0) ++outermost;
         const bool isOdd = row.kind == StructureRow::Kind::Gap || row.kind == StructureRow::Kind::Trailing;
-        if (row.depth == 0 && !row.warning.empty() && findings.size() < kMaxFindings)
+        // Some cameras fill the file's last sectors with zeros: told in its row, but nothing that anybody could have hidden.
+        const bool isPadding = row.kind == StructureRow::Kind::Trailing && row.text == "zero bytes";
+        if (row.depth == 0 && !row.warning.empty() && !isPadding && findings.size() < kMaxFindings)
             findings.push_back(row.name + " at offset " + std::to_string(row.offset) + ": " + row.warning);
         if (row.depth > depth || (show == 1 && row.warning.empty()) || (show == 2 && !isOdd)) continue;
         std::string hash;

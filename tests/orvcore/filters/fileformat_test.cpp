@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 
+#include <algorithm>
+
 #include "orvcore/filters/fileformatfilter.h"
 #include "tests/orvcore/formats/formatsupport.h"
 #include "tests/support/runfilter.h"
@@ -70,6 +72,23 @@ TEST(FileFormat, DamageIsToldEverywhere) {
     EXPECT_EQ(more->slot[OrvEvidence]->verdict, OrvVerdict::NothingFound)
         << "bytes behind the end are no damage";
     EXPECT_THAT(OutputOf(more, "warnings"), HasSubstr("4 bytes follow"));
+}
+
+// Sound, and beyond every decoder: twelve bits per sample.
+TEST(FileFormat, WhatNobodyDecodesIsNotDamaged) {
+    const CaseFolder folder;
+    Bytes jpeg = formatsupport::MakeJpeg({.width = 64, .height = 48});
+    const std::uint8_t frame[] = {0xFF, 0xC0};
+    const auto at = std::search(jpeg.begin(), jpeg.end(), std::begin(frame), std::end(frame));
+    ASSERT_NE(at, jpeg.end());
+    at[1] = 0xC1;
+    at[4] = 12;
+    WriteFile(folder / "deep.jpg", jpeg);
+    const OrvFilterResultPtr result = RunFilter(FileFormatFilter(), folder / "deep.jpg");
+    EXPECT_EQ(result->slot[OrvEvidence]->verdictText, "Cannot be decoded");
+    ASSERT_EQ(result->slot[OrvEvidence]->findings.size(), 1U);
+    EXPECT_THAT(result->slot[OrvEvidence]->findings[0], HasSubstr("12 bits per sample"));
+    EXPECT_THAT(OutputOf(result, "warnings"), HasSubstr("12 bits per sample"));
 }
 
 TEST(FileFormat, BothFilesSideBySide) {

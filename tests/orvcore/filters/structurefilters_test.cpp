@@ -76,6 +76,11 @@ TEST_F(StructureFilters, StructureListsPartsAndComparesTwoFiles) {
     EXPECT_EQ(OutputOf(alone, "trailing"), "10");
     EXPECT_EQ(alone->slot[OrvEvidence]->verdict, OrvVerdict::WorthALook);
 
+    // Nothing but zeros hides nothing: told in its row, and no finding.
+    const OrvFilterResultPtr padded = RunFilter(*filter, Write("padded.jpg", jpeg + Bytes(10, 0)));
+    EXPECT_NE(RowOf(padded, "trailing data").find("|10|zero bytes|10 bytes follow"), std::string::npos);
+    EXPECT_EQ(padded->slot[OrvEvidence]->verdict, OrvVerdict::NothingFound);
+
     const OrvFilterResultPtr both =
         RunFilter(*filter, evidence, Write("b.jpg", MakeJpeg({.comment = "two"})));
     EXPECT_NE(RowOf(both, "COM").find("|one|two|"), std::string::npos) << RowOf(both, "COM");
