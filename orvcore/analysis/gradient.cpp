@@ -49,19 +49,21 @@ LuminanceGradient ComputeGradient(const cv::Mat& picture, const AnalysisProgress
     return result;
 }
 
-cv::Mat DrawGradient(const cv::Mat& gradient, double gain) {
+cv::Mat DrawGradient(const cv::Mat& gradient, double gain, const AnalysisProgress& progress) {
     CV_Assert(gradient.type() == CV_32FC2);
     cv::Mat picture(gradient.size(), CV_8UC3);
-    for (int y = 0; y < gradient.rows; ++y) {
-        const cv::Vec2f* change = gradient.ptr<cv::Vec2f>(y);
-        cv::Vec3b* target = picture.ptr<cv::Vec3b>(y);
-        for (int x = 0; x < gradient.cols; ++x) {
-            const double right = gain * change[x][0];
-            const double down = gain * change[x][1];
-            target[x] = {cv::saturate_cast<std::uint8_t>(std::hypot(right, down)),
-                         cv::saturate_cast<std::uint8_t>(128.0 + down),
-                         cv::saturate_cast<std::uint8_t>(128.0 + right)};
+    ForEachStrip(gradient.rows, kStripRows, progress, [&](int first, int end) {
+        for (int y = first; y < end; ++y) {
+            const cv::Vec2f* change = gradient.ptr<cv::Vec2f>(y);
+            cv::Vec3b* target = picture.ptr<cv::Vec3b>(y);
+            for (int x = 0; x < gradient.cols; ++x) {
+                const double right = gain * change[x][0];
+                const double down = gain * change[x][1];
+                target[x] = {cv::saturate_cast<std::uint8_t>(std::hypot(right, down)),
+                             cv::saturate_cast<std::uint8_t>(128.0 + down),
+                             cv::saturate_cast<std::uint8_t>(128.0 + right)};
+            }
         }
-    }
+    });
     return picture;
 }

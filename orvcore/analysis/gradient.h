@@ -20,4 +20,4 @@ LuminanceGradient ComputeGradient(const cv::Mat& picture, const AnalysisProgress
 
 // CV_8UC3 (B, G, R): red 128 + gain x change to the right, green 128 + gain x change downwards, blue the gain x magnitude;
 // rounded and limited to 0..255.
-cv::Mat DrawGradient(const cv::Mat& gradient, double gain);
+cv::Mat DrawGradient(const cv::Mat& gradient, double gain, const AnalysisProgress& progress = {});

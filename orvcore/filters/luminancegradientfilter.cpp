@@ -22,10 +22,10 @@ class LuminanceGradientFilter : public OrvFilterImage {
   protected:
     void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,
                  OrvSlotResult& result) const override {
-        const LuminanceGradient gradient = ComputeGradient(GetSamples(file, job), job.Part(0.0, 0.8));
+        const LuminanceGradient gradient = ComputeGradient(GetSamples(file, job), job.Part(0.0, 0.6));
         result.AddNumber("Mean strength (levels per pixel)", FixedText(gradient.meanMagnitude, 3));
         result.AddNumber("Largest (levels per pixel)", FixedText(gradient.maxMagnitude, 2));
-        result.outputImage = Image(DrawGradient(gradient.map, input.Get<int>("gain")));
+        result.outputImage = Image(DrawGradient(gradient.map, input.Get<int>("gain"), job.Part(0.6, 1.0)));
         result.inputImage = file.GetDecoded(job)->image;
     }
 };
