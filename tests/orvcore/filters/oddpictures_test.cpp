@@ -1,0 +1,317 @@
+// Every filter of the program on pictures that are unlike a photograph, and with its parameters at both ends: there is an answer, or a
+// reason why there is none, and no map that says nothing.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <opencv2/imgproc.hpp>
+
+// The JPEG library's header needs stdio before it.
+#include <jpeglib.h>
+
+#include "tests/orvcore/formats/formatsupport.h"
+#include "tests/support/runfilter.h"
+#include "tests/support/temporaryfolder.h"
+#include "tests/support/virtualcamera.h"
+#include "zorbase/files.h"
+#include "zorbase/text.h"
+#include "zorbase/zorexception.h"
+#include "zorimage/imageio.h"
+
+namespace {
+
+struct OddFile {
+    std::string name;
+    Bytes bytes;
+};
+
+struct JpegKind {
+    int components = 3;  // or 4: inks
+    int horizontal = 2;  // sampling of the first component
+    int vertical = 2;
+    int ofColour = 1;  // of the others, both ways
+    bool isProgressive = false;
+    bool isArithmetic = false;
+    bool hasAdobe = false;  // the marker of that name, which says what four components are
+    int restartRows = 0;
+};
+
+// Colour to colour, or, for inks, blue, green, red and alpha taken as they are.
+Bytes Jpeg(const cv::Mat& picture, const JpegKind& kind) {
+    jpeg_compress_struct encoder{};
+    jpeg_error_mgr errors{};
+    encoder.err = jpeg_std_error(&errors);
+    jpeg_create_compress(&encoder);
+    unsigned char* buffer = nullptr;
+    unsigned long size = 0;
+    jpeg_mem_dest(&encoder, &buffer, &size);
+    encoder.image_width = static_cast<JDIMENSION>(picture.cols);
+    encoder.image_height = static_cast<JDIMENSION>(picture.rows);
+    encoder.input_components = kind.components;
+    encoder.in_color_space = kind.components == 4 ? JCS_CMYK : JCS_EXT_BGR;
+    jpeg_set_defaults(&encoder);
+    jpeg_set_quality(&encoder, 85, FALSE);
+    encoder.comp_info[0].h_samp_factor = kind.horizontal;
+    encoder.comp_info[0].v_samp_factor = kind.vertical;
+    for (int i = 1; i < kind.components; ++i)
+        encoder.comp_info[i].h_samp_factor = encoder.comp_info[i].v_samp_factor = kind.ofColour;
+    if (kind.components == 4) encoder.write_Adobe_marker = kind.hasAdobe ? TRUE : FALSE;
+    encoder.arith_code = kind.isArithmetic ? TRUE : FALSE;
+    encoder.restart_in_rows = kind.restartRows;
+    if (kind.isProgressive) jpeg_simple_progression(&encoder);
+    jpeg_start_compress(&encoder, TRUE);
+    cv::Mat source = picture;
+    if (kind.components == 4) cv::cvtColor(picture, source, cv::COLOR_BGR2BGRA);
+    while (encoder.next_scanline < encoder.image_height) {
+        JSAMPROW rows[] = {source.ptr(static_cast<int>(encoder.next_scanline))};
+        jpeg_write_scanlines(&encoder, rows, 1);
+    }
+    jpeg_finish_compress(&encoder);
+    Bytes result(buffer, buffer + size);
+    jpeg_destroy_compress(&encoder);
+    std::free(buffer);
+    return result;
+}
+
+Bytes Png(const cv::Mat& picture) {
+    return EncodeImage(Image(picture), "png");
+}
+
+Bytes Tiff(const cv::Mat& picture) {
+    return EncodeImage(Image(picture), "tif");
+}
+
+cv::Mat Filled(cv::Size size, const cv::Scalar& colour) {
+    return {size, CV_8UC3, colour};
+}
+
+cv::Mat PureNoise(cv::Size size) {
+    cv::Mat noise(size, CV_8UC3);
+    SeededRandom(3).fill(noise, cv::RNG::UNIFORM, 0, 256);
+    return noise;
+}
+
+Bytes CutTo(Bytes bytes, double part) {
+    bytes.resize(static_cast<std::size_t>(static_cast<double>(bytes.size()) * part));
+    return bytes;
+}
+
+// The first component's table under another number, or missing under any.
+Bytes WithoutTableZero(Bytes jpeg, bool isNamed) {
+    for (std::size_t at = 2; at + 4 < jpeg.size() && jpeg[at] == 0xFF && jpeg[at + 1] != 0xDA;) {
+        const std::size_t length = static_cast<std::size_t>(jpeg[at + 2]) << 8 | jpeg[at + 3];
+        if (jpeg[at + 1] == 0xDB && (jpeg[at + 4] & 0x0F) == 0) jpeg[at + 4] |= 0x02;
+        if (jpeg[at + 1] == 0xC0 && isNamed) jpeg[at + 12] = 2;
+        at += 2 + length;
+    }
+    return jpeg;
+}
+
+std::vector<OddFile> OddFiles() {
+    const cv::Mat photo = TakePhoto(OrdinaryCamera(5), SceneKind::Textured, {240, 176}, 5);
+    cv::Mat deep;
+    photo.convertTo(deep, CV_16U, 251.0, 7.0);
+    cv::Mat transparent;
+    cv::cvtColor(photo, transparent, cv::COLOR_BGR2BGRA);
+    transparent.forEach<cv::Vec4b>([](cv::Vec4b& pixel, const int*) { pixel[3] = 0; });
+    cv::Mat halfWhite = photo.clone();
+    halfWhite(cv::Rect(120, 0, 120, 176)).setTo(cv::Scalar::all(255));
+    cv::Mat wide;
+    cv::resize(photo, wide, {6000, 30});
+    const auto with = [&photo](const JpegKind& kind) { return Jpeg(photo, kind); };
+    const Bytes jpeg = with({});
+    return {
+        {"pixel.png", Png(photo(cv::Rect(7, 7, 1, 1)))},
+        {"pixel.jpg", SaveJpeg(photo(cv::Rect(7, 7, 1, 1)).clone(), 90)},
+        {"smaller than a block.png", Png(photo(cv::Rect(20, 20, 7, 5)))},
+        {"smaller than a block.jpg", SaveJpeg(photo(cv::Rect(20, 20, 7, 5)).clone(), 90)},
+        {"row.png", Png(photo.row(20))},
+        {"column.jpg", SaveJpeg(photo.col(20).clone(), 90)},
+        {"wide.png", Png(wide)},
+        {"one colour.png", Png(Filled({300, 280}, {90, 120, 150}))},
+        {"one colour.jpg", SaveJpeg(Filled({300, 280}, {90, 120, 150}), 90)},
+        {"white.png", Png(Filled({300, 280}, cv::Scalar::all(255)))},
+        {"white.jpg", SaveJpeg(Filled({300, 280}, cv::Scalar::all(255)), 90)},
+        {"black.jpg", SaveJpeg(Filled({300, 280}, cv::Scalar::all(0)), 90)},
+        {"half white.png", Png(halfWhite)},
+        {"16 bits.png", Png(deep)},
+        {"16 bits.tif", Tiff(deep)},
+        {"transparent.png", Png(transparent)},
+        {"noise.png", Png(PureNoise({300, 280}))},
+        {"noise.jpg", SaveJpeg(PureNoise({300, 280}), 90)},
+        {"text.png", Png(TakePhoto({}, SceneKind::TextPage, {300, 280}, 1))},
+        {"bricks.jpg", SaveJpeg(TakePhoto({}, SceneKind::Bricks, {300, 280}, 1), 90)},
+        {"4 to 1 to 1.jpg", with({.horizontal = 4, .vertical = 1})},
+        {"4 to 4 to 0.jpg", with({.horizontal = 1})},
+        {"2 by 4.jpg", with({.vertical = 4})},
+        {"3 by 1.jpg", with({.horizontal = 3, .vertical = 1})},
+        {"less luminance.jpg", with({.horizontal = 1, .vertical = 1, .ofColour = 2})},
+        {"progressive.jpg", with({.isProgressive = true})},
+        {"arithmetic.jpg", with({.isArithmetic = true})},
+        {"restarts.jpg", with({.restartRows = 1})},
+        {"four inks.jpg", with({.components = 4, .horizontal = 1, .vertical = 1})},
+        {"four inks inverted.jpg", with({.components = 4, .horizontal = 1, .vertical = 1, .hasAdobe = true})},
+        {"table 2 of luminance.jpg", WithoutTableZero(jpeg, true)},
+        {"no table of luminance.jpg", WithoutTableZero(jpeg, false)},
+        {"cut.jpg", CutTo(jpeg, 0.5)},
+        {"cut in the head.jpg", CutTo(jpeg, 0.02)},
+        {"cut progressive.jpg", CutTo(with({.isProgressive = true}), 0.3)},
+        {"cut.png", CutTo(Png(photo), 0.5)}};
+}
+
+// How many of the values of a map say something.
+int CountKnown(const OrvMap& map) {
+    int known = 0;
+    for (int y = 0; y < map.values.rows; ++y)
+        for (int x = 0; x < map.values.cols; ++x) {
+            if (!map.mask.empty() && map.mask.at<std::uint8_t>(y, x) != 0) continue;
+            if (map.values.type() == CV_32FC1 && !std::isfinite(map.values.at<float>(y, x))) continue;
+            ++known;
+        }
+    return known;
+}
+
+void CheckAnswer(const OrvFilter& filter, const OrvFilterResultPtr& result) {
+    const OrvSlotResult& slot = *result->slot[OrvEvidence];
+    if (slot.verdict == OrvVerdict::None) {
+        EXPECT_FALSE(filter.GivesVerdict());
+    } else {
+        EXPECT_FALSE(slot.verdictText.empty());
+    }
+    for (const OrvMap& map : slot.maps) {
+        EXPECT_EQ(DescribeMapFault(map), "");
+        if (slot.SaysNothing() || map.values.empty()) continue;
+        EXPECT_GT(CountKnown(map), 0) << map.name << " says nothing, and nobody says why";
+    }
+    for (const std::vector<float>& curve : slot.plot.curves) EXPECT_EQ(curve.size(), slot.plot.x.size());
+    if (filter.ListsPictures()) {
+        // The list is there all the same; why none of it is shown stands beside it.
+        EXPECT_TRUE(slot.SaysNothing() || !OutputOf(result, "shown").empty());
+    } else if (filter.GetPageKind() == OrvPageKind::ImageDouble && !slot.SaysNothing()) {
+        EXPECT_TRUE(result->GetPicture(OrvEvidence).IsValid());
+    }
+    if (filter.GetPageKind() == OrvPageKind::Plot && !slot.SaysNothing()) {
+        EXPECT_FALSE(slot.plot.IsEmpty()) << "an empty plot, and nobody says why";
+    }
+}
+
+void CheckFile(const OrvFilter& filter, const std::string& path) {
+    try {
+        CheckAnswer(filter, RunFilter(filter, path));
+    } catch (const ZorException& exception) {
+        EXPECT_TRUE(exception.GetKind() == ZorException::Kind::Format ||
+                    exception.GetKind() == ZorException::Kind::Memory)
+            << exception.GetMessage();
+        EXPECT_FALSE(exception.GetMessage().empty());
+    }
+}
+
+// Every parameter alone at its least and its greatest, then all together.
+std::vector<VecParameter> AtTheEnds(const VecParameter& prototype) {
+    std::vector<VecParameter> all;
+    const auto setTo = [](Parameter& option, bool isHigh) {
+        switch (option.Type()) {
+            case ParameterType::Bool:
+                return option.SetValue(isHigh);
+            case ParameterType::Choice:
+            case ParameterType::ChoiceList:
+                return option.SetValue(isHigh ? static_cast<int>(option.Strings().size()) - 1 : 0);
+            case ParameterType::Int:
+            case ParameterType::IntSlider:
+            case ParameterType::IntSpin:
+            case ParameterType::IntRange:
+                return option.SetValue(static_cast<int>(isHigh ? option.GetMaximum() : option.GetMinimum()));
+            case ParameterType::Int64:
+                return option.SetValue(
+                    static_cast<std::int64_t>(isHigh ? option.GetMaximum() : option.GetMinimum()));
+            case ParameterType::Double:
+                return option.SetValue(isHigh ? option.GetMaximum() : option.GetMinimum());
+            case ParameterType::Roi:
+            case ParameterType::OrvRoi:
+                return option.SetValue(isHigh ? Roi(-50, -70, 1000000, 900000) : Roi(3, 4, 1, 1));
+            case ParameterType::String:
+                return option.SetValue(isHigh ? std::string(2000, 'x') : std::string());
+            default:
+                return false;  // a file
+        }
+    };
+    for (const bool isHigh : {false, true}) {
+        VecParameter together = prototype;
+        for (std::size_t i = 0; i < prototype.size(); ++i) {
+            VecParameter one = prototype;
+            if (!setTo(one[i], isHigh)) continue;
+            setTo(together[i], isHigh);
+            all.push_back(std::move(one));
+        }
+        all.push_back(std::move(together));
+    }
+    return all;
+}
+
+}  // namespace
+
+TEST(OddPictures, EveryFilterAnswersOrSaysWhyNot) {
+    const TemporaryFolder folder;
+    const std::vector<OddFile> files = OddFiles();
+    for (const OddFile& file : files) WriteFile(folder / file.name, file.bytes);
+    for (const auto& filter : CreateAllFilters())
+        for (const OddFile& file : files) {
+            SCOPED_TRACE(filter->GetId() + " on " + file.name);
+            CheckFile(*filter, folder / file.name);
+        }
+}
+
+// Its blocks are of 16 x 16 decoded pixels: whoever looks for edges, steps or grids of eight finds what is not there.
+TEST(OddPictures, NothingIsSaidOfTheBlocksOfALuminanceThatIsStoredSmaller) {
+    const TemporaryFolder folder;
+    const cv::Mat photo = TakePhoto(OrdinaryCamera(5), SceneKind::Textured, {240, 176}, 5);
+    WriteFile(folder / "less.jpg", Jpeg(photo, {.horizontal = 1, .vertical = 1, .ofColour = 2}));
+    WriteFile(folder / "usual.jpg", Jpeg(photo, {}));
+    for (const char* id :
+         {"grid-votes", "block-artefacts", "double-jpeg-shifted", "jpeg-ghosts", "jpeg-quality-curve"}) {
+        const auto filter = MakeFilter(id);
+        const auto whyNot = [&](const char* name) {
+            return filter->WhyNot(*LoadForTest(folder / name), filter->GetInputPrototype());
+        };
+        EXPECT_NE(whyNot("less.jpg"), "") << id;
+        EXPECT_EQ(whyNot("usual.jpg"), "") << id;
+    }
+}
+
+TEST(OddPictures, EveryFilterTakesItsParametersAtBothEnds) {
+    const TemporaryFolder folder;
+    const cv::Mat photo = TakePhoto(OrdinaryCamera(6), SceneKind::Textured, {300, 264}, 6);
+    WriteFile(folder / "photo.jpg", SaveJpeg(photo, 88, PhotoSubsampling::Both));
+    WriteFile(folder / "pixel.png", Png(photo(cv::Rect(7, 7, 1, 1))));
+    for (const auto& filter : CreateAllFilters()) {
+        const VecParameter input = filter->GetInputPrototype();
+        const VecParameter post = filter->GetPostProcessingPrototype();
+        for (const char* name : {"photo.jpg", "pixel.png"}) {
+            SCOPED_TRACE(filter->GetId() + " on " + name);
+            for (const VecParameter& ends : AtTheEnds(input)) {
+                SCOPED_TRACE(JsonToText(ends.ToJson(), 0));
+                CheckAnswer(*filter, RunFilter(*filter, folder / name, {}, &ends, &post));
+            }
+            for (const VecParameter& ends : AtTheEnds(post)) {
+                SCOPED_TRACE(JsonToText(ends.ToJson(), 0));
+                CheckAnswer(*filter, RunFilter(*filter, folder / name, {}, &input, &ends));
+            }
+        }
+    }
+}
+
+TEST(OddPictures, EveryFilterAnswersForFilesThatHaveBrokenReaders) {
+    NEED_FIXTURES();
+    for (const char* kind : {"/decoders", "/jpegcodec", "/synth/jpegstruct", "/found"})
+        for (const std::string& path : formatsupport::FilesBelow(formatsupport::Fixtures() + kind)) {
+            const std::string ending = ToLower(PathExtension(path));
+            if (ending == "md" || ending == "pdf" || ending == "ppm") continue;
+            for (const auto& filter : CreateAllFilters()) {
+                SCOPED_TRACE(filter->GetId() + " on " + path);
+                CheckFile(*filter, path);
+            }
+        }
+}
