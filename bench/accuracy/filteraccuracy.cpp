@@ -3,7 +3,8 @@
 // ORVANE_FIXTURES names. One file of rates per filter, and one of all filters together.
 // Usage: filteraccuracy FOLDER [--untouched N] [--forged N] [--photographs] [--kind TEXT] [FILTER...]
 // Without options everything: 301 untouched, 200 forged of each kind, the photographs. --kind: only forged kinds whose name holds the
-// text. The rows of the files in FOLDER that this run does not measure stay, so that a run can be done in parts.
+// text (one of a megapixel among them is untouched). The rows of the files in FOLDER that this run does not measure stay, so that a run can
+// be done in parts.
 //
 // The thresholds come from other pictures (the publications, photographs of camera models, low seeds of the camera); the seeds here begin at
 // 50,000.
@@ -74,6 +75,9 @@ struct Kind {
     std::string name;
     std::function<Sample(std::uint64_t seed)> make;
     std::set<std::string> groups = {};
+    bool isForged = true;
+
+    std::string Label() const { return (isForged ? "forged: " : "untouched: ") + name; }
 };
 
 std::vector<Kind> UntouchedKinds() {
@@ -97,6 +101,23 @@ Kind CopyKind(const std::string& name, double degrees, double scale) {
                 return AsJpeg(forged.image, 90, forged.mask);
             },
             {"Copies"}};
+}
+
+// A megapixel, as Noise Against Brightness needs it: noise of 2 levels over everything but one part, or over everything.
+Kind QuietKind(const std::string& name, bool isForged, bool isLossless) {
+    return {name,
+            [=](std::uint64_t seed) {
+                constexpr SceneKind kinds[] = {SceneKind::Textured, SceneKind::SmoothSky,
+                                               SceneKind::Architecture, SceneKind::Lamps};
+                const cv::Mat photo =
+                    TakePhoto(OrdinaryCamera(seed), kinds[seed % std::size(kinds)], {1152, 896}, seed);
+                const cv::Mat noisy = AddNoise(photo, 2.0, seed);
+                const ForgedPhoto made = isForged ? Splice(noisy, {512, 320, 256, 256}, photo, {512, 320})
+                                                  : ForgedPhoto{noisy, {}};
+                return isLossless ? Lossless(made.image, made.mask) : AsJpeg(made.image, 95, made.mask);
+            },
+            {"Noise"},
+            isForged};
 }
 
 std::vector<Kind> ForgedKinds() {
@@ -150,9 +171,27 @@ std::vector<Kind> ForgedKinds() {
                  [](const cv::Mat& photo, auto) { return SpliceMedian(photo, kPart, 3); }),
             made("part blurred by 1 pixel",
                  [](const cv::Mat& photo, auto) { return SpliceBlurred(photo, kPart, 1.0); }),
-            made("all of it enlarged 1.5 times", [](const cv::Mat& photo, auto) {
-                return ForgedPhoto{ResizePhoto(photo, 1.5), {}};
-            })};
+            made("all of it enlarged 1.5 times",
+                 [](const cv::Mat& photo, auto) {
+                     return ForgedPhoto{ResizePhoto(photo, 1.5), {}};
+                 }),
+            made("all of it through a median of 3",
+                 [](const cv::Mat& photo, auto) {
+                     return ForgedPhoto{SpliceMedian(photo, {{}, photo.size()}, 3).image, {}};
+                 }),
+            made("all of it with a gamma of 0.7",
+                 [](const cv::Mat& photo, auto) {
+                     cv::Mat levels(1, 256, CV_8U);
+                     for (int i = 0; i < 256; ++i)
+                         levels.at<std::uint8_t>(i) =
+                             cv::saturate_cast<std::uint8_t>(255.0 * std::pow(i / 255.0, 0.7));
+                     ForgedPhoto changed;
+                     cv::LUT(photo, levels, changed.image);
+                     return changed;
+                 }),
+            QuietKind("quieter part, a megapixel, lossless", true, true),
+            QuietKind("quieter part, a megapixel, 95", true, false),
+            QuietKind("noisy, a megapixel, saved at 95", false, false)};
 }
 
 struct Rates {
@@ -407,7 +446,7 @@ void MeasureForged(const Judges& judges, const Plan& plan) {
         if (kind.name.find(plan.kind) != std::string::npos) {
             Table table;
             for (int i = 0; i < plan.forged; ++i)
-                judges.Count(table, "forged: " + kind.name, kind, seed + static_cast<std::uint64_t>(i));
+                judges.Count(table, kind.Label(), kind, seed + static_cast<std::uint64_t>(i));
             Write(plan.folder, table);
             std::printf("%s: done\n", kind.name.c_str());
             std::fflush(stdout);
