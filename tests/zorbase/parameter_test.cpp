@@ -296,8 +296,24 @@ TEST(ParameterList, ReadingTakesWhatFitsAndNamesTheRest) {
     copy.Reset();
     EXPECT_EQ(copy, defaults);
 
-    copy.FromJson(JsonFromText("[1]"), problems);
-    EXPECT_EQ(problems.size(), 1u);
+    for (const char* text : {"[1]", "[]", "7", "null", "\"q\""}) {
+        problems.clear();
+        copy.FromJson(JsonFromText(text), problems);
+        EXPECT_EQ(problems, Strings{"The parameters are not stored as an object."}) << text;
+    }
+    EXPECT_EQ(copy, defaults);
+}
+
+TEST(ParameterList, WholeNumbersReachBothEndsOfTheirType) {
+    constexpr int kLeast = std::numeric_limits<int>::min();
+    constexpr int kMost = std::numeric_limits<int>::max();
+    Parameter whole = Parameter::Int("n", "Number", 0, kLeast, kMost);
+    for (const int value : {kLeast, kMost}) {
+        EXPECT_TRUE(whole.ValueFromJson(Json(value))) << value;
+        EXPECT_EQ(whole.Get<int>(), value);
+    }
+    EXPECT_FALSE(whole.ValueFromJson(Json(std::int64_t{kLeast} - 1)));
+    EXPECT_FALSE(whole.ValueFromJson(Json(std::int64_t{kMost} + 1)));
 }
 
 }  // namespace

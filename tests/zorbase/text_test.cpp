@@ -259,4 +259,16 @@ TEST(Text, FileSizes) {
     for (const auto& [size, text] : cases) EXPECT_EQ(FormatFileSize(size), text);
 }
 
+TEST(Text, EveryByteOfLatin1IsACharacter) {
+    for (int code = 0; code < 256; ++code) {
+        const std::string text = Latin1ToUtf8(std::string(1, static_cast<char>(code)));
+        if (code < 0x80) {
+            EXPECT_EQ(text, std::string(1, static_cast<char>(code)));
+        } else {
+            EXPECT_EQ(text, (std::string{static_cast<char>(0xc0 + code / 64),
+                                         static_cast<char>(0x80 + code % 64)}));
+        }
+    }
+}
+
 }  // namespace

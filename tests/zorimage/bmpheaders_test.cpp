@@ -138,6 +138,14 @@ TEST(BmpHeaders, EverySizeOfHeaderIsReadAsFarAsItGoes) {
     EXPECT_EQ(Pixels(file, 1), "1.7.9 2.7.9 3.7.9 ");
 }
 
+TEST(BmpHeaders, AHeaderLongerThanTheFileIsRefused) {
+    const Bytes file = MakeBmp(Header(40, 1, 1, 24, 0), {1, 2, 3, 0});
+    ASSERT_EQ(file.size(), 58U);
+    EXPECT_EQ(Pixels(With(file, 14, {44})), "The BMP file ends before its first row of pixels.");
+    EXPECT_EQ(Pixels(With(file, 14, {48})), "The BMP file ends inside its headers.");
+    EXPECT_EQ(Pixels(With(file, 14, {124})), "The BMP file ends inside its headers.");
+}
+
 TEST(BmpHeaders, MasksStandInTheHeaderOrBehindIt) {
     const Bytes five = {0x21, 0x84, 0xff, 0xff};  // 1, 1 and 1 of 5 bits and the highest bit; all ones
     const struct {

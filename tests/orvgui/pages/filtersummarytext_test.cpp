@@ -151,6 +151,19 @@ TEST(FilterSummaryText, FindingsNameTheirFilterStrongestFirst) {
     EXPECT_FALSE(text.Contains("found anything that stands out"));
 }
 
+TEST(FilterSummaryText, EachKindOfFindingStandsOut) {
+    for (const SummaryState state : kAllStates) {
+        const wxString text = GlobalResultText(
+            {{"Evidence (a.jpg)", {Entry("Grid", state), Entry("Ghosts", SummaryState::NothingFound)}}});
+        const bool isFinding = state == SummaryState::WorthALook || state == SummaryState::StrongSign;
+        EXPECT_EQ(text.Contains("found anything that stands out"), !isFinding) << StateText(state);
+        EXPECT_FALSE(text.Contains("has been run on this file yet"));
+    }
+    for (const SummaryState state : {SummaryState::NotRun, SummaryState::Failed})
+        EXPECT_TRUE(GlobalResultText({{"Evidence (a.jpg)", {Entry("Grid", state)}}})
+                        .Contains("No filter with a verdict has been run on this file yet."));
+}
+
 TEST(FilterSummaryText, NothingFoundIsNoProofEither) {
     const wxString text =
         GlobalResultText({{"Evidence (a.jpg)", {Entry("Ghosts", SummaryState::NothingFound)}}});

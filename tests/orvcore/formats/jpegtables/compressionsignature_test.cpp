@@ -40,6 +40,20 @@ TEST(CompressionSignature, TellsWritersApartButNotPictures) {
     EXPECT_TRUE(ReadCompressionSignature(ToBytes("no picture")).key.empty());
 }
 
+TEST(CompressionSignature, ScansAreCountedAndNamedByEightDigits) {
+    const auto scans = [](const Bytes& bytes) {
+        for (const auto& [label, value] : ReadCompressionSignature(bytes).fields)
+            if (label == "Scans") return value;
+        return std::string("none");
+    };
+    EXPECT_EQ(scans(MakeJpeg({})), "1");
+    const std::string progressive = scans(MakeJpeg({.progressive = true}));
+    const std::size_t colon = progressive.find(':');
+    ASSERT_NE(colon, std::string::npos) << progressive;
+    EXPECT_EQ(progressive.substr(0, colon), "10");
+    EXPECT_EQ(progressive.size() - colon, 9U) << progressive;
+}
+
 TEST(CompressionSignature, ComparisonNamesTheFieldsThatDiffer) {
     const auto first = ReadCompressionSignature(MakeJpeg({.quality = 80}));
     const auto second = ReadCompressionSignature(MakeJpeg({.quality = 70, .restartRows = 1}));
