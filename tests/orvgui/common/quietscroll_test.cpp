@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 #include <wx/button.h>
 #include <wx/frame.h>
-#include <wx/panel.h>
+#include <wx/radiobox.h>
 #include <wx/scrolwin.h>
 
 #include "tests/orvgui/nativecomplaints.h"
@@ -37,27 +37,23 @@ TEST(QuietScroll, HiddenChildrenAreMovedWithoutAComplaintAndStayHidden) {
     Pump();
 }
 
-// Fields keep buttons that come and go, in panels that stand in what scrolls.
+// Controls that are put together of parts draw on the window that scrolls, and keep parts that are hidden.
 TEST(QuietScroll, WhatIsHiddenDeeperDownIsMovedWithoutAComplaintToo) {
     auto* frame = new wxFrame(nullptr, wxID_ANY, "scroll", wxPoint(0, 0), wxSize(400, 300));
     auto* page = new QuietScroll<wxScrolledWindow>(frame);
-    auto* panel = new wxPanel(page, wxID_ANY, wxPoint(0, 0), wxSize(200, 2000));
-    auto* section = new wxPanel(panel, wxID_ANY, wxPoint(0, 0), wxSize(200, 400));
-    auto* hidden = new wxButton(section, wxID_ANY, "hidden", wxPoint(10, 10));
-    hidden->Hide();
+    const wxString choices[] = {"one", "two", "three"};
+    auto* box = new wxRadioBox(page, wxID_ANY, "box", wxPoint(10, 10), wxDefaultSize, 3, choices, 1);
+    box->Show(1, false);
     page->SetScrollRate(10, 10);
     page->SetVirtualSize(300, 3000);
     frame->Show();
     ASSERT_TRUE(PumpUntil([&] { return page->GetClientSize().y > 100; }));
     const NativeComplaints complaints;
     ASSERT_TRUE(complaints.IsListening());
-    page->Scroll(0, 5);
+    page->Scroll(0, 2);
     PumpFor(30);
     EXPECT_EQ(complaints.GetText(), "");
-    EXPECT_FALSE(hidden->IsShown());
-    hidden->Show();
-    PumpFor(30);
-    EXPECT_TRUE(hidden->IsShownOnScreen());
+    EXPECT_FALSE(box->IsItemShown(1));
     frame->Destroy();
     Pump();
 }
