@@ -300,9 +300,11 @@ RuleAnswer FocalLength(const ConsistencyInput& input) {
 RuleAnswer OrientationInXmp(const ConsistencyInput& input) {
     const auto xmp = NumberOf(input, "Xmp.tiff.Orientation");
     if (!xmp || input.facts.orientation == 0) return NotStated();
-    return Unless(static_cast<int>(*xmp) != input.facts.orientation,
+    char stated[32];
+    std::snprintf(stated, sizeof stated, "%.12g", std::trunc(*xmp));
+    return Unless(std::trunc(*xmp) != input.facts.orientation,
                   "EXIF states orientation " + std::to_string(input.facts.orientation) +
-                      ", XMP orientation " + std::to_string(static_cast<int>(*xmp)) + ".",
+                      ", XMP orientation " + std::string(stated) + ".",
                   OffsetOf(input, "Xmp.tiff.Orientation"));
 }
 

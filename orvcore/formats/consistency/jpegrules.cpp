@@ -135,8 +135,11 @@ RuleAnswer XmpSize(const ConsistencyInput& input) {
         const auto x = NumberOf(input, first);
         const auto y = NumberOf(input, second);
         if (!x || !y) continue;
-        return Unless(static_cast<int>(*x) != input.width || static_cast<int>(*y) != input.height,
-                      "XMP states " + Size(*x, *y) + " pixels, the file holds a picture of " +
+        // Any number may stand there, also one that no int holds.
+        char stated[64];
+        std::snprintf(stated, sizeof stated, "%.12g x %.12g", std::trunc(*x), std::trunc(*y));
+        return Unless(std::trunc(*x) != input.width || std::trunc(*y) != input.height,
+                      "XMP states " + std::string(stated) + " pixels, the file holds a picture of " +
                           Size(input.width, input.height) + " pixels.",
                       OffsetOf(input, first));
     }

@@ -504,6 +504,18 @@ TEST(ConsistencyRules, EachIsBrokenWhereItIsBrokenAndHoldsWhereItHolds) {
     EXPECT_EQ(tested.size(), ConsistencyRules().size()) << "a rule comes twice";
 }
 
+// XMP states numbers as texts of any length.
+TEST(ConsistencyRules, NumbersThatNoIntHoldsAreComparedAndTold) {
+    const RuleAnswer size =
+        Ask("xmp-size", {.xmp = "exif:PixelXDimension='100123000000' exif:PixelYDimension='1e300'"});
+    EXPECT_EQ(size.state, RuleState::Broken);
+    EXPECT_THAT(size.found, HasSubstr("XMP states 100123000000 x 1e+300 pixels"));
+    const RuleAnswer turned =
+        Ask("orientation", {.main = {{0x0112, 3, {6}}}, .xmp = "tiff:Orientation='-9e99'"});
+    EXPECT_EQ(turned.state, RuleState::Broken);
+    EXPECT_THAT(turned.found, HasSubstr("XMP orientation -9e+99"));
+}
+
 TEST(ConsistencyRules, AnOrdinaryCameraFileBreaksNone) {
     Sample camera = Canon(kCanonNote);
     camera.main = {Text(0x0131, "Firmware 1.2"), Changed(kTaken)};
