@@ -121,6 +121,21 @@ std::array<double, kQualities> CurveOf(const FrequencyCounts& counts, const Anal
     return curve;
 }
 
+// Over how many classes of 32 the means of blocks spread.
+double SpreadOfMeans(const FrequencyCounts& counts) {
+    constexpr int kClass = 32 * FrequencyCounts::kPerUnit;
+    std::array<double, FrequencyCounts::kBins / kClass + 1> classes{};
+    for (int i = 0; i < FrequencyCounts::kBins; ++i)
+        classes[static_cast<std::size_t>(i / kClass)] += counts.Of(0)[i];
+    double sum = 0.0;
+    double squares = 0.0;
+    for (const double count : classes) {
+        sum += count;
+        squares += count * count;
+    }
+    return squares > 0.0 ? sum * sum / squares : 0.0;
+}
+
 // Sums of |sample - sample saved at each quality| over one block.
 void AddErrorLevels(const float* samples, const float* coefficients,
                     const std::vector<std::array<float, 64>>& steps, std::array<double, kQualities>& sums) {
@@ -199,6 +214,7 @@ QualityCurve ComputeQualityCurve(const cv::Mat& picture, cv::Point origin, const
     if (hasRegion) counts.Add(inside);
     curve.all = hasRegion ? CurveOf(counts, PartOf(progress, 0.85, 1.0), &curve.detail) : curve.outside;
     curve.blocks = counts.GetBlocks();
+    curve.spreadOfMeans = SpreadOfMeans(counts);
     return curve;
 }
 
@@ -257,7 +273,9 @@ AnalysisDecision JudgeQualityCurve(const QualityCurve& curve, std::optional<int>
     decision.measured = 0.0;
     decision.threshold = kLook;
     decision.text = "The curve has no dip but that of the file's own last save, if it is a JPEG.";
-    const std::vector<CurveDip> dips = FindDips(curve.detail);
+    constexpr double kLeastSpread = 6.0;
+    const std::vector<CurveDip> dips =
+        FindDips(curve.spreadOfMeans >= kLeastSpread ? curve.all : curve.detail);
     // What the last save left dips at its own quality, and at finer ones whose steps divide its own.
     const auto dip = std::find_if(dips.begin(), dips.end(), [&](const CurveDip& candidate) {
         return !lastQuality || candidate.quality < *lastQuality - 1;

@@ -44,9 +44,11 @@ struct QualityCurve {
     std::array<double, 100> all{};
     std::array<double, 100> inside{};
     std::array<double, 100> outside{};
-    // The whole picture without the blocks' means: paper, sky and clipped light have the same mean in many blocks, which is a multiple of
-    // some quality's step by chance.
+    // The whole picture without the blocks' means, and over how many classes those spread (1 to 33, inverse of the sum of squared shares; 11
+    // and more in photographs): where paper, an even sky or clipped light give most blocks one mean, it is a multiple of some quality's step
+    // by chance.
     std::array<double, 100> detail{};
+    double spreadOfMeans = 0.0;
     std::uint64_t blocks = 0;
     std::uint64_t blocksInside = 0;
 };
@@ -66,9 +68,10 @@ QualityCurve ComputeQualityCurve(const cv::Mat& picture, cv::Point origin = {}, 
 // Local minima of at least this depth, the deepest first. Neighbouring qualities with equal tables count as one.
 std::vector<CurveDip> FindDips(const std::array<double, 100>& curve, double leastDepth = 0.05);
 
-// Looks at the curve of the details; not applicable where saving changes next to nothing of them. A dip tells of an earlier save with these
-// steps or multiples of them: a fact about the file, not of a forgery, so worth a look at most. Where a coarser quality dips as well whose
-// steps are multiples of the deepest dip's, the text names that one.
+// Looks at the whole picture's curve, or at that of its details where the means spread over fewer than 6 classes; not applicable where
+// saving changes next to nothing of them. A dip tells of an earlier save with these steps or multiples of them: a fact about the file, not
+// of a forgery, so worth a look at most. Where a coarser quality dips as well whose steps are multiples of the deepest dip's, the text
+// names that one.
 // lastQuality: of the JPEG file itself, which has its own dip; 0: its tables are not the standard's, whose multiples dip anywhere (30
 // of 36 untouched photographs), so that nothing is said; nothing given: not a JPEG.
 AnalysisDecision JudgeQualityCurve(const QualityCurve& curve, std::optional<int> lastQuality);

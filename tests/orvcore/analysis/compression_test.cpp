@@ -258,6 +258,10 @@ TEST(QualityCurve, DipsWhereItWasSaved) {
         EXPECT_EQ(JudgeQualityCurve(ComputeQualityCurve(even), {}).finding, Finding::NotApplicable) << level;
         EXPECT_EQ(JudgeShiftedJpeg(ComputeShiftedJpeg(even)).finding, Finding::NotApplicable) << level;
     }
+    // A save that is there is found with the means, which hold most of it.
+    const QualityCurve once = ComputeQualityCurve(ThroughJpeg(Host(), 75));
+    EXPECT_GE(once.spreadOfMeans, 6.0);
+    EXPECT_EQ(JudgeQualityCurve(once, {}).finding, Finding::WorthALook);
     // Nor does a part of one level, as clipped light leaves it, tell of a save.
     for (const double level : {0.0, 148.0, 255.0}) {
         cv::Mat half = Host().clone();
