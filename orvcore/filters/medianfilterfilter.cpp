@@ -15,8 +15,8 @@ class MedianFilterTraceFilter : public OrvFilterImage {
             "equal more often than in any photograph. The map is the ratio of equal neighbours to neighbours one level apart, in blocks of "
             "64 x 64 pixels; only textured pixels count, smooth and saturated blocks are left out (grey). A part with a far higher "
             "ratio than the rest was filtered on its own. Any compression afterwards erases the trace: nothing found says nothing "
-            "about a JPEG file. Smoothing of another kind is not seen; early compact cameras come close to the threshold. After Kirchner "
-            "and Fridrich 2010; Cao, Zhao, Ni and Yu 2010.");
+            "about a JPEG file. A curve that joins levels repeats values too (see Contrast Changes). Smoothing of another kind is not seen; "
+            "early compact cameras come close to the threshold. After Kirchner and Fridrich 2010; Cao, Zhao, Ni and Yu 2010.");
         SetParameters({}, {}, {Parameter::Output(ParameterType::TableString, "numbers", "Numbers")});
     }
     int GetVersion() const override { return 2; }
