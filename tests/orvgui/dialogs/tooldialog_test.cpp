@@ -142,6 +142,29 @@ TEST_F(ToolDialogTest, AWrongFieldIsToldUntilItIsEdited) {
     EXPECT_EQ(last[1].Get<int>(), 12);
 }
 
+// The button takes what was typed and refuses what is wrong, like Enter in a field.
+TEST_F(ToolDialogTest, TheButtonTakesWhatWasTyped) {
+    const auto click = [](OrvToolDialog& dialog) {
+        wxWindow* ok = dialog.FindWindow(wxID_OK);
+        wxCommandEvent event(wxEVT_BUTTON, wxID_OK);
+        event.SetEventObject(ok);
+        ok->GetEventHandler()->ProcessEvent(event);
+    };
+    const auto script = [&click](OrvToolDialog& dialog) {
+        const auto fields = Children<wxTextCtrl>(&dialog);
+        fields[0]->SetValue("7");
+        fields[1]->SetValue("6");
+        click(dialog);
+        ASSERT_TRUE(dialog.IsModal()) << "the last page is before the first";
+        EXPECT_NE(dialog.GetProblem(), "");
+        fields[1]->SetValue("9");
+        click(dialog);
+    };
+    EXPECT_EQ(Run(CreatePdfSettingsDialog, script), wxID_OK);
+    EXPECT_EQ(last[0].Get<int>(), 7);
+    EXPECT_EQ(last[1].Get<int>(), 9);
+}
+
 TEST_F(ToolDialogTest, AReportIsReplacedOnlyWhenConfirmedTwice) {
     Load(folder.WritePicture("case/a.png"));
     const std::string report = folder / "documents/report/report.html";

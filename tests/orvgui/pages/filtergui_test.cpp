@@ -205,6 +205,12 @@ TEST_F(FilterGuiTest, AValueThatCannotBeTakenIsNotHandedOn) {
     level->SetValue("3");
     page->Apply();
     EXPECT_EQ(filter->GetParametersInput().Get<int>("level"), 3);
+    // What comes after the work is handed on as well.
+    for (wxTextCtrl* field : Children<wxTextCtrl>(page))
+        if (field->GetValue() == "2" && field->IsEditable()) field->SetValue("7");
+    page->Apply();
+    EXPECT_EQ(filter->GetParametersPostProcessing().Get<int>("gain"), 7);
+    EXPECT_EQ(filter->GetParametersInput().Get<int>("level"), 3);
     Settle();
 }
 

@@ -3,6 +3,7 @@
 #include <wx/html/htmlwin.h>
 
 #include "tests/orvgui/framefixture.h"
+#include "tests/orvgui/keys.h"
 
 namespace {
 
@@ -38,8 +39,11 @@ TEST_F(FrameTest, HelpShowsTheManualAtThePartOnAFilter) {
 
 TEST_F(FrameTest, F1OpensTheHelpOnWhatIsShown) {
     EXPECT_EQ(HelpOf(frame), nullptr);
-    frame->Raise();
-    Pump();
+    PumpUntilActive(frame);
+    for (const int modifier : {wxMOD_SHIFT, wxMOD_CONTROL}) {
+        PressKey(WXK_F1, modifier);
+        EXPECT_EQ(HelpOf(frame), nullptr) << "with another key it means something else";
+    }
     wxUIActionSimulator().Char(WXK_F1);
     ASSERT_TRUE(PumpUntil([this] { return HelpOf(frame) != nullptr && HelpOf(frame)->IsShown(); }));
 }
