@@ -60,6 +60,8 @@ void OrvFilterGuiViewer::UpdateControlsCustom() {
     if (m_toolPanel == nullptr) return;
     bool isAll = false;
     const wxString error = m_filter->GetErrorMessage();
+    // One column: a text over several would give each of the others a part of its width, and the panel a scroll bar.
+    m_columnSpan = 1;
     SetNotice(error.empty() ? GetSilence(isAll) : error);
     // Why there is nothing to see stands in a narrow panel here.
     for (wxWindow* child : m_descriptionParent->GetChildren())

@@ -14,6 +14,7 @@
 #include "orvgui/viewer/viewerpanel.h"
 #include "tests/orvgui/framefixture.h"
 #include "tests/orvgui/nativecomplaints.h"
+#include "zorbase/files.h"
 
 namespace {
 
@@ -157,4 +158,22 @@ TEST_F(SideSectionsTest, NumbersThatCannotBeAreTakenWithinReason) {
             EXPECT_LE(section->GetChosenHeight(), SideSection::kMost);
         }
     }
+}
+
+// Why there is nothing to see is read in lines: the panel needs no scroll bar below for it.
+TEST_F(SideSectionsTest, AReasonMakesThePanelNoWider) {
+    frame->SetSize(1024, 768);
+    evidence = PathJoin(PathJoin(GetAppDataPath(), "samples"), "coffee-edited.jpg");
+    Load(evidence);
+    OrvFilter* dimples = core->GetContext().FindFilter("jpeg-dimples");
+    ASSERT_NE(dimples, nullptr);
+    page = dynamic_cast<OrvFilterGuiViewer*>(dimples->GetAnalsyisFilterGui());
+    ASSERT_NE(page, nullptr);
+    frame->GetFiltersPanel()->ActivateGui(page);
+    Settle();
+    ASSERT_TRUE(PumpUntil([this] { return page->IsShownOnScreen() && Results() != nullptr; }));
+    PumpFor(200);
+    wxWindow* panel = Description()->GetGrandParent();
+    EXPECT_LE(Description()->GetSize().x, panel->GetClientSize().x);
+    EXPECT_LE(panel->GetVirtualSize().x, panel->GetClientSize().x);
 }
