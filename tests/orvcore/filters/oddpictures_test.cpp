@@ -302,16 +302,3 @@ TEST(OddPictures, EveryFilterTakesItsParametersAtBothEnds) {
         }
     }
 }
-
-TEST(OddPictures, EveryFilterAnswersForFilesThatHaveBrokenReaders) {
-    NEED_FIXTURES();
-    for (const char* kind : {"/decoders", "/jpegcodec", "/synth/jpegstruct", "/found"})
-        for (const std::string& path : formatsupport::FilesBelow(formatsupport::Fixtures() + kind)) {
-            const std::string ending = ToLower(PathExtension(path));
-            if (ending == "md" || ending == "pdf" || ending == "ppm") continue;
-            for (const auto& filter : CreateAllFilters()) {
-                SCOPED_TRACE(filter->GetId() + " on " + path);
-                CheckFile(*filter, path);
-            }
-        }
-}
