@@ -53,8 +53,8 @@ class ContrastFilter : public OrvFilterImage {
         result.plot.xLabel = "Level";
         result.plot.yLabel = "Pixels";
         result.Set("channels", table);
-        // Lower or narrower than a block of the map: the picture alone.
-        if (found.map.values.empty())
+        // Lower or narrower than a block of the map, or saturated in every block: the picture alone.
+        if (found.map.KnownPart() <= 0.0)
             result.outputImage = Image(GetEightBits(file, job));
         else
             result.AddMap(ToOrvMap(found.map, "Roughness Of The Histogram", "", {0.0, 10.0}));
