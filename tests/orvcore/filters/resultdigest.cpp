@@ -107,11 +107,14 @@ std::string DigestOf(const OrvFilterResult& result, const std::string& folder) {
     for (int slot = 0; slot < kFileSlots; ++slot) {
         if (!result.slot[slot]) continue;
         const OrvSlotResult& found = *result.slot[slot];
+        Json outputs = found.output.ToJson();
+        // Not every file system knows all of them.
+        for (const char* date : {"modified", "created", "accessed", "changed"}) outputs.erase(date);
         std::string words = found.verdictText;
         for (const std::string& finding : found.findings) words += '|' + finding;
         line += (line.empty() ? "" : " ") + std::string("slot") +
                 std::to_string(static_cast<int>(found.verdict)) + Sum(plain(words)) + " out" +
-                Sum(plain(JsonToText(found.output.ToJson(), 0)));
+                Sum(plain(JsonToText(outputs, 0)));
         if (found.inputImage.IsValid()) line += " in" + MatMoments(found.inputImage.GetMat());
         if (found.outputImage.IsValid()) line += " picture" + MatMoments(found.outputImage.GetMat());
         for (const OrvMap& map : result.GetMaps(slot)) line += MapDigest(map);
