@@ -3,8 +3,10 @@
 #include <libraw/libraw.h>
 
 #include <algorithm>
+#include <cstring>
 #include <exception>
 #include <memory>
+#include <vector>
 
 #include "zorbase/zorexception.h"
 #include "zorimage/latecodec.h"
@@ -107,7 +109,16 @@ void ReadInfo(ByteSpan bytes, ImageInfo& info) {
 DecodedImage Decode(ByteSpan bytes, const DecodeProgress& progress) {
     Stop stop;
     stop.progress = &progress;
-    const std::unique_ptr<LibRaw> raw = Open(bytes, stop);
+    const std::string cut = CutProblem(bytes);
+    // Of a file that ends within a block of Panasonic's, the library takes the rest of the block from memory that nothing has written: the
+    // same file gave other pixels each time.
+    std::vector<std::uint8_t> padded;
+    if (!cut.empty() && bytes.size() > 4 && std::memcmp(bytes.data(), "IIU", 4) == 0) {
+        constexpr std::size_t kBlock = 0x4000;
+        padded.assign(bytes.begin(), bytes.end());
+        padded.resize(bytes.size() + 2 * kBlock);
+    }
+    const std::unique_ptr<LibRaw> raw = Open(padded.empty() ? bytes : ByteSpan(padded), stop);
     const libraw_image_sizes_t& sizes = raw->imgdata.sizes;
     // What the sensor gave, four colours of every pixel, and the picture: 2 + 8 + 6 bytes.
     CheckPlausible(std::max(sizes.raw_width, sizes.width), std::max(sizes.raw_height, sizes.height),
@@ -137,7 +148,7 @@ DecodedImage Decode(ByteSpan bytes, const DecodeProgress& progress) {
     Check(raw->copy_mem_image(pixels.data, static_cast<int>(pixels.step[0]), 1), stop);
     DecodedImage result;
     CheckData(*raw, bytes.size(), result.warnings);
-    if (const std::string problem = CutProblem(bytes); !problem.empty()) result.warnings.push_back(problem);
+    if (!cut.empty()) result.warnings.push_back(cut);
     if (stop.isDamaged)
         result.warnings.emplace_back(
             "The sensor's data are damaged or end early; pixels there are invented.");
