@@ -198,6 +198,7 @@ TEST_F(Interface, OptionsNameWhoReportsAndWhere) {
     OrvCaseData data;
     data.examiner = "Somebody else";
     core->SetCaseData(data);
+    ASSERT_TRUE(sink.PumpUntilIdle());
     set("logo", folder / "missing.png");
     const std::string second = report();
     EXPECT_THAT(second, HasSubstr("Somebody else"));
