@@ -145,6 +145,12 @@ void OrvMainFrame::BindEvents() {
     Bind(wxEVT_TIMER, &OrvMainFrame::OnTimerProgressUpdate, this, m_progressUpdateTimer.GetId());
     Bind(wxEVT_CLOSE_WINDOW, &OrvMainFrame::OnCloseEvent, this);
     Bind(wxEVT_SIZE, &OrvMainFrame::OnFrameSize, this);
+    // The window manager may tell the size first and the state later, and then no more sizes.
+    Bind(wxEVT_MAXIMIZE, [this](wxMaximizeEvent& event) {
+        event.Skip();
+        if (m_startMaximised == StartMaximised::Wanted && IsMaximized())
+            m_startMaximised = StartMaximised::Seen;
+    });
 }
 
 void OrvMainFrame::OnPanelCommand(wxCommandEvent& event) {

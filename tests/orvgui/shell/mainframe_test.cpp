@@ -141,7 +141,7 @@ TEST_F(FrameTest, AMaximisedStartComesBackToTheLastNormalSize) {
     EXPECT_NE(std::string::npos, ReadFile(LayoutPath()).find("900"));
     for (int round = 0; round < 2; ++round) {  // the second has no size of its own to keep
         OpenFrame();
-        ASSERT_TRUE(PumpUntil([this] { return frame->IsMaximized() && frame->GetSize().x > 1000; }));
+        ASSERT_TRUE(PumpUntil([this] { return frame->IsMaximized() && frame->GetSize().x > 1024; }));
         Pump();
         if (round == 0) CloseFrame();
     }
