@@ -17,6 +17,7 @@
 #include "orvcore/analysis/keypoints.h"
 #include "orvcore/analysis/registration.h"
 #include "tests/orvcore/analysis/copyscenes.h"
+#include "tests/support/virtualcamera.h"
 #include "zorbase/files.h"
 #include "zorimage/imageio.h"
 
@@ -121,7 +122,7 @@ int main(int argc, char** argv) {
     if (argc < 2) {
         cv::Mat scene = CopyScene(4000, 3000, 1);
         PasteTurned(scene, {900, 800}, {2900, 2100}, 300, 12.0, 1.05);
-        Run("made scene", SaveAgain(scene, 90));
+        Run("made scene", ThroughJpeg(scene, 90));
     }
     for (int i = 1; i < argc; ++i) Run(argv[i], DecodeImage(ReadFileBytes(argv[i])).image.ToColor().GetMat());
 }

@@ -2,6 +2,9 @@
 
 #include <wx/weakref.h>
 
+#include "orvgui/pages/filterguiviewer.h"
+#include "orvgui/shell/filterspanel.h"
+
 FrameTest::~FrameTest() {
     if (frame) CloseFrame();
     SetSelectorAnswer({});
@@ -49,6 +52,19 @@ void FrameTest::Load(const std::string& path, OrvFileId slot) {
     Settle();
     EXPECT_TRUE(PumpUntil([&] { return !core->IsListing(slot); }));
     Pump();
+}
+
+OrvFilterGuiViewer* FrameTest::ShowImagePage(const std::string& filterId) {
+    OrvFilter* filter = core->GetContext().FindFilter(filterId);
+    auto* page =
+        filter != nullptr ? dynamic_cast<OrvFilterGuiViewer*>(filter->GetAnalsyisFilterGui()) : nullptr;
+    if (page == nullptr) {
+        ADD_FAILURE() << "no image page of " << filterId;
+        return nullptr;
+    }
+    frame->GetFiltersPanel()->ActivateGui(page);
+    Settle();
+    return page;
 }
 
 void FrameTest::Command(int id) {

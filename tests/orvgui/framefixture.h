@@ -10,6 +10,8 @@
 #include "tests/support/testcore.h"
 #include "zorbase/gui/shell.h"
 
+class OrvFilterGuiViewer;
+
 // The real main window over a real core with one probe filter, which is active. Folders, choosers and programs of the desktop are
 // the test's own.
 class FrameTest : public testing::Test {
@@ -21,7 +23,8 @@ class FrameTest : public testing::Test {
     void CloseFrame();  // as the user does; returns when the window is gone
     void Settle();      // until the core has nothing to do and its events are handled
     void Load(const std::string& path, OrvFileId slot = OrvEvidence);
-    void Command(int id);  // as if its menu item had been chosen
+    OrvFilterGuiViewer* ShowImagePage(const std::string& filterId);  // null, and a failure, without one
+    void Command(int id);                                            // as if its menu item had been chosen
     std::string Evidence() const;
     std::string LayoutPath() const { return folder / "documents/settings/layout.zol"; }
     wxAuiManager& Manager() const { return *wxAuiManager::GetManager(frame); }

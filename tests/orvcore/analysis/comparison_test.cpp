@@ -8,6 +8,7 @@
 
 #include "orvcore/analysis/registration.h"
 #include "tests/orvcore/analysis/copyscenes.h"
+#include "tests/support/virtualcamera.h"
 #include "zorbase/zorexception.h"
 
 namespace {
@@ -154,11 +155,11 @@ TEST(Registration, WhatWasDoneIsFound) {
         cv::Rect crop;
     } cases[] = {
         {"as it is", scene, 0, 1, true, false, {0, 0, 700, 520}},
-        {"saved at 60", SaveAgain(scene, 60), 0, 1, true, false, {0, 0, 700, 520}},
+        {"saved at 60", ThroughJpeg(scene, 60), 0, 1, true, false, {0, 0, 700, 520}},
         {"brighter", bright, 0, 1, true, false, {0, 0, 700, 520}},
         {"cropped", scene(crop), 0, 1, true, false, crop},
         {"cropped, grey", grey, 0, 1, true, false, crop},
-        {"cropped, saved", SaveAgain(scene(crop).clone(), 80), 0, 1, true, false, crop},
+        {"cropped, saved", ThroughJpeg(scene(crop).clone(), 80), 0, 1, true, false, crop},
         {"half as large", half, 0, 0.5, false, false, {0, 0, 700, 520}},
         {"turned by 12 degrees", Turned(scene, 12, 1.0, {500, 380}), 12, 1.0, false, false, {}},
         {"turned by -35 degrees, 1.3 times", Turned(scene, -35, 1.3, {500, 380}), -35, 1.3, false, false, {}},
@@ -208,7 +209,7 @@ TEST(Registration, AForgeryStandsOutAfterRegistration) {
     const cv::Mat scene = CopyScene(640, 480, 23);
     cv::Mat forged = scene.clone();
     CopyScene(80, 70, 55).copyTo(forged(cv::Rect(300, 200, 80, 70)));
-    const cv::Mat evidence = SaveAgain(forged(cv::Rect(40, 30, 560, 420)).clone(), 90);
+    const cv::Mat evidence = ThroughJpeg(forged(cv::Rect(40, 30, 560, 420)).clone(), 90);
     const Registration found = RegisterPictures(evidence, scene, RegistrationModel::Automatic);
     ASSERT_TRUE(found.isFound);
     cv::Mat covered;

@@ -11,6 +11,7 @@
 #include "orvcore/analysis/copymoveregions.h"
 #include "orvcore/analysis/copymovewindows.h"
 #include "tests/orvcore/analysis/copyscenes.h"
+#include "tests/support/virtualcamera.h"
 #include "zorbase/zorexception.h"
 
 namespace {
@@ -109,7 +110,7 @@ TEST(CopyMoveBlocks, ACopyIsFoundWhateverWasDoneToIt) {
     for (const auto& c : cases) {
         cv::Mat picture = CopyScene(520, 400, 3);
         picture(kSource).clone().copyTo(picture(kSource + c.shift));
-        if (c.quality > 0) picture = SaveAgain(picture, c.quality);
+        if (c.quality > 0) picture = ThroughJpeg(picture, c.quality);
         if (c.grey) cv::cvtColor(picture, picture, cv::COLOR_BGR2GRAY);
         if (c.deep) picture.convertTo(picture, CV_16U, 257.0);
         const CopyMoveResult result = FindCopiedBlocks(picture, {});
@@ -139,13 +140,13 @@ TEST(CopyMoveBlocks, UntouchedAndRegularScenesGiveNoSign) {
         const char* name;
         cv::Mat picture;
     } cases[] = {{"untouched", CopyScene(640, 480, 4)},
-                 {"untouched, saved", SaveAgain(CopyScene(640, 480, 5), 80)},
+                 {"untouched, saved", ThroughJpeg(CopyScene(640, 480, 5), 80)},
                  {"bricks", BrickWall(800, 600, 2.0)},
                  {"bricks without noise", BrickWall(800, 600, 0.0)},
-                 {"bricks, saved", SaveAgain(BrickWall(800, 600, 2.0), 75)},
+                 {"bricks, saved", ThroughJpeg(BrickWall(800, 600, 2.0), 75)},
                  {"a facade", Facade(800, 600)},
                  {"a page of text", TextPage(800, 600)},
-                 {"a page of text, saved", SaveAgain(TextPage(800, 600), 85)},
+                 {"a page of text, saved", ThroughJpeg(TextPage(800, 600), 85)},
                  {"stripes", Stripes(640, 480)},
                  {"noise", PureNoise(500, 400)},
                  {"a smooth sky", SmoothSky(640, 480)}};
@@ -222,7 +223,7 @@ TEST(CopyMoveDense, TurnedAndScaledCopiesAreFound) {
     for (const auto& c : cases) {
         cv::Mat picture = CopyScene(640, 480, 8);
         PasteTurned(picture, from, to, kRadius, c.degrees, c.scale);
-        if (c.quality > 0) picture = SaveAgain(picture, c.quality);
+        if (c.quality > 0) picture = ThroughJpeg(picture, c.quality);
         const CopyMoveResult result = FindCopiedBlocks(picture, {true});
         ASSERT_EQ(result.pairs.size(), 1U) << c.degrees << " degrees, " << c.scale;
         // Either twin may come first.

@@ -10,6 +10,7 @@
 #include "orvcore/analysis/copymoveregions.h"
 #include "orvcore/analysis/keypoints.h"
 #include "tests/orvcore/analysis/copyscenes.h"
+#include "tests/support/virtualcamera.h"
 #include "zorbase/zorexception.h"
 
 namespace {
@@ -144,7 +145,7 @@ TEST(CopyMoveKeypoints, CopiesAreFoundWithAngleAndScale) {
     for (const auto& c : cases) {
         cv::Mat picture = CopyScene(720, 560, 42);
         PasteTurned(picture, kFrom, kTo, kRadius, c.degrees, c.scale);
-        if (c.quality > 0) picture = SaveAgain(picture, c.quality);
+        if (c.quality > 0) picture = ThroughJpeg(picture, c.quality);
         const CopyMoveResult result = FindCopiedKeypoints(picture, {});
         ASSERT_TRUE(result.isApplicable);
         ASSERT_EQ(result.pairs.size(), 1U) << c.degrees << " degrees, " << c.scale;

@@ -1,12 +1,7 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <opencv2/imgproc.hpp>
-
-// The library's header needs the ones above.
-#include <jpeglib.h>
 
 // Scenes for the searches for copies and for registration: irregular ones as photographs are, and those that repeat by nature.
 
@@ -116,45 +111,4 @@ inline cv::Mat SmoothSky(int width, int height) {
         picture.row(y).setTo(cv::Scalar(220 - y / 8, 170 - y / 10, 120 - y / 16));
     AddNoise(picture, 1.0, 9);
     return picture;
-}
-
-// Saved as JPEG of that quality without chroma subsampling, and decoded.
-inline cv::Mat SaveAgain(const cv::Mat& picture, int quality) {
-    jpeg_error_mgr errors{};
-    jpeg_compress_struct encoder{};
-    encoder.err = jpeg_std_error(&errors);
-    jpeg_create_compress(&encoder);
-    unsigned char* data = nullptr;
-    unsigned long size = 0;
-    jpeg_mem_dest(&encoder, &data, &size);
-    encoder.image_width = static_cast<JDIMENSION>(picture.cols);
-    encoder.image_height = static_cast<JDIMENSION>(picture.rows);
-    encoder.input_components = 3;
-    encoder.in_color_space = JCS_EXT_BGR;
-    jpeg_set_defaults(&encoder);
-    jpeg_set_quality(&encoder, quality, TRUE);
-    encoder.comp_info[0].h_samp_factor = encoder.comp_info[0].v_samp_factor = 1;
-    jpeg_start_compress(&encoder, TRUE);
-    for (int y = 0; y < picture.rows; ++y) {
-        JSAMPROW row = const_cast<JSAMPROW>(picture.ptr(y));
-        jpeg_write_scanlines(&encoder, &row, 1);
-    }
-    jpeg_finish_compress(&encoder);
-    jpeg_destroy_compress(&encoder);
-    jpeg_decompress_struct decoder{};
-    decoder.err = jpeg_std_error(&errors);
-    jpeg_create_decompress(&decoder);
-    jpeg_mem_src(&decoder, data, size);
-    jpeg_read_header(&decoder, TRUE);
-    decoder.out_color_space = JCS_EXT_BGR;
-    jpeg_start_decompress(&decoder);
-    cv::Mat decoded(picture.size(), CV_8UC3);
-    for (int y = 0; y < decoded.rows; ++y) {
-        JSAMPROW row = decoded.ptr(y);
-        jpeg_read_scanlines(&decoder, &row, 1);
-    }
-    jpeg_finish_decompress(&decoder);
-    jpeg_destroy_decompress(&decoder);
-    std::free(data);
-    return decoded;
 }

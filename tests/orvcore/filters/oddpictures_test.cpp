@@ -5,14 +5,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
 #include <opencv2/imgproc.hpp>
 
-// The JPEG library's header needs stdio before it.
-#include <jpeglib.h>
-
 #include "tests/orvcore/formats/formatsupport.h"
+#include "tests/support/jpegencoder.h"
 #include "tests/support/runfilter.h"
 #include "tests/support/temporaryfolder.h"
 #include "tests/support/virtualcamera.h"
@@ -41,39 +37,20 @@ struct JpegKind {
 
 // Colour to colour, or, for inks, blue, green, red and alpha taken as they are.
 Bytes Jpeg(const cv::Mat& picture, const JpegKind& kind) {
-    jpeg_compress_struct encoder{};
-    jpeg_error_mgr errors{};
-    encoder.err = jpeg_std_error(&errors);
-    jpeg_create_compress(&encoder);
-    unsigned char* buffer = nullptr;
-    unsigned long size = 0;
-    jpeg_mem_dest(&encoder, &buffer, &size);
-    encoder.image_width = static_cast<JDIMENSION>(picture.cols);
-    encoder.image_height = static_cast<JDIMENSION>(picture.rows);
-    encoder.input_components = kind.components;
-    encoder.in_color_space = kind.components == 4 ? JCS_CMYK : JCS_EXT_BGR;
-    jpeg_set_defaults(&encoder);
-    jpeg_set_quality(&encoder, 85, FALSE);
-    encoder.comp_info[0].h_samp_factor = kind.horizontal;
-    encoder.comp_info[0].v_samp_factor = kind.vertical;
+    JpegEncoder encoder(picture.cols, picture.rows, kind.components,
+                        kind.components == 4 ? JCS_CMYK : JCS_EXT_BGR, 85, false);
+    jpeg_compress_struct& info = encoder.Info();
+    encoder.SetLuminanceSampling(kind.horizontal, kind.vertical);
     for (int i = 1; i < kind.components; ++i)
-        encoder.comp_info[i].h_samp_factor = encoder.comp_info[i].v_samp_factor = kind.ofColour;
-    if (kind.components == 4) encoder.write_Adobe_marker = kind.hasAdobe ? TRUE : FALSE;
-    encoder.arith_code = kind.isArithmetic ? TRUE : FALSE;
-    encoder.restart_in_rows = kind.restartRows;
-    if (kind.isProgressive) jpeg_simple_progression(&encoder);
-    jpeg_start_compress(&encoder, TRUE);
+        info.comp_info[i].h_samp_factor = info.comp_info[i].v_samp_factor = kind.ofColour;
+    if (kind.components == 4) info.write_Adobe_marker = kind.hasAdobe ? TRUE : FALSE;
+    info.arith_code = kind.isArithmetic ? TRUE : FALSE;
+    info.restart_in_rows = kind.restartRows;
+    if (kind.isProgressive) jpeg_simple_progression(&info);
     cv::Mat source = picture;
     if (kind.components == 4) cv::cvtColor(picture, source, cv::COLOR_BGR2BGRA);
-    while (encoder.next_scanline < encoder.image_height) {
-        JSAMPROW rows[] = {source.ptr(static_cast<int>(encoder.next_scanline))};
-        jpeg_write_scanlines(&encoder, rows, 1);
-    }
-    jpeg_finish_compress(&encoder);
-    Bytes result(buffer, buffer + size);
-    jpeg_destroy_compress(&encoder);
-    std::free(buffer);
-    return result;
+    encoder.Start();
+    return encoder.WriteRows([&source](int y) { return source.ptr<std::uint8_t>(y); });
 }
 
 Bytes Png(const cv::Mat& picture) {

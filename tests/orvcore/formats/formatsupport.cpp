@@ -10,46 +10,33 @@
 #include <filesystem>
 #include <random>
 
+#include "tests/support/jpegencoder.h"
+
 namespace formatsupport {
 
 Bytes MakeJpeg(const JpegRecipe& recipe) {
-    jpeg_compress_struct encoder{};
-    jpeg_error_mgr errors{};
-    encoder.err = jpeg_std_error(&errors);
-    jpeg_create_compress(&encoder);
-    unsigned char* buffer = nullptr;
-    unsigned long size = 0;
-    jpeg_mem_dest(&encoder, &buffer, &size);
-    encoder.image_width = static_cast<JDIMENSION>(recipe.width);
-    encoder.image_height = static_cast<JDIMENSION>(recipe.height);
-    encoder.input_components = recipe.components;
-    encoder.in_color_space = recipe.components == 1 ? JCS_GRAYSCALE : JCS_RGB;
-    jpeg_set_defaults(&encoder);
-    jpeg_set_quality(&encoder, recipe.quality, FALSE);
-    encoder.comp_info[0].h_samp_factor = recipe.components == 1 ? 1 : recipe.horizontal;
-    encoder.comp_info[0].v_samp_factor = recipe.components == 1 ? 1 : recipe.vertical;
-    encoder.optimize_coding = recipe.optimised ? TRUE : FALSE;
-    encoder.restart_in_rows = recipe.restartRows;
-    if (recipe.progressive) jpeg_simple_progression(&encoder);
-    jpeg_start_compress(&encoder, TRUE);
+    JpegEncoder encoder(recipe.width, recipe.height, recipe.components,
+                        recipe.components == 1 ? JCS_GRAYSCALE : JCS_RGB, recipe.quality, false);
+    jpeg_compress_struct& info = encoder.Info();
+    if (recipe.components == 1)
+        encoder.SetLuminanceSampling(1, 1);
+    else
+        encoder.SetLuminanceSampling(recipe.horizontal, recipe.vertical);
+    info.optimize_coding = recipe.optimised ? TRUE : FALSE;
+    info.restart_in_rows = recipe.restartRows;
+    if (recipe.progressive) jpeg_simple_progression(&info);
+    encoder.Start();
     for (const auto& [number, payload] : recipe.segments)
-        jpeg_write_marker(&encoder, JPEG_APP0 + number, payload.data(),
-                          static_cast<unsigned>(payload.size()));
+        jpeg_write_marker(&info, JPEG_APP0 + number, payload.data(), static_cast<unsigned>(payload.size()));
     if (!recipe.comment.empty())
-        jpeg_write_marker(&encoder, JPEG_COM, reinterpret_cast<const JOCTET*>(recipe.comment.data()),
+        jpeg_write_marker(&info, JPEG_COM, reinterpret_cast<const JOCTET*>(recipe.comment.data()),
                           static_cast<unsigned>(recipe.comment.size()));
     std::mt19937 random(recipe.seed);
     Bytes row(static_cast<std::size_t>(recipe.width * recipe.components));
-    while (encoder.next_scanline < encoder.image_height) {
+    return encoder.WriteRows([&](int) {
         for (std::uint8_t& sample : row) sample = static_cast<std::uint8_t>(random() & 255);
-        JSAMPROW rows[] = {row.data()};
-        jpeg_write_scanlines(&encoder, rows, 1);
-    }
-    jpeg_finish_compress(&encoder);
-    Bytes result(buffer, buffer + size);
-    jpeg_destroy_compress(&encoder);
-    free(buffer);
-    return result;
+        return row.data();
+    });
 }
 
 Bytes ToBytes(const std::string& text) {
@@ -134,7 +121,10 @@ Bytes Directory(const std::vector<Tag>& tags, std::size_t offset, std::uint32_t 
         const bool isBytes = tag.type == 1 || tag.type == 7;
         if (isBytes) value = ToBytes(tag.text);
         for (const std::uint32_t number : tag.values) AppendLittle(value, number, tag.type == 3 ? 2 : 4);
-        const int unit = tag.type == 2 || isBytes ? 1 : tag.type == 3 ? 2 : tag.type == 5 || tag.type == 10 ? 8 : 4;
+        const int unit = tag.type == 2 || isBytes          ? 1
+                         : tag.type == 3                   ? 2
+                         : tag.type == 5 || tag.type == 10 ? 8
+                                                           : 4;
         AppendLittle(entries, static_cast<std::uint64_t>(tag.number), 2);
         AppendLittle(entries, static_cast<std::uint64_t>(tag.type), 2);
         AppendLittle(entries, value.size() / static_cast<std::size_t>(unit), 4);

@@ -9,16 +9,34 @@
 #include "tests/orvgui/nativecomplaints.h"
 #include "tests/support/guitest.h"
 
-TEST(QuietScroll, HiddenChildrenAreMovedWithoutAComplaintAndStayHidden) {
-    auto* frame = new wxFrame(nullptr, wxID_ANY, "scroll", wxPoint(0, 0), wxSize(400, 300));
-    auto* page = new QuietScroll<wxScrolledWindow>(frame);
+namespace {
+
+class QuietScrollTest : public testing::Test {
+  protected:
+    QuietScrollTest() {
+        page->SetScrollRate(10, 10);
+        page->SetVirtualSize(300, 3000);
+    }
+    ~QuietScrollTest() override {
+        frame->Destroy();
+        Pump();
+    }
+    void Show() {
+        frame->Show();
+        ASSERT_TRUE(PumpUntil([&] { return page->GetClientSize().y > 100; }));
+    }
+
+    wxFrame* frame = new wxFrame(nullptr, wxID_ANY, "scroll", wxPoint(0, 0), wxSize(400, 300));
+    QuietScroll<wxScrolledWindow>* page = new QuietScroll<wxScrolledWindow>(frame);
+};
+
+}  // namespace
+
+TEST_F(QuietScrollTest, HiddenChildrenAreMovedWithoutAComplaintAndStayHidden) {
     auto* hidden = new wxButton(page, wxID_ANY, "hidden", wxPoint(10, 10));
     auto* shown = new wxButton(page, wxID_ANY, "shown", wxPoint(10, 60));
     hidden->Hide();
-    page->SetScrollRate(10, 10);
-    page->SetVirtualSize(300, 3000);
-    frame->Show();
-    ASSERT_TRUE(PumpUntil([&] { return page->GetClientSize().y > 100; }));
+    Show();
     const NativeComplaints complaints;
     ASSERT_TRUE(complaints.IsListening());
     page->Scroll(0, 20);
@@ -33,27 +51,18 @@ TEST(QuietScroll, HiddenChildrenAreMovedWithoutAComplaintAndStayHidden) {
     hidden->Show();
     PumpFor(30);
     EXPECT_TRUE(hidden->IsShownOnScreen());
-    frame->Destroy();
-    Pump();
 }
 
 // Controls that are put together of parts draw on the window that scrolls, and keep parts that are hidden.
-TEST(QuietScroll, WhatIsHiddenDeeperDownIsMovedWithoutAComplaintToo) {
-    auto* frame = new wxFrame(nullptr, wxID_ANY, "scroll", wxPoint(0, 0), wxSize(400, 300));
-    auto* page = new QuietScroll<wxScrolledWindow>(frame);
+TEST_F(QuietScrollTest, WhatIsHiddenDeeperDownIsMovedWithoutAComplaintToo) {
     const wxString choices[] = {"one", "two", "three"};
     auto* box = new wxRadioBox(page, wxID_ANY, "box", wxPoint(10, 10), wxDefaultSize, 3, choices, 1);
     box->Show(1, false);
-    page->SetScrollRate(10, 10);
-    page->SetVirtualSize(300, 3000);
-    frame->Show();
-    ASSERT_TRUE(PumpUntil([&] { return page->GetClientSize().y > 100; }));
+    Show();
     const NativeComplaints complaints;
     ASSERT_TRUE(complaints.IsListening());
     page->Scroll(0, 2);
     PumpFor(30);
     EXPECT_EQ(complaints.GetText(), "");
     EXPECT_FALSE(box->IsItemShown(1));
-    frame->Destroy();
-    Pump();
 }

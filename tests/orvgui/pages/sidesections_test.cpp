@@ -28,12 +28,8 @@ class SideSectionsTest : public FrameTest {
     void Open() {
         frame->SetSize(1280, 800);
         Load(evidence);
-        auto* filter = core->GetContext().FindFilter("error-level");
-        ASSERT_NE(filter, nullptr);
-        page = dynamic_cast<OrvFilterGuiViewer*>(filter->GetAnalsyisFilterGui());
+        page = ShowImagePage("error-level");
         ASSERT_NE(page, nullptr);
-        frame->GetFiltersPanel()->ActivateGui(page);
-        Settle();
         ASSERT_TRUE(PumpUntil([this] { return page->IsShownOnScreen() && Results() != nullptr; }));
         PumpFor(200);
     }

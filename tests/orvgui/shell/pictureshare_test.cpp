@@ -20,12 +20,8 @@ class PictureShareTest : public FrameTest {
     void SetUp() override {
         Load(folder.WritePicture("evidence.png", 90, 600));
         Load(folder.WritePicture("reference.png", 120, 600), OrvReference);
-        auto* filter = core->GetContext().FindFilter("error-level");
-        ASSERT_NE(filter, nullptr);
-        page = dynamic_cast<OrvFilterGuiViewer*>(filter->GetAnalsyisFilterGui());
+        page = ShowImagePage("error-level");
         ASSERT_NE(page, nullptr);
-        frame->GetFiltersPanel()->ActivateGui(page);
-        Settle();
         ASSERT_TRUE(PumpUntil([this] { return page->GetCanvases().size() == 2 && page->IsShownOnScreen(); }));
     }
 
