@@ -1,5 +1,6 @@
 // Runs the window tests from inside the toolkit's main event loop, where windows live in the program, too.
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <wx/app.h>
 #include <wx/evtloop.h>
@@ -8,9 +9,11 @@
 #include <wx/utils.h>
 
 #include <chrono>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
+#include <stdexcept>
 
 #include "tests/support/guitest.h"
 #include "tests/support/temporaryfolder.h"
@@ -107,6 +110,62 @@ bool PumpUntil(const std::function<bool()>& condition, int timeoutMs) {
 
 void PumpFor(int milliseconds) {
     PumpUntil([] { return false; }, milliseconds);
+}
+
+namespace {
+
+// The clock by which the toolkit lays a window out and paints it. Its declarations come with no package that the toolkit's headers
+// need.
+class FrameClock {
+  public:
+    explicit FrameClock(wxWindow* window) {
+        static const auto clockOf = Function<void* (*)(void*)>("gtk_widget_get_frame_clock");
+        if (window->GetHandle() != nullptr) m_clock = clockOf(window->GetHandle());
+        if (m_clock != nullptr) m_last = GetCounter() + kFrames;
+    }
+    bool IsDone() const {
+        static const auto request = Function<void (*)(void*, int)>("gdk_frame_clock_request_phase");
+        if (m_clock == nullptr || GetCounter() >= m_last) return true;
+        request(m_clock, kLayOutAndPaint);
+        return false;
+    }
+    template <typename Pointer>
+    static Pointer Function(const char* name) {
+        const auto function = reinterpret_cast<Pointer>(dlsym(RTLD_DEFAULT, name));
+        if (function == nullptr) throw std::runtime_error(std::string("the toolkit has no ") + name);
+        return function;
+    }
+
+  private:
+    static constexpr std::int64_t kFrames = 2;  // what the first one lays out may ask for another
+    static constexpr int kLayOutAndPaint = 8 | 16 | 64;
+
+    std::int64_t GetCounter() const {
+        static const auto counter = Function<std::int64_t (*)(void*)>("gdk_frame_clock_get_frame_counter");
+        return counter(m_clock);
+    }
+
+    void* m_clock = nullptr;
+    std::int64_t m_last = 0;
+};
+
+}  // namespace
+
+void PumpFrames() {
+    static const auto display = FrameClock::Function<void* (*)()>("gdk_display_get_default");
+    static const auto answer = FrameClock::Function<void (*)(void*)>("gdk_display_sync");
+    for (int round = 0; round < 2; ++round) {
+        answer(display());
+        Pump();
+        for (const wxWindow* window :
+             std::vector<wxWindow*>(wxTopLevelWindows.begin(), wxTopLevelWindows.end())) {
+            if (!window->IsShown()) continue;
+            const FrameClock clock(const_cast<wxWindow*>(window));
+            PumpUntil([&] { return wxTopLevelWindows.Find(window) == nullptr || clock.IsDone(); }, 2000);
+        }
+    }
+    answer(display());
+    Pump();
 }
 
 DialogAnswers::DialogAnswers(std::initializer_list<int> codes) {

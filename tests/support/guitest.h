@@ -15,6 +15,8 @@
 // Delivers what waits: events, timers, idle work.
 void Pump();
 void PumpFor(int milliseconds);
+// Until the display has answered and every shown window has been laid out and painted since.
+void PumpFrames();
 // Until the condition holds; false after the time-out.
 bool PumpUntil(const std::function<bool()>& condition, int timeoutMs = 10000);
 

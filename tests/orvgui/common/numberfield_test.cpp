@@ -18,7 +18,7 @@ class NumberFieldTest : public testing::Test {
         m_other = new wxButton(panel, wxID_ANY, "other", wxPoint(0, 60));
         m_field->SetRange(0, 200);
         m_frame->Show();
-        PumpFor(50);
+        PumpFrames();
     }
     ~NumberFieldTest() override {
         m_frame->Destroy();
@@ -72,7 +72,7 @@ TEST_F(NumberFieldTest, KeysAndWheelStepWithinTheRange) {
 TEST_F(NumberFieldTest, WhatIsTypedIsTakenWhenItIsInTheRange) {
     m_field->SetNumber(7);
     m_field->SetFocus();
-    PumpFor(50);
+    PumpFrames();
     m_field->SetValue("120");
     m_field->SetNumber(8);
     EXPECT_EQ(m_field->GetValue(), "120") << "the text of somebody who types stays";
@@ -88,7 +88,7 @@ TEST_F(NumberFieldTest, WhatIsTypedIsTakenWhenItIsInTheRange) {
         EXPECT_EQ(m_field->GetValue(), wrong) << "can be corrected";
     }
     m_other->SetFocus();
-    PumpFor(50);
+    PumpFrames();
     EXPECT_EQ(m_field->GetValue(), "120") << "given up";
     EXPECT_EQ(m_told.size(), 1U);
     // A smaller picture.

@@ -40,16 +40,16 @@ TEST_F(QuietScrollTest, HiddenChildrenAreMovedWithoutAComplaintAndStayHidden) {
     const NativeComplaints complaints;
     ASSERT_TRUE(complaints.IsListening());
     page->Scroll(0, 20);
-    PumpFor(30);
+    PumpFrames();
     page->Scroll(0, 2);
-    PumpFor(30);
+    PumpFrames();
     EXPECT_EQ(complaints.GetText(), "");
     EXPECT_FALSE(hidden->IsShown());
     EXPECT_EQ(hidden->GetPosition(), wxPoint(10, 10 - 20));
     EXPECT_EQ(shown->GetPosition(), wxPoint(10, 60 - 20));
     // It can still be shown, where it belongs.
     hidden->Show();
-    PumpFor(30);
+    PumpFrames();
     EXPECT_TRUE(hidden->IsShownOnScreen());
 }
 
@@ -62,7 +62,7 @@ TEST_F(QuietScrollTest, WhatIsHiddenDeeperDownIsMovedWithoutAComplaintToo) {
     const NativeComplaints complaints;
     ASSERT_TRUE(complaints.IsListening());
     page->Scroll(0, 2);
-    PumpFor(30);
+    PumpFrames();
     EXPECT_EQ(complaints.GetText(), "");
     EXPECT_FALSE(box->IsItemShown(1));
 }

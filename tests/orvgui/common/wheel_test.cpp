@@ -28,10 +28,10 @@ void TurnWheelAt(const wxPoint& screenPoint) {
     ASSERT_TRUE(getDisplay != nullptr && fakeButton != nullptr);
     constexpr unsigned int kTowardsUser = 5;
     wxUIActionSimulator().MouseMove(screenPoint);
-    PumpFor(50);
+    PumpFrames();
     fakeButton(getDisplay(), kTowardsUser, 1, 0);
     fakeButton(getDisplay(), kTowardsUser, 0, 0);
-    PumpFor(100);
+    PumpFrames();
 }
 
 }  // namespace
@@ -60,7 +60,7 @@ TEST(PassWheelOn, AFieldThatCannotScrollScrollsThePage) {
                                      wxTE_MULTILINE | c.style);
         for (int line = 0; line < c.lines; ++line) field->AppendText(line > 0 ? "\nline" : "line");
         PassWheelOn(field);
-        PumpFor(50);
+        PumpFrames();
         page->Scroll(0, 20);
         wxMouseEvent event(wxEVT_MOUSEWHEEL);
         event.SetEventObject(field);
@@ -114,7 +114,7 @@ TEST(LeaveWheelToPage, NoValueChangesOnTheWayPast) {
     };
     for (const auto& c : cases) {
         page->Scroll(0, 0);
-        PumpFor(50);
+        PumpFrames();
         const wxSize size = c.control->GetSize();
         TurnWheelAt(c.control->ClientToScreen(wxPoint(static_cast<int>(size.x * c.at), size.y / 2)));
         EXPECT_EQ(c.value(), 4) << c.what;
@@ -123,12 +123,12 @@ TEST(LeaveWheelToPage, NoValueChangesOnTheWayPast) {
     // Where the keyboard is, a turn is meant; but a choice keeps the keyboard after an entry was chosen.
     page->Scroll(0, 0);
     slider->SetFocus();
-    PumpFor(50);
+    PumpFrames();
     const wxPoint middle(slider->GetSize().x / 2, slider->GetSize().y / 2);
     TurnWheelAt(slider->ClientToScreen(middle));
     EXPECT_NE(slider->GetValue(), 4);
     combo->SetFocus();
-    PumpFor(50);
+    PumpFrames();
     TurnWheelAt(combo->ClientToScreen(wxPoint(combo->GetSize().x - 10, combo->GetSize().y / 2)));
     EXPECT_EQ(combo->GetSelection(), 4);
     frame->Destroy();

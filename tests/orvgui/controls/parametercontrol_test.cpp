@@ -95,7 +95,7 @@ TEST_F(ControlTest, TheButtonOfALongTextComesToRest) {
     value.SetValue(std::string("A text of some forty letters, or thereabouts"));
     control->SetControlValue(value);
     panel->PostSizeEvent();
-    PumpFor(200);
+    PumpFrames();
     EXPECT_LT(sizes, 20);
 }
 
@@ -694,7 +694,7 @@ TEST_F(ControlTest, ATableLeavesRoomForItsBar) {
             TableString{{"Part", "Content"}, {"SOI", std::string(static_cast<std::size_t>(letters), 'n')}});
         control->SetControlValue(table);
         list->SetSize(wxSize(220, list->GetMinSize().y));
-        PumpFor(50);
+        PumpFrames();
         EXPECT_GE(list->GetGridWindow()->GetClientSize().y, list->GetRowSize(0)) << letters;
     }
 }

@@ -19,7 +19,7 @@ class OptionsTest : public FrameTest {
         OrvOptionsGui dialog(frame, core->GetProgramOptions());
         DialogAnswers answers([&](wxDialog* shown) {
             shown->CallAfter([&] {
-                PumpFor(100);
+                PumpFrames();
                 script(dialog);
                 if (dialog.IsModal()) dialog.EndModal(wxID_ABORT);
             });

@@ -42,7 +42,7 @@ class ComparingTest : public FrameTest {
     void Choose(int mode) {
         page->GetOrvToolPanel()->GetZoomPanel()->SetWindowSplitVal(mode);
         page->WindowSplit();
-        PumpFor(30);
+        PumpFrames();
     }
 
     OrvFilterGuiViewerDouble* page = nullptr;
@@ -131,7 +131,7 @@ TEST_F(ComparingTest, TheSelectionFillsTheView) {
         selector->SetSelector({region.x, region.y}, {region.x + region.width, region.y + region.height}, true,
                               First());
         page->ZoomToSelection();
-        PumpFor(50);
+        PumpFrames();
         EXPECT_DOUBLE_EQ(shared.zoom,
                          std::min(FitZoom(First()->GetZoomArea(), {region.width, region.height}), 128.0));
         for (Canvas* canvas : {First(), Second()}) {
@@ -166,7 +166,7 @@ TEST_F(ComparingTest, TheSidePanelScrollsQuietly) {
     ASSERT_TRUE(complaints.IsListening());
     for (const int place : {3, 9, 30, 2}) {
         scrolled->Scroll(0, place);
-        PumpFor(30);
+        PumpFrames();
         EXPECT_EQ(scrolled->GetViewStart().y, place);
     }
     EXPECT_EQ(complaints.GetText(), "");

@@ -263,7 +263,7 @@ TEST_F(FilterGuiTest, APageHigherThanItsWindowScrolls) {
     auto* page = MakePage<OrvFilterGuiText>(every);
     ShowFrame();
     frame->SetClientSize(frame->GetClientSize().x, 400);
-    PumpFor(50);
+    PumpFrames();
     page->UpdateGui();
     Pump();
     EXPECT_GT(page->GetVirtualSize().GetHeight(), page->GetClientSize().GetHeight());

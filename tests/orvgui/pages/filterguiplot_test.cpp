@@ -127,7 +127,7 @@ TEST_F(PlotPageTest, TablesAreAsWideAsTheirColumns) {
     for (const int width : {100, 190, 260}) {
         list->SetColumnWidths({width, width});
         tables->UpdateGui();
-        PumpFor(60);
+        PumpFrames();
         const int most = tables->GetClientSize().x * 45 / 100;
         EXPECT_GE(list->GetClientSize().x, std::min(2 * width, most - 60)) << width;
         EXPECT_LE(tables->GetTablePanel()->GetSize().x, std::max(most, 320)) << width;

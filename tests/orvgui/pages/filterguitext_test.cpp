@@ -37,7 +37,7 @@ class TextPageTest : public FrameTest {
         if (page == nullptr) return nullptr;
         frame->GetFiltersPanel()->ActivateGui(page);
         Settle();
-        PumpFor(150);
+        PumpFrames();
         return page;
     }
     template <typename Window>
@@ -85,7 +85,7 @@ TEST_F(TextPageTest, FindingsStandFirstAndSentencesAreWhole) {
             input.Find("show")->SetValue(2);  // every rule, whether it could compare or not
             core->Configure(page->GetFilter(), -1, input, {}, false);
             Settle();
-            PumpFor(150);
+            PumpFrames();
         }
         auto* grid = Lowest<wxGrid>(page);
         ASSERT_NE(grid, nullptr) << id;

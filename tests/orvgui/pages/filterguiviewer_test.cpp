@@ -80,17 +80,17 @@ class ViewerPageTest : public testing::Test {
         m_core.WaitIdle();
     }
     void Build() {
-        PumpFor(50);
+        PumpFrames();
         m_page->SetSize(m_frame->GetClientSize());
         m_page->Init();
         m_page->Layout();
         m_page->SendSizeEvent();
-        PumpFor(100);
+        PumpFrames();
     }
     void Choose(int mode) {
         m_page->GetOrvToolPanel()->GetZoomPanel()->SetWindowSplitVal(mode);
         m_page->WindowSplit();
-        PumpFor(30);
+        PumpFrames();
     }
     Canvas* First() { return static_cast<SplitterViewerPanel*>(m_page->GetViewerPanel())->GetCanvas1(); }
     Canvas* Second() { return static_cast<SplitterViewerPanel*>(m_page->GetViewerPanel())->GetCanvas2(); }
@@ -228,13 +228,13 @@ TEST_F(ViewerPageTest, OneFileOrTwoOfDifferentSize) {
     m_page->Zoom100();
     First()->ScrollTo(100, 60);
     m_page->ZoomPlus();
-    PumpFor(30);
+    PumpFrames();
     EXPECT_EQ(m_shared.imageSize, (IntPair{640, 480}));
     EXPECT_LE(Second()->GetViewStart().x, First()->GetViewStart().x);
     // The files go away.
     Load("", "");
     m_page->UpdateGui();
-    PumpFor(30);
+    PumpFrames();
     EXPECT_FALSE(First()->HasImage());
     EXPECT_FALSE(Second()->HasImage());
 }
@@ -245,17 +245,17 @@ TEST_F(ViewerPageTest, ANewResultOfTheSameSizeKeepsTheView) {
     m_page->Zoom100();
     Second()->ScrollTo(300, 200);
     SendKey(Second(), wxEVT_KEY_DOWN, WXK_RIGHT);
-    PumpFor(30);
+    PumpFrames();
     const wxPoint start = Second()->GetViewStart();
     EXPECT_GT(start.x, 300);
     Load(WritePattern("b.png", 2000, 1500, 90), "");
     m_page->UpdateGui();
-    PumpFor(50);
+    PumpFrames();
     EXPECT_DOUBLE_EQ(m_shared.zoom, 1.0);
     EXPECT_EQ(Second()->GetViewStart(), start);
     Load(WritePattern("c.png", 2001, 1500, 90), "");
     m_page->UpdateGui();
-    PumpFor(50);
+    PumpFrames();
     EXPECT_LT(m_shared.zoom, 1.0);  // fitted afresh
 }
 
@@ -335,7 +335,7 @@ TEST_F(ViewerPageTest, HalvesStayInStepThroughAnything) {
         if (HasFatalFailure()) return;
     }
     EXPECT_GT(moved, 200);  // the sequence has to move what it tests
-    PumpFor(100);
+    PumpFrames();
     ExpectInStep("everything");
 }
 
@@ -453,7 +453,7 @@ TEST_F(ViewerPageTest, AChangeOfModeOrAKnownResultKeepsThePlace) {
         Canvas* canvas = m_page->GetCanvasFromActiveWin();
         canvas->ScrollTo(400 + 13 * i, 300 + 7 * i);
         SendKey(canvas, wxEVT_KEY_DOWN, WXK_RIGHT);
-        PumpFor(20);
+        PumpFrames();
         const wxPoint before = canvas->GetViewStart();
         Choose(mode);
         EXPECT_TRUE(
@@ -461,7 +461,7 @@ TEST_F(ViewerPageTest, AChangeOfModeOrAKnownResultKeepsThePlace) {
             << "mode " << mode << ": " << m_page->GetCanvasFromActiveWin()->GetViewStart().x << " for "
             << before.x;
         m_page->UpdateGui();
-        PumpFor(20);
+        PumpFrames();
         EXPECT_EQ(m_page->GetCanvasFromActiveWin()->GetViewStart(), before) << "the same result again";
     }
 }
@@ -489,7 +489,7 @@ TEST_F(ViewerPageTest, AFittedPictureStaysFitted) {
     Choose(1);
     m_page->SetSize(1100, 700);
     m_page->SendSizeEvent();
-    PumpFor(50);
+    PumpFrames();
     EXPECT_DOUBLE_EQ(m_shared.zoom, chosen) << "the user has zoomed since";
     m_page->WindowFit();
     EXPECT_TRUE(zoom->IsFitShown());
@@ -545,7 +545,7 @@ TEST_F(ViewerPageTest, TheReadOutTellsOfWhatIsSeen) {
     Load(WritePattern("e.png", 640, 480, 10), WritePattern("r.png", 640, 480, 60));
     Build();
     m_page->Zoom100();
-    PumpFor(100);
+    PumpFrames();
     InspectorPanel* inspector = m_page->GetOrvToolPanel()->GetInspectorPanel();
     Enter(First());
     SendMouse(First(), wxEVT_MOTION, 100, 300);
@@ -589,7 +589,7 @@ TEST_F(ViewerPageTest, AnEmptyHalfLeavesTheControlsToTheOther) {
     EXPECT_GT(First()->GetViewStart().x, 200) << "the arrow key moves what is seen";
     const wxPoint start = First()->GetViewStart();
     m_page->UpdateGui();
-    PumpFor(30);
+    PumpFrames();
     EXPECT_EQ(First()->GetViewStart(), start);
     EXPECT_EQ(m_shared.scrollPosition, (IntPair{start.x, start.y}));
     wxMouseEvent press(wxEVT_LEFT_DOWN);
@@ -652,7 +652,7 @@ TEST_F(ViewerPageTest, TheDifferenceOfLargePicturesComesByItself) {
         Choose(i % 2 == 0 ? 8 : 7);
     }
     Choose(7);
-    PumpFor(100);
+    PumpFrames();
     EXPECT_EQ(PixelOf(Second(), 30, 20), cv::Vec3b(195, 235, 225));
 }
 
@@ -661,48 +661,48 @@ TEST_F(ViewerPageTest, RealMouseZoomsPansSelectsAndSwaps) {
     Build();
     m_frame->Raise();
     m_page->Zoom100();
-    PumpFor(200);
+    PumpFrames();
     wxUIActionSimulator mouse;
     Canvas* canvas = First();
     const auto to = [&](int x, int y) {
         mouse.MouseMove(canvas->ClientToScreen(wxPoint(x, y)));
-        PumpFor(60);
+        PumpFrames();
     };
     to(20, 20);
     to(150, 150);
     const wxPoint before = canvas->GetViewStart();
     mouse.MouseDown();
-    PumpFor(50);
+    PumpFrames();
     to(130, 140);
     to(100, 120);
     mouse.MouseUp();
-    PumpFor(100);
+    PumpFrames();
     EXPECT_EQ(canvas->GetViewStart(), before + wxPoint(50, 30));  // a drag moves
     EXPECT_DOUBLE_EQ(m_shared.zoom, 1.0);
     ExpectInStep("a drag");
 
     mouse.MouseDown(wxMOUSE_BTN_RIGHT);  // both halves show the other image while it is held
-    PumpFor(100);
+    PumpFrames();
     EXPECT_EQ(PixelOf(First(), 30, 20), cv::Vec3b(195, 235, 225));
     EXPECT_EQ(PixelOf(Second(), 30, 20), cv::Vec3b(245, 235, 225));
     mouse.MouseUp(wxMOUSE_BTN_RIGHT);
-    PumpFor(100);
+    PumpFrames();
     EXPECT_EQ(PixelOf(First(), 30, 20), cv::Vec3b(245, 235, 225));
 
     mouse.MouseClick();  // a click zooms in by a step
-    PumpFor(100);
+    PumpFrames();
     EXPECT_DOUBLE_EQ(m_shared.zoom, 2.0);
     ExpectInStep("a click");
 
     m_page->GetOrvToolPanel()->SetTool(OrvTool::Select);
-    PumpFor(100);  // the strip makes room for the selection's fields
+    PumpFrames();  // the strip makes room for the selection's fields
     to(60, 60);
     mouse.MouseDown();
-    PumpFor(50);
+    PumpFrames();
     to(100, 90);
     to(160, 120);
     mouse.MouseUp();
-    PumpFor(50);
+    PumpFrames();
     SelectorPanel* selector = m_page->GetOrvToolPanel()->GetSelectorPanel();
     const IntRect drawn = selector->GetSelector(canvas);
     EXPECT_EQ(drawn.width, 50);  // 100 screen pixels at 200 %
@@ -711,14 +711,14 @@ TEST_F(ViewerPageTest, RealMouseZoomsPansSelectsAndSwaps) {
     EXPECT_DOUBLE_EQ(m_shared.zoom, 2.0);
     to(110, 90);  // inside: moves
     mouse.MouseDown();
-    PumpFor(50);
+    PumpFrames();
     to(130, 100);
     mouse.MouseUp();
-    PumpFor(50);
+    PumpFrames();
     EXPECT_EQ(selector->GetSelector(canvas), (IntRect{drawn.x + 10, drawn.y + 5, 50, 30}));
     to(300, 300);  // a click outside removes it
     mouse.MouseClick();
-    PumpFor(50);
+    PumpFrames();
     EXPECT_FALSE(selector->IsSelector(canvas));
 }
 

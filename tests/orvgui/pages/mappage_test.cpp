@@ -85,12 +85,12 @@ class MapPageTest : public testing::Test {
         m_core.WaitIdle();
     }
     void Build() {
-        PumpFor(50);
+        PumpFrames();
         m_page->SetSize(m_frame->GetClientSize());
         m_page->Init();
         m_page->Layout();
         m_page->SendSizeEvent();
-        PumpFor(100);
+        PumpFrames();
     }
     Canvas* Processed() { return static_cast<SplitterViewerPanel*>(m_page->GetViewerPanel())->GetCanvas2(); }
     static cv::Vec3b PixelOf(Canvas* canvas, int x, int y) {
@@ -138,7 +138,7 @@ TEST_F(MapPageTest, LargePicturesAreOverlaidBesideTheWindow) {
     m_page->ResetViewerPanel();  // another page is chosen meanwhile
     Maps().SetDisplay({});
     m_page->UpdateGui();
-    PumpFor(50);
+    PumpFrames();
     EXPECT_EQ(PixelOf(Processed(), 1500, 30), alone);
 }
 

@@ -31,7 +31,7 @@ class SideSectionsTest : public FrameTest {
         page = ShowImagePage("error-level");
         ASSERT_NE(page, nullptr);
         ASSERT_TRUE(PumpUntil([this] { return page->IsShownOnScreen() && Results() != nullptr; }));
-        PumpFor(200);
+        PumpFrames();
     }
     void OpenAgain() {
         CloseFrame();
@@ -62,9 +62,9 @@ class SideSectionsTest : public FrameTest {
         const int before = edge->GetScreenPosition().y;
         mouse(wxEVT_LEFT_DOWN, 2);
         if (distance != 0) mouse(wxEVT_MOTION, 2 + distance);
-        PumpFor(60);
+        PumpFrames();
         mouse(wxEVT_LEFT_UP, 2 + distance - (edge->GetScreenPosition().y - before));
-        PumpFor(60);
+        PumpFrames();
     }
 
     std::string evidence;
@@ -91,7 +91,7 @@ TEST_F(SideSectionsTest, EveryPartHasAnEdgeThatSizesIt) {
         EXPECT_EQ(section->GetSize().y, SideSection::kLeast) << shown;
         wxMouseEvent twice(wxEVT_LEFT_DCLICK);
         section->GetEdge()->ProcessWindowEvent(twice);
-        PumpFor(60);
+        PumpFrames();
         EXPECT_EQ(section->GetSize().y, natural) << shown;
     }
     EXPECT_GE(shown, 4) << "description, map, parameters, results";
@@ -131,7 +131,7 @@ TEST_F(SideSectionsTest, WhatTheUserMadeOfItStaysOverARestart) {
     wxCommandEvent click(wxEVT_BUTTON, title->GetId());
     click.SetEventObject(title);
     title->ProcessWindowEvent(click);
-    PumpFor(60);
+    PumpFrames();
     EXPECT_LT(Description()->GetSize().y, description / 2) << "the text makes room";
     const wxSize navigator = page->GetNavigator()->GetSize();
     EXPECT_NEAR(navigator.y, 150, 2);
@@ -168,7 +168,7 @@ TEST_F(SideSectionsTest, AReasonMakesThePanelNoWider) {
     frame->GetFiltersPanel()->ActivateGui(page);
     Settle();
     ASSERT_TRUE(PumpUntil([this] { return page->IsShownOnScreen() && Results() != nullptr; }));
-    PumpFor(200);
+    PumpFrames();
     wxWindow* panel = Description()->GetGrandParent();
     EXPECT_LE(Description()->GetSize().x, panel->GetClientSize().x);
     EXPECT_LE(panel->GetVirtualSize().x, panel->GetClientSize().x);

@@ -36,7 +36,7 @@ class Annotations : public FrameTest {
     void Show() {
         core->ActivateFilter(filter, -1);
         Settle();
-        PumpFor(100);
+        PumpFrames();
         page = dynamic_cast<OrvFilterGuiViewer*>(frame->GetViewerPanel()->GetShownPage());
         ASSERT_NE(page, nullptr);
         panel = FindAnnotationPanel(page->GetOrvToolPanel());
@@ -106,7 +106,7 @@ class Annotations : public FrameTest {
 TEST_F(Annotations, AreDrawnChangedDeletedAndTakenBack) {
     Half(0)->SetZoom(120, 120, 1.0, 0, 0);
     page->GetOrvToolPanel()->SetTool(kMarkTool);
-    PumpFor(50);
+    PumpFrames();
     Drag(Half(0), 40, 30, 120, 90);
     ASSERT_EQ(1U, Marks().size());
     EXPECT_EQ((OrvAnnotation{Kind::Rectangle, Sha(OrvEvidence), {40, 30, 81, 61}, ""}), Marks()[0]);
@@ -131,7 +131,7 @@ TEST_F(Annotations, AreDrawnChangedDeletedAndTakenBack) {
         });
         Mouse(Half(0), wxEVT_LEFT_DCLICK, 215, 25, true);
         Settle();
-        PumpFor(20);
+        PumpFrames();
     }
     EXPECT_EQ("Kante \xC3\xA4", Marks()[1].text);
     Key(WXK_DELETE);
@@ -166,7 +166,7 @@ TEST_F(Annotations, EachPictureHasItsOwnInEveryView) {
     for (int mode = 0; mode < page->GetOrvToolPanel()->GetZoomPanel()->GetWindowSplitChoices(); ++mode) {
         page->GetOrvToolPanel()->GetZoomPanel()->SetWindowSplitVal(mode);
         page->WindowSplit();
-        PumpFor(30);
+        PumpFrames();
         for (std::size_t half = 0; half < 2; ++half) {
             Canvas* canvas = Half(half);
             if (!canvas->HasImage()) continue;
@@ -181,7 +181,7 @@ TEST_F(Annotations, EachPictureHasItsOwnInEveryView) {
     // Where the pictures are swapped the marks go with them.
     page->GetOrvToolPanel()->GetZoomPanel()->SetWindowSplitVal(0);
     page->WindowSplit();
-    PumpFor(30);
+    PumpFrames();
     const std::string before = texts(0) + texts(1);
     page->WindowSwap(1);
     EXPECT_EQ(std::string(before.rbegin(), before.rend()), texts(0) + texts(1));
@@ -194,7 +194,7 @@ TEST_F(Annotations, ArePaintedAtEveryZoomAndNeverBurntInUnasked) {
     panel->ShowMarks();
     for (const double zoom : {1.0, 3.0}) {
         Half(0)->SetZoom(120, 120, zoom, 0, 0);
-        PumpFor(30);
+        PumpFrames();
         EXPECT_TRUE(IsInkNear(Half(0), 100, 120)) << zoom;
         EXPECT_FALSE(IsInkNear(Half(0), 120, 120)) << zoom;
     }

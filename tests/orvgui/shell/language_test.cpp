@@ -70,7 +70,7 @@ TEST_F(Language, GermanIsFoundAndCutsNothingOff) {
             if (filter == nullptr) continue;
             core->ActivateFilter(filter, -1);
             Settle();
-            PumpFor(150);
+            PumpFrames();
             EXPECT_EQ("", Clipped(frame)) << id << " at " << size.x;
         }
     }
@@ -83,7 +83,7 @@ TEST_F(Language, GermanIsFoundAndCutsNothingOff) {
     dialogs.emplace_back(CreateWebSearchDialog(frame, "a"));
     for (const auto& dialog : dialogs) {
         dialog->Show();
-        PumpFor(100);
+        PumpFrames();
         EXPECT_EQ("", Clipped(dialog.get())) << dialog->GetTitle();
         dialog->Hide();
     }

@@ -509,7 +509,7 @@ TEST_F(FrameTest, TheKeyboardIsWhereItWasBeforeTheProgress) {
     ASSERT_TRUE(PumpUntil([&] { return tree->HasFocus() || wxWindow::FindFocus() == tree; }));
     frame->CreateProgress();
     ASSERT_TRUE(PumpUntil([] { return FindProgressDialog() != nullptr; }));
-    PumpFor(100);
+    PumpFrames();
     frame->DestroyProgress();
     EXPECT_TRUE(PumpUntil([&] { return wxWindow::FindFocus() == tree; }));
 }
@@ -578,7 +578,7 @@ TEST_F(FrameTest, ShortcutsWorkEverywhereButLeaveTextFieldsTheirKeys) {
     wxUIActionSimulator simulator;
     const auto press = [&](int key, int modifiers) {
         simulator.Char(key, modifiers);
-        PumpFor(100);
+        PumpFrames();
         Settle();
     };
     wxTreeCtrl* tree = frame->GetFiltersPanel()->GetTree();
@@ -639,7 +639,7 @@ TEST_F(FrameTest, ControlQEndsTheProgramFromATablesWindow) {
     };
     press(wxMOD_NONE);
     press(wxMOD_CONTROL | wxMOD_SHIFT);
-    PumpFor(50);
+    PumpFrames();
     ASSERT_TRUE(main) << "other keys";
     press(wxMOD_CONTROL);
     EXPECT_TRUE(PumpUntil([&] { return !main; }));

@@ -92,7 +92,7 @@ TEST_F(FrameProject, NothingUnsavedIsLostWithoutAQuestion) {
         DialogAnswers answers{wxID_CANCEL};
         const wxWeakRef<wxWindow> window(frame);
         frame->Close();
-        PumpFor(50);
+        PumpFrames();
         ASSERT_TRUE(window) << "closing was cancelled";
     }
     // Saving fails: the window stays, with everything in it.
@@ -103,7 +103,7 @@ TEST_F(FrameProject, NothingUnsavedIsLostWithoutAQuestion) {
         const wxWeakRef<wxWindow> window(frame);
         frame->Close();
         Settle();
-        PumpFor(50);
+        PumpFrames();
         ASSERT_TRUE(window);
         EXPECT_EQ("kept ", Names());
     }
@@ -202,7 +202,7 @@ TEST_F(FrameProject, ABookmarkBringsBackHowTheMapWasSeen) {
     Settle();
 
     Send(wxEVT_TREE_ITEM_ACTIVATED, Find("map"));
-    PumpFor(100);
+    PumpFrames();
     EXPECT_EQ(page, frame->GetViewerPanel()->GetShownPage());
     EXPECT_TRUE(maps.GetDisplay() == wanted) << maps.GetDisplay().opacity;
     EXPECT_EQ(range, maps.GetMap(OrvEvidence)->range);
@@ -219,7 +219,7 @@ TEST_F(FrameProject, ABookmarkBringsBackWhatWasSeen) {
     Settle();
     auto* page = dynamic_cast<OrvFilterGuiViewer*>(frame->GetViewerPanel()->GetShownPage());
     ASSERT_NE(page, nullptr);
-    PumpFor(100);
+    PumpFrames();
     const OrvViewState fit = ReadPageView(page);
     EXPECT_TRUE(fit.isFit);
     OrvViewState wanted;
@@ -230,7 +230,7 @@ TEST_F(FrameProject, ABookmarkBringsBackWhatWasSeen) {
     wanted.centreY = 400;
     wanted.selection = {900, 350, 200, 100};
     ShowPageView(page, wanted);
-    PumpFor(100);
+    PumpFrames();
     const OrvViewState shown = ReadPageView(page);
     EXPECT_EQ(wanted.mode, shown.mode);
     EXPECT_EQ(2.0, shown.zoom);
@@ -246,7 +246,7 @@ TEST_F(FrameProject, ABookmarkBringsBackWhatWasSeen) {
     Settle();
     EXPECT_TRUE(Find("a note").IsOk()) << "notes are listed";
     Send(wxEVT_TREE_ITEM_ACTIVATED, Find("here"));
-    PumpFor(100);
+    PumpFrames();
     EXPECT_EQ(page, frame->GetViewerPanel()->GetShownPage());
     EXPECT_EQ("large.png", PathName(Evidence()));
     const OrvViewState back = ReadPageView(page);

@@ -29,7 +29,7 @@ class PictureShareTest : public FrameTest {
     void Resize(int width, int height) {
         frame->SetSize(width, height);
         ASSERT_TRUE(PumpUntil([&] { return frame->GetSize() == wxSize(width, height); }));
-        PumpFor(200);
+        PumpFrames();
     }
 
     // Of the client area, percent.
@@ -57,11 +57,11 @@ TEST_F(PictureShareTest, ThePicturesGetTheRoom) {
     for (const auto& c : cases) {
         Resize(c.width, c.height);
         page->ShowSidePanel(true);
-        PumpFor(100);
+        PumpFrames();
         EXPECT_GE(Share(), c.open) << c.width << " with the side panel";
         EXPECT_LE(page->GetOrvToolPanel()->CountRows(), c.rows) << c.width;
         page->ShowSidePanel(false);
-        PumpFor(100);
+        PumpFrames();
         EXPECT_GE(Share(), c.closed) << c.width << " without the side panel";
         RecordProperty("share", std::to_string(Share()));
         page->ShowSidePanel(true);
@@ -88,12 +88,12 @@ TEST_F(PictureShareTest, TheFiltersNeedNoScrollBarBelow) {
             frame->GetFiltersPanel()->FormatItem(item, true, false, true);
         }
     }
-    PumpFor(100);
+    PumpFrames();
     EXPECT_LT(tree->GetSize().y - tree->GetClientSize().y, 8);
     // Nor does a text that does not fit bring one.
     const wxTreeItemId item = tree->GetFirstChild(tree->GetFirstChild(tree->GetRootItem(), cookie), cookie);
     tree->SetItemText(item, wxString('M', 60));
-    PumpFor(100);
+    PumpFrames();
     EXPECT_LT(tree->GetSize().y - tree->GetClientSize().y, 8);
 }
 

@@ -28,7 +28,7 @@ TEST(GridFrame, HostsTheListOfItsKind) {
     EXPECT_EQ(batch->GetListCtrl()->GetColLabelTextOrientation(), wxHORIZONTAL);
     batch->Show();
     ASSERT_TRUE(PumpUntil([batch] { return batch->IsShownOnScreen(); }));
-    PumpFor(100);
+    PumpFrames();
     EXPECT_GT(batch->GetListCtrl()->GetSize().y, 400);
     parent->Destroy();
     Pump();

@@ -59,7 +59,7 @@ class ListCtrlTest : public testing::Test {
     void ShowFrame() {
         Frame()->Show();
         ASSERT_TRUE(PumpUntil([this] { return Frame()->IsShownOnScreen(); }));
-        PumpFor(100);
+        PumpFrames();
     }
 
   private:
@@ -313,7 +313,7 @@ TEST_F(ListCtrlTest, SortsOnceWhenALabelIsClicked) {
         mouse.MouseMove(list->GetGridColLabelWindow()->ClientToScreen(wxPoint(x, 8)));
         Pump();
         mouse.MouseClick();
-        PumpFor(200);
+        PumpFrames();
     };
     click(12);
     EXPECT_EQ(list->GetCellValue(0, 0), "9");
@@ -622,7 +622,7 @@ TEST_F(ListCtrlTest, ExportShowsHowFarItIsAndCanBeStopped) {
     EXPECT_TRUE(launches.seen.empty());
 
     Send(*list, OrvListDataAsHtml);
-    PumpFor(50);
+    PumpFrames();
     list->Destroy();  // while it writes
     Pump();
     EXPECT_TRUE(std::filesystem::is_empty(folder.Path()));

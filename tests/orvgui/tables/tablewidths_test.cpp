@@ -57,7 +57,7 @@ class TableWidths : public FrameTest {
         OrvFilter* filter = core->GetContext().FindFilter(name);
         frame->GetFiltersPanel()->ActivateGui(dynamic_cast<OrvFilterGui*>(filter->GetAnalsyisFilterGui()));
         Settle();
-        PumpFor(50);
+        PumpFrames();
         return FindTable(frame->GetViewerPanel()->GetShownPage());
     }
 };
@@ -130,14 +130,14 @@ TEST(TableColumnsOutOfSight, AreSizedQuietly) {
                                  wxGrid::wxGridSelectRows, wxHORIZONTAL);
     frame->Show();
     ASSERT_TRUE(PumpUntil([&] { return list->GetClientSize().x > 200; }));
-    PumpFor(100);
+    PumpFrames();
     testing::internal::CaptureStderr();
     const int before = list->GetColSize(29);
     frame->SetSize(320, 220);
-    PumpFor(50);
+    PumpFrames();
     const int toggled = list->GetColSize(29);
     list->SetColumnWidths(std::vector<int>(30, 90));
-    PumpFor(50);
+    PumpFrames();
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
     EXPECT_EQ(std::abs(toggled - before), 1);
     EXPECT_EQ(list->GetColSize(29), 90);

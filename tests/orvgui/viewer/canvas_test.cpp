@@ -42,7 +42,7 @@ class CanvasTest : public testing::Test {
         m_panel->SetSize(0, 0, width, height);
         const wxSize border = m_canvas->GetWindowBorderSize();
         m_canvas->SetSize(-border.x / 2, -border.y / 2, width + border.x, height + border.y);
-        PumpFor(30);
+        PumpFrames();
     }
 
     void Show(const cv::Mat& image) {
@@ -177,7 +177,7 @@ TEST_F(CanvasTest, PaintsWhatTheScaledBitmapPaints) {
     for (const double zoom : {1.0, 1.37, 2.0, 2.618, 3.0, 7.0, 16.0}) {
         for (const IntPair& centre : {IntPair{0, 0}, IntPair{200, 100}, IntPair{331, 257}}) {
             m_canvas->SetZoom(centre.x, centre.y, zoom, 0, 0);
-            PumpFor(20);
+            PumpFrames();
             const wxImage painted = Paint();
             const wxImage plain = PaintPlainly();
             ASSERT_EQ(painted.GetSize(), plain.GetSize());
@@ -217,7 +217,7 @@ TEST_F(CanvasTest, AScrolledViewLooksAsIfPaintedAnew) {
     cv::RNG random(5);
     for (const double zoom : {0.517, 0.9, 1.0, 2.618, 8.0}) {
         m_canvas->SetZoom(700, 600, zoom, 0, 0);
-        PumpFor(20);
+        PumpFrames();
         for (int i = 0; i < 8; ++i) {
             Paint();
             const wxPoint start = m_canvas->GetViewStart();
@@ -241,7 +241,7 @@ TEST_F(CanvasTest, ThePixelUnderTheMouseIsThePixelOfTheFile) {
     m_canvas->InitZoom();
     for (const double zoom : {1.0, 2.0, 8.0, 32.0}) {
         m_canvas->SetZoom(333, 222, zoom, 0, 0);
-        PumpFor(20);
+        PumpFrames();
         const wxImage painted = Paint();
         for (const wxPoint& point : {wxPoint(0, 0), wxPoint(57, 101), wxPoint(370, 270)}) {
             int x = -1;
@@ -268,7 +268,7 @@ TEST_F(CanvasTest, TheSelectionIsOutlinedInScreenPixels) {
     m_canvas->InitZoom();
     m_canvas->SetZoom(0, 0, 4.0, 0, 0);
     m_canvas->ScrollTo(5, 3);
-    PumpFor(20);
+    PumpFrames();
     m_canvas->SetDrawRect(wxRect(10, 10, 20, 15), true);
     const wxImage painted = Paint();
     // Left edge at image pixel 10, seen from scroll position 5 at 400 %: black with white dashes, one pixel wide.
@@ -303,7 +303,7 @@ TEST_F(CanvasTest, OnlyTheSeenPartOfAnOutlineIsDrawn) {
     for (const auto& c : cases) {
         m_canvas->ScrollTo(RoundToInt(c.corner.x * 128.0 / m_shared.scrollRate),
                            RoundToInt(c.corner.y * 128.0 / m_shared.scrollRate));
-        PumpFor(20);
+        PumpFrames();
         const std::string path = folder / "outline.svg";
         wxPoint origin;
         {
