@@ -1,22 +1,16 @@
 #include "orvgui/controls/parametercontrol.h"
 
 #include <gtest/gtest.h>
-#include <wx/button.h>
 #include <wx/combobox.h>
-#include <wx/frame.h>
 #include <wx/listbox.h>
-#include <wx/panel.h>
 #include <wx/slider.h>
 #include <wx/spinctrl.h>
 #include <wx/textctrl.h>
 
 #include <map>
-#include <memory>
 #include <set>
 
 #include "orvgui/common/fileselectors.h"
-#include "orvgui/common/statictext.h"
-#include "orvgui/common/validator.h"
 #include "orvgui/controls/parametercontrolchoice.h"
 #include "orvgui/controls/parametercontrolfile.h"
 #include "orvgui/controls/parametercontrolnumber.h"
@@ -25,6 +19,7 @@
 #include "orvgui/controls/parametercontroltable.h"
 #include "orvgui/controls/parametercontroltext.h"
 #include "orvgui/tables/listctrl.h"
+#include "tests/orvgui/controls/controlfixture.h"
 #include "tests/orvgui/keys.h"
 #include "tests/support/everytypefilter.h"
 #include "tests/support/guitest.h"
@@ -32,71 +27,9 @@
 
 namespace {
 
-// A panel with a grid for controls that counts what they report.
-class ControlTest : public ::testing::Test {
-  protected:
-    void SetUp() override {
-        frame = new wxFrame(nullptr, wxID_ANY, "Controls", wxDefaultPosition, wxSize(900, 700));
-        panel = new wxPanel(frame);
-        sizer = new wxGridBagSizer(0, 0);
-        sizer->SetFlexibleDirection(wxBOTH);
-        panel->SetSizer(sizer);
-        panel->Bind(wxEVT_COMBOBOX, [this](wxCommandEvent&) { ++reports; });
-    }
-    void TearDown() override {
-        frame->Destroy();
-        Pump();
-    }
-    template <typename Control = ParameterControl>
-    Control* Make(const Parameter& parameter) {
-        controls.emplace_back(CreateParameterControl(panel, sizer, parameter));
-        return dynamic_cast<Control*>(controls.back().get());
-    }
-    static wxTextCtrl* Field(ParameterControl* control) {
-        return dynamic_cast<wxTextCtrl*>(control->GetControl());
-    }
-    // As the user types: the text, then Enter.
-    static void Type(ParameterControl* control, const wxString& text) { Field(control)->SetValue(text); }
-    static void Enter(ParameterControl* control) {
-        wxCommandEvent event(wxEVT_TEXT_ENTER, Field(control)->GetId());
-        event.SetEventObject(Field(control));
-        event.SetString(Field(control)->GetValue());
-        Field(control)->GetEventHandler()->ProcessEvent(event);
-    }
-
-    wxFrame* frame = nullptr;
-    wxPanel* panel = nullptr;
-    wxGridBagSizer* sizer = nullptr;
-    std::vector<std::unique_ptr<ParameterControl>> controls;
-    int reports = 0;
-};
-
 template <typename Control>
 bool Is(const ParameterControl* control) {
     return dynamic_cast<const Control*>(control) != nullptr;
-}
-
-// A row that gives the field more room with the button than without comes to rest all the same.
-TEST_F(ControlTest, TheButtonOfALongTextComesToRest) {
-    auto* control =
-        Make<ParameterControlString>(Parameter::Output(ParameterType::OutputString, "text", "Text"));
-    ASSERT_NE(control, nullptr);
-    int sizes = 0;
-    panel->SetSizer(nullptr, false);
-    panel->Bind(wxEVT_SIZE, [&](wxSizeEvent&) {
-        if (++sizes > 100) return;  // it never rests
-        bool hasButton = false;
-        for (const wxWindow* child : panel->GetChildren())
-            hasButton = hasButton || (dynamic_cast<const wxButton*>(child) != nullptr && child->IsShown());
-        Field(control)->SetSize(hasButton ? 600 : 60, 30);
-    });
-    frame->Show();
-    Parameter value = Parameter::Output(ParameterType::OutputString, "text", "Text");
-    value.SetValue(std::string("A text of some forty letters, or thereabouts"));
-    control->SetControlValue(value);
-    panel->PostSizeEvent();
-    PumpFrames();
-    EXPECT_LT(sizes, 20);
 }
 
 TEST_F(ControlTest, EveryTypeCodeGetsItsClass) {
@@ -195,54 +128,6 @@ TEST_F(ControlTest, ControlsRunDownwardsOrToTheRight) {
     const ExpectedAssertions assertions;
     EXPECT_EQ(ParameterControl::GetControlPosition(&vertical), wxGBPosition(0, 0));
     EXPECT_EQ(assertions.Messages().size(), 1U);
-}
-
-TEST_F(ControlTest, TwoSlotsStandInOneFieldAndDifferencesAreRed) {
-    const struct {
-        const char* evidence;   // null: not set
-        const char* reference;  // null: not set
-        const char* shown;
-        bool red;
-    } cases[] = {
-        {nullptr, nullptr, "-", false}, {"a", nullptr, "a", false},      {nullptr, "b", "- / b", true},
-        {"a", "b", "a / b", true},      {"a", "a", "a / a", false},      {"a", "A", "a / A", true},
-        {"", "", "- / -", false},       {"&x", "<b>", "&x / <b>", true},
-    };
-    ParameterControl* control = Make(Parameter::Output(ParameterType::OutputString, "s", "S"));
-    for (const auto& test : cases) {
-        Parameter parameter = Parameter::Output(ParameterType::OutputString, "s", "S");
-        if (test.evidence != nullptr) parameter.SetValue(std::string(test.evidence));
-        if (test.reference != nullptr) parameter.SetReference(std::string(test.reference));
-        control->SetControlValue(parameter);
-        EXPECT_EQ(Field(control)->GetValue(), test.shown);
-        EXPECT_EQ(Field(control)->GetForegroundColour(), test.red ? *wxRED : *wxBLACK) << test.shown;
-        EXPECT_EQ(control->GetControlValue(), parameter);
-    }
-    Parameter size = Parameter::Output(ParameterType::OutputImageResolution, "size", "Size");
-    size.SetValue(ImageResolution{640, 480});
-    size.SetReference(ImageResolution{480, 640});
-    EXPECT_EQ(Field(Make(size))->GetValue(), "640 x 480 / 480 x 640");
-    Parameter bytes = Parameter::Output(ParameterType::OutputInt64, "bytes", "Bytes");
-    bytes.SetValue(std::int64_t{-9007199254740993});
-    EXPECT_EQ(Field(Make(bytes))->GetValue(), "-9007199254740993");
-}
-
-TEST_F(ControlTest, OfLongTextsOnlyTheLinesThatDifferAreRed) {
-    Parameter dump = Parameter::Output(ParameterType::OutputText, "dump", "Dump");
-    dump.SetValue(std::string("same\nleft"));
-    dump.SetReference(std::string("same\nright\nmore"));
-    wxTextCtrl* field = Field(Make(dump));
-    EXPECT_EQ(field->GetValue(), "same\nleft\n / \nsame\nright\nmore");
-    const auto isRed = [field](long position) {
-        wxTextAttr style;
-        field->GetStyle(position, style);
-        return style.GetTextColour() == *wxRED;
-    };
-    EXPECT_FALSE(isRed(0));
-    EXPECT_TRUE(isRed(5));
-    EXPECT_FALSE(isRed(14));
-    EXPECT_TRUE(isRed(19));
-    EXPECT_TRUE(isRed(25));
 }
 
 TEST_F(ControlTest, WhatIsTypedIsTakenWithEnterWhenItFits) {
@@ -466,24 +351,6 @@ TEST_F(ControlTest, ARefusedNumberIsTakenBackOnAPage) {
     EXPECT_EQ(reports, 0);
 }
 
-TEST_F(ControlTest, ProseIsWrappedAndColumnsAreNot) {
-    frame->Show();
-    wxString prose;
-    for (int i = 0; i < 40; ++i) prose += "words of a sentence that goes on ";
-    Parameter parameter = Parameter::Output(ParameterType::OutputText, "t", "T");
-    parameter.SetValue(FromWx(prose));
-    auto* control = Make<ParameterControlOutputText>(parameter);
-    wxTextCtrl* field = Field(control);
-    panel->Layout();
-    Pump();
-    EXPECT_EQ(field->GetWindowStyleFlag() & wxTE_DONTWRAP, 0);
-    EXPECT_GT(field->GetMinSize().y, 5 * field->GetCharHeight()) << "room for what was wrapped";
-    parameter.SetValue(std::string("a    b\nlonger    c"));
-    control->SetControlValue(parameter);
-    EXPECT_NE(field->GetWindowStyleFlag() & wxTE_DONTWRAP, 0);
-    EXPECT_LT(field->GetMinSize().y, 5 * field->GetCharHeight());
-}
-
 TEST_F(ControlTest, BrowsingAsksWithTheRightTitle) {
     std::vector<std::string> asked;
     std::string answer;
@@ -515,50 +382,6 @@ TEST_F(ControlTest, BrowsingAsksWithTheRightTitle) {
     }
 }
 
-TEST_F(ControlTest, ALongTextIsOpenedInFull) {
-    Parameter note = Parameter::Output(ParameterType::OutputString, "note", "Note");
-    const std::string full = std::string(5000, 'x') + "\nend";
-    note.SetValue(full);
-    auto* control = Make<ParameterControlString>(note);
-    frame->Show();
-    sizer->FitInside(panel);
-    panel->Layout();
-    ASSERT_TRUE(PumpUntil([&] { return Field(control)->GetClientSize().GetWidth() > 20; }));
-    wxString shown;
-    DialogAnswers answers([&](wxDialog* dialog) {
-        for (wxWindow* child : dialog->GetChildren()) {
-            if (auto* text = dynamic_cast<wxTextCtrl*>(child)) shown = text->GetValue();
-        }
-        return wxID_CLOSE;
-    });
-    wxCommandEvent event(wxEVT_BUTTON);
-    control->OnButtonView(event);
-    EXPECT_EQ(FromWx(shown), full);
-}
-
-TEST_F(ControlTest, OnlyATextThatDoesNotFitHasAButton) {
-    Parameter note = Parameter::Output(ParameterType::OutputString, "note", "Note");
-    note.SetValue(std::string("two\nlines"));
-    auto* control = Make<ParameterControlString>(note);
-    frame->Show();
-    panel->Layout();
-    const auto hasButton = [this] {
-        for (const wxWindow* child : panel->GetChildren())
-            if (dynamic_cast<const wxButton*>(child) != nullptr && child->IsShown()) return true;
-        return false;
-    };
-    EXPECT_TRUE(hasButton());
-    control->Show(false);
-    EXPECT_FALSE(hasButton());
-    control->Show(true);
-    EXPECT_TRUE(hasButton());
-    note.SetValue(std::string("short"));
-    control->SetControlValue(note);
-    EXPECT_FALSE(hasButton());
-    control->Show(true);
-    EXPECT_FALSE(hasButton());
-}
-
 TEST_F(ControlTest, AHiddenParameterShowsNothing) {
     Parameter parameter = Parameter::Bool("b", "B", true);
     parameter.SetHiddenFromGui();
@@ -566,187 +389,6 @@ TEST_F(ControlTest, AHiddenParameterShowsNothing) {
     control->Show(true);
     for (wxWindow* child : panel->GetChildren()) EXPECT_FALSE(child->IsShown());
     EXPECT_EQ(control->GetControlValue(), parameter);
-}
-
-TEST(QuantizationText, PutsBothSlotsSideBySideAndNamesTheDifferences) {
-    QuantizationTable table;
-    for (int i = 0; i < 64; ++i) table.values.push_back(static_cast<std::uint16_t>(i + 1));
-    QuantizationTable other = table;
-    other.values[9] = 255;
-    const QuantizationTables evidence{table};
-    const QuantizationTables reference{other};
-
-    const QuantizationText single = FormatQuantizationTables(evidence, nullptr);
-    EXPECT_EQ(single.lines, 9);
-    EXPECT_TRUE(single.differing.empty());
-    const QuantizationText both = FormatQuantizationTables(evidence, &reference);
-    EXPECT_EQ(both.lines, 10);
-    std::vector<std::string> differing;
-    for (const auto& [start, end] : both.differing)
-        differing.push_back(
-            FromWx(both.text.Mid(static_cast<std::size_t>(start), static_cast<std::size_t>(end - start))));
-    EXPECT_EQ(differing, (std::vector<std::string>{"1 of 64 values differ", "10*", "255*"}));
-    const wxArrayString lines = wxSplit(both.text, '\n', '\0');
-    EXPECT_EQ(lines[3].length(), lines[9].length());
-
-    const QuantizationTables none;
-    const QuantizationText missing = FormatQuantizationTables(evidence, &none);
-    EXPECT_EQ(missing.differing.size(), 1U + 128U) << "a table that only one side has";
-    EXPECT_TRUE(FormatQuantizationTables(none, nullptr).text.empty());
-    // A damaged table may be short.
-    const QuantizationTables damaged{{0, 8, {1, 2}}};
-    EXPECT_EQ(FormatQuantizationTables(damaged, nullptr).lines, 9);
-}
-
-TEST(QuantizationText, ShowsEveryDefinitionOfATable) {
-    const std::vector<std::uint16_t> ones(64, 1), twos(64, 2);
-    const QuantizationTables evidence{{0, 8, ones}, {1, 8, ones}, {0, 8, twos}};
-    const QuantizationTables reference{{0, 8, ones}, {1, 8, ones}};
-    const QuantizationText both = FormatQuantizationTables(evidence, &reference);
-    const wxArrayString lines = wxSplit(both.text, '\n', '\0');
-    std::vector<std::string> titles;
-    for (const wxString& line : lines)
-        if (line.StartsWith("Table")) titles.push_back(FromWx(line));
-    EXPECT_EQ(titles,
-              (std::vector<std::string>{"Table 0: equal", "Table 0 (2nd definition): 64 of 64 values differ",
-                                        "Table 1: equal"}));
-}
-
-TEST_F(ControlTest, TableIsATableControlThatStaysAsTheUserSortedIt) {
-    Parameter table = Parameter::Output(ParameterType::TableString, "table", "Metadata");
-    auto* control = Make(table);
-    auto* list = dynamic_cast<OrvListCtrl*>(control->GetControl());
-    ASSERT_NE(list, nullptr);
-    EXPECT_EQ(list->GetNumberCols(), 0);
-    table.SetValue(TableString{{"#Tag", "Value"}, {"b", "!10"}, {"a", "?9"}, {"c", "\\!x"}});
-    control->SetControlValue(table);
-    EXPECT_EQ(control->GetControlValue(), table);
-    EXPECT_EQ(list->GetColLabelValue(0), "Tag");
-    EXPECT_EQ(list->GetCellTextColour(0, 1), *wxRED);
-    EXPECT_EQ(list->GetCellTextColour(1, 1), wxColour(255, 165, 0));
-    EXPECT_EQ(list->GetCellValue(2, 1), "!x");
-
-    list->SortCol(0);
-    list->SortCol(0);
-    EXPECT_EQ(list->GetCellValue(0, 0), "c");
-    table.SetValue(TableString{{"#Tag", "Value"}, {"x", "1"}, {"z", "2"}, {"y", "3"}});
-    control->SetControlValue(table);
-    EXPECT_EQ(list->GetCellValue(0, 0), "z");
-    EXPECT_EQ(list->GetCellValue(2, 0), "x");
-    // Other columns are another table.
-    table.SetValue(TableString{{"Tag", "Other"}, {"x", "1"}, {"z", std::string(3000, 'W')}});
-    control->SetControlValue(table);
-    EXPECT_EQ(list->GetCellValue(0, 0), "x");
-    EXPECT_EQ(list->GetSortColumn(), -1);
-    EXPECT_GT(list->GetColSize(1), 300) << "as wide as the longest cell";
-    EXPECT_LT(list->GetColSize(1), 500) << "but not wider than can be read";
-    EXPECT_EQ(reports, 0);
-}
-
-// No white box where there is nothing: a word says whether nothing was found or nothing was looked for.
-TEST_F(ControlTest, ATableWithoutRowsSaysNone) {
-    Parameter table = Parameter::Output(ParameterType::TableString, "table", "Parts");
-    auto* control = Make(table);
-    frame->Show();
-    const auto shown = [this] {
-        std::string text;
-        for (const wxWindow* child : panel->GetChildren()) {
-            const auto* label = dynamic_cast<const OrvStaticText*>(child);
-            if (label != nullptr && label->IsShown() && label->GetText() != "Parts")
-                text += FromWx(label->GetText());
-        }
-        return text;
-    };
-    const wxWindow* list = control->GetControl();
-    const TableString empty{{"Part", "Offset"}};
-    const TableString one{{"Part", "Offset"}, {"SOI", "0"}};
-    const struct {
-        const TableString* rows;  // null: not looked for
-        std::string text;
-    } steps[] = {{nullptr, FromWx(ParameterControl::GetPlaceholder())},
-                 {&empty, "None"},
-                 {&one, ""},
-                 {&empty, "None"},
-                 {&one, ""},
-                 {nullptr, FromWx(ParameterControl::GetPlaceholder())}};
-    for (const auto& step : steps) {
-        Parameter value = Parameter::Output(ParameterType::TableString, "table", "Parts");
-        if (step.rows != nullptr) value.SetValue(*step.rows);
-        control->SetControlValue(value);
-        EXPECT_EQ(shown(), step.text);
-        EXPECT_EQ(list->IsShown(), step.text.empty());
-        control->Show(false);
-        EXPECT_EQ(shown(), "");
-        EXPECT_FALSE(list->IsShown());
-        control->Show(true);
-        EXPECT_EQ(shown(), step.text) << "as before it was hidden";
-    }
-}
-
-// A bar below a table that is wider than its room would lie over its only row.
-TEST_F(ControlTest, ATableLeavesRoomForItsBar) {
-    Parameter table = Parameter::Output(ParameterType::TableString, "table", "Parts");
-    auto* control = Make(table);
-    auto* list = dynamic_cast<OrvListCtrl*>(control->GetControl());
-    frame->Show();
-    for (const int letters : {4, 30, 90}) {
-        table.SetValue(
-            TableString{{"Part", "Content"}, {"SOI", std::string(static_cast<std::size_t>(letters), 'n')}});
-        control->SetControlValue(table);
-        list->SetSize(wxSize(220, list->GetMinSize().y));
-        PumpFrames();
-        EXPECT_GE(list->GetGridWindow()->GetClientSize().y, list->GetRowSize(0)) << letters;
-    }
-}
-
-TEST(FixedPitch, IsForDigestsAndColumns) {
-    const std::pair<const char*, bool> cases[] = {
-        {"d41d8cd98f00b204e9800998ecf8427e", true},
-        {"D4:1D:8C:D9:8F:00:B2:04", true},
-        {"0000  ff d8 ff e0", true},
-        {"a\tb", true},
-        {"Canon EOS 5D Mark IV", false},
-        {"2026-11-21 14:03:59", false},
-        {"A sentence. Another one.", false},
-        {"", false},
-        {"12345678 bytes", false},
-    };
-    for (const auto& [text, expected] : cases) EXPECT_EQ(NeedsFixedPitch(text), expected) << text;
-}
-
-TEST(StaticText, BreaksLinesAtBlanksAndInsideLongWords) {
-    const auto tenPixels = [](const wxString& text) {
-        std::vector<int> ends;
-        for (std::size_t i = 1; i <= text.length(); ++i) ends.push_back(static_cast<int>(10 * i));
-        return ends;
-    };
-    const struct {
-        const char* text;
-        int width;
-        std::vector<wxString> lines;
-    } cases[] = {
-        {"", 100, {""}},
-        {"one two", 100, {"one two"}},
-        {"one two three", 70, {"one two", "three"}},
-        {"one two three", 79, {"one two", "three"}},
-        {"abcdefgh", 30, {"abc", "def", "gh"}},
-        {"a\n\nb", 30, {"a", "", "b"}},
-        {"one   two", 40, {"one ", "two"}},
-        {"wide", 1, {"w", "i", "d", "e"}},
-    };
-    for (const auto& test : cases)
-        EXPECT_EQ(WrapLines(test.text, test.width, tenPixels), test.lines) << test.text;
-}
-
-TEST_F(ControlTest, AStaticTextTakesTheHeightThatItsWidthNeeds) {
-    auto* text = new OrvStaticText(panel, wxString('w', 30) + " & <b>" + wxString(" word", 1));
-    text->SetMaximumTextWidth(120);
-    const int high = text->GetMinSize().GetHeight();
-    EXPECT_LE(text->GetMinSize().GetWidth(), 120);
-    EXPECT_GT(high, text->GetCharHeight());
-    text->SetSize(0, 0, 2000, high);
-    EXPECT_EQ(text->GetMinSize().GetHeight(), text->GetCharHeight());
-    EXPECT_EQ(text->GetLabelText(), text->GetText()) << "no mnemonic, no mark-up";
 }
 
 }  // namespace
