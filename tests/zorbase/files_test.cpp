@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pwd.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -268,6 +269,124 @@ TEST(Files, FoldersAreMadeAndRemovedButNeverThroughALink) {
     EXPECT_EQ(ReadFile(folder / "a/kept.txt"), "kept");
 }
 
+TEST(Files, PiecesOfAnyLengthAreWrittenInOrder) {
+    const TemporaryFolder folder;
+    const std::string path = folder / "pieces";
+    std::string expected;
+    {
+        FileWriter file(path);
+        for (const std::size_t length : {1UL, 65534UL, 1UL, 3UL, 65536UL, 0UL, 70000UL, 2UL, 65535UL, 5UL}) {
+            const std::string piece(length, static_cast<char>('a' + length % 26));
+            file.Add(piece);
+            expected += piece;
+        }
+        EXPECT_FALSE(FileExists(path)) << "under its name only when it is whole";
+        file.Finish();
+    }
+    EXPECT_EQ(ReadFile(path), expected);
+    { FileWriter(folder / "given up").Add("x"); }
+    EXPECT_EQ(CountFiles(folder.Path()), 1U);
+    WriteFile(folder / "later", Bytes{1, 2, 3}, FileSync::Later);
+    SyncFolder(folder.Path());
+    EXPECT_EQ(ReadFile(folder / "later"), "\1\2\3");
+    EXPECT_EQ(MessageOf([&] { SyncFolder(folder / "later"); }),
+              "Cannot write the folder \"" + (folder / "later") + "\": Not a directory.");
+}
+
+// Files of the system state no size, and are read to their end.
+TEST(Files, WhatStatesNoSizeIsReadToItsEnd) {
+    const std::string expected = ReadFile("/proc/self/cmdline");
+    Bytes buffer;
+    bool hasChanged = true;
+    std::string pieces;
+    const std::size_t size = ReadFileInto(
+        "/proc/self/cmdline", buffer, 1 << 20, [&](auto piece) { pieces.append(piece.begin(), piece.end()); },
+        &hasChanged);
+    EXPECT_GT(size, 5U);
+    EXPECT_EQ(pieces, expected);
+    EXPECT_EQ(std::string(buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(size)), expected);
+    EXPECT_FALSE(hasChanged);
+    EXPECT_THAT(MessageOf([&] { ReadFileInto("/proc/self/cmdline", buffer, size - 1, [](auto) {}); }),
+                HasSubstr("it has more than"));
+
+    const TemporaryFolder folder;
+    const std::string path = folder / "touched";
+    WriteFile(path, std::string("bytes"));
+    for (const timespec& moment :
+         {timespec{1500000000, 5}, timespec{1500000000, 6}, timespec{1500000001, 6}}) {
+        ReadFileInto(
+            path, buffer, 5,
+            [&](auto) {
+                const timespec times[2] = {moment, moment};
+                utimensat(AT_FDCWD, path.c_str(), times, 0);
+            },
+            &hasChanged);
+        EXPECT_TRUE(hasChanged) << moment.tv_sec << "." << moment.tv_nsec;
+    }
+}
+
+TEST(Files, EveryRefusalNamesFileAndReason) {
+    const TemporaryFolder folder;
+    const std::string file = folder / "file";
+    WriteFile(file, std::string("x"));
+    fs::create_symlink(file, folder / "link");
+    const std::string zero = folder / std::string("a\0b", 3);
+    const auto shown = [&](const char* what, const std::string& name, const char* reason) {
+        return std::string(what) + " \"" + (folder / name) + "\": " + reason + ".";
+    };
+    const std::pair<std::function<void()>, std::string> cases[] = {
+        {[&] { ReadFile(folder / "absent"); },
+         shown("Cannot read the file", "absent", "No such file or directory")},
+        {[&] { WriteFile(zero, std::string("x")); }, shown("Cannot write the file",
+                                                           "a\xEF\xBF\xBD"
+                                                           "b",
+                                                           "the name holds a zero byte")},
+        {[&] { WriteFile(folder / "link", std::string("x")); },
+         shown("Cannot write the file", "link", "it is a link, and what it leads to must not change")},
+        {[&] { WriteFile(file + "/below", std::string("x")); },
+         shown("Cannot make the folder", "file", "Not a directory")},
+        {[&] { MakeFolder(zero); }, shown("Cannot make the folder",
+                                          "a\xEF\xBF\xBD"
+                                          "b",
+                                          "the name holds a zero byte")},
+        {[&] { RemoveFolder(zero); }, shown("Cannot remove the folder",
+                                            "a\xEF\xBF\xBD"
+                                            "b",
+                                            "the name holds a zero byte")},
+        {[&] { RemoveFolder(file); }, shown("Cannot remove the folder", "file", "it is not a folder")},
+    };
+    for (const auto& [action, message] : cases) EXPECT_EQ(MessageOf(action), message);
+    EXPECT_NO_THROW(RemoveFolder(file + "/below")) << "below a file there is nothing to remove";
+    EXPECT_FALSE(GetFileFacts(zero).has_value());
+    const FileProtection protection(file);
+    EXPECT_EQ(MessageOf([&] { WriteFile(file, std::string("y")); }),
+              "\"file\" is one of the files to work on, which are never written to. Choose another name.");
+    EXPECT_EQ(MessageOf([&] { RefuseProtectedFile(folder / "link"); }),
+              "\"link\" is one of the files to work on, which are never written to. Choose another name.");
+    EXPECT_NO_THROW(RefuseProtectedFile(zero));
+}
+
+TEST(Files, RestrictingLeavesLinksFoldersAndTheOwnersRights) {
+    const TemporaryFolder folder;
+    WriteFile(folder / "program", std::string("x"));
+    MakeFolder(folder / "inner");
+    fs::create_symlink(folder / "program", folder / "link");
+    const auto mode = [&](const char* name) {
+        struct stat facts {};
+        EXPECT_EQ(stat((folder / name).c_str(), &facts), 0);
+        return facts.st_mode & 0777;
+    };
+    ASSERT_EQ(chmod((folder / "program").c_str(), 0751), 0);
+    ASSERT_EQ(chmod((folder / "inner").c_str(), 0755), 0);
+    RestrictToOwner(folder / "link");
+    RestrictToOwner(folder / "inner");
+    RestrictToOwner(folder / "absent");
+    EXPECT_EQ(mode("program"), 0751U);
+    EXPECT_EQ(mode("inner"), 0755U);
+    RestrictToOwner(folder / "program");
+    EXPECT_EQ(mode("program"), 0700U);
+}
+
 TEST(Paths, Parts) {
     struct Case {
         const char* path;
@@ -298,6 +417,9 @@ TEST(Paths, Parts) {
     EXPECT_EQ(PathJoin("", "b"), "b");
     EXPECT_EQ(PathJoin("/", "b"), "/b");
     EXPECT_EQ(PathJoin("/a", "/etc/passwd"), "/a/etc/passwd");
+    EXPECT_EQ(PathJoin("/a", "//"), "/a/");
+    EXPECT_EQ(PathFolder("a///b"), "a");
+    EXPECT_EQ(PathFolder("//b"), "/");
 }
 
 TEST(Paths, DocumentsFollowTheUsersSettings) {
@@ -326,15 +448,44 @@ TEST(Paths, DocumentsFollowTheUsersSettings) {
     EXPECT_EQ(GetUserDesktopPath(), home / "Bureau");
 
     for (const char* line : {"XDG_DOCUMENTS_DIR=\"relative\"", "XDG_DOCUMENTS_DIR=\"",
-                             "XDG_DOCUMENTS_DIR=\"$HOMER/x\"", "garbage"}) {
+                             "XDG_DOCUMENTS_DIR=\"\"", "XDG_DOCUMENTS_DIR=\"$HOMER/x\"", "garbage"}) {
         WriteFile(file, std::string(line));
         EXPECT_EQ(GetAppDocumentsPath(), home / "Orvane") << line;
     }
+    MakeFolder(home / "R");
+    const std::pair<std::string, std::string> lines[] = {
+        {"XDG_DOCUMENTS_DIR=\"$HOME\"", home.Path()},
+        {"XDG_DOCUMENTS_DIR=\"/\"", ""},
+        {"XDG_DOCUMENTS_DIR=\"/absent\"\nXDG_DOCUMENTS_DIR=\"$HOME/R//\"\nXDG_DOCUMENTS_DIR=\"$HOME/Bureau\"",
+         home / "R"}};
+    for (const auto& [text, documents] : lines) {
+        WriteFile(file, text);
+        EXPECT_EQ(GetAppDocumentsPath(), documents + "/Orvane") << text;
+    }
+    const ScopedVariable otherConfig("XDG_CONFIG_HOME", (home / "elsewhere").c_str());
+    EXPECT_EQ(GetAppDocumentsPath(), home / "Orvane");
+    WriteFile(home / "elsewhere/user-dirs.dirs", std::string("XDG_DOCUMENTS_DIR=\"$HOME/Bureau\""));
+    EXPECT_EQ(GetAppDocumentsPath(), home / "Bureau/Orvane");
+}
+
+TEST(Paths, AHomeFolderIsAlwaysKnown) {
+    const ScopedVariable own("ORVANE_DOCUMENTS", nullptr);
+    const ScopedVariable config("XDG_CONFIG_HOME", "/nowhere");
+    const ScopedVariable none("HOME", nullptr);
+    const passwd* user = getpwuid(getuid());
+    EXPECT_EQ(GetAppDocumentsPath(), PathJoin(user != nullptr ? user->pw_dir : "/", "Orvane"));
+    const ScopedVariable root("HOME", "//");
+    EXPECT_EQ(GetAppDocumentsPath(), "/Orvane");
 }
 
 TEST(Paths, DataFolderCanBeGiven) {
     const ScopedVariable own("ORVANE_DATA", "/opt/orvane-data/");
     EXPECT_EQ(GetAppDataPath(), "/opt/orvane-data");
+    // Beside the programs of the build tree.
+    const ScopedVariable none("ORVANE_DATA", nullptr);
+    const fs::path prefix = fs::read_symlink("/proc/self/exe").parent_path().parent_path();
+    const bool isBuilt = fs::exists(prefix / "data/img");
+    EXPECT_EQ(GetAppDataPath(), (prefix / (isBuilt ? "data" : "share/orvane")).string());
 }
 
 TEST(Time, IsLocalWithItsOffset) {

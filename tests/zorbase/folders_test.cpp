@@ -40,11 +40,25 @@ TEST(Folders, EntriesWithTheirKinds) {
     EXPECT_EQ(looked, 2) << "stops when told to";
 }
 
+TEST(Folders, FilesAreListedInOrder) {
+    const TemporaryFolder folder;
+    std::vector<std::string> expected;
+    for (const char* name : {"10", "9", "B", "a", "b", "c d"}) expected.push_back(folder / name);
+    for (const char* name : {"b", "10", "c d", "a", "9", "B"}) WriteFile(folder / name, std::string());
+    EXPECT_EQ(ListFiles(folder.Path()), expected);
+}
+
 TEST(Folders, WhatCannotBeReadIsSaid) {
     const TemporaryFolder folder;
     WriteFile(folder / "file", std::string("no folder"));
     for (const std::string& path : {folder / "absent", folder / "file", std::string("a\0b", 3)}) {
         EXPECT_THROW(ForEachEntry(path, [](const FolderEntry&) { return true; }), ZorException);
         EXPECT_TRUE(ListFiles(path).empty());
+    }
+    try {
+        ForEachEntry(folder / "file", [](const FolderEntry&) { return true; });
+    } catch (const ZorException& error) {
+        EXPECT_EQ(error.GetMessage(),
+                  "Cannot read the folder \"" + (folder / "file") + "\": Not a directory.");
     }
 }

@@ -23,6 +23,21 @@ TEST(Progress, TwoLevelsAreApart) {
     EXPECT_EQ(acvGetProgress(), 0.25);
     EXPECT_EQ(acvGetProgressString(), "outer");
 
+    acvSetProgress2(0.75, "more");
+    EXPECT_EQ(acvGetProgress2(), 0.75);
+    EXPECT_EQ(acvGetProgressString2(), "more");
+    acvSetProgress2(0.25);
+    {
+        const ProgressInner inner("again");
+        EXPECT_EQ(acvGetProgress2(), 0) << "starts at its beginning";
+        acvSetProgress2(0.5);
+        acvResetProgress();
+        EXPECT_FALSE(acvProgressRunning2());
+        EXPECT_EQ(acvGetProgress2(), 0);
+        EXPECT_EQ(acvGetProgressString2(), "");
+    }
+    acvSetProgress(-1);
+    EXPECT_EQ(acvGetProgress(), 0);
     acvSetProgress(7);
     EXPECT_EQ(acvGetProgress(), 1);
     acvSetProgress(std::numeric_limits<double>::quiet_NaN());

@@ -5,7 +5,9 @@
 #include <wx/strconv.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
+#include <cstdio>
 #include <limits>
 #include <random>
 
@@ -63,6 +65,11 @@ TEST(Text, SplitsAndJoins) {
     EXPECT_EQ(Join(StringToVecString(",a,", ","), ","), ",a,");
     EXPECT_EQ(Trim(" \t a b\r\n"), "a b");
     EXPECT_EQ(Trim("  "), "");
+    EXPECT_EQ(Trim("\v\f\n\r\t x"), "x");
+    EXPECT_EQ(StringToVecString(" a, ", ",", SplitMode::KeepEmpty, true), (Strings{"a", ""}));
+    EXPECT_EQ(StringToVecString(" a, ", ",", SplitMode::SkipEmpty), (Strings{" a", " "}));
+    EXPECT_EQ(ToLower("@AMZ[`az{\xC3\x84"), "@amz[`az{\xC3\x84");
+    EXPECT_EQ(Join({"a", "", "b"}, "; "), "a; ; b");
 }
 
 TEST(Text, IsShortenedBetweenCharacters) {
@@ -71,7 +78,11 @@ TEST(Text, IsShortenedBetweenCharacters) {
     EXPECT_EQ(ShortenText("abcd", 3), "abc");
     EXPECT_EQ(ShortenText("a" + euro + "b", 4), "a" + euro);
     EXPECT_EQ(ShortenText("a" + euro + "b", 3), "a");
-    EXPECT_EQ(ShortenText(euro, 0), "");
+    EXPECT_EQ(ShortenText("a" + euro + "b", 2), "a");
+    for (const std::size_t most : {0U, 1U, 2U}) EXPECT_EQ(ShortenText(euro, most), "") << most;
+    const std::string camera = "\xF0\x9F\x93\xB7";
+    for (const std::size_t most : {1U, 2U, 3U}) EXPECT_EQ(ShortenText(camera + "x", most), "") << most;
+    EXPECT_EQ(ShortenText("x" + camera + "x", 5), "x" + camera);
     // Names of files may be any bytes: what is no UTF-8 is cut where it must be.
     EXPECT_EQ(ShortenText(std::string(9, '\x80'), 6), std::string(6, '\x80'));
 }
@@ -102,6 +113,15 @@ TEST(Text, NaturalOrderIsThePersonsOrderAndTotal) {
             EXPECT_EQ(order == 0, i == j) << ordered[i] << " | " << ordered[j];
         }
     }
+
+    // Of a part of a text nothing behind it counts.
+    const std::string_view longer = "ab1";
+    EXPECT_GT(CompareNatural("ab1", std::string_view("ab2").substr(0, 2)), 0);
+    EXPECT_LT(CompareNatural(longer.substr(0, 2), "ab0"), 0);
+    EXPECT_EQ(CompareNatural(longer.substr(0, 2), "ab"), 0);
+    EXPECT_LT(CompareNatural(std::string_view("x12").substr(0, 2), "x2"), 0);
+    EXPECT_GT(CompareNatural("Z", "["), 0) << "letters compare as small ones";
+    EXPECT_LT(CompareNatural("a/", "a0"), 0);
 
     // Whatever the names, the order must be one: otherwise sorting is undefined.
     std::mt19937 random(3);
@@ -163,7 +183,85 @@ TEST(Text, CodePointsTakeTheirBytes) {
         std::string text = "-";
         AppendUtf8(text, codePoint);
         EXPECT_EQ(text, std::string("-") + bytes) << static_cast<int>(codePoint);
+        // Read in the middle of a text, and cut at every place.
+        const Utf8Step step = NextUtf8(text + "!", 1);
+        EXPECT_TRUE(step.valid);
+        EXPECT_EQ(step.codePoint, codePoint);
+        EXPECT_EQ(step.length, text.size() - 1);
+        for (std::size_t cut = 2; cut < text.size(); ++cut) {
+            const Utf8Step part = NextUtf8(std::string_view(text).substr(0, cut), 1);
+            EXPECT_FALSE(part.valid);
+            EXPECT_EQ(part.length, cut - 1);
+        }
     }
+}
+
+// Every second byte behind every first: what the standard's table of well-formed sequences allows, and no more.
+TEST(Text, OnlyWellFormedSequencesAreCharacters) {
+    for (int lead = 0; lead < 256; ++lead) {
+        for (int second = 0; second < 256; ++second) {
+            const std::string text{static_cast<char>(lead), static_cast<char>(second), '\x80', '\xBF'};
+            const Utf8Step step = NextUtf8(text, 0);
+            int low = 0x80;
+            int high = 0xBF;
+            if (lead == 0xE0) low = 0xA0;
+            if (lead == 0xED) high = 0x9F;
+            if (lead == 0xF0) low = 0x90;
+            if (lead == 0xF4) high = 0x8F;
+            const std::size_t length = lead < 0x80   ? 1U
+                                       : lead < 0xC2 ? 0U
+                                       : lead < 0xE0 ? 2U
+                                       : lead < 0xF0 ? 3U
+                                       : lead < 0xF5 ? 4U
+                                                     : 0U;
+            const bool isValid = length == 1 || (length > 1 && second >= low && second <= high);
+            ASSERT_EQ(step.valid, isValid) << lead << ", " << second;
+            ASSERT_EQ(step.length, isValid ? length : 1U) << lead << ", " << second;
+        }
+    }
+    EXPECT_EQ(NextUtf8("\xE2\x82\xC0", 0).length, 2U) << "a third byte out of its range";
+    EXPECT_EQ(NextUtf8("\xF0\x9F\x93\x7F", 0).length, 3U);
+}
+
+TEST(Text, MarksOfDirection) {
+    for (char32_t code = 0x600; code < 0x2100; ++code) {
+        const bool isMark = code == 0x61C || code == 0x200E || code == 0x200F ||
+                            (code >= 0x202A && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
+        ASSERT_EQ(IsDirectionMark(code), isMark) << static_cast<int>(code);
+    }
+}
+
+TEST(Text, ControlCharactersAreReplaced) {
+    for (int code = 0; code < 0x100; ++code) {
+        std::string text;
+        AppendUtf8(text, static_cast<char32_t>(code));
+        const bool isKept = code == '\t' || code == '\n' || (code >= 0x20 && code <= 0x7E) || code >= 0xA0;
+        EXPECT_EQ(ToValidUtf8(text + "x"), (isKept ? text : "\xEF\xBF\xBD") + "x") << code;
+    }
+    // A character of the toolkit that none of the standard's is.
+    for (const wchar_t wrong : {wchar_t{0xD800}, wchar_t{0xDFFF}, wchar_t{0x110000}})
+        EXPECT_EQ(FromWx(wxString(wrong)), "\xEF\xBF\xBD");
+    for (const wchar_t right : {wchar_t{0xD7FF}, wchar_t{0xE000}, wchar_t{0x10FFFF}})
+        EXPECT_EQ(ToWx(FromWx(wxString(right))), wxString(right));
+}
+
+TEST(Text, AddressesEscapeAllButPlainCharacters) {
+    for (int code = 0; code < 256; ++code) {
+        const std::string one(1, static_cast<char>(code));
+        const bool isPlain =
+            (code < 0x80 && std::isalnum(code) != 0) || std::string("-._~").find(one) != std::string::npos;
+        char escaped[4];
+        std::snprintf(escaped, sizeof escaped, "%%%02X", code);
+        EXPECT_EQ(PercentEncode(one), isPlain && code != 0 ? one : escaped) << code;
+        EXPECT_EQ(PercentDecode(escaped), one) << code;
+        EXPECT_EQ(PercentDecode(ToLower(escaped)), one) << code;
+    }
+    EXPECT_EQ(PercentEncode("/a b/", "/"), "/a%20b/");
+    const std::pair<const char*, const char*> cases[] = {
+        {"100%", "100%"}, {"%4", "%4"},   {"%4g", "%4g"},       {"%g4", "%g4"},
+        {"%%41", "%A"},   {"%/0", "%/0"}, {"%:0", "%:0"},       {"%@0", "%@0"},
+        {"%G0", "%G0"},   {"%`0", "%`0"}, {"a%41%42b", "aABb"}, {"", ""}};
+    for (const auto& [text, plain] : cases) EXPECT_EQ(PercentDecode(text), plain);
 }
 
 TEST(Text, PathsSurviveTheToolkitWhateverTheirBytes) {
@@ -225,6 +323,36 @@ TEST(Text, TsvCellsAreNeverFormulas) {
          "1",
          "'\xEF\xBC\x9D"
          "1"},
+        {"\xE3\x80\x80=1", "'\xE3\x80\x80=1"},
+        {" \xEF\xBB\xBF \xC2\xA0@a", "' \xEF\xBB\xBF \xC2\xA0@a"},
+        {"\v=1", "'\xEF\xBF\xBD=1"},
+        {"\f=1", "'\xEF\xBF\xBD=1"},
+        {"\xEF\xBC\x8B"
+         "1",
+         "'\xEF\xBC\x8B"
+         "1"},
+        {"\xEF\xBC\x8D"
+         "1",
+         "'\xEF\xBC\x8D"
+         "1"},
+        {"\xEF\xBC\xA0"
+         "a",
+         "'\xEF\xBC\xA0"
+         "a"},
+        {"\xEF\xBC\x8C"
+         "a",
+         "\xEF\xBC\x8C"
+         "a"},
+        {"-.5 AZ az %", "-.5 AZ az %"},
+        {"-5  3 ", "-5  3 "},
+        {"-5 a[", "'-5 a["},
+        {"-5 a{", "'-5 a{"},
+        {"-5 @", "'-5 @"},
+        {"-a 5", "'-a 5"},
+        {"+", "'+"},
+        {"+.", "'+."},
+        {"-0x1", "'-0x1"},
+        {"-5x", "'-5x"},
         {"-12.5", "-12.5"},
         {"+3", "+3"},
         {"-1e-7", "-1e-7"},
@@ -252,7 +380,13 @@ TEST(Text, FileSizes) {
         {1023, "1,023 bytes"},
         {1024, "1,024 bytes (1.0 KB)"},
         {12345678, "12,345,678 bytes (11.8 MB)"},
+        {999, "999 bytes"},
+        {10000, "10,000 bytes (9.8 KB)"},
+        {1048524, "1,048,524 bytes (1023.9 KB)"},
+        {1048525, "1,048,525 bytes (1.0 MB)"},
         {1048575, "1,048,575 bytes (1.0 MB)"},
+        {5368709120, "5,368,709,120 bytes (5.0 GB)"},
+        {1125899906842624, "1,125,899,906,842,624 bytes (1.0 PB)"},
         {1099511627776, "1,099,511,627,776 bytes (1.0 TB)"},
         {18446744073709551615u, "18,446,744,073,709,551,615 bytes (16.0 EB)"},
     };

@@ -116,8 +116,18 @@ TEST(ImageConvert, RefusesWhatIsNoImage) {
     EXPECT_TRUE(refused([](IplImage& image) { image.width = 0; }));
     EXPECT_TRUE(refused([](IplImage& image) { image.depth = static_cast<int>(IPL_DEPTH_8S); }));
     EXPECT_TRUE(refused([](IplImage& image) { image.depth = IPL_DEPTH_32F; }));
+    EXPECT_TRUE(refused([](IplImage& image) { image.height = 0; }));
+    EXPECT_TRUE(refused([](IplImage& image) { image.width = -1; }));
+    EXPECT_TRUE(refused([](IplImage& image) { image.nChannels = 0; }));
     EXPECT_TRUE(refused([](IplImage& image) { image.nChannels = 5; }));
+    const int sides[] = {2, 3, 4};
+    EXPECT_FALSE(IplImageToWxImage(cv::Mat(3, sides, CV_8U), out));
+    EXPECT_FALSE(IplImageToWxImage(cv::Mat(2, 3, CV_8UC(5)), out));
+    EXPECT_FALSE(IplImageToWxImage(cv::Mat(2, 3, CV_32F), out));
     EXPECT_TRUE(refused([](IplImage& image) { image.widthStep = 14; }));
+    PaddedImage tight(5, 4, 3, 8);
+    tight.Get().widthStep = 15;
+    EXPECT_TRUE(IplImageToWxImage(&tight.Get(), out)) << "rows without padding";
     EXPECT_TRUE(refused([](IplImage& image) { image.dataOrder = IPL_DATA_ORDER_PLANE; }));
 
     // Larger than the toolkit can hold: the pixels are never touched.

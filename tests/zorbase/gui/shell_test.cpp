@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <limits>
 
 #include "tests/support/temporaryfolder.h"
@@ -11,6 +12,8 @@
 #include "zorbase/text.h"
 
 namespace {
+
+namespace fs = std::filesystem;
 
 // Takes the place of the desktop as long as it lives.
 class RecordedLaunches {
@@ -54,12 +57,14 @@ TEST(Shell, OpensLocalReportsAndWebPagesOnly) {
     EXPECT_FALSE(LaunchDefaultBrowserLocalFile(PathToWx(folder / "absent.html")));
     EXPECT_FALSE(LaunchDefaultBrowserLocalFile(PathToWx(folder.Path())));
     EXPECT_TRUE(LaunchWebAddress("https://example.org/?a=b"));
-    for (const char* address : {"", "example.org", "file:///etc/passwd", "javascript:alert(1)", "--help",
-                                "https://a b", "https://a\nb", "https://caf\xC3\xA9"}) {
+    EXPECT_TRUE(LaunchWebAddress("http://!~"));
+    for (const char* address :
+         {"", "example.org", "file:///etc/passwd", "javascript:alert(1)", "--help", "https://a b",
+          "https://a\nb", "https://caf\xC3\xA9", "https://a\x7F", "https:/a", "http:/a"}) {
         EXPECT_FALSE(LaunchWebAddress(ToWx(address))) << address;
     }
     EXPECT_EQ(launches.Addresses(),
-              (Strings{"file://" + folder.Path() + "/report.html", "https://example.org/?a=b"}));
+              (Strings{"file://" + folder.Path() + "/report.html", "https://example.org/?a=b", "http://!~"}));
 }
 
 TEST(Shell, SaysWhenNothingCouldBeStarted) {
@@ -67,7 +72,11 @@ TEST(Shell, SaysWhenNothingCouldBeStarted) {
     {
         const RecordedLaunches launches(false);
         EXPECT_FALSE(OpenFileExplorer(PathToWx(folder.Path())));
+        EXPECT_FALSE(LaunchWebAddress("https://example.org/"));
     }
+    // One that lies there but is no program does not count.
+    WriteFile(folder / "xdg-open", std::string("text"));
+    fs::permissions(folder / "xdg-open", fs::perms::owner_read);
     // A desktop without the program that opens things.
     const ScopedVariable path("PATH", folder.Path().c_str());
     EXPECT_FALSE(OpenFileExplorer(PathToWx(folder.Path())));
@@ -94,8 +103,14 @@ TEST(SizeJson, RefusesWhatIsNoSize) {
     wxSize size;
     ASSERT_TRUE(FromJson(ToJson(wxSize(640, -1)), size));
     EXPECT_EQ(size, wxSize(640, -1));
+    ASSERT_TRUE(FromJson(JsonFromText(R"({"width":2147483647,"height":0})"), size));
+    EXPECT_EQ(size, wxSize(2147483647, 0));
+    ASSERT_TRUE(FromJson(ToJson(wxSize(-1, 480)), size));
+    EXPECT_EQ(JsonToText(ToJson(size), 0), R"({"height":480,"width":-1})");
+    size = wxSize(640, -1);
     for (const char* text : {"null", "[640,480]", R"({"width":640})", R"({"width":640,"height":-2})",
-                             R"({"width":640.5,"height":480})", R"({"width":1e12,"height":480})",
+                             R"({"width":640.5,"height":480})", R"({"width":2147483648,"height":480})",
+                             R"({"width":-2,"height":480})", R"({"width":1e12,"height":480})",
                              R"({"width":18446744073709551615,"height":480})"}) {
         EXPECT_FALSE(FromJson(JsonFromText(text), size)) << text;
     }
