@@ -268,6 +268,14 @@ DecodedImage DecodeJpeg2000(ByteSpan bytes, const DecodeProgress& progress) {
     CheckHeader(header, bytes.size());
     Source source;
     source.bytes = bytes;
+    // Of a tile of which not one byte is there, the library leaves the samples as they lay in memory: the same file gave other pixels
+    // each time. A zero is an empty packet, and the samples become those of a tile without content.
+    std::vector<std::uint8_t> padded;
+    if (bytes.size() >= 2 && codec::HasText(bytes, bytes.size() - 2, "\xff\x93")) {
+        padded.assign(bytes.begin(), bytes.end());
+        padded.push_back(0);
+        source.bytes = padded;
+    }
     source.progress = &progress;
     const std::unique_ptr<opj_codec_t, CodecDeleter> codecOwner(
         opj_create_decompress(header.isCodestream ? OPJ_CODEC_J2K : OPJ_CODEC_JP2));
@@ -276,7 +284,7 @@ DecodedImage DecodeJpeg2000(ByteSpan bytes, const DecodeProgress& progress) {
     if (codec == nullptr || !stream)
         ZOR_THROW(Memory, "There is not enough memory to decode this JPEG 2000 file.");
     opj_stream_set_user_data(stream.get(), &source, nullptr);
-    opj_stream_set_user_data_length(stream.get(), bytes.size());
+    opj_stream_set_user_data_length(stream.get(), source.bytes.size());
     opj_stream_set_read_function(stream.get(), OnRead);
     opj_stream_set_skip_function(stream.get(), OnSkip);
     opj_stream_set_seek_function(stream.get(), OnSeek);
