@@ -194,6 +194,60 @@ TEST_F(EveryFilter, HasAPlaceOfItsOwnInTheTree) {
         EXPECT_TRUE(ids.contains(known)) << known;
 }
 
+// What a filter declares, word for word: names, defaults, bounds, choices, configurations, and what it says of itself.
+TEST_F(EveryFilter, DeclaresWhatWasKept) {
+    KeptResults kept;
+    kept.Forget("declared ");
+    for (const auto& filter : CreateAllFilters()) {
+        std::string all = filter->GetNameUtf8() + '|' + filter->GetAnalysisTypeUtf8() + '|' +
+                          filter->GetDescriptionUtf8() + '|';
+        for (const int number :
+             {static_cast<int>(filter->GetPageKind()), filter->GetVersion(), int{filter->GivesVerdict()},
+              int{filter->IsCacheable()}, int{filter->NeedsPicture()}, int{filter->ComparesFiles()},
+              int{filter->ListsPictures()}, int{filter->HasSingleConfiguration()}})
+            all += std::to_string(number) + ' ';
+        for (const VecParameter& list : {filter->GetInputPrototype(), filter->GetPostProcessingPrototype(),
+                                         filter->GetOutputPrototype()})
+            for (const Parameter& one : list) {
+                all += one.Name() + '|' + one.GetDescription() + '|' + one.GetToolTip() + '|' +
+                       one.GetFileType() + '|' + one.GetValueAsString() + '|' + ToString(one.GetMinimum()) +
+                       '|' + ToString(one.GetMaximum()) + '|' + std::to_string(one.GetType()) +
+                       (one.IsHiddenFromGui() ? "hidden" : "");
+                for (const std::string& choice : one.Strings()) all += '|' + choice;
+                all += '\n';
+            }
+        for (const OrvFilterConfiguration& one : filter->GetConfigurations())
+            all += GetParametersString(one.GetParameters(), false) + '\n';
+        kept.Check("declared " + filter->GetId(), "text#" + Sha256(all).substr(0, 8));
+    }
+}
+
+// What the two files' results become side by side.
+TEST_F(EveryFilter, MergesTwoFilesAsWasKept) {
+    KeptResults kept;
+    kept.Forget("pair ");
+    const std::pair<std::string, std::string> pairs[] = {
+        {"colour.jpg", "grey.jpg"}, {"deep.tif", "colour.jpg"}, {"cut.jpg", "pixel.png"}, {"alpha.png", ""}};
+    for (const auto& filter : CreateAllFilters())
+        for (const auto& [evidence, reference] : pairs) {
+            const OrvFilterResultPtr result =
+                RunFilter(*filter, m_folder / evidence, reference.empty() ? "" : m_folder / reference);
+            std::string text;
+            for (const Parameter& one : result->output) {
+                if (one.Name() == "modified" || one.Name() == "created" || one.Name() == "accessed" ||
+                    one.Name() == "changed")
+                    continue;
+                text += one.Name() + '|' + one.GetValueAsString() + '|' + one.GetValueAsString(true) + '\n';
+            }
+            for (std::size_t at = text.find(m_folder.Path()); at != std::string::npos;
+                 at = text.find(m_folder.Path()))
+                text.replace(at, m_folder.Path().size(), "@");
+            kept.Check("pair " + filter->GetId() + " " + evidence + " " + reference,
+                       "text#" + Sha256(text).substr(0, 8) + " of " +
+                           std::to_string(result->slot[OrvReference] != nullptr));
+        }
+}
+
 // A name of an output that is mistyped, a map that cannot be shown, an exception of another kind than the program's own would be met by
 // a user otherwise.
 TEST_F(EveryFilter, HasAnAnswerForEveryKindOfFile) {
