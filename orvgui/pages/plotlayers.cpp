@@ -229,7 +229,9 @@ void PlotCurve::SetPoints(const std::vector<double>& x, const std::vector<double
 
 void PlotCurve::Plot(wxDC& dc, mpWindow& window) {
     if (m_xs.empty()) return;
-    const wxRect area = AreaOf(window);
+    // What is exactly zero lies on the axis, one row below the area.
+    wxRect area = AreaOf(window);
+    area.height += 1;
     wxDCClipper clipper(dc, area);
     dc.SetPen(m_pen);
     if (m_style == Style::Marks) {
