@@ -5,14 +5,18 @@
 #include <wx/msgdlg.h>
 #include <wx/textctrl.h>
 
+#include <atomic>
+#include <stdexcept>
+#include <utility>
+
 #include "orvcore/model/webservices.h"
+#include "orvgui/common/backgroundtask.h"
 #include "orvgui/common/dragedge.h"
 #include "orvgui/common/filedrop.h"
 #include "orvgui/common/loadedfiles.h"
 #include "orvgui/common/messagebox.h"
 #include "orvgui/common/progressdialog.h"
 #include "orvgui/common/spreadsheet.h"
-#include "orvgui/common/statictext.h"
 #include "orvgui/common/textdialog.h"
 #include "orvgui/common/textfocus.h"
 #include "orvgui/common/threeway.h"
@@ -251,31 +255,32 @@ TEST_F(CoreTest, AResultIsForTheLoadedFilesOnlyWhereEachSlotIsTheSame) {
     EXPECT_FALSE(IsForLoadedFiles(std::make_shared<OrvFilterResult>(), *core)) << "of no file at all";
 }
 
-TEST(StaticText, LinesBreakAtBlanksWithinTheirWidth) {
-    // Every letter is 10 wide.
-    const auto extents = [](const wxString& text) {
-        std::vector<int> ends;
-        for (std::size_t i = 1; i <= text.length(); ++i) ends.push_back(static_cast<int>(10 * i));
-        return ends;
+// What ended but was not told yet is no longer wanted once other work has begun.
+TEST(BackgroundTask, OnlyTheNewestWorkIsTold) {
+    wxEvtHandler owner;
+    BackgroundTask task(owner);
+    std::vector<std::string> told;
+    const auto start = [&](const char* name, const std::function<void()>& work) {
+        std::atomic<bool> hasEnded{false};
+        task.Start([&](const std::stop_token&) { hasEnded = true, work(); },
+                   [&told, name](const std::string& error) { told.push_back(name + error); });
+        while (!hasEnded) wxMilliSleep(1);
     };
-    const struct {
-        const char* text;
-        int width;
-        std::vector<wxString> lines;
-    } cases[] = {
-        {"", 50, {""}},
-        {"abcde", 50, {"abcde"}},
-        {"abcdef", 50, {"abcde", "f"}},
-        {"ab cd ef", 50, {"ab cd", "ef"}},
-        {"ab cd ef", 49, {"ab", "cd", "ef"}},
-        {"ab   cd", 50, {"ab  ", "cd"}},
-        {"abcd efghijkl m", 50, {"abcd", "efghi", "jkl m"}},
-        {"ab cde fg hi", 60, {"ab cde", "fg hi"}},
-        {"abc", 1, {"a", "b", "c"}},
-        {"a\n\nb c", 20, {"a", "", "b", "c"}},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(WrapLines(c.text, c.width, extents), c.lines) << c.text << " in " << c.width;
+    for (int i = 0; i < 20; ++i) {
+        start("first", [] {});
+        wxMilliSleep(5);  // the end of its thread
+        start("second", [] { throw std::runtime_error(" failed"); });
+        EXPECT_TRUE(task.IsRunning());
+        EXPECT_TRUE(PumpUntil([&] { return !told.empty(); }));
+        Pump();
+        EXPECT_EQ(std::exchange(told, {}), std::vector<std::string>{"second failed"});
+        EXPECT_FALSE(task.IsRunning());
+    }
+    start("stopped", [] {});
+    wxMilliSleep(5);
+    task.Stop();
+    Pump();
+    EXPECT_TRUE(told.empty());
 }
 
 TEST(TextFields, HaveRoomForTheirTextAndLeaveEnterToTheDialog) {

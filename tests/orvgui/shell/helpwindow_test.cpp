@@ -35,6 +35,12 @@ TEST_F(FrameTest, HelpShowsTheManualAtThePartOnAFilter) {
     help->Close();
     EXPECT_FALSE(help->IsShown());
     EXPECT_EQ(OrvHelpWindow::ShowHelp(frame, ""), help) << "closing hides it";
+    for (const int code : {static_cast<int>('A'), static_cast<int>(WXK_ESCAPE)}) {
+        wxKeyEvent key(wxEVT_CHAR_HOOK);
+        key.m_keyCode = code;
+        help->ProcessWindowEvent(key);
+        EXPECT_EQ(help->IsShown(), code == 'A');
+    }
 }
 
 TEST_F(FrameTest, F1OpensTheHelpOnWhatIsShown) {

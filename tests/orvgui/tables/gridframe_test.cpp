@@ -41,8 +41,19 @@ TEST(GridFrame, FilterLineNarrowsTheRows) {
     frame->GetFilterLine()->SetValue("/A");
     EXPECT_EQ(frame->GetListCtrl()->GetNumberRows(), 1);
     EXPECT_EQ(frame->GetCountText(), "1 of 2 rows");
-    frame->GetFilterLine()->Clear();
+    for (const int code : {static_cast<int>('A'), static_cast<int>(WXK_ESCAPE)}) {
+        wxKeyEvent key(wxEVT_CHAR_HOOK);
+        key.m_keyCode = code;
+        frame->GetFilterLine()->ProcessWindowEvent(key);
+        EXPECT_EQ(key.GetSkipped(), code == 'A');
+        EXPECT_EQ(frame->GetFilterLine()->GetValue(), code == 'A' ? "/A" : "");
+    }
     EXPECT_EQ(frame->GetListCtrl()->GetNumberRows(), 2);
+    frame->GetFilterLine()->SetValue("/A");
+    wxCommandEvent cancel(wxEVT_SEARCH_CANCEL);
+    frame->GetFilterLine()->ProcessWindowEvent(cancel);
+    EXPECT_EQ(frame->GetFilterLine()->GetValue(), "");
+    EXPECT_EQ(frame->GetCountText(), "2 rows");
     frame->Destroy();
     Pump();
 }

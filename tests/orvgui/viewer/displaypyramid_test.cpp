@@ -77,6 +77,88 @@ TEST(DisplayPyramid, BelowFullSizeTheAreaIsAveraged) {
     }
 }
 
+// Where a screen pixel covers whole pixels, or fewer than two, nothing is approximated but the rounding.
+TEST(DisplayPyramid, AveragesAreExactWhereverThePictureLies) {
+    for (const int type : {CV_8UC1, CV_8UC3, CV_8UC4, CV_16UC3}) {
+        for (const auto& [width, height] : {std::pair{233, 157}, {96, 640}, {5, 3}}) {
+            const cv::Mat image = Noise(width, height, type);
+            const DisplayPyramid pyramid{Image(image)};
+            for (const double zoom : {0.25, 0.5, 0.53, 0.7, 0.999}) {
+                const IntPair offset{8, 12};  // whole pixels of the copies, too
+                const IntPair origin{2, 1};
+                const IntRect part{3, 4, 250, 170};
+                Screen screen;
+                pyramid.Paint(zoom, offset, origin, part, screen.Pixels());
+                for (int y = 0; y < kHeight; ++y) {
+                    for (int x = 0; x < kWidth; ++x) {
+                        const double imageX = (origin.x + x + 0.5) / zoom - offset.x;
+                        const double imageY = (origin.y + y + 0.5) / zoom - offset.y;
+                        const bool isPainted = x >= part.x && y >= part.y && x < part.x + part.width &&
+                                               y < part.y + part.height && imageX > 0 && imageY > 0 &&
+                                               imageX < width && imageY < height;
+                        if (!isPainted) {
+                            ASSERT_EQ(screen.At(x, y)[0], 77) << zoom << ' ' << x << ',' << y;
+                            continue;
+                        }
+                        for (int c = 0; c < 3; ++c)
+                            ASSERT_NEAR(screen.At(x, y)[c],
+                                        ExactAverage(image, origin.x + x, origin.y + y, zoom, offset, c), 1.6)
+                                << type << ' ' << zoom << ' ' << x << ',' << y;
+                    }
+                }
+            }
+        }
+    }
+}
+
+TEST(DisplayPyramid, HalvingAveragesFourAndWhatIsLeftAtOddEdges) {
+    for (const int type : {CV_8UC1, CV_8UC3, CV_16UC4}) {
+        for (const auto& [width, height] :
+             {std::pair{6, 4}, {7, 4}, {6, 5}, {7, 5}, {1, 9}, {9, 1}, {1, 1}}) {
+            const cv::Mat image = Noise(width, height, type);
+            const cv::Mat half = HalveImage(image);
+            ASSERT_EQ(half.size(), cv::Size((width + 1) / 2, (height + 1) / 2));
+            ASSERT_EQ(half.type(), CV_8UC3);
+            for (int y = 0; y < half.rows; ++y) {
+                for (int x = 0; x < half.cols; ++x) {
+                    int sum[3] = {0, 0, 0};
+                    for (const int row : {2 * y, std::min(2 * y + 1, height - 1)}) {
+                        for (const int column : {2 * x, std::min(2 * x + 1, width - 1)}) {
+                            const DisplayColour colour = DisplayColourAt(image, column, row);
+                            sum[0] += colour.blue;
+                            sum[1] += colour.green;
+                            sum[2] += colour.red;
+                        }
+                    }
+                    for (int c = 0; c < 3; ++c)
+                        ASSERT_EQ(half.at<cv::Vec3b>(y, x)[c], (sum[c] + 2) / 4) << width << 'x' << height;
+                }
+            }
+        }
+    }
+}
+
+TEST(DisplayPyramid, AThumbnailShowsTheMiddlesOfItsPixels) {
+    cv::Mat image(60, 40, CV_8UC3);
+    for (int y = 0; y < 60; ++y)
+        for (int x = 0; x < 40; ++x) image.at<cv::Vec3b>(y, x) = cv::Vec3b(7, y, x);
+    const DisplayPyramid pyramid{Image(image)};
+    // Of 40 x 60 the copy of 20 x 30 is the coarsest with a pixel for each of 15 x 30; of 10 x 45 the picture itself is.
+    const struct {
+        IntPair size;
+        int x, y, red, green;
+    } cases[] = {{{15, 30}, 0, 0, 1, 1}, {{15, 30}, 14, 29, 39, 59}, {{15, 30}, 7, 10, 21, 21},
+                 {{10, 45}, 0, 0, 2, 0}, {{10, 45}, 9, 44, 38, 59},  {{10, 45}, 5, 20, 22, 27}};
+    for (const auto& c : cases) {
+        const std::vector<std::uint8_t> rgb = pyramid.Thumbnail(c.size);
+        ASSERT_EQ(rgb.size(), static_cast<std::size_t>(c.size.x * c.size.y * 3));
+        const std::uint8_t* pixel = &rgb[static_cast<std::size_t>(c.y * c.size.x + c.x) * 3];
+        EXPECT_EQ(pixel[0], c.red) << c.size.x << " at " << c.x;
+        EXPECT_EQ(pixel[1], c.green) << c.size.x << " at " << c.y;
+        EXPECT_EQ(pixel[2], 7);
+    }
+}
+
 TEST(DisplayPyramid, AFineCheckerboardBecomesGrey) {
     cv::Mat board(1600, 2400, CV_8UC1);
     for (int y = 0; y < board.rows; ++y) {

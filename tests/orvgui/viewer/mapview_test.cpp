@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "orvcore/filter/mapimage.h"
 
 namespace {
@@ -66,6 +68,33 @@ TEST(MapView, OverlayIsExactToThePixel) {
             }
         }
     }
+}
+
+// What is no number says nothing; of a colour picture one channel beyond the threshold is enough.
+TEST(MapView, CellsThatSayNothingLeaveThePicture) {
+    OrvMap map = MakeMap({1, 1}, {0, 0}, {4, 1});
+    const Image picture(cv::Mat(1, 4, CV_8UC3, cv::Scalar::all(7)));
+    const auto touched = [&](bool beyondOnly) {
+        std::string text;
+        const Image shown = OverlayMap(picture, map, {0, 100, beyondOnly});
+        for (int x = 0; x < 4; ++x)
+            text += shown.GetMat().at<cv::Vec3b>(0, x) == cv::Vec3b::all(7) ? '.' : 'x';
+        return text;
+    };
+    const auto row = [](float a, float b, float c, float d) {
+        return cv::Mat(cv::Mat(std::vector<float>{a, b, c, d}).t());
+    };
+    map.values = row(5.0F, std::nanf(""), 50.0F, HUGE_VALF);
+    EXPECT_EQ(touched(false), "x.x.");
+    EXPECT_EQ(touched(true), "..x.");
+    for (const int type : {CV_8S, CV_16S, CV_32S}) {
+        row(-5.0F, 20.0F, 21.0F, 50.0F).convertTo(map.values, type);
+        EXPECT_EQ(touched(true), "..xx") << type;
+    }
+    map.values = cv::Mat(1, 4, CV_8UC3, cv::Scalar(1, 2, 3));
+    map.values.at<cv::Vec3b>(0, 1) = {1, 90, 3};
+    map.values.at<cv::Vec3b>(0, 2) = {90, 2, 3};
+    EXPECT_EQ(touched(true), ".xx.");
 }
 
 TEST(MapView, WithoutItsPictureTheMapStandsAlone) {

@@ -7,11 +7,13 @@
 #include <wx/slider.h>
 #include <wx/stattext.h>
 #include <wx/textctrl.h>
+#include <wx/textdlg.h>
 #include <wx/tglbtn.h>
 
 #include "orvgui/common/accessible.h"
 #include "orvgui/common/numberfield.h"
 #include "orvgui/common/statictext.h"
+#include "orvgui/viewer/annotationpaint.h"
 #include "orvgui/viewer/annotationpanel.h"
 #include "orvgui/viewer/comparepanel.h"
 #include "orvgui/viewer/inspectorpanel.h"
@@ -656,6 +658,129 @@ TEST_F(ToolPanels, TheMapPanelShowsWhatCanBeChosenOfEachMap) {
     EXPECT_EQ(panel->GetNumbersText(), "Inside the selection: " + half + "\nOutside: " + half);
     panel->LetGoMaps();
     EXPECT_FALSE(panel->HasMaps());
+}
+
+TEST_F(ToolPanels, MarksAnswerKeysAndButtons) {
+    ForgetMarkChanges();
+    Show(Grey(1000, 800), 2.0);
+    SetMarkedFile(*first, "ab");
+    host->strip->SetTool(kMarkTool);
+    AnnotationPanel* panel = FindAnnotationPanel(host->strip);
+    using Kind = OrvAnnotation::Kind;
+    const auto marks = [this] { return core.GetProject().GetAnnotations(); };
+    const auto key = [panel](int code, int modifiers = wxMOD_NONE) {
+        wxKeyEvent event(wxEVT_KEY_DOWN);
+        event.m_keyCode = code;
+        event.SetControlDown((modifiers & wxMOD_CONTROL) != 0);
+        event.SetShiftDown((modifiers & wxMOD_SHIFT) != 0);
+        return panel->UseKey(event);
+    };
+    const auto drag = [this](IntPair from, IntPair to) {  // window points
+        Mouse(wxEVT_LEFT_DOWN, from.x, from.y, true);
+        Mouse(wxEVT_MOTION, to.x, to.y, true);
+        Mouse(wxEVT_LEFT_UP, to.x, to.y);
+    };
+    const auto answer = [&](int code, const char* text, const char* asked, const std::function<void()>& act) {
+        DialogAnswers answers([=](wxDialog* dialog) {
+            dynamic_cast<wxTextEntryDialog*>(dialog)->SetValue(text);
+            EXPECT_EQ(dynamic_cast<wxTextEntryDialog*>(dialog)->GetTitle(), "Mark");
+            return code;
+        });
+        act();
+        EXPECT_TRUE(PumpUntil([&] { return !answers.Seen().empty(); })) << asked;
+        Pump();
+    };
+    const auto toggles = All<wxBitmapToggleButton>(panel);
+    std::vector<wxButton*> buttons;  // edit, delete, undo
+    for (auto* button : All<wxButton>(panel)) buttons.push_back(button);
+    ASSERT_EQ(toggles.size(), 3U);
+    ASSERT_EQ(buttons.size(), 3U);
+    const auto enabled = [&] {
+        std::string text;
+        for (const wxButton* button : buttons) text += button->IsEnabled() ? '1' : '0';
+        return text;
+    };
+    EXPECT_EQ(enabled(), "000");
+    EXPECT_FALSE(key(WXK_DELETE) || key(WXK_F2) || key(WXK_RETURN) || key(WXK_ESCAPE) || key(WXK_INSERT));
+    drag({20, 40}, {22, 42});
+    EXPECT_TRUE(marks().empty()) << "a click";
+    drag({20, 40}, {60, 100});
+    ASSERT_EQ(marks().size(), 1U);
+    EXPECT_EQ(marks()[0], (OrvAnnotation{Kind::Rectangle, "ab", {10, 20, 21, 31}, ""}));
+    EXPECT_EQ(enabled(), "111");
+    EXPECT_EQ(panel->SelectedOn("ab"), 0);
+    EXPECT_EQ(panel->SelectedOn("cd"), -1);
+    answer(wxID_OK, "  one ", "F2", [&] { EXPECT_TRUE(key(WXK_F2)); });
+    EXPECT_EQ(marks()[0].text, "one");
+    answer(wxID_CANCEL, "two", "Enter", [&] { EXPECT_TRUE(key(WXK_RETURN)); });
+    EXPECT_EQ(marks()[0].text, "one");
+    EXPECT_FALSE(key(WXK_DELETE, wxMOD_SHIFT) || key('Z') || key('Z', wxMOD_CONTROL | wxMOD_SHIFT));
+    EXPECT_TRUE(key(WXK_ESCAPE));
+    EXPECT_EQ(enabled(), "001");
+    EXPECT_FALSE(key(WXK_ESCAPE));
+    // The selection becomes a mark.
+    host->strip->GetSelectorPanel()->SetSelector({5, 6}, {12, 14}, true, first);
+    EXPECT_TRUE(key(WXK_INSERT));
+    ASSERT_EQ(marks().size(), 2U);
+    EXPECT_EQ(marks()[1].place, Roi(5, 6, 7, 8));
+    EXPECT_TRUE(key(WXK_NUMPAD_DELETE));
+    EXPECT_EQ(marks().size(), 1U);
+    EXPECT_TRUE(key('Z', wxMOD_CONTROL));
+    EXPECT_EQ(marks().size(), 2U);
+    Send(buttons[2], wxEVT_BUTTON);
+    EXPECT_EQ(marks().size(), 1U);
+    EXPECT_EQ(marks()[0].text, "one");
+
+    const char* const names[] = {"Rectangle", "Arrow", "Text"};
+    const Kind kinds[] = {Kind::Rectangle, Kind::Arrow, Kind::Text};
+    for (std::size_t chosen = 0; chosen < 3; ++chosen) {
+        EXPECT_EQ(GetAccessibleName(toggles[chosen]), names[chosen]);
+        Send(toggles[chosen], wxEVT_TOGGLEBUTTON, 1);
+        EXPECT_EQ(panel->GetKind(), kinds[chosen]);
+        for (std::size_t i = 0; i < 3; ++i) EXPECT_EQ(toggles[i]->GetValue(), i == chosen);
+    }
+    // A text without letters is none.
+    for (const auto& [code, text] : {std::pair{wxID_CANCEL, "no"}, {wxID_OK, "  "}, {wxID_OK, " hi "}})
+        answer(code, text, text, [&] { drag({200, 202}, {200, 202}); });
+    ASSERT_EQ(marks().size(), 2U);
+    EXPECT_EQ(marks()[1], (OrvAnnotation{Kind::Text, "ab", {100, 101, 0, 0}, "hi"}));
+    answer(wxID_OK, "", "emptied", [&] { Send(buttons[0], wxEVT_BUTTON); });
+    EXPECT_EQ(marks().size(), 1U);
+    // What is drawn beyond the picture ends at its edge.
+    panel->SetKind(Kind::Arrow);
+    drag({200, 202}, {-60, -80});
+    EXPECT_EQ(marks().back().place, Roi(100, 101, -100, -101));
+    Send(buttons[1], wxEVT_BUTTON);
+    EXPECT_EQ(marks().size(), 1U);
+    host->strip->SetTool(OrvTool::Navigate);
+    EXPECT_FALSE(key('Z', wxMOD_CONTROL)) << "another tool";
+    ForgetMarkChanges();
+    host->strip->SetTool(kMarkTool);
+    EXPECT_EQ(enabled(), "000") << "another project";
+}
+
+TEST_F(ToolPanels, OneCanvasShowsTheFirstPicture) {
+    auto* single = new SingleViewerPanel(host, false);
+    single->SetSize(0, 0, 400, 330);
+    const int caption = single->GetCanvasWin()->GetPosition().y;
+    EXPECT_EQ(single->GetCanvasWin()->GetRect(), wxRect(0, caption, 400, 330 - caption));
+    EXPECT_EQ(single->FindCanvas(6000), single->GetCanvas());
+    EXPECT_EQ(single->FindCanvas(6001), nullptr);
+    single->SetCaption(0, "what");
+    single->SetCaption(1, "not this");
+    EXPECT_EQ(single->GetCaption(0), "what");
+    EXPECT_EQ(single->GetCaption(1), "");
+    Image images[] = {Image(Grey(500, 400)), Image(Grey(2, 1)), Image()};
+    frame->shared.syncViews = true;
+    single->ConfigureViewer(images[0], images[1]);
+    EXPECT_EQ(single->GetCanvasProp()->GetWidth(), 500);
+    EXPECT_FALSE(frame->shared.syncViews);
+    EXPECT_EQ(frame->shared.imageSize, (IntPair{500, 400}));
+    single->SetInputOutputImages(images[0], images[1], images[2], images[2]);
+    EXPECT_EQ(single->GetCanvasProp()->GetImage1().GetWidth(), 500);
+    EXPECT_EQ(single->GetCanvasProp()->GetImage2().GetWidth(), 2);
+    single->ConfigureViewer(images[2], images[1]);
+    EXPECT_FALSE(single->GetCanvas()->HasImage());
 }
 
 TEST_F(ToolPanels, TheDescriptionFoldsUnderItsTitle) {
