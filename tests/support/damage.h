@@ -7,6 +7,7 @@
 
 #include "zorbase/files.h"
 #include "zorbase/hash.h"
+#include "zorbase/json.h"
 #include "zorbase/zorexception.h"
 
 // What a reader makes of a file in all the ways in which it can be damaged, in one sum: of every beginning of the file, and of the file with
@@ -44,4 +45,34 @@ inline std::string DescribeDamage(const Bytes& file, const Describe& describe, s
 inline std::string SumOfDamage(const Bytes& file, const Describe& describe, std::size_t first = 0,
                                std::size_t end = 200, std::size_t step = 1) {
     return Sha256(DescribeDamage(file, describe, first, end, step)).substr(0, 16);
+}
+
+// The same of a text of JSON: each member and item left out, and replaced by values of every kind.
+inline std::string DescribeJsonDamage(const Json& json,
+                                      const std::function<std::string(const Json&)>& describe) {
+    const auto told = [&describe](const Json& changed) {
+        try {
+            return describe(changed);
+        } catch (const ZorException& exception) {
+            return "refused: " + exception.GetMessage();
+        }
+    };
+    std::string text = "whole: " + told(json) + "\n";
+    const Json flat = json.flatten();
+    for (const auto& leaf : flat.items()) {
+        for (Json::json_pointer place(leaf.key()); !place.empty(); place = place.parent_pointer()) {
+            Json without = json;
+            Json& parent = without[place.parent_pointer()];
+            if (parent.is_object()) parent.erase(place.back());
+            text += place.to_string() + " left out: " + told(without) + "\n";
+            for (const Json& value :
+                 {Json(nullptr), Json(-1), Json(0), Json(1.5), Json(5000000000), Json(true), Json(false),
+                  Json("text"), Json("\xC3\xA9"), Json::array(), Json::object()}) {
+                Json changed = json;
+                changed[place] = value;
+                text += place.to_string() + " is " + value.dump() + ": " + told(changed) + "\n";
+            }
+        }
+    }
+    return text;
 }

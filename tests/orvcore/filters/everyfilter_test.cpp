@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include "orvcore/analysis/parallel.h"
+#include "orvcore/report/report.h"
 #include "orvcore/report/selftest.h"
 #include "tests/orvcore/filters/resultdigest.h"
 #include "tests/support/runfilter.h"
@@ -239,11 +240,15 @@ TEST_F(EveryFilter, MergesTwoFilesAsWasKept) {
                     continue;
                 text += one.Name() + '|' + one.GetValueAsString() + '|' + one.GetValueAsString(true) + '\n';
             }
-            for (std::size_t at = text.find(m_folder.Path()); at != std::string::npos;
-                 at = text.find(m_folder.Path()))
-                text.replace(at, m_folder.Path().size(), "@");
+            // As a report and a table of text show it; pictures are named only.
+            OrvReportSection section;
+            section.filter = filter.get();
+            section.result = result;
+            section.note = "note";
+            const auto named = [](const OrvResultPicture& picture) { return picture.name + ".png"; };
+            text += HtmlReportSection(section, named) + BuildTsv(section);
             kept.Check("pair " + filter->GetId() + " " + evidence + " " + reference,
-                       "text#" + Sha256(text).substr(0, 8) + " of " +
+                       "text#" + Sha256(WithoutPlaceAndDates(text, m_folder.Path())).substr(0, 8) + " of " +
                            std::to_string(result->slot[OrvReference] != nullptr));
         }
 }

@@ -95,14 +95,16 @@ std::string PlotDigest(const OrvPlotData& plot) {
 
 }  // namespace
 
-std::string DigestOf(const OrvFilterResult& result, const std::string& folder) {
+std::string WithoutPlaceAndDates(std::string text, const std::string& folder) {
     static const std::regex dates(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d( [+-]\d{4})?)");
-    const auto plain = [&folder](std::string text) {
-        for (std::size_t at = text.find(folder); !folder.empty() && at != std::string::npos;
-             at = text.find(folder))
-            text.replace(at, folder.size(), "@");
-        return std::regex_replace(text, dates, "(date)");
-    };
+    for (std::size_t at = text.find(folder); !folder.empty() && at != std::string::npos;
+         at = text.find(folder))
+        text.replace(at, folder.size(), "@");
+    return std::regex_replace(text, dates, "(date)");
+}
+
+std::string DigestOf(const OrvFilterResult& result, const std::string& folder) {
+    const auto plain = [&folder](const std::string& text) { return WithoutPlaceAndDates(text, folder); };
     std::string line;
     for (int slot = 0; slot < kFileSlots; ++slot) {
         if (!result.slot[slot]) continue;

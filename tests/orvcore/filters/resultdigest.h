@@ -4,6 +4,9 @@
 
 #include "orvcore/filter/filterresult.h"
 
+// The text with the folder's name and times of files made the same everywhere.
+std::string WithoutPlaceAndDates(std::string text, const std::string& folder);
+
 // A result in one line: of every map, plot and picture its size, its mean, where its weight lies and how much it varies; of texts, names and
 // tables a checksum. Two results that differ in a value, a place or a word have different lines. folder: a path that the texts may hold
 // and that is of no account; neither are dates of files.

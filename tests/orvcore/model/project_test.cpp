@@ -7,6 +7,7 @@
 #include "orvcore/filter/mapranges.h"
 #include "orvcore/model/log.h"
 #include "tests/orvcore/model/projectfixture.h"
+#include "tests/support/damage.h"
 #include "tests/support/fulldisk.h"
 #include "tests/support/testcore.h"
 
@@ -205,6 +206,11 @@ TEST(ProjectText, KeepsEverything) {
     EXPECT_FALSE(back.isReferenceEnabled);
     ASSERT_TRUE(back.thumbnail);
     EXPECT_EQ(*back.thumbnail, *bookmark.thumbnail);
+    // What is read of it in whatever way a member is wrong, in one sum.
+    const std::string readings = DescribeJsonDamage(JsonFromText(project.ToText()), [](const Json& json) {
+        return OrvProject::FromText(JsonToText(json, 0)).ToText();
+    });
+    EXPECT_EQ(Sha256(readings).substr(0, 16), "3063204b8316c1a1");
 }
 
 TEST(CaseData, ExhibitsBelongToBytes) {
