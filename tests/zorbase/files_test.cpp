@@ -345,6 +345,8 @@ TEST(Files, EveryRefusalNamesFileAndReason) {
          shown("Cannot write the file", "link", "it is a link, and what it leads to must not change")},
         {[&] { WriteFile(file + "/below", std::string("x")); },
          shown("Cannot make the folder", "file", "Not a directory")},
+        {[] { WriteFile("/proc/orvane", std::string("x")); },
+         "Cannot write the file \"/proc/orvane\": No such file or directory."},
         {[&] { MakeFolder(zero); }, shown("Cannot make the folder",
                                           "a\xEF\xBF\xBD"
                                           "b",
