@@ -267,6 +267,10 @@ TEST(PngPixels, ChunksAreReadFieldByField) {
         EXPECT_TRUE(DecodeImage(MakePng({.colour = 2, .before = Chunk(name, {'n', 0, 0, 1, 2, 3, 4})}))
                         .warnings.empty())
             << name;
+    // A transparent colour of a wrong length is passed over, and told.
+    const DecodedImage odd = DecodeImage(MakePng({.colour = 2, .before = Chunk("tRNS", Bytes(5))}));
+    EXPECT_EQ(odd.image.GetChannels(), 3);
+    EXPECT_FALSE(odd.warnings.empty());
     EXPECT_TRUE(info(Chunk("iCCP", {'n', 'o'})).warnings.empty()) << "no name's end, nothing to unpack";
     const Bytes whole = MakePng({.colour = 2});
     EXPECT_EQ(ReadImageInfo(std::span(whole).first(28)).warnings,
