@@ -90,6 +90,10 @@ TEST_F(ControlTest, OfLongTextsOnlyTheLinesThatDifferAreRed) {
     EXPECT_FALSE(isRed(14));
     EXPECT_TRUE(isRed(19));
     EXPECT_TRUE(isRed(25));
+    // Two short texts stand side by side.
+    dump.SetValue(std::string("left"));
+    dump.SetReference(std::string("right"));
+    EXPECT_EQ(Field(Make(dump))->GetValue(), "left / right");
 }
 
 TEST_F(ControlTest, ProseIsWrappedAndColumnsAreNot) {

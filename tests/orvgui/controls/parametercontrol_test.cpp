@@ -9,6 +9,7 @@
 
 #include <map>
 #include <set>
+#include <utility>
 
 #include "orvgui/common/fileselectors.h"
 #include "orvgui/controls/parametercontrolchoice.h"
@@ -128,6 +129,36 @@ TEST_F(ControlTest, ControlsRunDownwardsOrToTheRight) {
     const ExpectedAssertions assertions;
     EXPECT_EQ(ParameterControl::GetControlPosition(&vertical), wxGBPosition(0, 0));
     EXPECT_EQ(assertions.Messages().size(), 1U);
+}
+
+TEST_F(ControlTest, LinesAreTakenOnceWhenTheirFieldIsLeft) {
+    auto* control = Make(Parameter::Strings("names", "Names", {"one", "two"}));
+    wxTextCtrl* field = Field(control);
+    EXPECT_EQ(field->GetValue(), "one\ntwo");
+    const auto leave = [&] {
+        wxFocusEvent event(wxEVT_KILL_FOCUS);
+        field->ProcessWindowEvent(event);
+        return std::exchange(reports, 0);
+    };
+    const auto press = [&](int key, bool withControl) {
+        wxKeyEvent event(wxEVT_KEY_DOWN);
+        event.m_keyCode = key;
+        event.SetControlDown(withControl);
+        field->ProcessWindowEvent(event);
+        return std::exchange(reports, 0);
+    };
+    EXPECT_EQ(leave(), 0) << "as it was";
+    field->SetValue("one\n\nthree");
+    EXPECT_EQ(leave(), 1);
+    EXPECT_EQ(control->GetControlValue().Get<std::vector<std::string>>(),
+              (std::vector<std::string>{"one", "three"}));
+    EXPECT_EQ(leave(), 0);
+    field->SetValue("four");
+    EXPECT_EQ(press(WXK_RETURN, false), 0);
+    EXPECT_EQ(press(WXK_RETURN, true), 1);
+    field->SetValue("five");
+    control->DiscardEdit();
+    EXPECT_EQ(field->GetValue(), "four");
 }
 
 TEST_F(ControlTest, WhatIsTypedIsTakenWithEnterWhenItFits) {

@@ -6,6 +6,8 @@
 #include <wx/checkbox.h>
 #include <wx/textctrl.h>
 
+#include <set>
+
 #include "tests/orvgui/framefixture.h"
 
 namespace {
@@ -81,6 +83,20 @@ TEST_F(OptionsTest, OnlyOkTakesWhatWasEntered) {
     EXPECT_EQ(Option<int>("memoryMiB"), 555);
     EXPECT_EQ(Option<int>("cacheMiB"), 2048) << "the others are as they were";
     EXPECT_TRUE(Option<bool>("useCache"));
+}
+
+TEST_F(OptionsTest, FieldsOfAllGroupsStandInOneColumnAboveTheButtons) {
+    const OrvOptionsGui dialog(frame, core->GetProgramOptions());
+    const wxWindow* body = dialog.GetEmptyButton()->GetParent();
+    const wxWindow* ok = dialog.FindWindow(wxID_OK);
+    EXPECT_GE(body->GetSize().x, body->GetMinSize().x);
+    EXPECT_GE(body->GetSize().y, body->GetMinSize().y);
+    EXPECT_GE(ok->GetPosition().y, body->GetRect().GetBottom());
+    EXPECT_LE(ok->GetRect().GetBottom(), dialog.GetClientSize().y);
+    std::set<int> edges;
+    for (const wxWindow* child : body->GetChildren())
+        if (dynamic_cast<const wxTextCtrl*>(child) != nullptr) edges.insert(child->GetPosition().x);
+    EXPECT_EQ(edges.size(), 1U);
 }
 
 TEST_F(OptionsTest, AWrongFieldKeepsItOpenUntilItIsMended) {

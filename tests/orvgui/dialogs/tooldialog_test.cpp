@@ -6,6 +6,7 @@
 #include <wx/button.h>
 #include <wx/checkbox.h>
 #include <wx/combobox.h>
+#include <wx/stattext.h>
 #include <wx/textctrl.h>
 
 #include "orvcore/tools/toolsettings.h"
@@ -126,8 +127,15 @@ TEST_F(ToolDialogTest, AWrongFieldIsToldUntilItIsEdited) {
         EXPECT_EQ(wxWindow::FindFocus(), fields[1]);
         EXPECT_EQ(fields[1]->GetStringSelection(), "4") << "ready to be written over";
         EXPECT_GT(dialog.GetSize().y, height) << "room for the line";
+        const auto isSeen = [&dialog] {
+            for (const auto* line : Children<wxStaticText>(&dialog))
+                if (line->IsShown() && line->GetLabelText().StartsWith("\"Last page")) return true;
+            return false;
+        };
+        EXPECT_TRUE(isSeen());
         TypeText("12");
         EXPECT_EQ(dialog.GetProblem(), "");
+        EXPECT_FALSE(isSeen());
 
         // A text that is no number at all never becomes an old value in silence.
         TypeText("last");

@@ -1,14 +1,18 @@
 #include "orvgui/pages/filterguitext.h"
 
 #include <wx/combobox.h>
+#include <wx/gbsizer.h>
 #include <wx/grid.h>
 #include <wx/textctrl.h>
 
+#include <map>
 #include <numeric>
 
+#include "orvgui/common/statictext.h"
 #include "orvgui/pages/orvviewerpanel.h"
 #include "orvgui/shell/filterspanel.h"
 #include "tests/orvgui/framefixture.h"
+#include "tests/orvgui/pagefixture.h"
 
 TEST(TableColumns, GiveWayUntilAllAreInSight) {
     const auto fit = [](std::vector<int> widths, int room) {
@@ -115,4 +119,57 @@ TEST_F(TextPageTest, FindingsStandFirstAndSentencesAreWhole) {
             EXPECT_GT(tallest, 2 * grid->GetDefaultRowSize()) << "a sentence in lines";
         }
     }
+}
+
+namespace {
+
+// Three inputs, three short results and a table.
+class ManyFieldsFilter : public OrvFilterPlot {
+  public:
+    ManyFieldsFilter() : OrvFilterPlot("Many fields", "many-fields") {
+        Describe("Test", "Has fields.");
+        SetParameters({Parameter::Int("a", "A", 0, 0, 9), Parameter::Int("b", "B", 0, 0, 9),
+                       Parameter::Int("c", "C", 0, 0, 9)},
+                      {},
+                      {Parameter::Output(ParameterType::OutputString, "one", "One"),
+                       Parameter::Output(ParameterType::OutputString, "two", "Two"),
+                       Parameter::Output(ParameterType::OutputString, "three", "Three"),
+                       Parameter::Output(ParameterType::TableString, "table", "Table")});
+    }
+    OrvPageKind GetPageKind() const override { return OrvPageKind::Text; }
+
+  protected:
+    void Compute(const OrvLoadedFile&, const VecParameter&, const OrvJob&, OrvSlotResult&) const override {}
+};
+
+class TextGridTest : public PageFixture {};
+
+}  // namespace
+
+// Two short ones share a row, what is left over reaches to the right edge; results stand above inputs, the table below both.
+TEST_F(TextGridTest, ShortFieldsArePairedAndResultsComeFirst) {
+    auto* page = MakePage<OrvFilterGuiText>(Register<ManyFieldsFilter>());
+    auto* grid = dynamic_cast<wxGridBagSizer*>(page->GetSizer());
+    ASSERT_NE(grid, nullptr);
+    const std::map<wxString, std::pair<int, int>> places = {
+        {"One", {0, 0}}, {"Two", {0, 2}}, {"Three", {2, 0}}, {"A", {3, 0}},
+        {"B", {3, 2}},   {"C", {5, 0}},   {"Table", {7, 0}}};
+    std::size_t found = 0;
+    for (wxWindow* child : page->GetChildren()) {
+        const auto* label = dynamic_cast<OrvStaticText*>(child);
+        const auto place = label != nullptr ? places.find(label->GetText()) : places.end();
+        if (place == places.end()) continue;
+        ++found;
+        EXPECT_EQ(grid->GetItemPosition(child), wxGBPosition(place->second.first, place->second.second))
+            << place->first;
+        auto* field = static_cast<wxGBSizerItem*>(
+            grid->FindItemAtPosition(wxGBPosition(place->second.first, place->second.second + 1)));
+        ASSERT_NE(field, nullptr) << place->first;
+        const bool isAlone = place->first == "Three" || place->first == "C" || place->first == "Table";
+        EXPECT_EQ(field->GetSpan(), wxGBSpan(1, isAlone ? 3 : 1)) << place->first;
+    }
+    EXPECT_EQ(found, places.size());
+    EXPECT_TRUE(grid->IsRowGrowable(7));
+    EXPECT_TRUE(grid->IsColGrowable(1) && grid->IsColGrowable(3));
+    EXPECT_FALSE(grid->IsColGrowable(0) || grid->IsColGrowable(2) || grid->IsRowGrowable(5));
 }

@@ -749,6 +749,24 @@ TEST_F(ViewerPageTest, TypedZoomAndKeys) {
     SendKey(canvas, wxEVT_KEY_UP, 'X');
 }
 
+// Passing over the picture takes the keyboard, but not from a field that is typed in.
+TEST_F(ViewerPageTest, TheMouseTakesTheKeyboardUnlessSomebodyTypes) {
+    Load(WritePattern("e.png", 640, 480, 10), "");
+    Build();
+    ASSERT_TRUE(PumpUntil([this] { return m_frame->IsActive(); }));
+    Canvas* canvas = m_page->GetCanvasFromActiveWin();
+    wxTextCtrl* field = m_page->GetOrvToolPanel()->GetZoomPanel()->GetZoomField();
+    wxWindow* choice = m_page->GetOrvToolPanel()->GetZoomPanel()->GetViewChoice();
+    for (wxWindow* before : {static_cast<wxWindow*>(field), choice}) {
+        before->SetFocus();
+        ASSERT_TRUE(PumpUntil([&] { return wxWindow::FindFocus() == before; }));
+        Enter(canvas);
+        SendMouse(canvas, wxEVT_MOTION, 30, 30);
+        wxWindow* expected = before == field ? before : canvas;
+        EXPECT_TRUE(PumpUntil([&] { return wxWindow::FindFocus() == expected; }, 2000));
+    }
+}
+
 TEST_F(ViewerPageTest, TheNavigatorDarkensWhatIsNotSeen) {
     cv::Mat image(1500, 2000, CV_8UC3, cv::Scalar(3, 90, 255));
     const std::string path = m_folder / "flat.png";

@@ -19,6 +19,7 @@
 #include "orvgui/viewer/toolpanel.h"
 #include "orvgui/viewer/viewerpanel.h"
 #include "orvgui/viewer/zoompanel.h"
+#include "tests/orvgui/drawing.h"
 #include "tests/support/guitest.h"
 #include "tests/support/testcore.h"
 
@@ -125,6 +126,31 @@ TEST_F(MapPageTest, TheMapLiesOverThePictureAsMuchAsIsWanted) {
     EXPECT_NE(PixelOf(Processed(), 30, 30), cv::Vec3b::all(100));
     Maps().SetDisplay({});
     EXPECT_EQ(PixelOf(Processed(), 30, 30), alone);
+}
+
+// Over the processed picture alone, whichever half it is in.
+TEST_F(MapPageTest, TheMapsRegionsAreNamedOnTheProcessedPicture) {
+    Load(m_folder.WritePicture("a.png", 100, 64), m_folder.WritePicture("b.png", 50, 64));
+    Build();
+    const struct {
+        int mode;
+        const char *first, *second;
+    } cases[] = {{7, "here", "here"}, {6, "", ""}, {2, "", "here"}, {5, "", "here"}, {9, "", ""}};
+    for (const auto& c : cases) {
+        m_page->GetOrvToolPanel()->GetZoomPanel()->SetWindowSplitVal(c.mode);
+        m_page->WindowSplit();
+        Pump();
+        const auto canvases = m_page->GetCanvases();
+        for (const int i : {0, 1}) {
+            Canvas& canvas = *canvases[static_cast<std::size_t>(i)];
+            if (!canvas.HasImage()) continue;
+            std::string names;
+            for (const std::string& text :
+                 Only(Drawn([&](wxDC& dc) { canvas.Draw(dc); }, canvas.GetFont()), "text"))
+                names += text.substr(text.rfind(' ') + 1);
+            EXPECT_EQ(names, i == 0 ? c.first : c.second) << "mode " << c.mode << " half " << i;
+        }
+    }
 }
 
 TEST_F(MapPageTest, LargePicturesAreOverlaidBesideTheWindow) {

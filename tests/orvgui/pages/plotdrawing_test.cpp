@@ -4,12 +4,16 @@
 #include <wx/dcscreen.h>
 #include <wx/frame.h>
 
+#include <algorithm>
 #include <cmath>
 
+#include "orvgui/common/fileselectors.h"
+#include "orvgui/pages/plotdialog.h"
 #include "orvgui/pages/plotlayers.h"
 #include "orvgui/pages/plotpanel.h"
 #include "tests/orvgui/drawing.h"
 #include "tests/support/guitest.h"
+#include "tests/support/testcore.h"
 #include "zorbase/text.h"
 
 namespace {
@@ -355,6 +359,75 @@ TEST_F(PlotDrawingTest, WheelDragsAndDoubleClickChangeTheView) {
     for (int i = 0; i < 300; ++i) Send(wxEVT_MOUSEWHEEL, {300, 230}, 120);
     EXPECT_GT(View()[1] - View()[0], 1e-9);
     EXPECT_LT(View()[1] - View()[0], 1e-6);
+}
+
+TEST_F(PlotDrawingTest, TheTwinFollowsAlongXAndFitsToItsOwnData) {
+    auto* other = new PlotPanel(m_panel->GetParent(), wxID_ANY);
+    other->SetSize(m_panel->GetSize());
+    other->Layout();
+    PlotWindow& twin = *other->GetPlotWindow();
+    for (PlotWindow* plot : {&Plot(), &twin}) {
+        plot->SetTwins(&Plot(), &twin);
+        EXPECT_EQ(plot->GetPopupMenu()->FindItem(mpID_HELP_MOUSE), nullptr) << "it tells of another mouse";
+        EXPECT_EQ(plot->GetPopupMenu()->FindItem(mpID_LOCKASPECT), nullptr);
+        EXPECT_NE(plot->GetPopupMenu()->FindItem(mpID_FIT), nullptr);
+    }
+    wxImage none;
+    const auto fillTwin = [&] { other->ConfigurePlot({0, 1, 2}, {{0, 5, 10}}, 1, nullptr, none, 0, {}, {}); };
+    Configure({0, 1, 2, 3, 4}, {{0, 50, 100, 50, 0}});
+    fillTwin();
+    const auto twinRange = [&] { return std::pair(twin.p2x(50), twin.p2x(550)); };
+    const auto own = twinRange();
+    EXPECT_NEAR(own.second, 2.02, 1e-9);
+    Send(wxEVT_MOUSEWHEEL, {300, 230}, 120);
+    EXPECT_NEAR(twinRange().first, View()[0], 1e-9);
+    EXPECT_NEAR(twinRange().second, View()[1], 1e-9);
+    EXPECT_NEAR(twin.p2y(30), 10.3, 1e-9) << "its own height";
+    Send(wxEVT_LEFT_DCLICK, {300, 230});
+    ExpectView({-0.04, 4.04, 0.0, 103.0}, "all of it");
+    EXPECT_NEAR(twinRange().first, own.first, 1e-9);
+    EXPECT_NEAR(twinRange().second, own.second, 1e-9);
+}
+
+TEST_F(PlotDrawingTest, ALargePlotIsSavedAsItIsSeen) {
+    const CaseFolder folder;
+    std::string chosen = folder / "plot.png";
+    SetSelectorAnswer(
+        [&](OrvSelectorKind, const wxString&, const wxString&, const wxString& name, const wxString&) {
+            EXPECT_EQ(name, "plot.png");
+            return ToWx(chosen);
+        });
+    OrvPlotData data;
+    data.x = {0, 1, 2};
+    data.curves = {{1, 2, 3}};
+    data.layerCount = 1;
+    data.text = "Levels";
+    PlotDialog dialog(m_frame, "Title", data, OrvReference);
+    dialog.Layout();
+    EXPECT_EQ(dialog.GetEscapeId(), wxID_CLOSE);
+    EXPECT_EQ(dialog.GetMinSize(), wxSize(400, 300));
+    const Items texts = Only(
+        Drawn([&](wxDC& dc) { dialog.GetPlot()->GetPlotWindow()->Draw(dc); }, m_frame->GetFont()), "text");
+    EXPECT_TRUE(std::any_of(texts.begin(), texts.end(),
+                            [](const std::string& text) { return text.ends_with(" Reference: Levels"); }));
+    const auto save = [&dialog] {
+        wxCommandEvent event(wxEVT_BUTTON, wxID_SAVE);
+        dialog.FindWindow(wxID_SAVE)->ProcessWindowEvent(event);
+    };
+    save();
+    const Image saved = DecodeImage(ReadFileBytes(chosen)).image;
+    EXPECT_GT(saved.GetWidth(), 500);
+    EXPECT_TRUE(saved.IsEqual(dialog.GetPlot()->Render()));
+    chosen = folder / "plot.png/below.png";  // a file is no folder
+    {
+        DialogAnswers answers{wxID_OK};
+        save();
+        ASSERT_EQ(answers.Seen().size(), 1U);
+        EXPECT_TRUE(answers.Seen()[0].starts_with("Error|")) << answers.Seen()[0];
+    }
+    chosen.clear();
+    save();
+    SetSelectorAnswer({});
 }
 
 TEST_F(PlotDrawingTest, AViewIsKeptAsLongAsTheDataReachesAsFar) {
