@@ -26,6 +26,8 @@ TEST(FilePanelState, EnablesWhatCanBeDone) {
 
     state.hasFile = state.hasFolder = true;
     EXPECT_EQ((std::vector<int>{6038, 6039, 6040, 6047}), enabled()) << "the list is not there yet";
+    state.index = 0;
+    EXPECT_EQ("", state.Position()) << "of no list";
     state.count = 3;
     const struct {
         int index;
@@ -115,6 +117,40 @@ TEST_F(FilePanelTest, NavigatesInNaturalOrderAndStopsAtTheEnds) {
         Press(step.command);
         EXPECT_EQ(step.name, Name()) << "after " << step.command;
         EXPECT_EQ(step.name, PathName(Evidence()));
+    }
+}
+
+// By a press on the button itself, in either panel; and files are taken wherever they are dropped.
+TEST_F(FilePanelTest, EveryButtonDoesItsCommand) {
+    Load(paths[1]);
+    Load(paths[1], OrvReference);
+    chosen = paths[0];
+    const struct {
+        int button;
+        const char *evidence, *reference;
+    } steps[] = {
+        {6043, "img10.png", "img2.png"}, {6042, "img2.png", "img2.png"},  {6044, "img10.png", "img2.png"},
+        {6041, "img1.png", "img2.png"},  {6053, "img1.png", "img10.png"}, {6052, "img1.png", "img2.png"},
+        {6054, "img1.png", "img10.png"}, {6051, "img1.png", "img1.png"},  {6053, "img1.png", "img2.png"},
+        {6058, "img2.png", "img1.png"},  {6059, "img2.png", "img2.png"},  {6038, "img1.png", "img2.png"},
+        {6048, "img1.png", "img1.png"},  {6039, "", "img1.png"},          {6049, "", ""}};
+    for (const auto& step : steps) {
+        wxWindow* button = Panel(step.button < 6048 ? OrvEvidence : OrvReference).FindWindow(step.button);
+        ASSERT_NE(button, nullptr) << step.button;
+        EXPECT_TRUE(button->IsEnabled()) << step.button;
+        EXPECT_EQ(button->GetToolTipText(), OrvGuiCommandRegistry::GetToolTip(step.button));
+        wxCommandEvent press(wxEVT_BUTTON, step.button);
+        press.SetEventObject(button);
+        button->ProcessWindowEvent(press);
+        Settle();
+        EXPECT_EQ(step.evidence, Name()) << step.button;
+        EXPECT_EQ(step.reference, Name(OrvReference)) << step.button;
+    }
+    for (const OrvFileId slot : {OrvEvidence, OrvReference}) {
+        EXPECT_NE(Panel(slot).GetDropTarget(), nullptr);
+        EXPECT_NE(Panel(slot).GetFilenameField()->GetDropTarget(), nullptr);
+        EXPECT_FALSE(Panel(slot).FindWindow(slot == OrvEvidence ? 6043 : 6053)->IsEnabled())
+            << "no file, no next";
     }
 }
 
