@@ -350,6 +350,11 @@ bool OrvFilterGui::HasAnyFile() {
     return core != nullptr && (core->HasFile(OrvEvidence) || core->HasFile(OrvReference));
 }
 
+wxString OrvFilterGui::GetAwaitedMessage() const {
+    if (!HasAnyFile() || m_filter->GetResult() || !m_filter->GetErrorMessage().empty()) return {};
+    return _("Working out the result...");
+}
+
 wxString OrvFilterGui::GetNoDataMessage() {
     const OrvContext* context = GetContext();
     const wxString message = context != nullptr ? context->GetNoDataAvailableMessage() : wxString();

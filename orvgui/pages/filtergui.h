@@ -107,6 +107,8 @@ class ORVGUI_API OrvFilterGui : public wxPanel, public OrvFilterGuiBase, public 
     static bool HasAnyFile();
     // What a page without a file says, in the user's language.
     static wxString GetNoDataMessage();
+    // What a page says while the result for what is loaded is on its way; "" when it is there, failed, or there is no file.
+    wxString GetAwaitedMessage() const;
 
     Controls m_controlsInput;
     Controls m_controlsPostProcessing;

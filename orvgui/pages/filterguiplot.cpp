@@ -297,7 +297,7 @@ void OrvFilterGuiPlot::ConfigurePlots() {
         }
     }
     wxString reason = m_filter->GetErrorMessage();
-    if (reason.empty() && !evidence && !reference) reason = GetNoDataMessage();
+    if (reason.empty()) reason = evidence || reference ? GetAwaitedMessage() : GetNoDataMessage();
     bool isAll = false;
     if (reason.empty()) reason = GetSilence(isAll);
     SetNotice(reason);

@@ -51,7 +51,7 @@ Image DerivedPictures::Difference(const Image& a, const Image& b, wxString& mess
     if (m_difference.IsValid() && IsSameBuffer(a, m_differenceOf[0]) && IsSameBuffer(b, m_differenceOf[1]))
         return m_difference;
     if (IsQuick(a.GetWidth(), a.GetHeight())) return AbsoluteDifference(a, b, std::stop_token());
-    message = _("Working out the difference…");
+    message = _("Working out the difference...");
     const auto difference = std::make_shared<Image>();
     m_differenceTask.Start(
         [difference, a, b](const std::stop_token& stop) { *difference = AbsoluteDifference(a, b, stop); },

@@ -258,6 +258,52 @@ TEST_F(FilterGuiTest, APageThatGoesIsForgottenByItsFilter) {
     EXPECT_EQ(filter->GetAnalsyisFilterGui(), nullptr);
 }
 
+// Until its result is there a page says that it comes, and after a failure nothing of the kind.
+TEST_F(FilterGuiTest, WhatIsBeingWorkedOutIsNoMissingData) {
+    class SlowFilter : public OrvFilter {
+      public:
+        SlowFilter() : OrvFilter("Slow", "slow") {
+            SetParameters({Parameter::Bool("fails", "Fails", false)}, {},
+                          {Parameter::Output(ParameterType::OutputInt64, "sum", "Sum")});
+        }
+        mutable std::atomic<bool> isRunning{false};
+        mutable std::atomic<bool> mayEnd{false};
+
+      protected:
+        void Compute(const OrvLoadedFile&, const VecParameter& input, const OrvJob& job,
+                     OrvSlotResult& result) const override {
+            for (isRunning = true; !mayEnd; wxMilliSleep(2)) job.CheckAbort();
+            if (input.Get<bool>("fails")) ZOR_THROW(Format, "It was asked to.");
+            result.SetCount("sum", 7);
+        }
+    };
+    auto* slow = Register<SlowFilter>();
+    auto* page = MakePage<OrvFilterGuiText>(slow);
+    const auto notice = [&page] {
+        for (const OrvStaticText* text : Children<OrvStaticText>(page))
+            if (text->IsShown() && text->GetText().length() > 10) return text->GetText();
+        return wxString();
+    };
+    EXPECT_EQ(notice(), "No data available for this file");
+    WriteImage(Image(cv::Mat(8, 16, CV_8UC3, cv::Scalar(1, 2, 3))), folder / "slow.png");
+    for (const bool fails : {true, false}) {
+        VecParameter input = slow->GetParametersInput();
+        input.Find("fails")->SetValue(fails);
+        slow->isRunning = slow->mayEnd = false;
+        core->SetFile(wxString(), OrvEvidence);
+        Settle();
+        core->SetFile(PathToWx(folder / "slow.png"), OrvEvidence);
+        core->Configure(slow, -1, input, {}, false);
+        ASSERT_TRUE(PumpUntil([slow] { return slow->isRunning.load(); }));
+        page->UpdateGui();
+        EXPECT_EQ(notice(), "Working out the result...");
+        slow->mayEnd = true;
+        Settle();
+        EXPECT_EQ(notice().Contains("It was asked to."), fails) << notice();
+        EXPECT_EQ(notice().empty(), !fails) << notice();
+    }
+}
+
 TEST_F(FilterGuiTest, APageHigherThanItsWindowScrolls) {
     auto* every = Register<EveryTypeFilter>();
     auto* page = MakePage<OrvFilterGuiText>(every);
