@@ -150,7 +150,16 @@ wxString OrvFilter::GetErrorMessage() const {
 
 Image OrvFilter::GetInputImage(OrvFileId slot) const {
     const OrvFilterResultPtr result = GetResult();
-    return result && result->slot[slot] ? result->slot[slot]->inputImage : Image();
+    if (!result || !result->slot[slot]) return {};
+    const OrvSlotResult& found = *result->slot[slot];
+    if (found.inputImage.IsValid() || !found.outputImage.IsValid()) return found.inputImage;
+    // The file's own, which the run has decoded; nobody waits for it here.
+    const OrvFilePtr& file = result->file[slot];
+    try {
+        return file && file->IsDecoded() ? file->GetDecoded(OrvJob())->image : Image();
+    } catch (const ZorException&) {
+        return {};  // what is shown is another picture out of a file whose own cannot be read
+    }
 }
 
 Image OrvFilter::GetOutputImage(OrvFileId slot) const {

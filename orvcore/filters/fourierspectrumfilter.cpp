@@ -4,6 +4,7 @@
 
 #include "orvcore/analysis/spectrum.h"
 #include "orvcore/filter/intermediates.h"
+#include "orvcore/filter/pictureplaces.h"
 #include "orvcore/filters/filterlist.h"
 
 namespace {
@@ -25,7 +26,7 @@ cv::Mat Draw(const cv::Mat& values) {
     return drawn;
 }
 
-class FourierSpectrumFilter : public OrvFilterImage {
+class FourierSpectrumFilter : public OrvFilterImage, public OrvPicturePlaces {
   public:
     FourierSpectrumFilter() : OrvFilterImage("Fourier Spectrum", "fourier-spectrum") {
         Describe(
@@ -43,6 +44,7 @@ class FourierSpectrumFilter : public OrvFilterImage {
                        Parameter::Output(ParameterType::TableString, "peaks", "Peaks")});
     }
     int GetVersion() const override { return 2; }
+    bool ShowsPlaces(OrvFileId, bool isProcessed) const override { return !isProcessed; }  // but frequencies
 
   protected:
     void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,

@@ -2,6 +2,7 @@
 
 #include "orvcore/filter/fileintermediates.h"
 #include "orvcore/filter/filter.h"
+#include "orvcore/filter/pictureplaces.h"
 #include "orvcore/filters/filterlist.h"
 #include "orvcore/formats/structure/picturesinfile.h"
 #include "zorbase/text.h"
@@ -14,10 +15,11 @@ std::string Dimensions(const FilePicture& picture) {
     return ToString(picture.width) + " x " + ToString(picture.height);
 }
 
-class PicturesInFileFilter : public OrvFilterImage {
+class PicturesInFileFilter : public OrvFilterImage, public OrvPicturePlaces {
   public:
     PicturesInFileFilter();
     bool NeedsPicture() const override { return false; }
+    bool ShowsPlaces(OrvFileId, bool isProcessed) const override { return !isProcessed; }
     std::string WhyNot(const OrvLoadedFile& file, const VecParameter&) const override {
         return IsReadableFormat(file.GetInfo().format) ? "" : "Not a picture that is read";
     }

@@ -3,6 +3,7 @@
 #include "orvcore/analysis/comparison.h"
 #include "orvcore/analysis/registration.h"
 #include "orvcore/filter/intermediates.h"
+#include "orvcore/filter/pictureplaces.h"
 #include "orvcore/filters/filterlist.h"
 
 namespace {
@@ -70,7 +71,7 @@ void ShowComparison(const PictureComparison& comparison, OrvSlotResult& result) 
 }
 
 // The evidence against a reference that shows the same scene.
-class ReferenceComparisonFilter : public OrvFilterImage {
+class ReferenceComparisonFilter : public OrvFilterImage, public OrvPicturePlaces {
   public:
     ReferenceComparisonFilter() : OrvFilterImage("Reference Comparison", "reference-comparison") {
         Describe(
@@ -93,6 +94,10 @@ class ReferenceComparisonFilter : public OrvFilterImage {
              Parameter::Output(ParameterType::TableString, "histograms", "Histograms")});
     }
     bool ComparesFiles() const override { return true; }
+    // The reference is shown as it lies on the evidence.
+    bool ShowsPlaces(OrvFileId slot, bool isProcessed) const override {
+        return slot == OrvEvidence || !isProcessed;
+    }
     int GetVersion() const override { return 2; }
 
   protected:

@@ -5,6 +5,7 @@
 #include "orvcore/analysis/thumbnailfit.h"
 #include "orvcore/filter/fileintermediates.h"
 #include "orvcore/filter/intermediates.h"
+#include "orvcore/filter/pictureplaces.h"
 #include "orvcore/filters/filterlist.h"
 #include "orvcore/formats/jpegquality.h"
 #include "orvcore/formats/structure/picturesinfile.h"
@@ -80,7 +81,7 @@ struct Compared {
     ThumbnailFit fit;
 };
 
-class ThumbnailsFilter : public OrvFilterImage {
+class ThumbnailsFilter : public OrvFilterImage, public OrvPicturePlaces {
   public:
     ThumbnailsFilter();
     bool GivesVerdict() const override { return true; }
@@ -89,6 +90,8 @@ class ThumbnailsFilter : public OrvFilterImage {
         return IsReadableFormat(file.GetInfo().format) ? "" : "Not a picture that is read";
     }
     bool ListsPictures() const override { return true; }
+    // The picture itself is brought to the small one's size too.
+    bool ShowsPlaces(OrvFileId, bool) const override { return false; }
 
   protected:
     void Compute(const OrvLoadedFile& file, const VecParameter& input, const OrvJob& job,

@@ -5,6 +5,7 @@
 #include <wx/intl.h>
 
 #include "orvcore/facade/interface.h"
+#include "orvcore/filter/pictureplaces.h"
 #include "orvgui/common/visibletext.h"
 #include "orvgui/viewer/annotationpaint.h"
 #include "orvgui/viewer/annotationpanel.h"
@@ -14,6 +15,15 @@
 #include "orvgui/viewer/viewmodes.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"
+
+namespace {
+
+bool ShowsPlaces(const OrvFilter& filter, OrvFileId slot, bool isProcessed) {
+    const auto* places = dynamic_cast<const OrvPicturePlaces*>(&filter);
+    return places == nullptr || places->ShowsPlaces(slot, isProcessed);
+}
+
+}  // namespace
 
 void OrvFilterGuiViewer::GetInputOutputImages(Image& first, Image& second, int mode, int) {
     const OrvInterface* core = GetInterface();
@@ -106,8 +116,9 @@ void OrvFilterGuiViewer::ShowCaptions() {
                         wxString::Format(_("%d %% of the other"), m_mixPercent);
         }
         m_viewerPanel->SetCaption(static_cast<int>(i), text);
-        // Marks belong to the file's own pixels: a picture of another size is a spectrum, a sheet of small ones or the like.
-        const Image input = shown.isDifference ? Image() : m_filter->GetInputImage(shown.slot);
+        // Marks belong to the file's own pixels: a picture of another size is a sheet of small ones or the like.
+        const bool isOfPlaces = !shown.isDifference && ShowsPlaces(*m_filter, shown.slot, shown.isProcessed);
+        const Image input = isOfPlaces ? m_filter->GetInputImage(shown.slot) : Image();
         const OrvFilePtr file = core != nullptr ? core->GetFile(shown.slot) : nullptr;
         const IntPair size = canvases[i]->GetProperties()->GetPixelSize();
         const bool isOwn = file && input.IsValid() && size == IntPair{input.GetWidth(), input.GetHeight()};

@@ -41,9 +41,8 @@ class Annotations : public FrameTest {
         ASSERT_NE(page, nullptr);
         panel = FindAnnotationPanel(page->GetOrvToolPanel());
         // The page takes its size, and the file's marks, a little later.
-        EXPECT_TRUE(PumpUntil([this] {
-            return Half(0)->GetClientSize().x > 150 && !GetMarkedFile(*Half(0)).empty();
-        }));
+        EXPECT_TRUE(PumpUntil(
+            [this] { return Half(0)->GetClientSize().x > 150 && !GetMarkedFile(*Half(0)).empty(); }));
     }
     std::vector<OrvAnnotation> Marks() { return core->GetProject().GetAnnotations(); }
     Canvas* Half(std::size_t i) { return page->GetCanvases()[i]; }
@@ -240,4 +239,33 @@ TEST_F(Annotations, AreKeptByTheProjectWhateverRuns) {
     EXPECT_EQ(more, Marks());
     Show();
     EXPECT_EQ(1U, GetCanvasMarks(*Half(0)).size());
+}
+
+// A spectrum as large as the picture has no places of it; where a filter found nothing to draw it shows the picture itself.
+TEST_F(Annotations, AreOnPlacesOfThePhotographOnly) {
+    const struct {
+        const char* filter;
+        bool processed, original;
+    } cases[] = {{"fourier-spectrum", false, true},
+                 {"double-jpeg-shifted", true, true},
+                 {"error-level", true, true},
+                 {"visual-inspection", true, true}};
+    for (const auto& c : cases) {
+        core->ActivateFilter(core->GetContext().FindFilter(c.filter), -1);
+        Settle();
+        ASSERT_TRUE(PumpUntil([&] {
+            page = dynamic_cast<OrvFilterGuiViewer*>(frame->GetViewerPanel()->GetShownPage());
+            return page != nullptr && page->GetFilter()->GetId() == c.filter;
+        }));
+        for (const bool isProcessed : {false, true}) {
+            page->GetOrvToolPanel()->GetZoomPanel()->SetWindowSplitVal(isProcessed ? 1 : 0);
+            page->WindowSplit();
+            PumpFor(50);
+            const Canvas* canvas = Half(isProcessed ? 1 : 0);
+            EXPECT_TRUE(canvas->HasImage()) << c.filter << isProcessed;
+            const std::string expected =
+                (isProcessed ? c.processed : c.original) ? Sha(OrvEvidence) : std::string();
+            EXPECT_EQ(GetMarkedFile(*canvas), expected) << c.filter << isProcessed;
+        }
+    }
 }
