@@ -213,7 +213,7 @@ ParameterControlOutputImageResolution::ParameterControlOutputImageResolution(wxW
 
 ParameterControlOutputText::ParameterControlOutputText(wxWindow* parent, wxGridBagSizer* sizer,
                                                        const Parameter& parameter)
-    : ParameterControl(parent, parameter) {
+    : ParameterControl(parent, parameter), m_maximumLines(kMaximumLines) {
     m_field = new wxTextCtrl(parent, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize,
                              wxTE_MULTILINE | wxTE_READONLY | wxTE_DONTWRAP);
     MakeResultField(m_field);
@@ -285,6 +285,11 @@ void ParameterControlOutputText::SetControlValue(const Parameter& parameter) {
     FitHeight();
 }
 
+bool ParameterControlOutputText::SetMaximumLines(int lines) {
+    m_maximumLines = std::clamp(lines, kMinimumLines, kMaximumLines);
+    return FitHeight();
+}
+
 // As high as the text, within bounds; whether that is another height than before.
 bool ParameterControlOutputText::FitHeight() {
     constexpr int kInset = 2 * kTextInsetY + 2;
@@ -294,7 +299,7 @@ bool ParameterControlOutputText::FitHeight() {
     const int width = std::max(m_field->GetClientSize().x, least) - 2 * kTextInsetX - 2;
     const int lines =
         std::clamp(wraps ? WrappedLineCount(*m_field, m_shownText, width) : LineCount(m_shownText),
-                   kMinimumLines, kMaximumLines);
+                   kMinimumLines, m_maximumLines);
     const wxSize size(least, lines * m_field->GetCharHeight() + kInset);
     if (m_field->GetMinSize() == size) return false;
     m_field->SetMinSize(size);

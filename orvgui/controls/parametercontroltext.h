@@ -34,7 +34,7 @@ class ParameterControlString : public ParameterControlEntry {
   private:
     void UpdateViewButton();
 
-    wxSizer* m_row = nullptr;    // holds the field, and the button once it is needed
+    wxSizer* m_row = nullptr;  // holds the field, and the button once it is needed
     // How often the button came or went for this text in a window of this width.
     wxString m_judgedText;
     int m_judgedWidth = 0;
@@ -83,12 +83,15 @@ class ParameterControlOutputText : public ParameterControl {
     wxWindow* GetControl() override;
     void SetControlValue(const Parameter& parameter) override;
     Parameter GetControlValue() const override { return m_parameter; }
+    // Text of more lines scrolls in its field. Whether the field asks for another height now.
+    bool SetMaximumLines(int lines);
 
   private:
     void MarkDifferingLines(const wxString& evidence);
     bool FitHeight();
 
     wxTextCtrl* m_field;
+    int m_maximumLines;
     wxString m_shownText;
     bool m_shownRed = false;
 };

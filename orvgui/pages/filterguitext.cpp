@@ -1,6 +1,7 @@
 #include "orvgui/pages/filterguitext.h"
 
 #include <wx/gbsizer.h>
+#include <wx/intl.h>
 #include <wx/settings.h>
 #include <wx/textctrl.h>
 
@@ -10,18 +11,23 @@
 #include "orvcore/facade/interface.h"
 #include "orvgui/common/framehost.h"
 #include "orvgui/common/statictext.h"
+#include "orvgui/controls/parametercontroltext.h"
 #include "orvgui/tables/listctrl.h"
 
 namespace {
 
 constexpr int kPairedFieldWidth = 120;  // least width in pixels of a field that shares its row
-constexpr int kLongResultHeight = 216;  // least height of what takes the rest of the page
+constexpr int kLongResultHeight = 150;  // least height of what takes the rest of the page
 constexpr int kLeastColumn = 100;       // longer texts go on in the next line
-constexpr int kSentence = 5;            // times the least width, from which on a text is read as a sentence,
-constexpr int kLeastSentence = 2;       // and of which so many stay
+constexpr int kShareThatStays = 3;      // of its width a longer text keeps this part at least,
+constexpr int kLeastSentence = 2;       // or so many times the least width
 constexpr int kLabelWidth = 140;
 constexpr int kLongestCell = 1200;
 constexpr int kPairGap = 12;
+constexpr int kColumns = 4;      // two labels, each with its field
+constexpr int kFewestLines = 3;  // of a text above the long result, and on a page that is higher than this
+constexpr int kLowPage = 620;
+constexpr int kHeightPerLine = 60;  // one more for so much
 
 bool IsLong(const Parameter& parameter) {
     return parameter.Type() == ParameterType::TableString || parameter.Type() == ParameterType::OutputText ||
@@ -34,6 +40,32 @@ bool IsTable(const Parameter& parameter) {
 
 wxSizerItem* ItemAt(wxGridBagSizer& grid, int row, int column) {
     return grid.FindItemAtPosition(wxGBPosition(row, column));
+}
+
+bool Holds(wxSizerItem* item, const wxWindow* window) {
+    if (!item->IsSizer()) return item->GetWindow() == window;
+    const wxSizerItemList& children = item->GetSizer()->GetChildren();
+    return std::any_of(children.begin(), children.end(),
+                       [window](wxSizerItem* child) { return Holds(child, window); });
+}
+
+wxGBSizerItem* FindHolder(const wxGridBagSizer& grid, const wxWindow* window) {
+    for (wxSizerItem* item : grid.GetChildren())
+        if (Holds(item, window)) return static_cast<wxGBSizerItem*>(item);
+    return nullptr;
+}
+
+// The lowest first: two at a time in one cell are refused.
+void InsertRow(wxGridBagSizer& grid, int row) {
+    std::vector<wxGBSizerItem*> below;
+    for (wxSizerItem* item : grid.GetChildren())
+        if (auto* cell = static_cast<wxGBSizerItem*>(item); cell->GetPos().GetRow() >= row)
+            below.push_back(cell);
+    std::sort(below.begin(), below.end(), [](const wxGBSizerItem* a, const wxGBSizerItem* b) {
+        return a->GetPos().GetRow() > b->GetPos().GetRow();
+    });
+    for (wxGBSizerItem* cell : below)
+        cell->SetPos(wxGBPosition(cell->GetPos().GetRow() + 1, cell->GetPos().GetCol()));
 }
 
 void NarrowFields(wxSizerItem* item) {
@@ -79,7 +111,8 @@ void SpanUnpaired(wxGridBagSizer& grid, int first, int count) {
 
 std::vector<int> FitColumnWidths(std::vector<int> widths, int room, int least) {
     const auto limited = [least](int width, int most) {
-        return std::min(width, std::max(most, width >= kSentence * least ? kLeastSentence * least : least));
+        return std::min(width,
+                        std::max(most, std::clamp(width / kShareThatStays, least, kLeastSentence * least)));
     };
     const auto sumWith = [&](int most) {
         int sum = 0;
@@ -134,12 +167,12 @@ void OrvFilterGuiText::CreateControlsOutput() {
         if (IsTable(m_parametersOutput[static_cast<std::size_t>(last)]))
             PairRows(*m_outputSizer, first, isShort);
         SpanUnpaired(*m_outputSizer, first, count);
-        // Aligned in its cell it would not be as high as it.
-        if (wxSizerItem* item = ItemAt(*m_outputSizer, first + last, 1))
-            item->SetFlag(item->GetFlag() & ~wxALIGN_CENTER_VERTICAL);
         OrderRows(first, first + last);
-        m_outputSizer->SetRows(0);
-        m_outputSizer->AddGrowableRow(static_cast<std::size_t>(first + last), 1);
+        GiveLongOnesRows();
+        Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
+            event.Skip();
+            if (LimitTexts()) CallAfter([this] { FitContent(); });
+        });
     }
     // Long labels would take the room from what they name.
     for (wxWindow* child : m_outputParent->GetChildren())
@@ -159,6 +192,50 @@ void OrvFilterGuiText::CreateControlsOutput() {
     const int columns = CountCells(m_outputSizer).GetCol();
     if (columns > 1) m_outputSizer->AddGrowableCol(1, 1);
     if (columns > 3) m_outputSizer->AddGrowableCol(3, 1);
+}
+
+void OrvFilterGuiText::GiveLongOnesRows() {
+    const int last = LastShown();
+    for (int i = 0; i <= last; ++i) {
+        const auto index = static_cast<std::size_t>(i);
+        const bool isWide = IsTable(m_parametersOutput[index]) ||
+                            m_parametersOutput[index].Type() == ParameterType::OutputQuantizationTable ||
+                            i == last;
+        const wxWindow* window = m_controlsOutput[index] ? m_controlsOutput[index]->GetControl() : nullptr;
+        wxGBSizerItem* content = window != nullptr ? FindHolder(*m_outputSizer, window) : nullptr;
+        if (!isWide || content == nullptr) continue;
+        int row = content->GetPos().GetRow();
+        if (wxSizerItem* label = ItemAt(*m_outputSizer, row, 0); label != nullptr && label != content) {
+            auto* text = dynamic_cast<OrvStaticText*>(label->GetWindow());
+            const bool isPlain = text != nullptr && text->GetText() == wxGetTranslation(m_filter->GetName());
+            if (isPlain) {
+                text->Destroy();  // who has chosen the page knows what it shows
+            } else {
+                InsertRow(*m_outputSizer, ++row);
+            }
+            content->SetSpan(wxDefaultSpan);
+            content->SetPos(wxGBPosition(row, 0));
+            content->SetSpan(wxGBSpan(1, kColumns));
+            if (!isPlain) static_cast<wxGBSizerItem*>(label)->SetSpan(wxGBSpan(1, kColumns));
+        }
+        if (i != last) continue;
+        // Aligned in its cell it would not be as high as it.
+        content->SetFlag(content->GetFlag() & ~wxALIGN_CENTER_VERTICAL);
+        m_outputSizer->SetRows(0);
+        m_outputSizer->AddGrowableRow(static_cast<std::size_t>(row), 1);
+    }
+}
+
+bool OrvFilterGuiText::LimitTexts() {
+    if (!EndsInLongResult()) return false;
+    const int lines = kFewestLines + std::max(GetClientSize().y - kLowPage, 0) / kHeightPerLine;
+    const auto last = static_cast<std::size_t>(LastShown());
+    bool isOther = false;
+    for (std::size_t i = 0; i < m_controlsOutput.size(); ++i)
+        if (auto* text = dynamic_cast<ParameterControlOutputText*>(m_controlsOutput[i].get());
+            text != nullptr && i != last)
+            isOther = text->SetMaximumLines(lines) || isOther;
+    return isOther;
 }
 
 // Beside a field, and not the sentence that stands in the place of results.
@@ -229,7 +306,7 @@ void OrvFilterGuiText::FitTable() {
 
 void OrvFilterGuiText::UpdateControlsCustom() {
     wxString reason = m_filter->GetErrorMessage();
-    if (reason.empty() && !HasAnyFile()) reason = GetNoDataMessage();
+    if (reason.empty()) reason = HasAnyFile() ? GetAwaitedMessage() : GetNoDataMessage();
     bool isAll = false;
     const wxString silence = reason.empty() ? GetSilence(isAll) : wxString();
     SetNotice(reason + silence);

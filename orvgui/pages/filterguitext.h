@@ -27,6 +27,10 @@ class ORVGUI_API OrvFilterGuiText : public OrvFilterGui {
     void FitTable();
     void FitTableSoon();
     bool IsLabel(wxWindow* window) const;
+    // Tables, and what the page ends in, reach over its whole width, below their label.
+    void GiveLongOnesRows();
+    // Texts above the long result leave it its room, and scroll.
+    bool LimitTexts();
     // What was found stands first; what was asked for stands next to the table that it fills.
     void OrderRows(int firstOutput, int lastOutput);
 

@@ -3,19 +3,23 @@
 #include <wx/button.h>
 #include <wx/gbsizer.h>
 #include <wx/gdicmn.h>
-#include <wx/listctrl.h>
+#include <wx/settings.h>
 #include <wx/sizer.h>
 #include <wx/textctrl.h>
 #include <wx/translation.h>
 
 #include <algorithm>
+#include <functional>
+#include <memory>
 #include <utility>
 
 #include "orvcore/facade/interface.h"
+#include "orvcore/tables/tablemarkup.h"
 #include "orvgui/common/framehost.h"
 #include "orvgui/common/quietscroll.h"
 #include "orvgui/common/statictext.h"
 #include "orvgui/common/wheel.h"
+#include "orvgui/tables/listctrl.h"
 #include "zorbase/text.h"
 
 namespace {
@@ -27,8 +31,76 @@ constexpr int kResultHeight = 200;
 constexpr int kResultSpan = 4;
 constexpr int kGap = 4;
 constexpr int kFindingsLeast = 200;  // pixels
-// Columns of the findings.
-enum FindingColumn { kStrength, kFilter, kSentence, kFile, kFindingColumns };
+constexpr int kFindingsHeight = 160;
+constexpr int kRoomyFindings = 80;  // letters, from which on no column but the sentences' is broken
+
+// Sentences get what strength and filter leave, which are broken between words where there is little room.
+std::vector<int> FindingWidths(int room, int letter) {
+    const bool isRoomy = room >= kRoomyFindings * letter;
+    const int strength = (isRoomy ? 17 : 14) * letter;
+    const int filter = std::clamp(room / 4, 12 * letter, 26 * letter);
+    return {strength, filter, std::max(room - strength - filter, 16 * letter)};
+}
+
+// Leads to the pages of what was found.
+class FindingsList : public OrvListCtrl {
+  public:
+    FindingsList(wxWindow* parent, std::function<void(std::size_t)> open)
+        : OrvListCtrl(parent, ListCtrlView::Source(), kQuickFill, wxGridSelectRows, wxHORIZONTAL),
+          m_open(std::move(open)) {
+        WrapTexts();
+        DisableDragRowSize();
+        SetRowCommands([this](int dataRow) {
+            return std::vector<OrvRowCommand>{
+                {_("Show The Filter\tEnter"), _("Goes to the page of the filter"),
+                 [open = m_open, dataRow] { open(static_cast<std::size_t>(dataRow)); }}};
+        });
+        Bind(wxEVT_CHAR_HOOK, [this](wxKeyEvent& event) {
+            const int code = event.GetKeyCode();
+            const bool isEnter = code == WXK_RETURN || code == WXK_NUMPAD_ENTER;
+            if (!isEnter || event.GetModifiers() != wxMOD_NONE || !Open(GetGridCursorRow())) event.Skip();
+        });
+        Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
+            event.Skip();
+            CallAfter([this] { FitColumns(); });
+        });
+    }
+
+    void OnCellLeftDoubleClick(wxGridEvent& event) override { Open(event.GetRow()); }
+    void FitColumns() {
+        if (GetNumCols() == 0) return;
+        const wxFont font = GetDefaultCellFont();
+        int letter = 0;
+        GetTextExtent("x", &letter, nullptr, nullptr, nullptr, &font);
+        const int room = GetSize().x - wxSystemSettings::GetMetric(wxSYS_VSCROLL_X, this) - 2;
+        SetColumnWidths(FindingWidths(room, letter));
+    }
+
+  private:
+    bool Open(int row) {
+        const int dataRow = GetView().DataRow(row);
+        if (dataRow < 0) return false;
+        // The page is hidden by what happens now.
+        CallAfter([open = m_open, dataRow] { open(static_cast<std::size_t>(dataRow)); });
+        return true;
+    }
+
+    std::function<void(std::size_t)> m_open;
+};
+
+// As the list shows it. Which file is said where there are two.
+TableString TableOfFindings(const std::vector<SummaryFinding>& findings, bool areTwoFiles) {
+    TableString table{{FromWx(_("Strength")), FromWx(_("Filter")), FromWx(_("Finding"))}};
+    for (const SummaryFinding& finding : findings) {
+        wxString strength =
+            wxString::FromUTF8(finding.state == SummaryState::StrongSign ? "\u25b2 " : "\u25b3 ") +
+            StateText(finding.state);
+        if (areTwoFiles) strength += "\n" + (finding.slot == OrvEvidence ? _("Evidence") : _("Reference"));
+        table.push_back({TableCell(FromWx(strength)), TableCell(FromWx(finding.filterName)),
+                         TableCell(FromWx(finding.text))});
+    }
+    return table;
+}
 
 }  // namespace
 
@@ -120,24 +192,10 @@ void FilterSummaryPanel::CreateFindings(int firstRow, int rows) {
         _("Computes every result that is missing, one filter after the other; can be stopped"));
     m_runAll->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { RunAll(); });
     column->Add(m_runAll, 0, wxBOTTOM, kGap);
-    m_list = new wxListCtrl(this, wxID_ANY, wxDefaultPosition, wxSize(kFindingsLeast, -1),
-                            wxLC_REPORT | wxLC_SINGLE_SEL);
+    m_list = new FindingsList(this, [this](std::size_t index) { OpenFinding(index); });
+    m_list->SetMinSize(wxSize(kFindingsLeast, kFindingsHeight));
     m_list->SetName(_("Findings"));
-    m_list->AppendColumn(_("Strength"), wxLIST_FORMAT_LEFT,
-                         GetTextExtent(StateText(SummaryState::WorthALook)).x + 40);
-    m_list->AppendColumn(_("Filter"), wxLIST_FORMAT_LEFT, GetTextExtent("Copy-Move (Key").x + 16);
-    m_list->AppendColumn(_("Finding"));
-    m_list->AppendColumn(_("File"), wxLIST_FORMAT_LEFT, GetTextExtent(_("Reference")).x + 16);
     m_list->SetToolTip(_("Double click or Enter: to the page of the filter"));
-    m_list->Bind(wxEVT_LIST_ITEM_ACTIVATED,
-                 [this](wxListEvent& event) { OpenFinding(static_cast<std::size_t>(event.GetIndex())); });
-    m_list->Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
-        event.Skip();
-        int rest = m_list->GetClientSize().x;
-        for (int i = 0; i < kFindingColumns; ++i)
-            if (i != kSentence) rest -= m_list->GetColumnWidth(i);
-        m_list->SetColumnWidth(kSentence, std::max(rest, kFindingsLeast));
-    });
     column->Add(m_list, 1, wxEXPAND);
     m_mainSizer->Add(column, wxGBPosition(firstRow, kResultSpan - 1), wxGBSpan(rows, 1), wxEXPAND | wxALL,
                      kGap);
@@ -146,19 +204,13 @@ void FilterSummaryPanel::CreateFindings(int firstRow, int rows) {
 void FilterSummaryPanel::ShowFindings(const std::vector<SummaryFile>& files) {
     m_runAll->Enable(!files.empty());
     std::vector<SummaryFinding> findings = ListFindings(files);
-    m_list->Freeze();
-    m_list->DeleteAllItems();
-    for (std::size_t i = 0; i < findings.size(); ++i) {
-        const SummaryFinding& finding = findings[i];
-        const bool isStrong = finding.state == SummaryState::StrongSign;
-        const long row =
-            m_list->InsertItem(static_cast<long>(i), wxString::FromUTF8(isStrong ? "\u25b2 " : "\u25b3 ") +
-                                                         StateText(finding.state));
-        m_list->SetItem(row, kFilter, finding.filterName);
-        m_list->SetItem(row, kFile, finding.slot == OrvEvidence ? _("Evidence") : _("Reference"));
-        m_list->SetItem(row, kSentence, finding.text);
+    TableString table = TableOfFindings(findings, files.size() > 1);
+    // Where nothing has changed the list stays as the user has it.
+    if (table != m_shown) {
+        m_shown = table;
+        m_list->ConfigureListCtrl(std::make_shared<const TableString>(std::move(table)));
+        static_cast<FindingsList*>(m_list)->FitColumns();
     }
-    m_list->Thaw();
     m_findings = std::move(findings);
 }
 

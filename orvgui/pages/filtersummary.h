@@ -8,8 +8,8 @@
 #include "orvgui/pages/filtersummarytext.h"
 
 class OrvContext;
+class OrvListCtrl;
 class wxButton;
-class wxListCtrl;
 class wxTextCtrl;
 
 // The first entry of the filters tree: no analysis of its own, but a page that gathers how the others stand.
@@ -62,7 +62,8 @@ class ORVGUI_API FilterSummaryPanel : public OrvFilterGui {
 
     const std::vector<std::unique_ptr<StatusGroup>>& GetStatusGroups() const { return m_groups; }
     wxTextCtrl* GetResultText() const { return m_result; }
-    wxListCtrl* GetFindingsList() const { return m_list; }
+    // A row per finding: how strong it is and of which file, the filter, the sentence.
+    OrvListCtrl* GetFindingsList() const { return m_list; }
     // Goes to the page of the filter that found it.
     void OpenFinding(std::size_t index);
     // Asks the core for every result that is missing; it is told when they are there.
@@ -75,6 +76,7 @@ class ORVGUI_API FilterSummaryPanel : public OrvFilterGui {
 
     wxTextCtrl* m_result = nullptr;
     wxButton* m_runAll = nullptr;
-    wxListCtrl* m_list = nullptr;
+    OrvListCtrl* m_list = nullptr;
     std::vector<SummaryFinding> m_findings;
+    TableString m_shown;  // in the list
 };

@@ -408,8 +408,10 @@ void OrvListCtrl::FitRowHeights() {
         dc.SetFont(GetDefaultCellFont());
         constexpr int kSample = 64;  // the width of one is no whole number
         const int sample = std::max(1, dc.GetTextExtent(wxString('0', kSample)).x);
-        for (int col = 0; col < GetNumCols(); ++col)
-            columns.push_back((GetColSize(col) - ListCtrlTable::kAroundText) * kSample / sample);
+        for (int col = 0; col < GetNumCols(); ++col) {
+            const int lost = col + 1 == GetNumCols() ? 1 : 0;  // with the next change of size
+            columns.push_back((GetColSize(col) - ListCtrlTable::kAroundText - lost) * kSample / sample);
+        }
     }
     for (int row = 0; row < GetNumRows(); ++row) {
         const int lines =

@@ -17,7 +17,7 @@ namespace {
 constexpr std::size_t kKeptBitmaps = 512;
 constexpr int kSampledRows = 100;
 constexpr int kMostLines = 12;
-constexpr int kMostWrappedLines = 6;
+constexpr int kMostWrappedLines = 12;
 constexpr std::size_t kSignLetters = 2;
 constexpr std::size_t kLongestShown = 400;  // bytes of one cell
 constexpr int kMargin = 2;

@@ -108,6 +108,12 @@ TEST_F(ControlTest, ProseIsWrappedAndColumnsAreNot) {
     Pump();
     EXPECT_EQ(field->GetWindowStyleFlag() & wxTE_DONTWRAP, 0);
     EXPECT_GT(field->GetMinSize().y, 5 * field->GetCharHeight()) << "room for what was wrapped";
+    // Where something below it needs the room.
+    EXPECT_TRUE(control->SetMaximumLines(3));
+    EXPECT_FALSE(control->SetMaximumLines(3));
+    EXPECT_LT(field->GetMinSize().y, 5 * field->GetCharHeight());
+    EXPECT_EQ(field->GetValue(), prose);
+    EXPECT_TRUE(control->SetMaximumLines(1000));
     parameter.SetValue(std::string("a    b\nlonger    c"));
     control->SetControlValue(parameter);
     EXPECT_NE(field->GetWindowStyleFlag() & wxTE_DONTWRAP, 0);

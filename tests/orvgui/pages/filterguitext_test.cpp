@@ -21,9 +21,10 @@ TEST(TableColumns, GiveWayUntilAllAreInSight) {
     EXPECT_EQ(fit({100, 150, 200}, 450), (std::vector<int>{100, 150, 200})) << "they fit";
     EXPECT_EQ(fit({100, 420, 420}, 500), (std::vector<int>{100, 200, 200}));
     EXPECT_EQ(fit({100, 300, 420}, 700), (std::vector<int>{100, 300, 300}));
-    EXPECT_EQ(fit({60, 420, 90, 900}, 300), (std::vector<int>{60, 100, 90, 200}))
+    EXPECT_EQ(fit({60, 420, 90, 900}, 300), (std::vector<int>{60, 140, 90, 200}))
         << "short ones whole, sentences readable, and scrolled";
     EXPECT_EQ(fit({60, 420, 90, 900}, 500), (std::vector<int>{60, 150, 90, 200}));
+    EXPECT_EQ(fit({60, 330, 240, 900}, 300), (std::vector<int>{60, 110, 100, 200}));
     EXPECT_TRUE(fit({}, 100).empty());
 }
 
@@ -69,6 +70,7 @@ TEST_F(TextPageTest, TablesAndDumpsFillTheirPage) {
         const wxSize room = page->GetClientSize();
         EXPECT_NEAR(result->GetRect().GetBottom(), room.y, 20) << id << ": down to the lower edge";
         EXPECT_GT(result->GetSize().y, room.y / 3) << id << ": the largest part";
+        EXPECT_NEAR(result->GetSize().x, room.x, 40) << id << ": its label stands above it";
         EXPECT_LE(page->GetVirtualSize().x, room.x) << id << ": nothing to scroll";
         EXPECT_LE(page->GetVirtualSize().y, room.y) << id;
         if (auto* grid = dynamic_cast<wxGrid*>(result)) {

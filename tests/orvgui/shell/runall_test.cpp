@@ -1,10 +1,9 @@
 // All filters one after the other, from the summary.
 
-#include <wx/listctrl.h>
-
 #include "orvgui/pages/filtersummary.h"
 #include "orvgui/pages/orvviewerpanel.h"
 #include "orvgui/shell/filterspanel.h"
+#include "orvgui/tables/listctrl.h"
 #include "tests/orvgui/framefixture.h"
 
 namespace {
@@ -77,18 +76,22 @@ TEST_F(RunAllTest, AFindingLeadsToItsPage) {
     const std::string path = folder.WritePicture("photograph.png", 90, 96);
     std::filesystem::rename(path, folder / "photograph.jpg");
     Load(folder / "photograph.jpg");
-    EXPECT_EQ(page->GetFindingsList()->GetItemCount(), 0);
+    EXPECT_EQ(page->GetFindingsList()->GetNumRows(), 0);
     page->RunAll();
     ASSERT_TRUE(PumpUntil([this] { return !core->IsBusy(); }, 60000));
     Settle();
-    wxListCtrl* list = page->GetFindingsList();
-    ASSERT_GT(list->GetItemCount(), 0);
+    OrvListCtrl* list = page->GetFindingsList();
+    ASSERT_GT(list->GetNumRows(), 0);
     int index = -1;
-    for (int i = 0; i < list->GetItemCount(); ++i)
-        if (list->GetItemText(i, 1) == "File Format") index = i;
+    for (int i = 0; i < list->GetNumRows(); ++i)
+        if (list->GetCellValue(i, 1) == "File Format") index = i;
     ASSERT_GE(index, 0);
-    EXPECT_TRUE(list->GetItemText(index, 0).Contains("worth a look"));
-    EXPECT_EQ(list->GetItemText(index, 3), "Evidence");
+    EXPECT_TRUE(list->GetCellValue(index, 0).Contains("worth a look"));
+    EXPECT_FALSE(list->GetCellValue(index, 0).Contains("Evidence")) << "there is no other";
+    EXPECT_TRUE(list->GetCellValue(index, 2).Contains("PNG")) << list->GetCellValue(index, 2);
+    int width = 0;
+    for (int column = 0; column < list->GetNumCols(); ++column) width += list->GetColSize(column);
+    EXPECT_LE(width, list->GetSize().x) << "sentences are broken, not cut";
     page->OpenFinding(static_cast<std::size_t>(index));
     Settle();
     EXPECT_EQ(frame->GetViewerPanel()->GetShownPage()->GetFilter()->GetId(), "file-format");
