@@ -32,7 +32,9 @@ OrvFilterGuiViewer::OrvFilterGuiViewer(wxWindow* parent, OrvFilter* filter)
     SetMinSize(wxSize(kMinimumSide, kMinimumSide));
 }
 
-OrvFilterGuiViewer::~OrvFilterGuiViewer() = default;
+OrvFilterGuiViewer::~OrvFilterGuiViewer() {
+    StoreSide();
+}
 
 void OrvFilterGuiViewer::CreateControlsCustom() {
     m_toolPanel = new OrvToolPanel(this, this);
@@ -94,6 +96,7 @@ void OrvFilterGuiViewer::RefreshViewerPanel() {
 // A page that is not seen holds no pictures: it gets them again when it is shown.
 void OrvFilterGuiViewer::ResetViewerPanel() {
     OrvFilterGui::ResetViewerPanel();
+    StoreSide();
     if (m_viewerPanel != nullptr) m_viewerPanel->ResetImages();
     // A page that nobody sees keeps no picture: the result holds it within the memory budget, and gives it again.
     for (Canvas* canvas : GetCanvases()) {
@@ -145,7 +148,11 @@ void OrvFilterGuiViewer::ConfigureViewer(int mode, bool keepUnprocessed) {
     Image second;
     GetInputOutputImages(first, second, decision.imageMode, request.choiceCount);
     const auto canvases = GetCanvases();
-    if (canvases.size() == 2) canvases[1]->SetEmptyMessage(m_differenceMessage);
+    const wxString awaited = GetAwaitedMessage();
+    for (Canvas* canvas : canvases)
+        canvas->SetEmptyMessage(awaited.empty() && canvas == canvases.back() && canvases.size() == 2
+                                    ? m_differenceMessage
+                                    : awaited);
     m_viewerPanel->ConfigureViewer(first, second);
     NoteFit();
     KeepFit();

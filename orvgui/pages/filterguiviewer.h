@@ -124,9 +124,9 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost 
     void ShowPlots();
     PlotPanel* AddPlot();
     SideSection* AddSection(std::size_t place);
-    wxString SideKey() const;
     // What the user has made of the panel, kept over a restart.
     void KeepSide();
+    void StoreSide();
     void RestoreSide();
     void ShowMarks();
     void ShowCaptions();
@@ -158,6 +158,7 @@ class ORVGUI_API OrvFilterGuiViewer : public OrvFilterGui, public OrvViewerHost 
     std::vector<SideSection*> m_sections;
     std::vector<int> m_keptHeights;  // of sections, as the user left them
     int m_keptWidth = 0;             // of the panel, likewise; 0 for none
+    bool m_isSideChanged = false;    // since it was stored
     int m_navigatorWidth = 0;        // pixels, as the user left it; 0 for the usual one
     wxSize m_navigatorBefore;        // before its edge was dragged
     wxWindow* m_navigatorEdge = nullptr;

@@ -4,8 +4,10 @@
 #include <wx/sizer.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <utility>
 
-#include "orvgui/common/framehost.h"
+#include "orvcore/facade/interface.h"
 #include "orvgui/pages/filterguiviewer.h"
 #include "orvgui/pages/plotdialog.h"
 #include "orvgui/pages/plotlayers.h"
@@ -23,6 +25,8 @@ constexpr int kSmallPlotHeight = 180;
 constexpr int kSmallPlotLeast = 100;
 constexpr int kNavigatorLeast = 60;
 constexpr int kNavigatorMost = 600;
+constexpr const char* kSideRecord =
+    "side-panels";                      // of filters by id: width, description hidden, overview, heights
 constexpr std::size_t kKeptBefore = 3;  // numbers before those of the sections
 constexpr int kMostKept = 10000;        // pixels; the file that keeps them may have been edited
 
@@ -41,28 +45,37 @@ SideSection* OrvFilterGuiViewer::AddSection(std::size_t place) {
     return m_sections[place] = section;
 }
 
-wxString OrvFilterGuiViewer::SideKey() const {
-    return "side-panel:" + ToWx(m_filter->GetId());
-}
-
 void OrvFilterGuiViewer::KeepSide() {
-    OrvFrameHost* frame = GetFrameHost();
-    if (frame == nullptr) return;
     // A section that was not made yet keeps its height.
     if (m_keptHeights.size() < m_sections.size()) m_keptHeights.resize(m_sections.size(), 0);
     for (std::size_t i = 0; i < m_sections.size(); ++i)
         if (m_sections[i] != nullptr) m_keptHeights[i] = m_sections[i]->GetChosenHeight();
+    m_isSideChanged = true;
+}
+
+// Not with every step of a drag: when the page goes out of sight, or goes.
+void OrvFilterGuiViewer::StoreSide() {
+    OrvInterface* core = GetInterface();
+    if (core == nullptr || !std::exchange(m_isSideChanged, false)) return;
     std::vector<int> numbers{m_keptWidth, m_description->IsTextShown() ? 0 : 1, m_navigatorWidth};
     numbers.insert(numbers.end(), m_keptHeights.begin(), m_keptHeights.end());
-    frame->SetListControlColumnsWidth(SideKey(), numbers);
+    Json record = core->GetToolSettings(kSideRecord);
+    record[m_filter->GetId()] = numbers;
+    core->SetToolSettings(kSideRecord, record);
 }
 
 void OrvFilterGuiViewer::RestoreSide() {
-    const OrvFrameHost* frame = GetFrameHost();
-    const std::vector<int> numbers =
-        frame != nullptr ? frame->GetListControlColumnsWidth(SideKey()) : std::vector<int>();
+    const OrvInterface* core = GetInterface();
+    const Json record = core != nullptr ? core->GetToolSettings(kSideRecord) : Json::object();
+    const auto kept = record.find(m_filter->GetId());
+    if (kept == record.end() || !kept->is_array()) return;
+    std::vector<std::int64_t> numbers;
+    for (const Json& number : *kept)
+        numbers.push_back(number.is_number_integer() ? number.get<std::int64_t>() : 0);
     if (numbers.size() < kKeptBefore) return;
-    const auto number = [&numbers](std::size_t i) { return std::clamp(numbers[i], 0, kMostKept); };
+    const auto number = [&numbers](std::size_t i) {
+        return static_cast<int>(std::clamp<std::int64_t>(numbers[i], 0, kMostKept));
+    };
     m_keptWidth = number(0);
     if (number(1) != 0) m_description->ShowText(false);
     m_navigatorWidth = std::min(number(2), kNavigatorMost);

@@ -51,7 +51,8 @@ void OrvMainFrame::LoadLayout() {
             SetSize(wxSize(layout->width, layout->height));
         }
         m_auiManager->LoadPerspective(layout->perspective, false);
-        for (const auto& [key, widths] : layout->columnWidths) m_columnWidths[key] = widths;
+        for (const auto& [key, widths] : layout->columnWidths)
+            if (!key.StartsWith("side-panel:")) m_columnWidths[key] = widths;  // once kept here, no columns
         for (std::size_t i = 0; i < all.GetCount(); ++i) {
             const FixedProperties& properties = fixed[all[i].name];
             all[i].caption = properties.caption;

@@ -137,6 +137,7 @@ TEST_F(SideSectionsTest, WhatTheUserMadeOfItStaysOverARestart) {
     EXPECT_NEAR(navigator.y, 150, 2);
 
     OpenAgain();
+    EXPECT_FALSE(frame->SaveListControlsColumnsWidth().Contains("side-panel")) << "no columns of a table";
     EXPECT_EQ(Results()->GetSize().y, results + 90);
     EXPECT_LT(Description()->GetSize().y, description / 2);
     EXPECT_EQ(page->GetNavigator()->GetSize(), navigator);
@@ -145,7 +146,7 @@ TEST_F(SideSectionsTest, WhatTheUserMadeOfItStaysOverARestart) {
 
 // The file that keeps the numbers may have been edited.
 TEST_F(SideSectionsTest, NumbersThatCannotBeAreTakenWithinReason) {
-    frame->SetListControlColumnsWidth("side-panel:error-level", {100000, 7, 90000, -5, 0, 3, 999999});
+    core->SetToolSettings("side-panels", {{"error-level", {100000, 7, 90000, -5, "x", 3, 999999999999}}});
     OpenAgain();
     EXPECT_GE(page->GetViewerPanel()->GetSize().x, 270);
     EXPECT_LE(page->GetNavigator()->GetSize().x, 600);
