@@ -11,6 +11,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "orvcore/facade/interface.h"
@@ -64,10 +65,11 @@ class OrvaneApp : public wxApp {
         if (getenv("ORVANE_TELL_FIRST_PAINT")) TellFirstPaint(*frame);
         frame->Show();
         CopySamples();
-        // Only now that there is a window for the question.
-        frame->CallAfter([frame] {
-            if (!frame->OfferRecovery()) LoadFiles();
-        });
+        if (GetInterface()->GetRecovery().List().empty()) {
+            frame->CallAfter([] { LoadFiles(); });
+        } else {
+            OfferRecovery(*frame);
+        }
         return true;
     }
 
@@ -84,7 +86,19 @@ class OrvaneApp : public wxApp {
         OrvFilter* filter = GetContext()->FindFilter("visual-inspection");
         auto* page = filter ? dynamic_cast<OrvFilterGui*>(filter->GetAnalsyisFilterGui()) : nullptr;
         if (!page) return;
+        frame.GetViewerPanel()->ExpectFile();
         frame.GetFiltersPanel()->ActivateGui(page);
+    }
+
+    // Only when the window has its place on the screen, over which the question is put.
+    static void OfferRecovery(OrvMainFrame& frame) {
+        frame.GetViewerPanel()->Bind(wxEVT_PAINT, [&frame, isAsked = false](wxPaintEvent& event) mutable {
+            event.Skip();
+            if (std::exchange(isAsked, true)) return;
+            frame.CallAfter([&frame] {
+                if (!frame.OfferRecovery()) LoadFiles();
+            });
+        });
     }
 
     // For bench/startup_bench: tells the moment of the first paint and ends the program.

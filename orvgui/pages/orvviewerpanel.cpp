@@ -5,6 +5,7 @@
 #include <wx/wupdlock.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "orvcore/facade/interface.h"
 #include "orvgui/common/filedrop.h"
@@ -59,7 +60,7 @@ bool OrvViewerPanel::IsPageBuilt(const OrvFilterGui* page) const {
 void OrvViewerPanel::ShowPage(OrvFilterGui* page, bool byUser) {
     wxCHECK_RET(page == nullptr || std::find(m_pages.begin(), m_pages.end(), page) != m_pages.end(),
                 "page was not added");
-    if (byUser && !IsAnyFileLoaded()) m_browsed = true;
+    if (byUser && !std::exchange(m_expectsFile, false) && !IsAnyFileLoaded()) m_browsed = true;
     const bool isOther = page != m_current;
     if (isOther) {
         OrvFilterGui* before = m_current;

@@ -39,6 +39,8 @@ class ORVGUI_API OrvViewerPanel : public wxPanel {
     OrvFilterGui* GetShownPage() const { return m_current; }  // the current one; null before the first
     bool IsPageBuilt(const OrvFilterGui* page) const;
 
+    // A photograph is on its way: the next page, although asked for, is not seen before it is there.
+    void ExpectFile() { m_expectsFile = true; }
     // Looks again whether a photograph is loaded. Cheap; called on idle by itself.
     void UpdateEmptyHint();
     OrvEmptyHint GetEmptyHint() const { return m_hint; }
@@ -58,4 +60,5 @@ class ORVGUI_API OrvViewerPanel : public wxPanel {
     wxStaticText* m_hintText = nullptr;
     OrvEmptyHint m_hint = OrvEmptyHint::None;
     bool m_browsed = false;
+    bool m_expectsFile = false;
 };

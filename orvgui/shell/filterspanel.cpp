@@ -110,6 +110,11 @@ void OrvFiltersPanel::BindEvents() {
     m_tree->Bind(wxEVT_TREE_ITEM_ACTIVATED, &OrvFiltersPanel::OnItemActivated, this);
     m_tree->Bind(wxEVT_TREE_ITEM_RIGHT_CLICK, &OrvFiltersPanel::OnItemRightClick, this);
     m_tree->Bind(wxEVT_TREE_ITEM_GETTOOLTIP, &OrvFiltersPanel::OnItemToolTip, this);
+    // Who goes on by the keyboard would have the tip of where the mouse was left over each page.
+    m_tree->Bind(wxEVT_KEY_DOWN, [this](wxKeyEvent& event) {
+        event.Skip();
+        m_tree->UnsetToolTip();
+    });
     m_tree->Bind(wxEVT_TREE_SEL_CHANGED, &OrvFiltersPanel::OnSelChanged, this);
     m_tree->Bind(wxEVT_TREE_KEY_DOWN, &OrvFiltersPanel::OnTreeKeyDown, this);
     m_tree->Bind(wxEVT_TREE_BEGIN_DRAG, &OrvFiltersPanel::OnTreeDragBegin, this);
@@ -159,7 +164,16 @@ void OrvFiltersPanel::OnSize(wxSizeEvent&) {
         rowHeight = std::max(rowHeight, best.y);
     }
     y += rowHeight + kGap;
+    // What was chosen before there was room for it is brought into sight.
+    const auto hasRoom = [this] {
+        constexpr int kLittle = 100;
+        return m_tree->GetSize().x > kLittle && m_tree->GetSize().y > kLittle;
+    };
+    const bool hadRoom = hasRoom();
     m_tree->SetSize(0, y, size.x, std::max(0, size.y - y));
+    const wxTreeItemId chosen = m_tree->GetSelection();
+    if (!hadRoom && hasRoom() && chosen.IsOk() && chosen != m_tree->GetRootItem())
+        m_tree->EnsureVisible(chosen);
 }
 
 // --- building ---

@@ -3,6 +3,7 @@
 #include <wx/app.h>
 #include <wx/aui/dockart.h>
 #include <wx/aui/framemanager.h>
+#include <wx/display.h>
 #include <wx/filename.h>
 #include <wx/menu.h>
 #include <wx/settings.h>
@@ -54,6 +55,13 @@ class FrameStatusBar : public wxStatusBar {
     }
 };
 
+// A screen can be smaller than the usual window, or than the one of the last time: one that is shown at double scale, say.
+void FitScreen(wxFrame& frame) {
+    wxSize size = frame.GetSize();
+    size.DecTo(wxDisplay().GetClientArea().GetSize());
+    if (size != frame.GetSize() && size.x > 1 && size.y > 1) frame.SetSize(size);
+}
+
 }  // namespace
 
 OrvMainFrame::OrvMainFrame(OrvInterface* core, const AppVersion& version, const wxString& title)
@@ -80,6 +88,7 @@ OrvMainFrame::OrvMainFrame(OrvInterface* core, const AppVersion& version, const 
     ConfigureStatusBar();
     CreatePanes();
     LoadLayout();
+    FitScreen(*this);
     m_auiManager->Update();
     BindEvents();
     StartProjectKeeping();

@@ -515,6 +515,24 @@ TEST_F(FiltersPanel, PagesAreBuiltWhenTheyAreSeen) {
     EXPECT_EQ(Page(alpha)->GetSize().y, viewer->GetClientSize().y);
 }
 
+// Who starts the program with a photograph that cannot be read sees one thing, not a hint above an empty page.
+TEST_F(FiltersPanel, APageThatAwaitsItsPhotographIsNotSeenWithoutIt) {
+    viewer->ExpectFile();
+    panel->ActivateGui(Page(alpha));
+    Settle();
+    EXPECT_EQ(viewer->GetEmptyHint(), OrvEmptyHint::Alone);
+    EXPECT_FALSE(Page(alpha)->IsShown());
+    EXPECT_EQ(viewer->GetShownPage(), Page(alpha));
+    core->SetFile("/no/such/photograph.jpg", OrvEvidence);
+    Settle();
+    EXPECT_EQ(viewer->GetEmptyHint(), OrvEmptyHint::Alone);
+    // From here on it is the user who asks.
+    Select(FilterItem(gamma));
+    EXPECT_EQ(viewer->GetEmptyHint(), OrvEmptyHint::Line);
+    LoadEvidence("one");
+    EXPECT_TRUE(Page(gamma)->IsShown());
+}
+
 TEST_F(FiltersPanel, APageIsMadeWhenItIsFirstAskedFor) {
     // The summary's, which is shown at first.
     ASSERT_EQ(viewer->GetPages().size(), 1U);
