@@ -53,7 +53,7 @@ int CountRows(const wxGridBagSizer& grid) {
 }
 
 // What is too wide to stand beside its label in a narrow column: a slider must be long enough to hit a value, a text is read in
-// lines.
+// lines, a name stands beside the button that asks for it.
 bool IsWide(wxSizerItem* item) {
     if (item == nullptr) return false;
     if (item->IsSizer()) {
@@ -63,7 +63,7 @@ bool IsWide(wxSizerItem* item) {
     wxWindow* window = item->GetWindow();
     const auto* text = dynamic_cast<wxTextCtrl*>(window);
     return dynamic_cast<wxSlider*>(window) != nullptr || dynamic_cast<wxGrid*>(window) != nullptr ||
-           (text != nullptr && text->IsMultiLine()) ||
+           dynamic_cast<wxButton*>(window) != nullptr || (text != nullptr && text->IsMultiLine()) ||
            (dynamic_cast<wxComboBox*>(window) != nullptr && window->GetBestSize().x > kFieldWidth);
 }
 
@@ -93,7 +93,11 @@ void GiveWideOnesRows(wxGridBagSizer& grid) {
             if (isWide) field->SetSpan(wxGBSpan(1, 2));
         }
         if (isWide) --more;
-        if (label != nullptr) label->SetPos(wxGBPosition(row + more, 0));
+        if (label == nullptr) continue;
+        label->SetPos(wxGBPosition(row + more, 0));
+        if (!isWide || label == field) continue;
+        label->SetSpan(wxGBSpan(1, 2));
+        label->SetFlag((label->GetFlag() & ~wxALIGN_CENTER_VERTICAL) | wxEXPAND);
     }
 }
 

@@ -80,6 +80,8 @@ void OrvFilterGuiViewer::ViewerResized(Canvas* canvas) {
     if (m_toolPanel == nullptr || canvas != GetLeadCanvas()) return;
     NoteFit();
     KeepFit();
+    // The canvas may have come to another zoom by itself.
+    ViewChanged(false);
 }
 
 void OrvFilterGuiViewer::Zoom100() {

@@ -19,6 +19,7 @@
 #include "orvgui/viewer/zoompanel.h"
 #include "tests/support/guitest.h"
 #include "tests/support/testcore.h"
+#include "zorbase/text.h"
 
 namespace {
 
@@ -493,6 +494,22 @@ TEST_F(ViewerPageTest, AFittedPictureStaysFitted) {
     EXPECT_DOUBLE_EQ(m_shared.zoom, chosen) << "the user has zoomed since";
     m_page->WindowFit();
     EXPECT_TRUE(zoom->IsFitShown());
+
+    // A canvas that had no size when its picture came zooms by itself when it gets one: the number is that zoom's.
+    Canvas* canvas = m_page->GetCanvasFromActiveWin();
+    wxWindow* room = canvas->GetParent();
+    const auto size = [&](int width, int height) {
+        room->SetSize(width, height);
+        canvas->SetSize(width, height);
+        wxSizeEvent event(wxSize(width, height));
+        canvas->OnSize(event);
+    };
+    size(1, 1);
+    m_shared.zoom = -1.0;
+    m_page->ConfigureViewer(-1, true);
+    size(300, 200);
+    EXPECT_GT(m_shared.zoom, 0.0);
+    EXPECT_EQ(zoom->GetZoomField()->GetValue(), ToWx(ZoomPercentText(m_shared.zoom)));
 }
 
 TEST_F(ViewerPageTest, AReferenceGoesToTheComparisonUnlessTheUserChoseAView) {
