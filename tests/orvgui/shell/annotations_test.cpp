@@ -260,7 +260,7 @@ TEST_F(Annotations, AreOnPlacesOfThePhotographOnly) {
         for (const bool isProcessed : {false, true}) {
             page->GetOrvToolPanel()->GetZoomPanel()->SetWindowSplitVal(isProcessed ? 1 : 0);
             page->WindowSplit();
-            PumpFor(50);
+            PumpFrames();
             const Canvas* canvas = Half(isProcessed ? 1 : 0);
             EXPECT_TRUE(canvas->HasImage()) << c.filter << isProcessed;
             const std::string expected =

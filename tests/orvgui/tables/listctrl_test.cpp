@@ -422,7 +422,7 @@ TEST_F(ListCtrlTest, HostileCellsAreShownWithoutEffect) {
     EXPECT_EQ(table->GetDisplayText(1, 0), "x[U+202E]gpj");
     EXPECT_EQ(table->GetDisplayText(1, 1), "a[U+0000]b[U+0001]");
     Frame()->SendSizeEvent();
-    PumpFor(100);
+    PumpFrames();
     EXPECT_EQ(complaints.GetText(), "");
 }
 
