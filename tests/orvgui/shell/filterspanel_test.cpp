@@ -476,7 +476,7 @@ TEST_F(FiltersPanel, ConfigurationsTravelAsFiles) {
     Settle();
     EXPECT_EQ(ChildTexts(alpha), (std::vector<wxString>{"Level 9"}));
     EXPECT_EQ(ChildTexts(gamma).size(), 2U);
-    EXPECT_EQ(tree->GetSelection(), Child(alpha, 0));
+    EXPECT_TRUE(PumpUntil([&] { return tree->GetSelection() == Child(alpha, 0); }, 2000));
     SetSelectorAnswer(before);
 }
 
