@@ -152,4 +152,14 @@ TEST(AnalysisProgress, IsToldInOrderAndCanBeStopped) {
     SetAnalysisThreads(0);
 }
 
+TEST(Adjustment, EndsWhereItsRangeEnds) {
+    for (const int end : {-100, 100}) {
+        EXPECT_EQ(AdjustmentTable({.contrast = 2 * end}), AdjustmentTable({.contrast = end}));
+        EXPECT_EQ(AdjustmentTable({.brightness = 2 * end})[128], end < 0 ? 0 : 255);
+    }
+    const auto flat = AdjustmentTable({.contrast = -101});
+    EXPECT_EQ(flat[0], 128);
+    EXPECT_EQ(flat[255], 128);
+}
+
 }  // namespace

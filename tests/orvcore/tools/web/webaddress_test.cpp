@@ -67,6 +67,36 @@ TEST(WebAddress, LoopbackByName) {
         EXPECT_EQ(ParseWebAddress(text, "It").IsLoopback(), isLoopback) << text;
 }
 
+TEST(WebAddress, NamesOfHosts) {
+    const std::string longest(63, 'a');
+    const std::pair<std::string, bool> rows[] = {
+        {"example.org", true},
+        {"a.b", true},
+        {"A-1.Z9", true},
+        {"", false},
+        {"example", false},
+        {"-a.b", false},
+        {"a-.b", false},
+        {"a.-b", false},
+        {"a.b-", false},
+        {"a..b", false},
+        {".a", false},
+        {"a.", false},
+        {"a_b.c", false},
+        {"a b.c", false},
+        {"a/b.c", false},
+        {"a:1.c", false},
+        {"[.c", false},
+        {"`.c", false},
+        {"{.c", false},
+        {"@.c", false},
+        {longest + ".b", true},
+        {longest + "a.b", false},
+        {longest + "." + longest + "." + longest + "." + longest.substr(2), true},
+        {longest + "." + longest + "." + longest + "." + longest.substr(1), false}};
+    for (const auto& [name, isHost] : rows) EXPECT_EQ(IsHostName(name), isHost) << name;
+}
+
 TEST(WebAddress, QueriesAreEncoded) {
     EXPECT_EQ(AddWebQuery("https://a.org/s", {{"q", "a b&c=\"d\"\r\n"}, {"n", "1"}}),
               "https://a.org/s?q=a%20b%26c%3D%22d%22%0D%0A&n=1");
