@@ -419,4 +419,20 @@ TEST(DamagedReaders, RowsOfAFoldersTable) {
             {"gif", structuresupport::MakeGif(2), Row, 0, 100, 1, "b5048385aec0c35d"}});
 }
 
+TEST(DamagedReaders, PositionsEndWhereTheEarthDoes) {
+    using formatsupport::Tag;
+    const struct {
+        std::uint32_t latitude, longitude;
+        bool isPosition;
+    } rows[] = {{90, 180, true}, {91, 180, false}, {90, 181, false}, {0, 0, true}};
+    for (const auto& row : rows) {
+        const std::vector<Tag> gps = {{1, 2, {}, "N"},
+                                      {2, 5, {row.latitude, 1, 0, 1, 0, 1}},
+                                      {3, 2, {}, "E"},
+                                      {4, 5, {row.longitude, 1, 0, 1, 0, 1}}};
+        EXPECT_EQ(ScanExif(formatsupport::Tiff({.gps = gps})).hasPosition, row.isPosition)
+            << row.latitude << ' ' << row.longitude;
+    }
+}
+
 }  // namespace
