@@ -146,6 +146,22 @@ TEST_F(FilePanelTest, EveryButtonDoesItsCommand) {
         EXPECT_EQ(step.evidence, Name()) << step.button;
         EXPECT_EQ(step.reference, Name(OrvReference)) << step.button;
     }
+    Load(paths[1]);
+    // Title, name and place in the folder in one line, the buttons below it in their order.
+    wxRect before;
+    for (wxWindow* child : Panel().GetChildren()) {
+        if (child->GetRect().y < Panel().GetFilenameField()->GetRect().GetBottom()) continue;
+        EXPECT_GE(child->GetRect().x, before.GetRight()) << child->GetId();
+        EXPECT_GE(child->GetSize().x, 16);
+        before = child->GetRect();
+    }
+    const wxRect name = Panel().GetFilenameField()->GetRect();
+    bool isPlaceSeen = false;
+    for (wxWindow* child : Panel().GetChildren())
+        isPlaceSeen = isPlaceSeen || (child->GetLabel() == "2 / 3" && child->GetRect().x > name.GetRight() &&
+                                      child->GetRect().GetRight() < Panel().GetClientSize().x);
+    EXPECT_TRUE(isPlaceSeen);
+    Load("");
     for (const OrvFileId slot : {OrvEvidence, OrvReference}) {
         EXPECT_NE(Panel(slot).GetDropTarget(), nullptr);
         EXPECT_NE(Panel(slot).GetFilenameField()->GetDropTarget(), nullptr);

@@ -72,6 +72,16 @@ TEST(LayoutFile, TakesDamagedFilesAsAbsent) {
     for (const auto& c : cases) EXPECT_FALSE(LayoutFromText(c.text, kPanes)) << c.what;
 }
 
+TEST(LayoutFile, TakesSizesFrom100To32767) {
+    for (const auto& [side, isTaken] : {std::pair{99, false}, {100, true}, {32767, true}, {32768, false}}) {
+        const wxString sizes[] = {wxString::Format("{\"height\":%d,\"width\":500}", side),
+                                  wxString::Format("{\"height\":500,\"width\":%d}", side)};
+        for (const wxString& size : sizes)
+            EXPECT_EQ(LayoutFromText(File("false", size, GoodPerspective()), kPanes).has_value(), isTaken)
+                << size;
+    }
+}
+
 TEST(LayoutFile, RefusesEveryTruncatedPerspective) {
     const wxString whole = GoodPerspective();
     ASSERT_TRUE(IsPerspectiveValid(whole, kPanes));

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <wx/clipbrd.h>
 #include <wx/menu.h>
+#include <wx/settings.h>
 #include <wx/uiaction.h>
 
 #include "orvcore/facade/interface.h"
@@ -150,6 +151,12 @@ TEST_F(ListCtrlTest, ShowsMarksAsColours) {
         EXPECT_EQ(list->GetCellValue(cell.row, cell.col), cell.text);
         EXPECT_EQ(list->GetCellTextColour(cell.row, cell.col), cell.colour) << cell.row << "," << cell.col;
     }
+    EXPECT_EQ(list->GetCellFont(0, 0), list->GetDefaultCellFont().Bold());
+    EXPECT_EQ(list->GetCellFont(0, 1), list->GetDefaultCellFont().Italic());
+    EXPECT_EQ(list->GetCellFont(0, 2), list->GetDefaultCellFont());
+    // Without the focus a selected cell lies on the shadow's colour.
+    const bool isLight = wxSystemSettings::GetColour(wxSYS_COLOUR_BTNSHADOW).GetLuminance() > 0.5;
+    EXPECT_EQ(list->GetSelectionForeground(), isLight ? *wxBLACK : *wxWHITE);
     // Orange can be read on its ground (contrast as the accessibility guidelines count it).
     const auto luminance = [](const wxColour& colour) {
         const auto linear = [](int level) {
@@ -361,6 +368,21 @@ TEST_F(ListCtrlTest, KeysCopyAndFind) {
     EXPECT_TRUE(PumpUntil([&] { return findDialog() == nullptr; }));
     list->ShowFindDialog();
     EXPECT_TRUE(findDialog() && findDialog()->IsShown()) << "opens again";
+}
+
+TEST_F(ListCtrlTest, KeysOfTheTableAreLeftToItWithoutCtrl) {
+    OrvListCtrl* list = Make({{"a", "b"}, {"1", "2"}, {"3", "4"}});
+    list->SelectRow(1);
+    for (const int code : {'C', 'F'}) {
+        wxKeyEvent key(wxEVT_CHAR_HOOK);
+        key.m_keyCode = code;
+        list->ProcessWindowEvent(key);
+        EXPECT_TRUE(key.GetSkipped()) << code;
+    }
+    const TableString table = {{"#a", "b"}, {"!one"}, {"two", "three"}};
+    EXPECT_TRUE(RowDetailsText(table, 0).Contains("one") && !RowDetailsText(table, 0).Contains("two"));
+    EXPECT_TRUE(RowDetailsText(table, 1).Contains("three"));
+    for (const int row : {-1, 2}) EXPECT_EQ(RowDetailsText(table, row), "") << row;
 }
 
 TEST_F(ListCtrlTest, DetailsShowTheCursorsRow) {

@@ -85,6 +85,18 @@ TEST_F(TableWidths, ComeBackPerFilterAfterARestart) {
     auto* other = new GridFrame(frame, "pairs", pairs, GridFrame::Batch, 0, {});
     EXPECT_NE(other->GetListCtrl()->GetColSize(1), 333);
 
+    // The file that keeps them may have been edited.
+    const std::vector<int> kept = frame->GetListControlColumnsWidth(core->GetActiveFilter()->GetName());
+    const int least = other->GetListCtrl()->GetColMinimalAcceptableWidth();
+    for (const auto& [width, isTaken] :
+         {std::pair{10000, true}, {10001, false}, {least, true}, {least - 1, false}}) {
+        frame->SetListControlColumnsWidth(core->GetActiveFilter()->GetName(), {width, 50});
+        auto* again = new GridFrame(frame, "pairs", pairs, GridFrame::Batch, 0, {});
+        EXPECT_EQ(again->GetListCtrl()->GetColSize(0) == width, isTaken) << width;
+        again->Destroy();
+    }
+    frame->SetListControlColumnsWidth(core->GetActiveFilter()->GetName(), kept);
+
     CloseFrame();
     OpenFrame();
     AddFilters();
