@@ -262,6 +262,34 @@ TEST(Navigator, PressedPointBecomesTheCentre) {
     EXPECT_EQ(ScrollForNavigatorPoint(view, {120, 0}, {5, 5}).y, 0);
 }
 
+TEST(SharedRecord, BeginsAnewWithNothingChosen) {
+    WindowProperties shared;
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(shared.zoom, -1.0);
+        EXPECT_EQ(shared.zoomUpperLimit, 128.0);
+        EXPECT_FALSE(shared.IsZoomAccepted(1.0));
+        EXPECT_EQ(shared.imageSize, IntPair());
+        EXPECT_EQ(shared.previousImageSize, IntPair());
+        EXPECT_EQ(shared.offset, IntPair());
+        EXPECT_EQ(shared.zoomCentre, IntPair());
+        EXPECT_EQ(shared.scrollPosition, IntPair());
+        EXPECT_EQ(shared.splitMode, -1);
+        EXPECT_EQ(shared.viewChoiceCount, -1);
+        EXPECT_FALSE(shared.syncViews);
+        const int rate = shared.scrollRate;
+        shared.SetZoomMinMax();
+        shared.SetImageSize(3, 4);
+        shared.SetImageSize(5, 6);
+        shared.zoom = 2.0;
+        shared.offset = shared.zoomCentre = shared.scrollPosition = {7, 8};
+        shared.splitMode = shared.viewChoiceCount = 3;
+        shared.scrollRate = 9;
+        shared.syncViews = true;
+        shared.Init();
+        EXPECT_EQ(shared.scrollRate, rate);
+    }
+}
+
 TEST(SharedRecord, LimitsAndSizes) {
     WindowProperties shared;
     EXPECT_EQ(shared.zoom, -1.0);
