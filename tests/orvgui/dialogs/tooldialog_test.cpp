@@ -240,6 +240,12 @@ TEST_F(ToolDialogTest, WithoutAKeyItIsAskedFor) {
     EXPECT_TRUE(launched.empty());
     EXPECT_EQ(Run(factory, {}, {wxID_NO}), wxID_CANCEL);
     EXPECT_EQ(launched, std::vector<std::string>{"https://www.cameraforensics.com/"});
+    canLaunch = false;
+    EXPECT_EQ(Run(factory, {}, {wxID_NO, wxID_OK}), wxID_CANCEL);
+    EXPECT_EQ(seen.back(),
+              "Error|The browser cannot be opened. The address is:\nhttps://www.cameraforensics.com/");
+    canLaunch = true;
+    launched.pop_back();
 
     Load(folder.WritePicture("a.jpg"));
     const auto insert = [](OrvToolDialog& dialog) {

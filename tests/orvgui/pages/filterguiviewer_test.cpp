@@ -766,6 +766,39 @@ TEST_F(ViewerPageTest, TypedZoomAndKeys) {
     SendKey(canvas, wxEVT_KEY_UP, 'X');
 }
 
+TEST_F(ViewerPageTest, KeysScrollByStepsPagesAndPixels) {
+    Load(WritePattern("e.png", 3000, 2500, 10), "");
+    Build();
+    m_page->ZoomEnter("200");
+    Canvas* canvas = m_page->GetCanvasFromActiveWin();
+    const int pageX = canvas->GetClientSize().x / 2;
+    const int pageY = canvas->GetClientSize().y / 2;
+    // In scroll units of two screen pixels; with Shift by one, and pages sideways.
+    const struct {
+        std::vector<int> keys;
+        wxPoint step, fineStep;
+    } rows[] = {{{WXK_LEFT, WXK_NUMPAD_LEFT}, {-24, 0}, {-1, 0}},
+                {{WXK_RIGHT, WXK_NUMPAD_RIGHT}, {24, 0}, {1, 0}},
+                {{WXK_UP, WXK_NUMPAD_UP}, {0, -24}, {0, -1}},
+                {{WXK_DOWN, WXK_NUMPAD_DOWN}, {0, 24}, {0, 1}},
+                {{WXK_PAGEUP, WXK_NUMPAD_PAGEUP}, {0, -pageY}, {-pageX, 0}},
+                {{WXK_PAGEDOWN, WXK_NUMPAD_PAGEDOWN}, {0, pageY}, {pageX, 0}}};
+    for (const auto& row : rows) {
+        for (const int code : row.keys) {
+            for (const bool isFine : {false, true}) {
+                canvas->ScrollTo(1000, 900);
+                wxKeyEvent key(wxEVT_KEY_DOWN);
+                key.SetEventObject(canvas);
+                key.m_keyCode = code;
+                key.SetShiftDown(isFine);
+                canvas->ProcessWindowEvent(key);
+                EXPECT_EQ(canvas->GetViewStart(), wxPoint(1000, 900) + (isFine ? row.fineStep : row.step))
+                    << code << " fine " << isFine;
+            }
+        }
+    }
+}
+
 // Passing over the picture takes the keyboard, but not from a field that is typed in.
 TEST_F(ViewerPageTest, TheMouseTakesTheKeyboardUnlessSomebodyTypes) {
     Load(WritePattern("e.png", 640, 480, 10), "");
