@@ -62,10 +62,10 @@ void InspectorPanel::CreateControls() {
     m_text->SetFont(wxFont(wxFontInfo(8).Family(wxFONTFAMILY_TELETYPE)));
     // A fixed size: the strip must not be laid out anew with every motion of the mouse.
     m_text->SetMinSize(TextSize(0));
-    sizer->Add(m_colour, 0, wxALIGN_CENTER_VERTICAL);
+    sizer->Add(m_colour, 0, wxALIGN_CENTER_VERTICAL | wxRESERVE_SPACE_EVEN_IF_HIDDEN);
     sizer->Add(m_text, 1, wxALIGN_CENTER_VERTICAL | wxLEFT, kGap);
     SetSizer(sizer);
-    m_colour->SetBackgroundColour(GetBackgroundColour());
+    m_colour->Hide();  // without a colour it would be taken for a box to be ticked
 }
 
 void InspectorPanel::ConfigureControls() {
@@ -109,8 +109,7 @@ wxString InspectorPanel::GetText() const {
 void InspectorPanel::ShowNothing() {
     if (m_text->GetLabelText().empty()) return;
     m_text->SetLabelText(wxString());
-    m_colour->SetBackgroundColour(GetBackgroundColour());
-    m_colour->Refresh();
+    m_colour->Hide();
     if (OrvFrameHost* frame = GetFrameHost()) frame->SetStatusField(OrvStatusField::Pixel, wxString());
 }
 
@@ -198,4 +197,5 @@ void InspectorPanel::ShowPixel(Canvas* canvas) {
         m_colour->SetBackgroundColour(colour);
         m_colour->Refresh();
     }
+    m_colour->Show();
 }
