@@ -190,9 +190,10 @@ void SelectorPanel::ViewerMouseOn(wxMouseEvent& event, Canvas* canvas, bool useZ
 
     if (isChosen && isPress) {
         m_anchor = {px, py};
-        // A press beside the picture leaves a selection as it is.
-        m_isDrawing = position == RelativePosition::None;
-        if (position == RelativePosition::Outside && !isOffImage) {
+        // A press beside the picture leaves a selection as it is; one on it, outside the selection, begins another.
+        const bool isRemoved = position == RelativePosition::Outside && !isOffImage;
+        m_isDrawing = position == RelativePosition::None || isRemoved;
+        if (isRemoved) {
             m_drag.Clear();
             SetSelector(IntPair{0, 0}, 0, 0, true, canvas);
             RefreshValues();

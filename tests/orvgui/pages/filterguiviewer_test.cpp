@@ -653,6 +653,21 @@ TEST_F(ViewerPageTest, DragsAndWheelDoNotMix) {
     SendMouse(canvas, wxEVT_MOTION, 300, 300, true);
     SendMouse(canvas, wxEVT_LEFT_UP, 300, 300);
     EXPECT_EQ(selector->GetSelector(canvas), before);
+    // One that begins on the picture, outside the selection, draws another in its place.
+    const auto send = [&](wxEventType type, int x, int y, bool isDown) {
+        SendMouse(canvas, type, static_cast<int>((m_shared.offset.x + x) * m_shared.zoom),
+                  static_cast<int>((m_shared.offset.y + y) * m_shared.zoom), isDown);
+    };
+    send(wxEVT_LEFT_DOWN, 600, 700, true);
+    EXPECT_FALSE(selector->IsSelector(canvas));
+    send(wxEVT_MOTION, 700, 750, true);
+    send(wxEVT_MOTION, 1000, 1000, true);
+    send(wxEVT_LEFT_UP, 1000, 1000, false);
+    const IntRect drawn = selector->GetSelector(canvas);
+    EXPECT_NEAR(drawn.x, 600, 6);
+    EXPECT_NEAR(drawn.y, 700, 6);
+    EXPECT_NEAR(drawn.width, 400, 6);
+    EXPECT_NEAR(drawn.height, 300, 6);
 }
 
 TEST_F(ViewerPageTest, TheDifferenceOfLargePicturesComesByItself) {
