@@ -179,7 +179,11 @@ TEST(ProgressEstimate, ChangesAreTakenAtTheThirdVote) {
 TEST(DragEdge, TellsTheDistanceFromThePlaceOfThePress) {
     Frame frame;
     frame->Show();
-    ASSERT_TRUE(PumpUntil([&] { return frame->GetClientSize().y > 100; }));
+    // Until the window manager has put the window where it stays: places are those on the screen.
+    for (wxPoint before(-1, -1); before != frame->GetScreenPosition(); PumpFrames()) {
+        before = frame->GetScreenPosition();
+        PumpFrames();
+    }
     for (const wxOrientation direction : {wxHORIZONTAL, wxVERTICAL}) {
         int began = 0;
         std::vector<int> moves;
