@@ -32,14 +32,16 @@ constexpr int kResultSpan = 4;
 constexpr int kGap = 4;
 constexpr int kFindingsLeast = 200;  // pixels
 constexpr int kFindingsHeight = 160;
-constexpr int kRoomyFindings = 80;  // letters, from which on no column but the sentences' is broken
+constexpr int kRoomyFindings = 80;   // letters, from which on no column but the sentences' is broken
+constexpr int kNarrowFindings = 48;  // letters, below which words of the others are broken line by line
 
 // Sentences get what strength and filter leave, which are broken between words where there is little room.
 std::vector<int> FindingWidths(int room, int letter) {
     const bool isRoomy = room >= kRoomyFindings * letter;
-    const int strength = (isRoomy ? 17 : 14) * letter;
-    const int filter = std::clamp(room / 4, 12 * letter, 26 * letter);
-    return {strength, filter, std::max(room - strength - filter, 16 * letter)};
+    const bool isNarrow = room < kNarrowFindings * letter;
+    const int strength = (isRoomy ? 17 : isNarrow ? 11 : 14) * letter;
+    const int filter = std::clamp(room / 4, (isNarrow ? 9 : 12) * letter, 26 * letter);
+    return {strength, filter, std::max(room - strength - filter, 12 * letter)};
 }
 
 // Leads to the pages of what was found.
