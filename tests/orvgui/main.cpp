@@ -168,6 +168,14 @@ void PumpFrames() {
     Pump();
 }
 
+void PumpUntilPlaced(const wxWindow* window) {
+    int agreed = 0;
+    for (wxPoint before(-1, -1); agreed < 3; PumpFrames()) {
+        agreed = window->GetScreenPosition() == before ? agreed + 1 : 0;
+        before = window->GetScreenPosition();
+    }
+}
+
 DialogAnswers::DialogAnswers(std::initializer_list<int> codes) {
     for (int code : codes) Add([code](wxDialog*) { return code; });
     Register();

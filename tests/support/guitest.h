@@ -17,6 +17,8 @@ void Pump();
 void PumpFor(int milliseconds);
 // Until the display has answered and every shown window has been laid out and painted since.
 void PumpFrames();
+// Until the window manager has put the window where it stays: distances between places on the screen count from then on.
+void PumpUntilPlaced(const wxWindow* window);
 // Until the condition holds; false after the time-out.
 bool PumpUntil(const std::function<bool()>& condition, int timeoutMs = 10000);
 

@@ -210,6 +210,8 @@ TEST(NoiseResidualTest, BadInputIsRefusedAndProgressCanStop) {
         EXPECT_THROW(ComputeNoiseResidual(image, {}), ZorException);
         EXPECT_THROW(WaveletResidual(image), ZorException);
     }
+    for (const double sigma : {0.0, -1.0, std::nan("")})
+        EXPECT_THROW(WaveletResidual(plane, sigma), ZorException) << sigma;
     const cv::Mat large(3000, 3000, CV_8U, cv::Scalar(9));
     const auto stop = [](double done) {
         EXPECT_GE(done, 0.0);

@@ -179,11 +179,7 @@ TEST(ProgressEstimate, ChangesAreTakenAtTheThirdVote) {
 TEST(DragEdge, TellsTheDistanceFromThePlaceOfThePress) {
     Frame frame;
     frame->Show();
-    // Until the window manager has put the window where it stays: places are those on the screen.
-    for (wxPoint before(-1, -1); before != frame->GetScreenPosition(); PumpFrames()) {
-        before = frame->GetScreenPosition();
-        PumpFrames();
-    }
+    PumpUntilPlaced(frame.operator->());
     for (const wxOrientation direction : {wxHORIZONTAL, wxVERTICAL}) {
         int began = 0;
         std::vector<int> moves;

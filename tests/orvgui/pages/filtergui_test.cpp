@@ -292,6 +292,8 @@ TEST_F(FilterGuiTest, WhatIsBeingWorkedOutIsNoMissingData) {
         slow->isRunning = slow->mayEnd = false;
         core->SetFile(wxString(), OrvEvidence);
         Settle();
+        page->UpdateGui();
+        EXPECT_EQ(notice(), "No data available for this file");
         core->SetFile(PathToWx(folder / "slow.png"), OrvEvidence);
         core->Configure(slow, -1, input, {}, false);
         ASSERT_TRUE(PumpUntil([slow] { return slow->isRunning.load(); }));

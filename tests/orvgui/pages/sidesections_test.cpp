@@ -31,7 +31,7 @@ class SideSectionsTest : public FrameTest {
         page = ShowImagePage("error-level");
         ASSERT_NE(page, nullptr);
         ASSERT_TRUE(PumpUntil([this] { return page->IsShownOnScreen() && Results() != nullptr; }));
-        PumpFrames();
+        PumpUntilPlaced(frame);
     }
     void OpenAgain() {
         CloseFrame();
@@ -93,6 +93,8 @@ TEST_F(SideSectionsTest, EveryPartHasAnEdgeThatSizesIt) {
         section->GetEdge()->ProcessWindowEvent(twice);
         PumpFrames();
         EXPECT_EQ(section->GetSize().y, natural) << shown;
+        Drag(section, 0);
+        EXPECT_EQ(section->GetChosenHeight(), 0) << "a click after a drag is none either";
     }
     EXPECT_GE(shown, 4) << "description, map, parameters, results";
 }

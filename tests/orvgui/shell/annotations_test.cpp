@@ -133,11 +133,24 @@ TEST_F(Annotations, AreDrawnChangedDeletedAndTakenBack) {
         PumpFrames();
     }
     EXPECT_EQ("Kante \xC3\xA4", Marks()[1].text);
+    EXPECT_EQ("Kante \xC3\xA4", Marks()[1].text);
     Key(WXK_DELETE);
     EXPECT_EQ(1U, Marks().size());
     Key('Z', wxMOD_CONTROL);
     ASSERT_EQ(2U, Marks().size());
     EXPECT_EQ("Kante \xC3\xA4", Marks()[1].text);
+    {
+        DialogAnswers answers([](wxDialog* dialog) {
+            dynamic_cast<wxTextEntryDialog*>(dialog)->SetValue(" ");
+            return wxID_OK;
+        });
+        Mouse(Half(0), wxEVT_LEFT_DCLICK, 215, 25, true);
+        Settle();
+        PumpFrames();
+    }
+    ASSERT_EQ(2U, Marks().size()) << "only a mark that is nothing but its text goes with it";
+    EXPECT_EQ("", Marks()[1].text);
+    Key('Z', wxMOD_CONTROL);
     for (int i = 0; i < 5; ++i) Key('Z', wxMOD_CONTROL);
     EXPECT_EQ(0U, Marks().size());
     Key('Z', wxMOD_CONTROL);
