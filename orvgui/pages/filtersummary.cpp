@@ -39,7 +39,7 @@ constexpr int kNarrowFindings = 48;  // letters, below which words of the others
 std::vector<int> FindingWidths(int room, int letter) {
     const bool isRoomy = room >= kRoomyFindings * letter;
     const bool isNarrow = room < kNarrowFindings * letter;
-    const int strength = (isRoomy ? 17 : isNarrow ? 11 : 14) * letter;
+    const int strength = (isRoomy ? 17 : isNarrow ? 13 : 14) * letter;
     const int filter = std::clamp(room / 4, (isNarrow ? 9 : 12) * letter, 26 * letter);
     return {strength, filter, std::max(room - strength - filter, 12 * letter)};
 }
