@@ -14,6 +14,7 @@
 
 #include "orvcore/facade/interface.h"
 #include "orvcore/filter/mapranges.h"
+#include "orvgui/common/accessible.h"
 #include "orvgui/common/statictext.h"
 #include "orvgui/common/textfocus.h"
 #include "orvgui/common/validator.h"
@@ -55,7 +56,7 @@ MapPanel::MapPanel(wxWindow* parent, OrvViewerHost* page) : OrvSidePanelBase(par
     add(new wxStaticText(this, wxID_ANY, _("Opacity")), 1, 0, 1);
     m_display.opacity = GetInterface()->GetOptions().GetMapOpacity();
     m_opacity = new wxSlider(this, wxID_ANY, m_display.opacity, 0, 100);
-    m_opacity->SetName(_("Opacity"));
+    SetAccessibleName(m_opacity, _("Opacity"));
     m_opacity->SetToolTip(_("How much of the map lies over the picture, percent"));
     add(m_opacity, 1, 1, 1);
     m_beyond = new wxCheckBox(this, wxID_ANY, _("Only beyond the threshold"));
@@ -109,7 +110,7 @@ const OrvMap* MapPanel::ShownMap() const {
 wxTextCtrl* MapPanel::AddRangeField(wxSizer* row, const wxString& name) {
     auto* field =
         new wxTextCtrl(this, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize, wxTE_PROCESS_ENTER);
-    field->SetName(name);
+    SetAccessibleName(field, name);
     field->SetValidator(ValidatorTyped<double>());
     field->SetMinSize(FieldSize(*field, kRangeWidth));
     field->Bind(wxEVT_TEXT_ENTER, [this](wxCommandEvent&) { TakeRange(); });
