@@ -23,7 +23,9 @@ void gtk_text_view_set_bottom_margin(_GtkWidget* view, int pixels);
 
 namespace {
 
-constexpr int kFieldInset = 10;  // pixels of border and padding above and below
+constexpr int kUsualText = 17;     // pixels from line to line, at 10 points
+constexpr int kEnlargedText = 21;  // from here on texts count as enlarged
+constexpr int kFieldInset = 10;    // pixels of border and padding above and below
 
 void InsetView(_GtkWidget* widget, void*) {
     if (g_type_check_instance_is_a(widget, gtk_text_view_get_type()) == 0) return;
@@ -51,8 +53,14 @@ bool IsTextEntry(const wxWindow* window) {
     return false;
 }
 
+int TextWidth(const wxWindow& window, int width) {
+    const int height = window.GetCharHeight();
+    return height < kEnlargedText ? width : width * height / kUsualText;
+}
+
 wxSize FieldSize(const wxWindow& field, int width) {
-    return {width, std::max(field.GetBestSize().GetHeight(), field.GetCharHeight() + kFieldInset)};
+    return {TextWidth(field, width),
+            std::max(field.GetBestSize().GetHeight(), field.GetCharHeight() + kFieldInset)};
 }
 
 bool ConfirmsDialog(const wxKeyEvent& event) {

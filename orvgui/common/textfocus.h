@@ -16,7 +16,10 @@ ORVGUI_API bool IsTextEntry(const wxWindow* window);
 // button, which it presses.
 bool ConfirmsDialog(const wxKeyEvent& event);
 
-// The least size, in pixels, of a one-line text field of this width. The toolkit's best size of a field that was never
+// A width in pixels that suits texts of the usual size, for the texts of this window: the same, more where texts are enlarged.
+ORVGUI_API int TextWidth(const wxWindow& window, int width);
+
+// The least size, in pixels, of a one-line text field of this width where texts have the usual size. The toolkit's best size of a field that was never
 // shown is too low where texts are enlarged: it cuts off what hangs below the line, and an underscore reads as a blank.
 ORVGUI_API wxSize FieldSize(const wxWindow& field, int width);
 

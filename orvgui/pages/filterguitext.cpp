@@ -11,6 +11,7 @@
 #include "orvcore/facade/interface.h"
 #include "orvgui/common/framehost.h"
 #include "orvgui/common/statictext.h"
+#include "orvgui/common/textfocus.h"
 #include "orvgui/controls/parametercontroltext.h"
 #include "orvgui/tables/listctrl.h"
 
@@ -178,7 +179,7 @@ void OrvFilterGuiText::CreateControlsOutput() {
     for (wxWindow* child : m_outputParent->GetChildren())
         if (auto* label = dynamic_cast<OrvStaticText*>(child);
             label != nullptr && EndsInLongResult() && IsLabel(label))
-            label->SetMaximumTextWidth(kLabelWidth);
+            label->SetMaximumTextWidth(TextWidth(*label, kLabelWidth));
     if (OrvListCtrl* table = FindTable()) {
         table->WrapTexts();
         table->Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {

@@ -22,6 +22,7 @@
 #include "orvgui/common/dragedge.h"
 #include "orvgui/common/quietscroll.h"
 #include "orvgui/common/statictext.h"
+#include "orvgui/common/textfocus.h"
 #include "orvgui/pages/sidesection.h"
 #include "orvgui/viewer/comparepanel.h"
 #include "orvgui/viewer/mappanel.h"
@@ -105,14 +106,14 @@ void GiveWideOnesRows(wxGridBagSizer& grid) {
 void Narrow(wxWindow& section) {
     for (wxWindow* child : section.GetChildren()) {
         if (auto* label = dynamic_cast<OrvStaticText*>(child)) {
-            label->SetMaximumTextWidth(kLabelWidth);
+            label->SetMaximumTextWidth(TextWidth(*label, kLabelWidth));
         } else if (dynamic_cast<wxSlider*>(child) != nullptr) {
             child->SetMinSize(wxSize(kSliderWidth, -1));
         } else if (dynamic_cast<wxComboBox*>(child) != nullptr) {
             // It asks for the width of its longest entry, which its list shows whole.
-            child->SetMinSize(wxSize(std::min(child->GetBestSize().x, kTableWidth), -1));
+            child->SetMinSize(wxSize(std::min(child->GetBestSize().x, TextWidth(*child, kTableWidth)), -1));
         } else if (dynamic_cast<wxTextCtrl*>(child) != nullptr) {
-            child->SetMinSize(wxSize(kFieldWidth, child->GetMinSize().y));
+            child->SetMinSize(wxSize(TextWidth(*child, kFieldWidth), child->GetMinSize().y));
         }
     }
 }
@@ -120,8 +121,8 @@ void Narrow(wxWindow& section) {
 }  // namespace
 
 void OrvFilterGuiViewer::CreateSidePanel() {
-    m_sidePanel =
-        new wxPanel(this, wxID_ANY, wxDefaultPosition, wxSize(kSidePanelWidth, -1), wxTAB_TRAVERSAL);
+    m_sidePanel = new wxPanel(this, wxID_ANY, wxDefaultPosition,
+                              wxSize(TextWidth(*this, kSidePanelWidth), -1), wxTAB_TRAVERSAL);
     m_sideScroll = new QuietScroll<wxScrolledWindow>(m_sidePanel, wxID_ANY, wxDefaultPosition, wxDefaultSize,
                                                      wxVSCROLL | wxHSCROLL | wxTAB_TRAVERSAL);
     // Also sideways: a control that is wider than the panel is not cut off without a sign.
@@ -184,7 +185,7 @@ void OrvFilterGuiViewer::CreateSidePanel() {
         column->Add(m_navigator, 0, wxALIGN_CENTER_HORIZONTAL | wxLEFT | wxRIGHT | wxBOTTOM, kGap);
     }
     m_sidePanel->SetSizer(column);
-    m_sidePanel->SetMinSize(wxSize(kSidePanelWidth, -1));
+    m_sidePanel->SetMinSize(wxSize(TextWidth(*this, kSidePanelWidth), -1));
     RestoreSide();
     m_description->SetListener([this] {
         // Of another height from now on.
@@ -245,8 +246,10 @@ void OrvFilterGuiViewer::OnPageSize(wxSizeEvent& event) {
         const wxSize side(SideWidthWithin(m_keptWidth), -1);
         if (m_sidePanel->GetMinSize() != side) m_sidePanel->SetMinSize(side);
     } else if (!m_isSideSized && width > 1) {
-        const int most = std::clamp(width * kSidePanelPercent / 100, kSidePanelWidth, kSidePanelMaximum);
-        const wxSize side(std::clamp(m_sideWanted, kSidePanelWidth, most), -1);
+        const int least = TextWidth(*this, kSidePanelWidth);
+        const int most =
+            std::clamp(width * kSidePanelPercent / 100, least, TextWidth(*this, kSidePanelMaximum));
+        const wxSize side(std::clamp(m_sideWanted, least, most), -1);
         if (m_sidePanel->GetMinSize() != side) m_sidePanel->SetMinSize(side);
     }
     event.Skip();
@@ -289,7 +292,8 @@ void OrvFilterGuiViewer::NarrowTables() {
         const wxSize wanted = child->GetMinSize();
         int& height = m_tableHeights.try_emplace(child, wanted.y).first->second;
         if (wanted.y != kTableLeast) height = wanted.y;
-        child->SetMinSize(wxSize(std::min(wanted.x, kTableWidth), isChosen ? kTableLeast : height));
+        child->SetMinSize(
+            wxSize(std::min(wanted.x, TextWidth(*child, kTableWidth)), isChosen ? kTableLeast : height));
     }
 }
 

@@ -18,6 +18,7 @@
 #include "orvgui/common/framehost.h"
 #include "orvgui/common/quietscroll.h"
 #include "orvgui/common/statictext.h"
+#include "orvgui/common/textfocus.h"
 #include "orvgui/common/wheel.h"
 #include "orvgui/tables/listctrl.h"
 #include "zorbase/text.h"
@@ -129,8 +130,8 @@ StatusGroup::StatusGroup(wxWindow* parent, wxGridBagSizer* sizer, int row, OrvFi
     : m_filter(filter),
       m_label(new OrvStaticText(parent, wxGetTranslation(filter->GetName()))),
       m_swatch(new wxTextCtrl(parent, wxID_ANY, wxString(), wxDefaultPosition, kSwatchSize, wxTE_READONLY)),
-      m_status(new wxTextCtrl(parent, wxID_ANY, wxString(), wxDefaultPosition, wxSize(kStatusWidth, -1),
-                              wxTE_READONLY)) {
+      m_status(new wxTextCtrl(parent, wxID_ANY, wxString(), wxDefaultPosition,
+                              wxSize(TextWidth(*parent, kStatusWidth), -1), wxTE_READONLY)) {
     m_swatch->SetCanFocus(false);
     m_label->CentreVertically();
     AddToSizer(sizer, m_label, row, 0, 1, 1);

@@ -7,6 +7,7 @@
 
 #include "orvcore/facade/interface.h"
 #include "orvcore/report/manualtext.h"
+#include "orvgui/common/screenplace.h"
 #include "zorbase/appversion.h"
 #include "zorbase/files.h"
 #include "zorbase/text.h"
@@ -48,6 +49,7 @@ OrvHelpWindow::OrvHelpWindow(wxWindow* parent)
     auto* sizer = new wxBoxSizer(wxVERTICAL);
     sizer->Add(m_page, 1, wxEXPAND);
     SetSizer(sizer);
+    PlaceOnParent(*this);
     m_page->SetStandardFonts(parent->GetFont().GetPointSize());
     // Its figures lie beside the manual.
     m_page->GetParser()->GetFS()->ChangePathTo(PathToWx(PathJoin(GetAppDataPath(), "docs/en/")), true);

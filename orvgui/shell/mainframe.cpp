@@ -3,7 +3,6 @@
 #include <wx/app.h>
 #include <wx/aui/dockart.h>
 #include <wx/aui/framemanager.h>
-#include <wx/display.h>
 #include <wx/filename.h>
 #include <wx/menu.h>
 #include <wx/settings.h>
@@ -20,6 +19,8 @@
 #include "orvgui/common/icons.h"
 #include "orvgui/common/messagebox.h"
 #include "orvgui/common/opencverrors.h"
+#include "orvgui/common/screenplace.h"
+#include "orvgui/common/textfocus.h"
 #include "orvgui/common/visibletext.h"
 #include "orvgui/pages/filtergui.h"
 #include "orvgui/pages/orvviewerpanel.h"
@@ -54,13 +55,6 @@ class FrameStatusBar : public wxStatusBar {
         if (GetFieldRect(field, place) && !place.IsEmpty()) wxStatusBar::DoUpdateStatusText(field);
     }
 };
-
-// A screen can be smaller than the usual window, or than the one of the last time: one that is shown at double scale, say.
-void FitScreen(wxFrame& frame) {
-    wxSize size = frame.GetSize();
-    size.DecTo(wxDisplay().GetClientArea().GetSize());
-    if (size != frame.GetSize() && size.x > 1 && size.y > 1) frame.SetSize(size);
-}
 
 }  // namespace
 
@@ -144,6 +138,7 @@ void OrvMainFrame::ConfigureStatusBar() {
     new LogPanel(m_logFrame);
     m_logFrame->Bind(wxEVT_CLOSE_WINDOW, [this](wxCloseEvent&) { m_logFrame->Hide(); });
     GetStatusBar()->Bind(wxEVT_LEFT_DCLICK, [this](wxMouseEvent&) {
+        if (!m_logFrame->IsShown()) PlaceOnParent(*m_logFrame);
         m_logFrame->Show();
         m_logFrame->Raise();
     });
@@ -196,14 +191,15 @@ void OrvMainFrame::CreatePanes() {
                                                 .PaneBorder(false)
                                                 .BestSize(fileSize));
     wxAuiPaneInfo filters = PaneInfo(wxTRANSLATE("Filters")).Left().Position(0).CloseButton(false);
-    m_auiManager->AddPane(m_filtersPanel, filters.BestSize(kFiltersWidth, -1));
+    m_auiManager->AddPane(m_filtersPanel, filters.BestSize(TextWidth(*this, kFiltersWidth), -1));
     m_auiManager->AddPane(m_viewerPanel, PaneInfo(wxTRANSLATE("Viewer"))
                                              .CentrePane()
                                              .PaneBorder(false)
                                              .CaptionVisible(false)
                                              .CloseButton(false));
     wxAuiPaneInfo project = PaneInfo(wxTRANSLATE("Project")).Left().Position(1).CloseButton(false);
-    m_auiManager->AddPane(m_projectTree, project.BestSize(kFiltersWidth, kProjectHeight));
+    m_auiManager->AddPane(
+        m_projectTree, project.BestSize(TextWidth(*this, kFiltersWidth), TextWidth(*this, kProjectHeight)));
     // The tree gets three quarters of the height that it shares with the project.
     m_auiManager->GetPane(m_filtersPanel).dock_proportion =
         3 * m_auiManager->GetPane(m_projectTree).dock_proportion;

@@ -8,6 +8,7 @@
 #include <wx/stattext.h>
 
 #include "orvgui/common/icons.h"
+#include "orvgui/common/screenplace.h"
 #include "orvgui/tables/listctrlresults.h"
 
 namespace {
@@ -90,6 +91,7 @@ GridFrame::GridFrame(wxWindow* parent, const wxString& title, ListCtrlView::Sour
     outer->Add(panel, 1, wxEXPAND);
     SetSizer(outer);
     SetSize(kFrameSize);
+    PlaceOnParent(*this);
     Layout();
     UpdateCount();
     m_list->SetFocus();

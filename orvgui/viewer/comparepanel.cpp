@@ -11,6 +11,7 @@
 
 #include "orvgui/common/accessible.h"
 #include "orvgui/common/statictext.h"
+#include "orvgui/common/textfocus.h"
 #include "orvgui/common/wheel.h"
 #include "orvgui/viewer/viewerhost.h"
 
@@ -54,7 +55,7 @@ ComparePanel::ComparePanel(wxWindow* parent, OrvViewerHost* page)
     m_rateValue = new OrvStaticText(this, wxString());
     add(m_rateValue, 1, 2, 1, 0);
     m_reason = new OrvStaticText(this, wxString());
-    m_reason->SetMaximumTextWidth(kTextWidth);
+    m_reason->SetMaximumTextWidth(TextWidth(*this, kTextWidth));
     add(m_reason, 2, 0, 3, wxEXPAND);
     grid->AddGrowableCol(1);
     for (wxWindow* slider : {m_mix, m_rate}) {

@@ -51,7 +51,7 @@ MapPanel::MapPanel(wxWindow* parent, OrvViewerHost* page) : OrvSidePanelBase(par
     m_choice = new wxChoice(this, wxID_ANY);
     m_choice->SetToolTip(_("Which of the maps is shown"));
     // Its list shows long names whole.
-    m_choice->SetMinSize(wxSize(kTextWidth, -1));
+    m_choice->SetMinSize(wxSize(TextWidth(*this, kTextWidth), -1));
     add(m_choice, 0, 0, 2);
     add(new wxStaticText(this, wxID_ANY, _("Opacity")), 1, 0, 1);
     m_display.opacity = GetInterface()->GetOptions().GetMapOpacity();
@@ -73,10 +73,10 @@ MapPanel::MapPanel(wxWindow* parent, OrvViewerHost* page) : OrvSidePanelBase(par
     m_rangeRow->Add(m_reset, 0, wxALIGN_CENTER_VERTICAL);
     grid->Add(m_rangeRow, wxGBPosition(4, 0), wxGBSpan(1, 2), wxBOTTOM, kGap);
     m_range = new OrvStaticText(this, wxString());
-    m_range->SetMaximumTextWidth(kTextWidth);
+    m_range->SetMaximumTextWidth(TextWidth(*this, kTextWidth));
     add(m_range, 5, 0, 2);
     m_numbers = new OrvStaticText(this, wxString());
-    m_numbers->SetMaximumTextWidth(kTextWidth);
+    m_numbers->SetMaximumTextWidth(TextWidth(*this, kTextWidth));
     add(m_numbers, 6, 0, 2);
     grid->AddGrowableCol(1);
     m_choice->Bind(wxEVT_CHOICE, [this](wxCommandEvent&) { OnChange(); });

@@ -6,6 +6,7 @@
 #include <wx/sizer.h>
 
 #include "orvgui/common/statictext.h"
+#include "orvgui/common/textfocus.h"
 #include "orvgui/common/wheel.h"
 #include "orvgui/viewer/viewerhost.h"
 
@@ -47,7 +48,7 @@ DescriptionPanel::DescriptionPanel(wxWindow* parent, OrvViewerHost* page)
         if (m_listener) m_listener();
     });
     m_text = new OrvStaticText(this, wxString());
-    m_text->SetMaximumTextWidth(kTextWidth);
+    m_text->SetMaximumTextWidth(TextWidth(*this, kTextWidth));
     GetGrid()->Add(m_title, wxGBPosition(0, 0), wxDefaultSpan, wxALIGN_LEFT);
     GetGrid()->Add(m_text, wxGBPosition(1, 0), wxDefaultSpan, wxEXPAND);
     GetGrid()->AddGrowableCol(0);

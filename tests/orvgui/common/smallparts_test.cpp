@@ -287,6 +287,15 @@ TEST(TextFields, HaveRoomForTheirTextAndLeaveEnterToTheDialog) {
     Frame frame;
     auto* field = new wxTextCtrl(frame, wxID_ANY, "text");
     EXPECT_EQ(FieldSize(*field, 77).x, 77);
+    // Widths grow with texts that are enlarged, by half here, and not with those that are a little larger than usual.
+    for (const auto& [points, grows] : {std::pair{10, false}, {11, false}, {15, true}}) {
+        auto* other = new wxTextCtrl(frame, wxID_ANY);
+        other->SetFont(wxFontInfo(points).Family(wxFONTFAMILY_SWISS));
+        const int width = TextWidth(*other, 100);
+        EXPECT_EQ(width > 100, grows) << points;
+        EXPECT_EQ(width, grows ? 100 * other->GetCharHeight() / 17 : 100) << points;
+        EXPECT_EQ(FieldSize(*other, 100).x, width);
+    }
     EXPECT_GE(FieldSize(*field, 77).y, std::max(field->GetBestSize().y, field->GetCharHeight() + 6));
     EXPECT_LE(FieldSize(*field, 77).y, field->GetBestSize().y + field->GetCharHeight());
     const struct {

@@ -256,8 +256,11 @@ class Tour : public FrameTest, public testing::WithParamInterface<const char*> {
     }
 
     std::string Plain(std::string text) const {
-        for (std::size_t at = 0; (at = text.find(folder.Path())) != std::string::npos;)
-            text.replace(at, folder.Path().size(), "FOLDER");
+        const std::pair<std::string, const char*> paths[] = {{folder.Path(), "FOLDER"},
+                                                             {std::getenv("ORVANE_DATA"), "DATA"}};
+        for (const auto& [path, name] : paths)
+            for (std::size_t at = 0; (at = text.find(path)) != std::string::npos;)
+                text.replace(at, path.size(), name);
         std::replace(text.begin(), text.end(), '\n', '/');
         return text;
     }

@@ -1,7 +1,10 @@
 #include "orvgui/tables/gridframe.h"
 
 #include <gtest/gtest.h>
+#include <wx/display.h>
 #include <wx/srchctrl.h>
+
+#include <algorithm>
 
 #include "orvgui/tables/listctrlresults.h"
 #include "tests/support/guitest.h"
@@ -16,7 +19,7 @@ WxTable SmallTable() {
 }  // namespace
 
 TEST(GridFrame, HostsTheListOfItsKind) {
-    auto* parent = new wxFrame(nullptr, wxID_ANY, "parent");
+    auto* parent = new wxFrame(nullptr, wxID_ANY, "parent", wxPoint(300, 200), wxSize(500, 400));
     WxTable table = SmallTable();
     auto* batch = new GridFrame(parent, "batch <b>", table, GridFrame::Batch, 0, {});
     auto* web = new GridFrame(parent, "web", table, GridFrame::Web, 0, {});
@@ -24,7 +27,10 @@ TEST(GridFrame, HostsTheListOfItsKind) {
     EXPECT_NE(dynamic_cast<OrvListCtrlBatch*>(batch->GetListCtrl()), nullptr);
     EXPECT_NE(dynamic_cast<OrvListCtrlWeb*>(web->GetListCtrl()), nullptr);
     EXPECT_EQ(batch->GetListCtrl()->GetCellValue(0, 0), "b") << "the table is a copy";
-    EXPECT_EQ(batch->GetSize(), wxSize(1200, 600));
+    const wxRect screen = wxDisplay().GetClientArea();
+    EXPECT_EQ(batch->GetSize(), wxSize(std::min(1200, screen.width), std::min(600, screen.height)));
+    EXPECT_EQ(batch->GetPosition().y, std::max(0, 200 + 200 - 300)) << "in the middle of its parent";
+    EXPECT_TRUE(screen.Contains(batch->GetRect())) << "and on the screen";
     EXPECT_EQ(batch->GetListCtrl()->GetColLabelTextOrientation(), wxHORIZONTAL);
     batch->Show();
     ASSERT_TRUE(PumpUntil([batch] { return batch->IsShownOnScreen(); }));
