@@ -36,6 +36,14 @@ bool KeepsWheel(const wxWindow* control) {
     return !isChoice && control->HasFocus();
 }
 
+// Whether a window that scrolls has more content where the wheel turns to.
+bool HasMoreContent(const wxWindow& scrolled, const wxMouseEvent& wheel) {
+    const int range = scrolled.GetScrollRange(wxVERTICAL);
+    const int shown = scrolled.GetScrollThumb(wxVERTICAL);
+    const int at = scrolled.GetScrollPos(wxVERTICAL);
+    return wheel.GetWheelRotation() > 0 ? at > 0 : at + shown < range;
+}
+
 // Comes before what the part itself does with an event. Sideways turns change values as well, and end here.
 int OnNativeEvent(_GtkWidget*, const _GdkEvent* native, void* data) {
     if (gdk_event_get_event_type(native) != kNativeScroll) return 0;
@@ -68,7 +76,8 @@ bool ScrollPageAround(const wxWindow* window, wxMouseEvent& wheel) {
     for (wxWindow* parent = window->GetParent(); parent != nullptr && !parent->IsTopLevel();
          parent = parent->GetParent()) {
         auto* scrolled = dynamic_cast<wxScrollHelperBase*>(parent);
-        if (scrolled == nullptr || !parent->CanScroll(wxVERTICAL)) continue;
+        if (scrolled == nullptr || !parent->CanScroll(wxVERTICAL) || !HasMoreContent(*parent, wheel))
+            continue;
         scrolled->HandleOnMouseWheel(wheel);
         return true;
     }
@@ -92,6 +101,12 @@ bool HasMoreText(const wxTextCtrl& field) {
 void PassWheelOn(wxTextCtrl* field) {
     field->Bind(wxEVT_MOUSEWHEEL, [field](wxMouseEvent& event) {
         event.Skip(HasMoreText(*field) || !ScrollPageAround(field, event));
+    });
+}
+
+void PassWheelOn(wxScrolled<wxPanel>* part) {
+    part->Bind(wxEVT_MOUSEWHEEL, [part](wxMouseEvent& event) {
+        event.Skip(HasMoreContent(*part, event) || !ScrollPageAround(part, event));
     });
 }
 

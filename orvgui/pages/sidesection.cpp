@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "orvgui/common/dragedge.h"
+#include "orvgui/common/wheel.h"
 
 namespace {
 
@@ -19,6 +20,7 @@ SideSection::SideSection(wxWindow* parent, wxSizer& list, std::function<void(boo
     : QuietScroll(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxVSCROLL | wxTAB_TRAVERSAL),
       m_changed(std::move(changed)) {
     SetScrollRate(0, kScrollStep);
+    PassWheelOn(this);
     m_edge = new DragEdge(
         parent, wxVERTICAL,
         [this] {

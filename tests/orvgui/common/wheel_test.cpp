@@ -134,3 +134,41 @@ TEST(LeaveWheelToPage, NoValueChangesOnTheWayPast) {
     frame->Destroy();
     Pump();
 }
+
+TEST(PassWheelOn, APartOfAPageScrollsFirstAndThenThePage) {
+    auto* frame = new wxFrame(nullptr, wxID_ANY, "wheel", wxPoint(0, 0), wxSize(400, 400));
+    auto* page = new wxScrolledWindow(frame);
+    auto* sizer = new wxBoxSizer(wxVERTICAL);
+    const auto addPart = [&](int height) {
+        auto* part = new wxScrolledWindow(page, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxVSCROLL);
+        part->SetScrollRate(0, 10);
+        part->SetMinSize(wxSize(200, 100));
+        auto* inner = new wxBoxSizer(wxVERTICAL);
+        auto* content = new wxPanel(part);
+        content->SetMinSize(wxSize(100, height));
+        inner->Add(content, 1, wxEXPAND);
+        part->SetSizer(inner);
+        PassWheelOn(part);
+        sizer->Add(part);
+        return part;
+    };
+    const wxScrolledWindow* low = addPart(80);
+    const wxScrolledWindow* high = addPart(140);
+    sizer->Add(1, 3000);
+    page->SetSizer(sizer);
+    page->SetScrollRate(10, 10);
+    frame->Show();
+    ASSERT_TRUE(PumpUntil([&] { return page->GetClientSize().y > 300 && frame->IsActive(); }));
+    PumpFrames();
+    const auto turn = [&](const wxScrolledWindow* part) {
+        TurnWheelAt(part->ClientToScreen(wxPoint(50, 50)));
+        return std::pair(part->GetViewStart().y > 0, page->GetViewStart().y > 0);
+    };
+    EXPECT_EQ(turn(low), std::pair(false, true)) << "it has nothing to scroll";
+    page->Scroll(0, 0);
+    EXPECT_EQ(turn(high), std::pair(true, false));
+    for (int i = 0; i < 3; ++i) turn(high);
+    EXPECT_GT(page->GetViewStart().y, 0) << "it is at its end";
+    frame->Destroy();
+    Pump();
+}
