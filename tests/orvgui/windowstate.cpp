@@ -129,7 +129,11 @@ void WindowState::Walk(const std::string& name, const wxWindow* window, int dept
         line << at.x << ' ' << size.x;
     else
         line << at.x << ',' << at.y << ' ' << size.x << 'x' << size.y;
-    line << (window->IsThisEnabled() ? "" : " grey") << '\t' << text;
+    line << (window->IsThisEnabled() ? "" : " grey");
+    if (window->UseBgCol()) line << " on " << window->GetBackgroundColour().GetAsString(wxC2S_HTML_SYNTAX);
+    if (window->UseForegroundColour())
+        line << " in " << window->GetForegroundColour().GetAsString(wxC2S_HTML_SYNTAX);
+    line << '\t' << text;
     const bool isDrawn = dynamic_cast<const wxControl*>(window) == nullptr && window->GetChildren().empty();
     if (isDrawn && window->IsShownOnScreen() && size.x > 1 && size.y > 1) line << '\t' << Painted(window);
     m_lines.push_back(line.str());

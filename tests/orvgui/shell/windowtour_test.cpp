@@ -47,7 +47,7 @@ constexpr double kTolerance = 0.003;
 // Dialogs are written down and answered as the script says, with Cancel where it says nothing.
 class DialogsOfTour : public wxModalDialogHook {
   public:
-    DialogsOfTour() { Register(); }
+    explicit DialogsOfTour(std::string folder) : m_folder(std::move(folder)) { Register(); }
     ~DialogsOfTour() override { Unregister(); }
     int answer = wxID_CANCEL;
     std::string text;  // what is typed into a dialog that asks for one
@@ -57,10 +57,21 @@ class DialogsOfTour : public wxModalDialogHook {
     int Enter(wxDialog* dialog) override {
         wxString title = dialog->GetTitle();
         if (const auto* box = dynamic_cast<wxMessageDialog*>(dialog)) title += "|" + box->GetMessage();
-        seen.push_back(title.utf8_string());
+        seen.push_back("dialog " + title.utf8_string());
         if (auto* entry = dynamic_cast<wxTextEntryDialog*>(dialog)) entry->SetValue(ToWx(text));
+        if (dynamic_cast<wxMessageDialog*>(dialog) == nullptr) {
+            WindowState state(m_folder);
+            dialog->Show();
+            PumpFrames();
+            state.Take("dialog", dialog);
+            dialog->Hide();
+            seen.insert(seen.end(), state.Lines().begin(), state.Lines().end());
+        }
         return std::exchange(answer, wxID_CANCEL);
     }
+
+  private:
+    std::string m_folder;
 };
 
 Lines Split(const std::string& text, char separator) {
@@ -169,7 +180,7 @@ std::string ToursFolder() {
 
 class Tour : public FrameTest, public testing::WithParamInterface<const char*> {
   protected:
-    Tour() : m_state(folder.Path()) {}
+    Tour() : m_dialogs(folder.Path()), m_state(folder.Path()) {}
 
     wxWindow* Page() { return frame->GetViewerPanel()->GetShownPage(); }
 
@@ -247,8 +258,7 @@ class Tour : public FrameTest, public testing::WithParamInterface<const char*> {
         }
         if (!before.empty()) changed.push_back("other lines that are gone: " + std::to_string(before.size()));
         m_state = std::move(now);
-        for (const std::string& dialog : std::exchange(m_dialogs.seen, {}))
-            changed.push_back("dialog " + Plain(dialog));
+        for (const std::string& dialog : std::exchange(m_dialogs.seen, {})) changed.push_back(Plain(dialog));
         for (const std::string& file : std::exchange(asked, {})) changed.push_back("asked " + Plain(file));
         for (const std::string& address : std::exchange(launched, {}))
             changed.push_back("opened " + Plain(address));
