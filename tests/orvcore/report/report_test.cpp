@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <regex>
 #include <set>
 
 #include "orvcore/filters/fileformatfilter.h"
@@ -259,6 +261,33 @@ TEST(Report, TheSameIsWrittenTwiceButForTheDate) {
     EXPECT_THAT(first.dateLine, HasSubstr("Written on "));
     first.dateLine = second.dateLine = "";
     EXPECT_EQ(DocumentToHtml(first), DocumentToHtml(second));
+}
+
+// The whole report of a small case as it was read and kept beside this file, but for what another day, place or library changes.
+// Written anew with the environment variable ORVANE_KEEP_RESULTS.
+TEST(Report, TheWholeIsAsItWasKept) {
+    const CaseFolder folder;
+    const HostileFilter hostile;
+    const FileFormatFilter format;
+    OrvReport report = MakeReport(folder, hostile, true);
+    report.sections.push_back(MakeReport(folder, format, true).sections[0]);
+    OrvReportSection failed;
+    failed.filter = &hostile;
+    failed.error = "It could not be computed.";
+    report.sections.push_back(failed);
+    report.project.SetPath(folder / "case.zop");
+    ReportDocument document = BuildReport(report, OrvJob());
+    document.dateLine = "Written today.";
+    std::string html = DocumentToHtml(document);
+    for (std::size_t at = 0; (at = html.find(folder.Path())) != std::string::npos;)
+        html.replace(at, folder.Path().size(), "FOLDER");
+    html =
+        std::regex_replace(html, std::regex("20[0-9]{2}-[0-9]{2}-[0-9]{2} [0-9:.]*( [+-][0-9]{4})?"), "DATE");
+    html = std::regex_replace(html, std::regex("[A-Za-z0-9+/=]{200,}"), "BYTES");
+    html.erase(html.rfind("Versions"));
+    const std::string path = std::string(ORVANE_SOURCES) + "/tests/orvcore/report/report.html.txt";
+    if (std::getenv("ORVANE_KEEP_RESULTS") != nullptr) return WriteFile(path, html);
+    EXPECT_EQ(html, ReadFile(path));
 }
 
 TEST(Report, TheCommandRepeatsFileNamesAndSettingsByteByByte) {

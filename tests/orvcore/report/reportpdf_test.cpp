@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <opencv2/core.hpp>
 #include <set>
@@ -10,6 +11,7 @@
 #include "orvcore/formats/qpdfheaders.h"
 #include "tests/support/temporaryfolder.h"
 #include "zorbase/files.h"
+#include "zorbase/hash.h"
 #include "zorbase/text.h"
 #include "zorbase/zorexception.h"
 #include "zorimage/imageio.h"
@@ -135,6 +137,35 @@ TEST(ReportPdf, TheSameDocumentGivesTheSameBytesButForTheDate) {
         return pdf.erase(at, pdf.find('\n', at) - at);
     };
     EXPECT_EQ(undated(PdfOf(Everything())), undated(PdfOf(Everything())));
+}
+
+// What each page draws and where, as it was looked at and kept beside this file. Written anew with the environment variable
+// ORVANE_KEEP_RESULTS.
+TEST(ReportPdf, PagesAreDrawnAsTheyWereKept) {
+    const std::string bytes = PdfOf(Everything());
+    QPDF pdf;
+    pdf.setSuppressWarnings(true);
+    pdf.processMemoryFile("report", bytes.data(), bytes.size());
+    std::set<std::string> fonts;
+    std::string drawn;
+    for (QPDFPageObjectHelper page : QPDFPageDocumentHelper(pdf).getAllPages()) {
+        for (auto& [name, font] : page.getAttribute("/Resources", false).getKey("/Font").ditems())
+            fonts.insert(font.getKey("/BaseFont").getName());
+        Pl_Buffer content("content");
+        page.pipeContents(&content);
+        content.finish();
+        const auto buffer = content.getBufferSharedPointer();
+        const std::string text(reinterpret_cast<const char*>(buffer->getBuffer()), buffer->getSize());
+        drawn += ToString(static_cast<std::int64_t>(std::count(text.begin(), text.end(), '\n'))) + " lines " +
+                 Sha256(text).substr(0, 16) + "\n";
+    }
+    std::string found = "fonts";
+    for (const std::string& font : fonts) found += " " + font.substr(font.find('+') + 1);
+    const std::string path = std::string(ORVANE_SOURCES) + "/tests/orvcore/report/reportpages.txt";
+    const std::string kept = FileExists(path) ? ReadFile(path) : std::string();
+    if (std::getenv("ORVANE_KEEP_RESULTS") != nullptr) return WriteFile(path, found + "\n" + drawn);
+    if (kept.substr(0, kept.find('\n')) != found) GTEST_SKIP() << "letters are drawn with other " << found;
+    EXPECT_EQ(kept.substr(kept.find('\n') + 1), drawn);
 }
 
 TEST(ReportPdf, AFullDiskAndAnAbortEndItWithTheirOwnMessage) {
