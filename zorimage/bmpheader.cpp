@@ -106,7 +106,7 @@ void SetMasks(BmpHeader& header, ByteSpan bytes, std::size_t& at) {
 void ReadPalette(BmpHeader& header, ByteSpan bytes, std::uint32_t used, std::size_t& at) {
     const std::size_t entryBytes = header.headerBytes == kOs2V1Bytes ? 3 : 4;
     if (header.bits > 8) {  // a palette of true colour is only a hint for displays
-        if (header.bits > 8 && used <= 256) at += used * entryBytes;
+        if (used <= 256) at += used * entryBytes;
         return;
     }
     const std::size_t most = std::size_t{1} << header.bits;

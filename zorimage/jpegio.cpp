@@ -137,7 +137,6 @@ DecodedImage DecodeJpeg(ByteSpan bytes, const DecodeProgress& progress) {
         // What stands behind the last row can be damaged too; the library tells while it looks for the end.
         jpeg_decompress_struct& info = reading->info;
         reading->Run([&info] { jpeg_finish_decompress(&info); });
-        reading->RethrowIfStopped();
         for (const std::string& warning : reading->warnings.Take()) result.warnings.push_back(warning);
     }
     if (!lost.empty()) result.warnings.insert(result.warnings.begin(), lost);

@@ -51,7 +51,7 @@ std::string BoxProblem(ByteSpan bytes) {
         if (++boxes > kMaxBoxes)
             return "The file holds more than " + std::to_string(kMaxBoxes) + " boxes and was not read.";
         const Container* container = FindContainer(bytes, at + 4);
-        if (container == nullptr || boxEnd - body < container->head) {
+        if (container == nullptr) {
             at = boxEnd;
             continue;
         }

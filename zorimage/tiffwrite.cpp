@@ -20,15 +20,6 @@ Target& TargetOf(thandle_t handle) {
     return *static_cast<Target*>(handle);
 }
 
-tmsize_t OnRead(thandle_t handle, void* data, tmsize_t size) {
-    Target& target = TargetOf(handle);
-    const std::uint64_t left = target.bytes.size() - std::min<std::uint64_t>(target.at, target.bytes.size());
-    const std::uint64_t taken = std::min<std::uint64_t>(left, static_cast<std::uint64_t>(size));
-    if (taken > 0) std::memcpy(data, target.bytes.data() + target.at, taken);
-    target.at += taken;
-    return static_cast<tmsize_t>(taken);
-}
-
 tmsize_t OnWrite(thandle_t handle, void* data, tmsize_t size) {
     Target& target = TargetOf(handle);
     try {
@@ -94,7 +85,8 @@ std::vector<std::uint8_t> EncodeTiff(const Image& image) {
         static_cast<std::uint64_t>(pixels.rows) * static_cast<std::uint64_t>(pixels.cols) * pixels.elemSize();
     const char* mode = size > 2'500'000'000ULL ? "w8" : "w";
     std::unique_ptr<TIFF, Closer> tiff(TIFFClientOpenExt(
-        "TIFF", mode, &target, OnRead, OnWrite, OnSeek, [](thandle_t) { return 0; },
+        "TIFF", mode, &target, [](thandle_t, void*, tmsize_t) -> tmsize_t { return 0; },  // it only writes
+        OnWrite, OnSeek, [](thandle_t) { return 0; },
         [](thandle_t handle) -> toff_t { return TargetOf(handle).bytes.size(); }, nullptr, nullptr,
         options.get()));
     if (!tiff) ZOR_THROW(Memory, "The TIFF file could not be made.");

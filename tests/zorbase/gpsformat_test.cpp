@@ -83,6 +83,7 @@ TEST(GpsFormat, RefusesWhatIsNoPositionPart) {
                              "0x30"}) {
         EXPECT_TRUE(std::isnan(GPSFormat::ConvertToDeg(text))) << text;
     }
+    EXPECT_TRUE(std::isnan(GPSFormat::ConvertToDeg(std::string(400, '9')))) << "beyond every number";
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include "tests/zorimage/samples.h"
-#include "zorbase/zorexception.h"
 #include "zorimage/imageio.h"
 
 namespace {
@@ -81,52 +80,6 @@ TEST(Bmp, ReadsEveryLayout) {
                 << item.name << ", row " << y;
         }
         EXPECT_TRUE(decoded.warnings.empty()) << item.name << ": " << decoded.warnings.front();
-    }
-}
-
-TEST(Bmp, CutOffKeepsTheRowsThatAreThere) {
-    Bytes file = MakeBmp(BmpHeader(1, 3, 24, 0), {1, 2, 3, 0, 4, 5, 6, 0});
-    const DecodedImage decoded = DecodeImage(file);
-    EXPECT_EQ(Row(decoded.image, 0), "0.0.0 ");
-    EXPECT_EQ(Row(decoded.image, 1), "4.5.6 ");
-    EXPECT_EQ(Row(decoded.image, 2), "1.2.3 ");
-    ASSERT_EQ(decoded.warnings.size(), 1U);
-    EXPECT_EQ(decoded.warnings[0], "File ends early: the first 1 of 3 rows are missing.");
-}
-
-TEST(Bmp, RefusesWhatCannotBe) {
-    struct Case {
-        Bytes file;
-        const char* text;
-    };
-    Bytes holes = BmpHeader(1, 1, 32, 3);
-    for (const std::uint32_t mask : {0x000000f5U, 0x0000ff00U, 0x00ff0000U}) Append32(holes, mask);
-    const std::vector<Case> cases = {
-        {MakeBmp(BmpHeader(0, 4, 24, 0), Bytes(64)), "0 x 4 pixels"},
-        {MakeBmp(BmpHeader(4, 4, 5, 0), Bytes(64)), "5 bits per pixel"},
-        {MakeBmp(BmpHeader(4, 4, 24, 1), Bytes(64)), "\"RLE8\""},
-        {MakeBmp(BmpHeader(4, 4, 24, 77), Bytes(64)), "unknown (77)"},
-        {MakeBmp(holes, Bytes(64)), "holes"},
-        {MakeBmp(BmpHeader(100000, 100000, 24, 0), Bytes(64)), "more than the 2,147,483,647"},
-        {MakeBmp(BmpHeader(30000, 30000, 24, 0), Bytes(64)), "cannot hold so many"},
-        {MakeBmp(BmpHeader(4, 4, 24, 0), {}), "ends before its first row"},
-    };
-    for (const Case& item : cases) {
-        try {
-            DecodeImage(item.file);
-            ADD_FAILURE() << "decoded: " << item.text;
-        } catch (const ZorException& exception) {
-            EXPECT_NE(exception.GetMessage().find(item.text), std::string::npos) << exception.GetMessage();
-        }
-    }
-}
-
-TEST(Bmp, WarnsOfColoursOutsideThePalette) {
-    for (const int index : {2, 3, 9}) {
-        const DecodedImage decoded = DecodeImage(
-            MakeBmp(BmpHeader(2, 1, 8, 0, 3) + kPalette, {1, static_cast<std::uint8_t>(index), 0, 0}));
-        EXPECT_EQ(Row(decoded.image, 0), index < 3 ? "40.50.60 70.80.90 " : "40.50.60 0.0.0 ");
-        EXPECT_EQ(decoded.warnings.size(), index < 3 ? 0U : 1U) << index;
     }
 }
 

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <random>
 
+#include "tests/zorimage/maketiff.h"
 #include "tests/zorimage/samples.h"
 #include "zorbase/zorexception.h"
 #include "zorimage/imageio.h"
@@ -75,50 +76,6 @@ TEST(Damage, ExtremeNumbersInHeaders) {
     }
 }
 
-// Grey, without compression, in strips of eight rows, the directory in front.
-Bytes MakeTiff(const Image& grey) {
-    const auto strips = static_cast<std::uint32_t>(grey.GetHeight() / 8);
-    const auto stripBytes = static_cast<std::uint32_t>(grey.GetWidth() * 8);
-    constexpr std::uint32_t kEntries = 8;
-    const std::uint32_t offsets = 8 + 2 + kEntries * 12 + 4;
-    const std::uint32_t counts = offsets + strips * 4;
-    Bytes bytes = {'I', 'I', 42, 0, 8, 0, 0, 0, kEntries, 0};
-    const std::uint32_t entries[kEntries][3] = {{256, 1, static_cast<std::uint32_t>(grey.GetWidth())},
-                                                {257, 1, static_cast<std::uint32_t>(grey.GetHeight())},
-                                                {258, 1, 8},
-                                                {259, 1, 1},
-                                                {262, 1, 1},
-                                                {273, strips, offsets},
-                                                {278, 1, 8},
-                                                {279, strips, counts}};
-    for (const auto& [tag, count, value] : entries) {
-        samples::Append16(bytes, tag);
-        samples::Append16(bytes, 4);
-        samples::Append32(bytes, count);
-        samples::Append32(bytes, value);
-    }
-    samples::Append32(bytes, 0);
-    for (std::uint32_t i = 0; i < strips; ++i) samples::Append32(bytes, counts + strips * 4 + i * stripBytes);
-    for (std::uint32_t i = 0; i < strips; ++i) samples::Append32(bytes, stripBytes);
-    for (int y = 0; y < grey.GetHeight(); ++y)
-        bytes.insert(bytes.end(), grey.GetMat().ptr(y), grey.GetMat().ptr(y) + grey.GetWidth());
-    return bytes;
-}
-
-TEST(Damage, KeepsTheRowsBeforeTheCut) {
-    const Image scene = samples::MakeScene(200, 160, 3);
-    for (const std::string extension : {"jpg", "png", "tif", "bmp"}) {
-        const Bytes bytes = extension == "tif" ? MakeTiff(scene.ToGray()) : EncodeImage(scene, extension);
-        const Image whole = DecodeImage(bytes).image;
-        const DecodedImage half = DecodeImage(std::span(bytes).first(bytes.size() / 2));
-        ASSERT_EQ(half.image.GetHeight(), 160) << extension;
-        ASSERT_FALSE(half.warnings.empty()) << extension;
-        EXPECT_NE(half.warnings[0].find("of 160 rows are missing."), std::string::npos) << half.warnings[0];
-        const cv::Rect kept = extension == "bmp" ? cv::Rect(0, 110, 200, 50) : cv::Rect(0, 0, 200, 40);
-        EXPECT_TRUE(Image(half.image.GetMat()(kept)).IsEqual(Image(whole.GetMat()(kept)))) << extension;
-    }
-}
-
 Bytes NestedBoxes(const std::string& name, std::size_t depth, std::size_t head);
 
 // A camera RAW file whose strip only says that the sensor's data are told elsewhere is no file of four gigabytes.
@@ -144,7 +101,7 @@ TEST(Damage, HeadersTellOfAFileThatEndsEarly) {
     std::vector<std::pair<std::string, Bytes>> files;
     for (const std::string extension : {"bmp", "tif", "png", "webp"})
         files.emplace_back(extension, EncodeImage(scene, extension));
-    files.emplace_back("plain tif", MakeTiff(scene.ToGray()));
+    files.emplace_back("plain tif", samples::MakeTiff({}));
     files.emplace_back("jp2", samples::kGreyJp2);
     Bytes boxes = NestedBoxes("meta", 1, 4);
     boxes.insert(boxes.end(), {0, 0, 0, 64, 'm', 'd', 'a', 't'});
@@ -306,30 +263,6 @@ TEST(Hostile, AFewBytesThatClaimMuchReachNoLibrary) {
         ASSERT_EQ(info.warnings.size(), 1U) << one.what;
         EXPECT_EQ(info.warnings[0], problem) << one.what;
     }
-}
-
-// What is decoded is bounded by the bytes that there are, whatever the format; the bound of a 5 MB file is the aim.
-TEST(Hostile, NoSmallFileMayAskForAGigabyte) {
-    EXPECT_LT(MemoryLimit(5000000), 950000000U);
-    EXPECT_GT(MemoryLimit(5000000), 500000000U) << "a sound picture of 48 megapixels";
-    EXPECT_GT(MemoryLimit(60000000), 3000000000U);
-    using Kind = ZorException::Kind;
-    const Bytes png = EncodeImage(samples::MakeScene(4, 4, 3), "png");
-    ExpectRefusal(WithBig32(WithBig32(png, 16, 13000), 20, 13000), Kind::Format, "MB to decode");
-    Bytes jpeg = EncodeImage(samples::MakeScene(4, 4, 3), "jpg");
-    const std::size_t frame = Find(jpeg, "\xff\xc0");
-    ExpectRefusal(WithBig32(jpeg, frame + 5, 0x40004000), Kind::Format, "MB to decode");
-    jpeg[frame + 1] = 0xc2;  // every coefficient is kept
-    ExpectRefusal(WithBig32(jpeg, frame + 5, 0x24002400), Kind::Format, "MB to decode");
-    const std::size_t size = Find(samples::kGreyJp2, "\xff\x51");
-    Bytes jp2 = samples::kGreyJp2;
-    for (const std::size_t at : {6, 10, 22, 26})
-        jp2 = WithBig32(jp2, size + at, 10000);  // picture and one tile
-    ExpectRefusal(jp2, Kind::Format, "MB to decode");
-    Bytes gif = samples::MakeGif(2, 2, {0, 1, 2, 3}, false);
-    gif[6] = gif[8] = 0;
-    gif[7] = gif[9] = 60;
-    ExpectRefusal(gif, Kind::Format, "MB to decode");
 }
 
 TEST(Hostile, ThousandsOfScansAreRefused) {

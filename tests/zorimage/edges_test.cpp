@@ -272,7 +272,7 @@ TEST(Edges, RefusalsOfEveryFormat) {
     Bytes many = samples::kGreyJ2k;
     const std::pair<Bytes, std::string> rows[] = {
         {frame(0xc5, 3), "This JPEG file is hierarchical (differential) JPEG, which cannot be decoded."},
-        {frame(0xcd, 3), "This JPEG file is hierarchical (differential) JPEG, which cannot be decoded."},
+        {frame(0xcf, 3), "This JPEG file is hierarchical (differential) JPEG, which cannot be decoded."},
         {frame(0xc3, 3), "This JPEG file is lossless JPEG, which cannot be decoded."},
         {frame(0xcb, 3), "This JPEG file is lossless JPEG, which cannot be decoded."},
         {frame(0xc0, 2), "This JPEG file has 2 components; only 1, 3 and 4 are understood."},

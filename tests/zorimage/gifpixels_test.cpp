@@ -129,6 +129,7 @@ TEST(GifPixels, ThePictureStandsOnItsCanvas) {
                 const bool isIn = cv::Rect(row.left, row.top, 3, 2).contains({x, y});
                 EXPECT_EQ(pixels.ptr(y)[x * pixels.channels()], isIn ? 23 - (x - row.left) : 0)
                     << x << ' ' << y;
+                EXPECT_TRUE(pixels.channels() == 3 || pixels.ptr(y)[4 * x + 3] == (isIn ? 255 : 0));
             }
     }
 }

@@ -5,7 +5,6 @@
 #include <regex>
 
 #include "tests/zorimage/samples.h"
-#include "zorbase/zorexception.h"
 #include "zorimage/imageio.h"
 #include "zorimage/jpegheader.h"
 #include "zorimage/libraryversions.h"
@@ -147,29 +146,6 @@ TEST(JpegHeaders, OnlyTheIndexOfPicturesIsCounted) {
         EXPECT_EQ(index(isBig, 0xb002, 48, 75), 1);
         EXPECT_EQ(index(isBig, 0xb002, 48, 5000), 1);
         EXPECT_EQ(index(isBig, 0xb001, 48, 26), 1);
-    }
-}
-
-TEST(JpegHeaders, WhatCannotBeDecodedSaysWhy) {
-    const std::vector<std::pair<int, int>> grey = {{1, 0x11}};
-    const std::pair<Bytes, const char*> rows[] = {
-        {Segment(0xc3, Frame(grey)), "lossless JPEG"},
-        {Segment(0xcb, Frame(grey)), "lossless JPEG"},
-        {Segment(0xc5, Frame(grey)), "hierarchical (differential) JPEG"},
-        {Segment(0xcf, Frame(grey)), "hierarchical (differential) JPEG"},
-        {Segment(0xc0, Frame(grey, 12)), "12 bits per sample"},
-        {Segment(0xc0, Frame({{1, 0x11}, {2, 0x11}})), "2 components; only 1, 3 and 4"},
-        {Segment(0xc0, Frame({{1, 17}, {2, 17}, {3, 17}, {4, 17}, {5, 17}})),
-         "5 components; only 1, 3 and 4"},
-        {{}, "no frame header"},
-    };
-    for (const auto& [frame, text] : rows) {
-        try {
-            DecodeImage(kStart + Segment(0xfe, Text("comment")) + frame + kScan);
-            ADD_FAILURE() << "decoded: " << text;
-        } catch (const ZorException& exception) {
-            EXPECT_NE(exception.GetMessage().find(text), std::string::npos) << exception.GetMessage();
-        }
     }
 }
 

@@ -60,6 +60,9 @@ TEST(Image, ConvertsEveryLayoutToColourAndGrey) {
 TEST(Image, SharesUntilSomebodyWrites) {
     const Image scene = samples::MakeScene(8, 8, 3);
     EXPECT_EQ(scene.ToColor().GetMat().data, scene.GetMat().data);
+    const Image grey = scene.ToGray();
+    EXPECT_EQ(grey.ToGray().GetMat().data, grey.GetMat().data);
+    EXPECT_FALSE(Image().ToGray().IsValid());
     Image copy = scene;
     EXPECT_EQ(copy.GetMat().data, scene.GetMat().data);
     copy.EditMat().at<cv::Vec3b>(0, 0)[0] ^= 255;

@@ -108,22 +108,4 @@ TEST(TiffLayouts, CompressionsHaveTheirNames) {
         EXPECT_EQ(ReadImageInfo(MakeTiff({.compression = code})).compression, name) << code;
 }
 
-TEST(GifLayouts, APictureThatLeavesCanvasFreeHasAlpha) {
-    for (const int right : {0, 2}) {
-        for (const int below : {0, 3}) {
-            Bytes gif = samples::MakeGif(6, 5, std::vector<int>(30, 2), false);
-            gif[6] = static_cast<std::uint8_t>(6 + right);
-            gif[8] = static_cast<std::uint8_t>(5 + below);
-            const cv::Mat pixels = DecodeImage(gif).image.GetMat();
-            ASSERT_EQ(pixels.size(), cv::Size(6 + right, 5 + below));
-            const bool isFilled = right == 0 && below == 0;
-            ASSERT_EQ(pixels.channels(), isFilled ? 3 : 4) << right << ", " << below;
-            EXPECT_EQ(SampleOf(pixels, 5, 4, 0), 170);
-            if (isFilled) continue;
-            EXPECT_EQ(SampleOf(pixels, 5, 4, 3), 255);
-            EXPECT_EQ(SampleOf(pixels, 5 + right, 4 + below, 3), 0);
-        }
-    }
-}
-
 }  // namespace

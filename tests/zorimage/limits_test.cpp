@@ -1,9 +1,13 @@
 // What is refused, with the words that say why: pictures too large for their file or for their format, and files without one.
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <filesystem>
 #include <opencv2/core.hpp>
 
+#include "tests/support/temporaryfolder.h"
 #include "tests/zorimage/maketiff.h"
 #include "tests/zorimage/samples.h"
 #include "zorbase/zorexception.h"
@@ -50,23 +54,53 @@ TEST(Limits, WidthAndHeightAreNamedInTheirOrder) {
                                           .compression = 5,
                                           .value = [](int, int, int) { return 0U; },
                                           .isEmpty = true});
-    const std::pair<const char*, Bytes> files[] = {
-        {"jpeg", With(jpeg, {{frame + 5, 30000}, {frame + 7, 40000}}, 2, true)},
-        {"png", With(png, {{16, 40000}, {20, 30000}}, 4, true)},
-        {"bmp", With(bmp, {{18, 40000}, {22, 30000}}, 4, false)},
-        {"gif", With(gif, {{6, 40000}, {8, 30000}}, 2, false)},
+    const auto sided = [](const Bytes& bytes, std::size_t start) {
+        return With(bytes, {{start + 5, 30000}, {start + 7, 40000}}, 2, true);
+    };
+    const Bytes greyJpeg = EncodeImage(samples::MakeScene(4, 4, 1), "jpg");
+    const Bytes& scans = samples::kProgressiveJpeg;
+    const struct {
+        const char* name;
+        Bytes bytes;
+        int perPixel;  // bytes of memory: of a JPEG with scans each coefficient is kept
+    } files[] = {
+        {"jpeg", sided(jpeg, frame), 3},
+        {"grey jpeg", sided(greyJpeg, Find(greyJpeg, 0xff, 0xc0)), 1},
+        {"ink jpeg", sided(samples::kInkJpeg, Find(samples::kInkJpeg, 0xff, 0xc0)), 3},
+        {"jpeg with scans", sided(scans, Find(scans, 0xff, 0xc2)), 3 + 2 * 3},
+        {"png", With(png, {{16, 40000}, {20, 30000}}, 4, true), 4},
+        {"deep png", With(With(png, {{16, 40000}, {20, 30000}}, 4, true), {{24, 16}}, 1, true), 8},
+        {"bmp", With(bmp, {{18, 40000}, {22, 30000}}, 4, false), 4},
+        {"gif", With(gif, {{6, 40000}, {8, 30000}}, 2, false), 4},
         {"jp2",
          With(samples::kGreyJp2,
-              {{size + 6, 40000}, {size + 10, 30000}, {size + 22, 40000}, {size + 26, 30000}}, 4, true)},
-        {"tiff", tiff}};
-    for (const auto& [name, bytes] : files) {
-        const std::string text = Refusal(bytes);
-        EXPECT_EQ(text.rfind("The file says that its picture has 40000 x 30000 pixels, which take ", 0), 0U)
-            << name << ": " << text;
-        EXPECT_NE(text.find("; its " + std::to_string(bytes.size()) + " bytes cannot hold so many."),
-                  std::string::npos)
-            << name << ": " << text;
+              {{size + 6, 40000}, {size + 10, 30000}, {size + 22, 40000}, {size + 26, 30000}}, 4, true),
+         8 + 8},
+        {"tiff", tiff, 4}};
+    for (const auto& [name, bytes, perPixel] : files) {
+        const std::uint64_t megabytes = std::uint64_t{40000} * 30000 * static_cast<unsigned>(perPixel) >> 20;
+        EXPECT_EQ(Refusal(bytes), "The file says that its picture has 40000 x 30000 pixels, which take " +
+                                      std::to_string(megabytes) + " MB to decode; its " +
+                                      std::to_string(bytes.size()) + " bytes cannot hold so many.")
+            << name;
     }
+}
+
+// The library found in a folder where the parts that it loads late do not lie.
+TEST(Limits, AFormatWhosePartIsMissingSaysSo) {
+    const TemporaryFolder folder;
+    Dl_info library{};
+    ASSERT_NE(dladdr(reinterpret_cast<const void*>(&IsReadableFormat), &library), 0);
+    const std::string name = PathName(library.dli_fname);
+    std::filesystem::create_symlink(library.dli_fname, folder / name);
+    const std::string command = "LD_LIBRARY_PATH='" + folder.Path() + "' '" +
+                                std::filesystem::read_symlink("/proc/self/exe").string() +
+                                "' --gtest_filter=Decode.FilesOfOtherTools > '" + (folder / "said") +
+                                "' 2>&1";
+    EXPECT_NE(std::system(command.c_str()), 0);
+    EXPECT_NE(
+        ReadFile(folder / "said").find("The part of the program that reads this format cannot be loaded: "),
+        std::string::npos);
 }
 
 TEST(Limits, FormatsHoldSoManyPixelsInARow) {

@@ -1,0 +1,178 @@
+// What the program says of itself, and where it says that its updates are.
+
+#include "zorbase/gui/aboutdialog.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <wx/button.h>
+#include <wx/icon.h>
+#include <wx/listctrl.h>
+#include <wx/statbmp.h>
+#include <wx/stattext.h>
+
+#include "tests/support/guitest.h"
+#include "tests/support/temporaryfolder.h"
+#include "zorbase/appversion.h"
+#include "zorbase/files.h"
+#include "zorbase/gui/shell.h"
+#include "zorbase/gui/updatecheck.h"
+#include "zorbase/licence.h"
+#include "zorbase/text.h"
+
+namespace {
+
+template <typename T>
+std::vector<T*> Children(wxWindow* window) {
+    std::vector<T*> found;
+    for (wxWindow* child : window->GetChildren())
+        if (auto* one = dynamic_cast<T*>(child)) found.push_back(one);
+    return found;
+}
+
+void Press(wxWindow* button) {
+    wxCommandEvent press(wxEVT_BUTTON, button->GetId());
+    press.SetEventObject(button);
+    button->ProcessWindowEvent(press);
+}
+
+TEST(AboutDialog, TellsWhatTheProgramIsAndStandsOn) {
+    const AppVersion version;
+    const std::string revision = version.GetRevision().empty() ? "" : ", revision " + version.GetRevision();
+    for (const bool isTrial : {false, true}) {
+        LicenceManager::Get().SetEdition(isTrial ? LicenceManager::Edition::Trial
+                                                 : LicenceManager::Edition::Full);
+        wxIcon icon;
+        if (isTrial) icon.CopyFromBitmap(wxBitmap(16, 16));
+        bool isTestWanted = false;
+        bool restart = true;
+        const DialogAnswers answers([&](wxDialog* dialog) {
+            std::vector<std::string> texts;
+            for (const wxStaticText* text : Children<wxStaticText>(dialog))
+                texts.push_back(FromWx(text->GetLabelText()).substr(0, 28));
+            std::vector<std::string> expected = {
+                "Forensic analysis of images:", "Orvane",
+                "Version " + version.GetVersion() + revision + (isTrial ? ", trial edition" : ""),
+                "It stands on these libraries"};
+            expected[2] = expected[2].substr(0, 28);
+            if (isTrial) expected.emplace_back("Not tested yet.");
+            EXPECT_EQ(texts, expected);
+            EXPECT_EQ(Children<wxStaticBitmap>(dialog).size(), isTrial ? 1U : 0U);
+            const auto* list = Children<wxListView>(dialog).at(0);
+            EXPECT_EQ(list->GetColumnCount(), 3);
+            EXPECT_GE(list->GetItemCount(), 20);
+            const char* const first[] = {"wxWidgets", "Windows", "wxWindows Library Licence 3.1"};
+            for (int column = 0; column < 3; ++column) {
+                EXPECT_EQ(list->GetItemText(0, column), first[column]);
+                for (int row = 0; row < list->GetItemCount(); ++row)
+                    EXPECT_FALSE(list->GetItemText(row, column).empty()) << row << ' ' << column;
+            }
+            // What is left over goes to the list.
+            dialog->Layout();
+            const wxSize before = list->GetSize();
+            dialog->SetClientSize(dialog->GetClientSize() + wxSize(60, 90));
+            dialog->Layout();
+            EXPECT_EQ(list->GetSize() - before, wxSize(60, 90));
+            // Escape leaves it as OK does; so does the button of the check.
+            EXPECT_EQ(dialog->GetEscapeId(), wxID_OK);
+            dialog->CallAfter([&isTrial, dialog] {
+                PumpFrames();
+                EXPECT_EQ(wxWindow::FindFocus(), dialog->FindWindow(wxID_OK));
+                Press(isTrial ? Children<wxButton>(dialog).at(0) : dialog->FindWindow(wxID_OK));
+            });
+            return wxID_NONE;
+        });
+        CreateAboutDialog(
+            nullptr, version, icon, restart,
+            isTrial ? AboutCheck{"Not tested yet.", "Run", &isTestWanted} : AboutCheck{"", "Run", nullptr});
+        EXPECT_EQ(answers.Seen(), std::vector<std::string>{"About Orvane"});
+        EXPECT_EQ(isTestWanted, isTrial);
+        EXPECT_FALSE(restart);
+    }
+    LicenceManager::Get().SetEdition(LicenceManager::GetBuiltEdition());
+}
+
+TEST(UpdateCheck, AsksBeforeAPageIsOpened) {
+    const std::string caption = "Check for Updates|";
+    const std::string asked = caption + "The updates of Orvane are announced at:\n";
+    const std::string open = "\n\nOpen the page in the browser?";
+    const std::string newest = "\nThe newest one is named at:\nhttps://a.example/new.txt";
+    const struct {
+        const char *address, *changes, *last, *revision;
+        bool allowsDownload, canLaunch;
+        int answer;
+        std::vector<std::string> seen;
+        std::string launched;
+    } rows[] = {
+        {"",
+         "c.html",
+         "new.txt",
+         "r",
+         true,
+         true,
+         wxID_OK,
+         {caption + "This build of Orvane has no update service."},
+         ""},
+        {"https://a.example",
+         "",
+         "",
+         "",
+         false,
+         true,
+         wxID_YES,
+         {asked + "https://a.example" + open},
+         "https://a.example"},
+        {"https://a.example",
+         "c.html",
+         "",
+         "",
+         false,
+         true,
+         wxID_NO,
+         {asked + "https://a.example/c.html" + open},
+         ""},
+        {"https://a.example/",
+         "c.html",
+         "new.txt",
+         "",
+         false,
+         true,
+         wxID_YES,
+         {asked + "https://a.example/c.html" + newest + open},
+         "https://a.example/c.html"},
+        {"https://a.example/",
+         "c.html",
+         "",
+         "abc",
+         true,
+         false,
+         wxID_YES,
+         {asked + "https://a.example/\n\nThis program is of revision abc." + open,
+          caption + "The address https://a.example/ cannot be opened. Open it in a browser yourself."},
+         "https://a.example/"}};
+    for (const auto& row : rows) {
+        std::string launched;
+        SetShellLauncher([&](const wxString& address) {
+            launched += FromWx(address);
+            return row.canLaunch;
+        });
+        DialogAnswers answers{row.answer};
+        if (row.seen.size() > 1) answers.Add([](wxDialog*) { return wxID_OK; });
+        CheckForUpdates(nullptr, row.address, row.changes, row.last, "Orvane", row.revision,
+                        row.allowsDownload);
+        EXPECT_EQ(answers.Seen(), row.seen);
+        EXPECT_EQ(launched, row.launched);
+    }
+    SetShellLauncher({});
+    // The desktop's own program gets the address as it is.
+    const TemporaryFolder folder;
+    WriteFile(folder / "xdg-open",
+              "#!/bin/sh\nprintf '%s|%s' \"$#\" \"$1\" > '" + (folder / "opened") + "'\n");
+    ASSERT_EQ(chmod((folder / "xdg-open").c_str(), 0700), 0);
+    const ScopedVariable path("PATH", (folder.Path() + ":/usr/bin:/bin").c_str());
+    EXPECT_TRUE(LaunchWebAddress("https://a.example/?b=$HOME"));
+    EXPECT_TRUE(PumpUntil([&] {
+        return FileExists(folder / "opened") && ReadFile(folder / "opened") == "1|https://a.example/?b=$HOME";
+    }));
+}
+
+}  // namespace
