@@ -334,9 +334,13 @@ TEST(Files, EveryRefusalNamesFileAndReason) {
     const auto shown = [&](const char* what, const std::string& name, const char* reason) {
         return std::string(what) + " \"" + (folder / name) + "\": " + reason + ".";
     };
+    Bytes buffer;
     const std::pair<std::function<void()>, std::string> cases[] = {
         {[&] { ReadFile(folder / "absent"); },
          shown("Cannot read the file", "absent", "No such file or directory")},
+        {[] { ReadFile("/proc/self/mem"); }, "Cannot read the file \"/proc/self/mem\": Input/output error."},
+        {[&] { ReadFileInto("/proc/self/mem", buffer, 9, {}); },
+         "Cannot read the file \"/proc/self/mem\": Input/output error."},
         {[&] { WriteFile(zero, std::string("x")); }, shown("Cannot write the file",
                                                            "a\xEF\xBF\xBD"
                                                            "b",
@@ -365,7 +369,7 @@ TEST(Files, EveryRefusalNamesFileAndReason) {
               "\"file\" is one of the files to work on, which are never written to. Choose another name.");
     EXPECT_EQ(MessageOf([&] { RefuseProtectedFile(folder / "link"); }),
               "\"link\" is one of the files to work on, which are never written to. Choose another name.");
-    EXPECT_NO_THROW(RefuseProtectedFile(zero));
+    EXPECT_NO_THROW(RefuseProtectedFile(file + std::string("\0.txt", 5)));
 }
 
 TEST(Files, RestrictingLeavesLinksFoldersAndTheOwnersRights) {
@@ -454,9 +458,13 @@ TEST(Paths, DocumentsFollowTheUsersSettings) {
         WriteFile(file, std::string(line));
         EXPECT_EQ(GetAppDocumentsPath(), home / "Orvane") << line;
     }
+    // Of a switched-off folder the settings say that it is the home itself.
+    WriteFile(file, std::string("XDG_DESKTOP_DIR=\"$HOME\""));
+    EXPECT_EQ(GetUserDesktopPath(), home.Path());
     MakeFolder(home / "R");
+    MakeFolder(home / "R\\");
     const std::pair<std::string, std::string> lines[] = {
-        {"XDG_DOCUMENTS_DIR=\"$HOME\"", home.Path()},
+        {"XDG_DOCUMENTS_DIR=\"$HOME/R\\\"", home / "R\\"},
         {"XDG_DOCUMENTS_DIR=\"/\"", ""},
         {"XDG_DOCUMENTS_DIR=\"/absent\"\nXDG_DOCUMENTS_DIR=\"$HOME/R//\"\nXDG_DOCUMENTS_DIR=\"$HOME/Bureau\"",
          home / "R"}};

@@ -249,6 +249,8 @@ TEST(Parameter, CopyingKeepsTheTargetsBounds) {
     EXPECT_EQ(narrow.Get<int>(true), 8);
     EXPECT_EQ(narrow.Name(), "a");
     EXPECT_EQ(narrow.GetMaximum(), 10);
+    EXPECT_TRUE(narrow.SetReferenceFrom(wide));
+    EXPECT_EQ(narrow.Get<int>(true), 9) << "its value";
     EXPECT_FALSE(narrow.Set(Parameter::Slider("a", "A", 5, 0, 10, ParameterType::IntSpin)));
 
     // An output that is not set yet empties the other.
@@ -271,6 +273,7 @@ TEST(Parameter, EqualityIsTypeNameAndBothValues) {
 }
 
 TEST(Parameter, TextsAreOneLine) {
+    EXPECT_EQ(Make(ParameterType::FileLoad).GetFileType(), "JPEG|*.jpg");
     EXPECT_EQ(Make(ParameterType::Bool).GetValueAsString(), "true");
     EXPECT_EQ(Make(ParameterType::Choice).GetValueAsString(), "one");
     EXPECT_EQ(Make(ParameterType::Roi).GetValueAsString(), "-1, 2, 3, 4");

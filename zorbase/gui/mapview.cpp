@@ -32,5 +32,5 @@ wxString MapView::GetAddress() const {
 }
 
 bool MapView::ShowOnMap() const {
-    return IsValid() && LaunchWebAddress(GetAddress());
+    return LaunchWebAddress(GetAddress());
 }

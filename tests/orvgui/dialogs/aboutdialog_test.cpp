@@ -72,6 +72,8 @@ TEST(AboutDialog, TellsWhatTheProgramIsAndStandsOn) {
             dialog->SetClientSize(dialog->GetClientSize() + wxSize(60, 90));
             dialog->Layout();
             EXPECT_EQ(list->GetSize() - before, wxSize(60, 90));
+            for (const wxWindow* child : dialog->GetChildren())
+                EXPECT_TRUE(wxRect(dialog->GetClientSize()).Deflate(12).Contains(child->GetRect()));
             // Escape leaves it as OK does; so does the button of the check.
             EXPECT_EQ(dialog->GetEscapeId(), wxID_OK);
             dialog->CallAfter([&isTrial, dialog] {
