@@ -114,7 +114,7 @@ void ReadPalette(BmpHeader& header, ByteSpan bytes, std::uint32_t used, std::siz
     if (used > most) header.warnings.emplace_back("The palette claims " + std::to_string(used) + " colours.");
     // A palette ends where the pixels begin; short ones are usual in old files.
     const std::size_t pixels = Little32(bytes, 10);
-    const std::size_t end = pixels > at && pixels <= bytes.size() ? pixels : bytes.size();
+    const std::size_t end = pixels >= at && pixels <= bytes.size() ? pixels : bytes.size();
     const std::size_t there = (end - std::min(at, end)) / entryBytes;
     if (there < count && end == bytes.size())
         header.warnings.emplace_back("File ends early: the palette is cut off.");

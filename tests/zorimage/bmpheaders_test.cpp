@@ -171,6 +171,9 @@ TEST(BmpHeaders, MasksStandInTheHeaderOrBehindIt) {
          MakeBmp(With(Header(108, 1, 1, 32, 3), 40, Masks({0x3ff00000, 0xffc00, 0x3ff, 0})),
                  {0x01, 0x08, 0xf0, 0x3f}),  // 1, 2 and 1023
          "1x1 10b x3 none (bit fields), RGB", "64.128.65535 "},
+        {"nine bits of one",
+         MakeBmp(With(Header(108, 1, 1, 32, 3), 40, Masks({0xff000000, 0xff0000, 0x1ff, 0})), {0, 1, 0, 255}),
+         "1x1 9b x3 none (bit fields), RGB", "32832.0.65535 "},
         {"a colour without bits",
          MakeBmp(With(Header(108, 1, 1, 32, 3), 40, Masks({0xff0000, 0, 0xff, 0})), {9, 8, 7, 6}),
          "1x1 8b x3 none (bit fields), RGB", "9.0.7 "},
@@ -215,6 +218,8 @@ TEST(BmpHeaders, PalettesEndWhereThePixelsBegin) {
          MakeBmp(Header(40, 2, 1, 8, 0, 1) + Bytes(kPalette.begin(), kPalette.begin() + 4), {0, 1, 0, 0}),
          "2x1 8b x1 none, Palette (1)",
          "10.20.30 0.0.0 | Some pixels have colours that the palette does not hold; they are black."},
+        {"none", MakeBmp(Header(40, 2, 1, 8, 0), {0, 1, 0, 0}), "2x1 8b x1 none, Palette (0)",
+         "0.0.0 0.0.0 | Some pixels have colours that the palette does not hold; they are black."},
         {"cut",
          With(MakeBmp(Header(40, 1, 1, 8, 0, 4) + Bytes(kPalette.begin(), kPalette.begin() + 9), {}), 10,
               {200}),
