@@ -109,23 +109,12 @@ TEST(BmpHeaders, CodingsAndWhatTheyAreCalled) {
 
 TEST(BmpHeaders, EverySizeOfHeaderIsReadAsFarAsItGoes) {
     // The size of the picture, its bits and its colours, whatever follows them.
-    const struct {
-        std::uint32_t size;
-        const char* info;
-        const char* pixels;
-    } rows[] = {{16, "2x1 8b x1 none, Palette (256)", "40.50.60 10.20.30 "},
-                {40, "2x1 8b x1 none, Palette (256)", "40.50.60 10.20.30 "},
-                {52, "2x1 8b x1 none, Palette (256)", "40.50.60 10.20.30 "},
-                {56, "2x1 8b x1 none, Palette (256)", "40.50.60 10.20.30 "},
-                {64, "2x1 8b x1 none, Palette (256)", "40.50.60 10.20.30 "},
-                {108, "2x1 8b x1 none, Palette (256)", "40.50.60 10.20.30 "},
-                {124, "2x1 8b x1 none, Palette (256)", "40.50.60 10.20.30 "}};
-    for (const auto& row : rows) {
+    for (const std::uint32_t size : {16U, 40U, 52U, 56U, 64U, 108U, 124U}) {
         Bytes palette = kPalette;
         palette.resize(1024);
-        const Bytes file = MakeBmp(Header(row.size, 2, 1, 8, 0) + palette, {1, 0, 0, 0});
-        EXPECT_EQ(Info(file), row.info) << row.size;
-        EXPECT_EQ(Pixels(file), row.pixels) << row.size;
+        const Bytes file = MakeBmp(Header(size, 2, 1, 8, 0) + palette, {1, 0, 0, 0});
+        EXPECT_EQ(Info(file), "2x1 8b x1 none, Palette (256)") << size;
+        EXPECT_EQ(Pixels(file), "40.50.60 10.20.30 ") << size;
     }
     // The oldest header has numbers of 16 bits and a palette of triples.
     Bytes oldest;
@@ -155,6 +144,8 @@ TEST(BmpHeaders, MasksStandInTheHeaderOrBehindIt) {
         const char* pixels;
     } rows[] = {
         {"5 5 5", MakeBmp(Header(40, 2, 1, 16, 0), five), "2x1 5b x3 none, RGB", "8.8.8 255.255.255 "},
+        {"8 8 8 and a filler", MakeBmp(Header(40, 1, 1, 32, 0), {1, 2, 3, 200}), "1x1 8b x3 none, RGB",
+         "1.2.3 "},
         {"5 6 5 behind", MakeBmp(Header(40, 2, 1, 16, 3) + Masks({0xf800, 0x7e0, 0x1f}), five),
          "2x1 6b x3 none (bit fields), RGB", "8.134.132 255.255.255 "},
         {"1 5 5 5 behind, with alpha",
@@ -212,8 +203,8 @@ TEST(BmpHeaders, PalettesEndWhereThePixelsBegin) {
         {"more than can be", MakeBmp(Header(40, 2, 1, 1, 0, 3) + kPalette, {0x40, 0, 0, 0}),
          "2x1 1b x1 none, Palette (2) | The palette claims 3 colours.",
          "10.20.30 40.50.60 | The palette claims 3 colours."},
-        {"as many as can be", MakeBmp(Header(40, 2, 1, 1, 0, 2) + kPalette, {0x40, 0, 0, 0}),
-         "2x1 1b x1 none, Palette (2)", "10.20.30 40.50.60 "},
+        {"as many as can be", MakeBmp(Header(40, 3, 1, 1, 0, 2) + kPalette, {0xa0, 0, 0, 0}),
+         "3x1 1b x1 none, Palette (2)", "40.50.60 10.20.30 40.50.60 "},
         {"one, and an index beyond it",
          MakeBmp(Header(40, 2, 1, 8, 0, 1) + Bytes(kPalette.begin(), kPalette.begin() + 4), {0, 1, 0, 0}),
          "2x1 8b x1 none, Palette (1)",

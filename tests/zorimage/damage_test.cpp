@@ -170,16 +170,8 @@ std::size_t Find(const Bytes& bytes, const std::string& text) {
 
 TEST(Hostile, AbsurdSizesFailFast) {
     using Kind = ZorException::Kind;
-    const Bytes png = EncodeImage(samples::MakeScene(4, 4, 3), "png");
-    ExpectRefusal(WithBig32(WithBig32(png, 16, 100000), 20, 100000), Kind::Memory,
-                  "100000 x 100000 pixels: more than the 2,147,483,647");
-    ExpectRefusal(WithBig32(WithBig32(png, 16, 40000), 20, 40000), Kind::Format, "cannot hold so many");
-    ExpectRefusal(WithBig32(png, 16, 0), Kind::Format, "0 x 4 pixels");
-
     Bytes jpeg = EncodeImage(samples::MakeScene(4, 4, 3), "jpg");
     const std::size_t frame = Find(jpeg, "\xff\xc0");
-    ExpectRefusal(WithBig32(jpeg, frame + 5, 0xffffffff), Kind::Memory, "65535 x 65535");
-    ExpectRefusal(WithBig32(jpeg, frame + 5, 0x40004000 * 2U), Kind::Format, "cannot hold so many");
     jpeg[frame + 4] = 12;
     ExpectRefusal(jpeg, Kind::Format,
                   "12 bits per sample; only JPEG files with 8 bits per sample can be decoded");
@@ -192,9 +184,6 @@ TEST(Hostile, AbsurdSizesFailFast) {
             WithBig32(WithBig32(WithBig32(samples::kGreyJp2, size + 6, 8000), size + 10, 8000), size + 22, 1),
             size + 26, 1),
         Kind::Format, "64000000 tiles");
-    Bytes gif = samples::MakeGif(2, 2, {0, 1, 2, 3}, false);
-    std::fill_n(gif.begin() + 6, 4, std::uint8_t{0xff});
-    ExpectRefusal(gif, Kind::Memory, "65535 x 65535");
     ExpectRefusal({}, Kind::Format, "The file is empty.");
     ExpectRefusal({'P', 'K', 3, 4}, Kind::Format, "ZIP archive");
 }

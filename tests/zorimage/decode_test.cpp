@@ -62,12 +62,6 @@ TEST(Decode, FilesOfOtherTools) {
     }
 }
 
-TEST(Decode, InkBecomesColourByThePlainFormula) {
-    const Image image = DecodeImage(samples::kInkJpeg).image;
-    // R = (255 - 100)(255 - 51) / 255 = 124; G = (255 - 50)(255 - 51) / 255 = 164; B = 204.
-    EXPECT_LE(LargestDifference(image, Image(cv::Mat(8, 8, CV_8UC3, cv::Scalar(204, 164, 124)))), 2);
-}
-
 TEST(Decode, GifPalettesOrderAndTransparency) {
     const int width = 3;
     const int height = 9;

@@ -127,27 +127,9 @@ TEST(Edges, WhatIsWrittenFieldByField) {
         for (const int depth : {8, 16}) {
             const Bytes png = EncodeImage(samples::MakeScene(5, 3, channels, depth), "png");
             const std::uint8_t type = channels == 1 ? 0 : channels == 2 ? 4 : channels == 3 ? 2 : 6;
-            EXPECT_EQ(Bytes(png.begin() + 8, png.begin() + 29), (Bytes{0,
-                                                                       0,
-                                                                       0,
-                                                                       13,
-                                                                       'I',
-                                                                       'H',
-                                                                       'D',
-                                                                       'R',
-                                                                       0,
-                                                                       0,
-                                                                       0,
-                                                                       5,
-                                                                       0,
-                                                                       0,
-                                                                       0,
-                                                                       3,
-                                                                       static_cast<std::uint8_t>(depth),
-                                                                       type,
-                                                                       0,
-                                                                       0,
-                                                                       0}));
+            Bytes header = {0, 0, 0, 13, 'I', 'H', 'D', 'R', 0, 0, 0, 5, 0, 0, 0, 3};
+            header.insert(header.end(), {static_cast<std::uint8_t>(depth), type, 0, 0, 0});
+            EXPECT_EQ(Bytes(png.begin() + 8, png.begin() + 29), header);
             const Bytes tiff = EncodeImage(samples::MakeScene(5, 3, channels, depth), "tif");
             std::map<std::uint32_t, std::uint32_t> fields;
             const std::size_t directory = Little32(tiff, 4);
@@ -184,18 +166,20 @@ TEST(Edges, WhatIsWrittenFieldByField) {
 }
 
 TEST(Edges, PicturesOfEveryKindAreConvertedPixelByPixel) {
-    for (const int channels : {3, 4})
+    for (const int channels : {1, 2, 3, 4})
         for (const int depth : {8, 16}) {
             const Image scene = samples::MakeScene(7, 5, channels, depth);
             const cv::Mat colour = scene.ToColor().GetMat();
             const cv::Mat grey = scene.ToGray().GetMat();
+            ASSERT_EQ(colour.type(), CV_8UC3);
+            ASSERT_EQ(grey.type(), CV_8UC1);
             ASSERT_EQ(colour.size(), cv::Size(7, 5));
             ASSERT_EQ(grey.size(), cv::Size(7, 5));
             for (int y = 0; y < 5; ++y)
                 for (int x = 0; x < 7; ++x) {
                     int level[3];
                     for (int c = 0; c < 3; ++c) {
-                        const int at = x * channels + c;
+                        const int at = x * channels + (channels >= 3 ? c : 0);
                         level[c] = depth == 8 ? scene.GetMat().ptr(y)[at]
                                               : (scene.GetMat().ptr<std::uint16_t>(y)[at] * 2 + 257) / 514;
                         EXPECT_EQ(colour.ptr(y)[3 * x + c], level[c]);
@@ -295,6 +279,8 @@ TEST(Edges, RefusalsOfEveryFormat) {
     const Bytes png = EncodeImage(samples::MakeScene(5, 3, 3), "png");
     EXPECT_TRUE(DecodeImage(samples::MakeBmp(samples::BmpHeader(5, 3, 0, 5), png))
                     .image.IsEqual(samples::MakeScene(5, 3, 3)));
+    EXPECT_TRUE(DecodeImage(samples::MakeBmp(samples::BmpHeader(8, 8, 0, 4), jpeg))
+                    .image.IsEqual(DecodeImage(jpeg).image));
     // A cut file is decoded as far as it goes, and the library's own words are kept.
     const DecodedImage cut = DecodeImage(std::span(samples::kGreyJp2).first(samples::kGreyJp2.size() - 30));
     ASSERT_FALSE(cut.warnings.empty());

@@ -38,25 +38,6 @@ TEST(Image, GreyIsTheRoundedLuminance) {
     }
 }
 
-TEST(Image, ConvertsEveryLayoutToColourAndGrey) {
-    for (int channels = 1; channels <= 4; ++channels) {
-        for (const int depth : {8, 16}) {
-            const Image scene = samples::MakeScene(17, 9, channels, depth);
-            const Image colour = scene.ToColor();
-            const Image grey = scene.ToGray();
-            ASSERT_EQ(colour.GetMat().type(), CV_8UC3);
-            ASSERT_EQ(grey.GetMat().type(), CV_8UC1);
-            const int first = depth == 8 ? scene.GetMat().ptr(4)[5 * channels]
-                                         : static_cast<int>(std::lround(
-                                               scene.GetMat().ptr<std::uint16_t>(4)[5 * channels] / 257.0));
-            EXPECT_EQ(colour.GetMat().at<cv::Vec3b>(4, 5)[0], first);
-            if (channels <= 2) {
-                EXPECT_EQ(grey.GetMat().at<std::uint8_t>(4, 5), first);
-            }
-        }
-    }
-}
-
 TEST(Image, SharesUntilSomebodyWrites) {
     const Image scene = samples::MakeScene(8, 8, 3);
     EXPECT_EQ(scene.ToColor().GetMat().data, scene.GetMat().data);

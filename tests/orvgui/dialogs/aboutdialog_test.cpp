@@ -98,72 +98,34 @@ TEST(UpdateCheck, AsksBeforeAPageIsOpened) {
     const std::string asked = caption + "The updates of Orvane are announced at:\n";
     const std::string open = "\n\nOpen the page in the browser?";
     const std::string newest = "\nThe newest one is named at:\nhttps://a.example/new.txt";
-    const struct {
-        const char *address, *changes, *last, *revision;
-        bool allowsDownload, canLaunch;
-        int answer;
-        std::vector<std::string> seen;
-        std::string launched;
-    } rows[] = {
-        {"",
-         "c.html",
-         "new.txt",
-         "r",
-         true,
-         true,
-         wxID_OK,
-         {caption + "This build of Orvane has no update service."},
-         ""},
-        {"https://a.example",
-         "",
-         "",
-         "",
-         false,
-         true,
-         wxID_YES,
-         {asked + "https://a.example" + open},
-         "https://a.example"},
-        {"https://a.example",
-         "c.html",
-         "",
-         "",
-         false,
-         true,
-         wxID_NO,
-         {asked + "https://a.example/c.html" + open},
-         ""},
-        {"https://a.example/",
-         "c.html",
-         "new.txt",
-         "",
-         false,
-         true,
-         wxID_YES,
-         {asked + "https://a.example/c.html" + newest + open},
-         "https://a.example/c.html"},
-        {"https://a.example/",
-         "c.html",
-         "",
-         "abc",
-         true,
-         false,
-         wxID_YES,
-         {asked + "https://a.example/\n\nThis program is of revision abc." + open,
-          caption + "The address https://a.example/ cannot be opened. Open it in a browser yourself."},
-         "https://a.example/"}};
-    for (const auto& row : rows) {
+    const auto check = [](const std::vector<const char*>& texts, bool allowsDownload, bool canLaunch,
+                          std::initializer_list<int> codes, const std::vector<std::string>& seen) {
         std::string launched;
         SetShellLauncher([&](const wxString& address) {
             launched += FromWx(address);
-            return row.canLaunch;
+            return canLaunch;
         });
-        DialogAnswers answers{row.answer};
-        if (row.seen.size() > 1) answers.Add([](wxDialog*) { return wxID_OK; });
-        CheckForUpdates(nullptr, row.address, row.changes, row.last, "Orvane", row.revision,
-                        row.allowsDownload);
-        EXPECT_EQ(answers.Seen(), row.seen);
-        EXPECT_EQ(launched, row.launched);
-    }
+        const DialogAnswers answers(codes);
+        CheckForUpdates(nullptr, texts[0], texts[1], texts[2], "Orvane", texts[3], allowsDownload);
+        EXPECT_EQ(answers.Seen(), seen);
+        return launched;
+    };
+    const std::string page = "https://a.example";
+    EXPECT_EQ(check({"", "c.html", "new.txt", "r"}, true, true, {wxID_OK},
+                    {caption + "This build of Orvane has no update service."}),
+              "");
+    EXPECT_EQ(check({page.c_str(), "", "", ""}, false, true, {wxID_YES}, {asked + page + open}), page);
+    EXPECT_EQ(
+        check({page.c_str(), "c.html", "", ""}, false, true, {wxID_NO}, {asked + page + "/c.html" + open}),
+        "");
+    EXPECT_EQ(check({"https://a.example/", "c.html", "new.txt", ""}, false, true, {wxID_YES},
+                    {asked + page + "/c.html" + newest + open}),
+              page + "/c.html");
+    EXPECT_EQ(
+        check({"https://a.example/", "c.html", "", "abc"}, true, false, {wxID_YES, wxID_OK},
+              {asked + page + "/\n\nThis program is of revision abc." + open,
+               caption + "The address https://a.example/ cannot be opened. Open it in a browser yourself."}),
+        page + "/");
     SetShellLauncher({});
     // The desktop's own program gets the address as it is.
     const TemporaryFolder folder;
