@@ -102,7 +102,6 @@ Image Image::ToColor() const {
 }
 
 Image Image::ToGray() const {
-    if (!IsValid() || m_mat.type() == CV_8UC1) return *this;
     const cv::Mat narrow = m_mat.depth() == CV_16U ? ReduceToEightBits(m_mat) : m_mat;
     Image result;
     if (narrow.channels() <= 2) {
