@@ -37,11 +37,14 @@ bool KeepsWheel(const wxWindow* control) {
 }
 
 // Whether a window that scrolls has more content where the wheel turns to.
-bool HasMoreContent(const wxWindow& scrolled, const wxMouseEvent& wheel) {
-    const int range = scrolled.GetScrollRange(wxVERTICAL);
-    const int shown = scrolled.GetScrollThumb(wxVERTICAL);
-    const int at = scrolled.GetScrollPos(wxVERTICAL);
-    return wheel.GetWheelRotation() > 0 ? at > 0 : at + shown < range;
+bool HasMoreContent(const wxWindow& window, const wxScrollHelperBase& scrolled, const wxMouseEvent& wheel) {
+    int across = 0, down = 0, stepAcross = 0, stepDown = 0;
+    scrolled.GetViewStart(&across, &down);
+    scrolled.GetScrollPixelsPerUnit(&stepAcross, &stepDown);
+    if (stepDown == 0) return false;  // it scrolls sideways at most
+    const int top = down * stepDown;
+    return wheel.GetWheelRotation() > 0 ? top > 0
+                                        : top + window.GetClientSize().y < window.GetVirtualSize().y;
 }
 
 // Comes before what the part itself does with an event. Sideways turns change values as well, and end here.
@@ -76,8 +79,7 @@ bool ScrollPageAround(const wxWindow* window, wxMouseEvent& wheel) {
     for (wxWindow* parent = window->GetParent(); parent != nullptr && !parent->IsTopLevel();
          parent = parent->GetParent()) {
         auto* scrolled = dynamic_cast<wxScrollHelperBase*>(parent);
-        if (scrolled == nullptr || !parent->CanScroll(wxVERTICAL) || !HasMoreContent(*parent, wheel))
-            continue;
+        if (scrolled == nullptr || !HasMoreContent(*parent, *scrolled, wheel)) continue;
         scrolled->HandleOnMouseWheel(wheel);
         return true;
     }
@@ -106,7 +108,7 @@ void PassWheelOn(wxTextCtrl* field) {
 
 void PassWheelOn(wxScrolled<wxPanel>* part) {
     part->Bind(wxEVT_MOUSEWHEEL, [part](wxMouseEvent& event) {
-        event.Skip(HasMoreContent(*part, event) || !ScrollPageAround(part, event));
+        event.Skip(HasMoreContent(*part, *part, event) || !ScrollPageAround(part, event));
     });
 }
 

@@ -43,7 +43,7 @@ void FrameTest::CloseFrame() {
 }
 
 void FrameTest::Settle() {
-    EXPECT_TRUE(PumpUntil([this] { return !core->IsBusy(); }));
+    EXPECT_TRUE(PumpUntil([this] { return !core->IsBusy(); }, 60000));
     Pump();
 }
 
