@@ -1,5 +1,5 @@
 // Every filter of the program on pictures that are unlike a photograph, and with its parameters at both ends: there is an answer, or a
-// reason why there is none, and no map that says nothing.
+// reason why there is none, no map that says nothing, and the same as was kept (see DigestOf).
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <cmath>
 #include <opencv2/imgproc.hpp>
 
-#include "tests/orvcore/formats/formatsupport.h"
+#include "tests/orvcore/filters/resultdigest.h"
 #include "tests/support/jpegencoder.h"
 #include "tests/support/runfilter.h"
 #include "tests/support/temporaryfolder.h"
@@ -71,6 +71,11 @@ cv::Mat PureNoise(cv::Size size) {
     return noise;
 }
 
+// A photograph of 256 x 256 pixels that was never saved as JPEG.
+cv::Mat Leaves() {
+    return DecodeImage(ReadFileBytes(PathJoin(GetAppDataPath(), "selftest/leaves.png"))).image.GetMat();
+}
+
 Bytes CutTo(Bytes bytes, double part) {
     bytes.resize(static_cast<std::size_t>(static_cast<double>(bytes.size()) * part));
     return bytes;
@@ -88,7 +93,10 @@ Bytes WithoutTableZero(Bytes jpeg, bool isNamed) {
 }
 
 std::vector<OddFile> OddFiles() {
-    const cv::Mat photo = TakePhoto(OrdinaryCamera(5), SceneKind::Textured, {240, 176}, 5);
+    const cv::Mat photo = Leaves()(cv::Rect(11, 37, 240, 176)).clone();
+    const cv::Mat tall = Leaves()(cv::Rect(3, 9, 149, 203)).clone();
+    cv::Mat grey;
+    cv::cvtColor(Leaves().colRange(16, 147), grey, cv::COLOR_BGR2GRAY);
     cv::Mat deep;
     photo.convertTo(deep, CV_16U, 251.0, 7.0);
     cv::Mat transparent;
@@ -107,7 +115,14 @@ std::vector<OddFile> OddFiles() {
         {"smaller than a block.jpg", SaveJpeg(photo(cv::Rect(20, 20, 7, 5)).clone(), 90)},
         {"row.png", Png(photo.row(20))},
         {"column.jpg", SaveJpeg(photo.col(20).clone(), 90)},
+        {"narrow.jpg", SaveJpeg(tall.colRange(20, 29).clone(), 90)},
+        {"narrow.png", Png(tall.colRange(20, 29))},
+        {"low.png", Png(photo.rowRange(20, 29))},
         {"wide.png", Png(wide)},
+        {"grey.jpg", SaveJpeg(grey, 60)},
+        {"grey.png", Png(grey)},
+        {"tall.jpg", SaveJpeg(tall, 75)},
+        {"tall.png", Png(ThroughJpeg(tall, 70))},
         {"one colour.png", Png(Filled({300, 280}, {90, 120, 150}))},
         {"one colour.jpg", SaveJpeg(Filled({300, 280}, {90, 120, 150}), 90)},
         {"white.png", Png(Filled({300, 280}, cv::Scalar::all(255)))},
@@ -136,7 +151,9 @@ std::vector<OddFile> OddFiles() {
         {"cut.jpg", CutTo(jpeg, 0.5)},
         {"cut in the head.jpg", CutTo(jpeg, 0.02)},
         {"cut progressive.jpg", CutTo(with({.isProgressive = true}), 0.3)},
-        {"cut.png", CutTo(Png(photo), 0.5)}};
+        {"cut.png", CutTo(Png(photo), 0.5)},
+        {"no picture.jpg", Bytes(40, 'a')},
+        {"empty.jpg", Bytes()}};
 }
 
 // How many of the values of a map say something.
@@ -153,10 +170,12 @@ int CountKnown(const OrvMap& map) {
 
 void CheckAnswer(const OrvFilter& filter, const OrvFilterResultPtr& result) {
     const OrvSlotResult& slot = *result->slot[OrvEvidence];
-    if (slot.verdict == OrvVerdict::None) {
-        EXPECT_FALSE(filter.GivesVerdict());
-    } else {
-        EXPECT_FALSE(slot.verdictText.empty());
+    const bool isOdd = slot.verdict == OrvVerdict::WorthALook || slot.verdict == OrvVerdict::StrongSign;
+    EXPECT_EQ(slot.status == FilterStatus::StandsOut, isOdd);
+    EXPECT_EQ(!slot.findings.empty(), isOdd) << "findings and status go together";
+    EXPECT_EQ(slot.verdict == OrvVerdict::None, slot.verdictText.empty());
+    if (!slot.SaysNothing()) {
+        EXPECT_EQ(slot.verdict != OrvVerdict::None, filter.GivesVerdict());
     }
     for (const OrvMap& map : slot.maps) {
         EXPECT_EQ(DescribeMapFault(map), "");
@@ -175,14 +194,15 @@ void CheckAnswer(const OrvFilter& filter, const OrvFilterResultPtr& result) {
     }
 }
 
-void CheckFile(const OrvFilter& filter, const std::string& path) {
+// What it says, or why it does not.
+std::string AnswerOn(const OrvFilter& filter, const std::string& path) {
     try {
-        CheckAnswer(filter, RunFilter(filter, path));
+        const OrvFilterResultPtr result = RunFilter(filter, path);
+        CheckAnswer(filter, result);
+        return DigestOf(*result, PathFolder(path));
     } catch (const ZorException& exception) {
-        EXPECT_TRUE(exception.GetKind() == ZorException::Kind::Format ||
-                    exception.GetKind() == ZorException::Kind::Memory)
-            << exception.GetMessage();
-        EXPECT_FALSE(exception.GetMessage().empty());
+        EXPECT_EQ(exception.GetKind(), ZorException::Kind::Format) << exception.GetMessage();
+        return "refused " + exception.GetMessage();
     }
 }
 
@@ -233,11 +253,12 @@ std::vector<VecParameter> AtTheEnds(const VecParameter& prototype) {
 TEST(OddPictures, EveryFilterAnswersOrSaysWhyNot) {
     const TemporaryFolder folder;
     const std::vector<OddFile> files = OddFiles();
+    KeptResults kept("odd ");
     for (const OddFile& file : files) WriteFile(folder / file.name, file.bytes);
     for (const auto& filter : CreateAllFilters())
         for (const OddFile& file : files) {
             SCOPED_TRACE(filter->GetId() + " on " + file.name);
-            CheckFile(*filter, folder / file.name);
+            kept.Check("odd " + filter->GetId() + " " + file.name, AnswerOn(*filter, folder / file.name));
         }
 }
 
@@ -260,7 +281,9 @@ TEST(OddPictures, NothingIsSaidOfTheBlocksOfALuminanceThatIsStoredSmaller) {
 
 TEST(OddPictures, EveryFilterTakesItsParametersAtBothEnds) {
     const TemporaryFolder folder;
-    const cv::Mat photo = TakePhoto(OrdinaryCamera(6), SceneKind::Textured, {300, 264}, 6);
+    KeptResults kept("ends ");
+    cv::Mat photo;
+    cv::resize(Leaves(), photo, {300, 264});
     WriteFile(folder / "photo.jpg", SaveJpeg(photo, 88, PhotoSubsampling::Both));
     WriteFile(folder / "pixel.png", Png(photo(cv::Rect(7, 7, 1, 1))));
     for (const auto& filter : CreateAllFilters()) {
@@ -268,14 +291,17 @@ TEST(OddPictures, EveryFilterTakesItsParametersAtBothEnds) {
         const VecParameter post = filter->GetPostProcessingPrototype();
         for (const char* name : {"photo.jpg", "pixel.png"}) {
             SCOPED_TRACE(filter->GetId() + " on " + name);
-            for (const VecParameter& ends : AtTheEnds(input)) {
-                SCOPED_TRACE(JsonToText(ends.ToJson(), 0));
-                CheckAnswer(*filter, RunFilter(*filter, folder / name, {}, &ends, &post));
-            }
-            for (const VecParameter& ends : AtTheEnds(post)) {
-                SCOPED_TRACE(JsonToText(ends.ToJson(), 0));
-                CheckAnswer(*filter, RunFilter(*filter, folder / name, {}, &input, &ends));
-            }
+            int number = 0;
+            const auto check = [&](const VecParameter& first, const VecParameter& second) {
+                SCOPED_TRACE(JsonToText(first.ToJson(), 0) + JsonToText(second.ToJson(), 0));
+                const OrvFilterResultPtr result = RunFilter(*filter, folder / name, {}, &first, &second);
+                CheckAnswer(*filter, result);
+                if (result->slot[OrvEvidence]->SaysNothing()) return;
+                kept.Check("ends " + filter->GetId() + " " + name + " " + ToString(++number),
+                           DigestOf(*result, folder.Path()));
+            };
+            for (const VecParameter& ends : AtTheEnds(input)) check(ends, post);
+            for (const VecParameter& ends : AtTheEnds(post)) check(input, ends);
         }
     }
 }

@@ -1,5 +1,6 @@
 #include "tests/orvcore/filters/resultdigest.h"
 
+#include <gtest/gtest.h>
 #include <zlib.h>
 
 #include <cmath>
@@ -8,6 +9,7 @@
 #include <sstream>
 
 #include "orvcore/filter/mapimage.h"
+#include "zorbase/files.h"
 #include "zorbase/json.h"
 #include "zorbase/text.h"
 
@@ -93,6 +95,14 @@ std::string PlotDigest(const OrvPlotData& plot) {
     return line;
 }
 
+bool IsWriting() {
+    return std::getenv("ORVANE_KEEP_RESULTS") != nullptr;
+}
+
+std::string KeptPath() {
+    return std::string(ORVANE_SOURCES) + "/tests/orvcore/filters/results.tsv";
+}
+
 }  // namespace
 
 std::string WithoutPlaceAndDates(std::string text, const std::string& folder) {
@@ -148,4 +158,33 @@ std::string DifferenceOf(const std::string& kept, const std::string& found) {
         if (areNumbers && std::abs(x - y) <= 1e-4 * std::max(std::abs(x), std::abs(y)) + 1e-9) continue;
         return section + ", word " + std::to_string(word) + ": " + a + " was kept, " + b + " was found";
     }
+}
+
+KeptResults::KeptResults(const std::string& beginning) {
+    std::istringstream lines(ReadFile(KeptPath()));
+    for (std::string line; std::getline(lines, line);)
+        if (const std::size_t tab = line.find('\t');
+            tab != std::string::npos && !(IsWriting() && line.starts_with(beginning)))
+            m_kept[line.substr(0, tab)] = line.substr(tab + 1);
+}
+
+KeptResults::~KeptResults() {
+    if (!IsWriting()) return;
+    std::string text;
+    for (const auto& [name, digest] : m_kept) text += name + '\t' + digest + '\n';
+    WriteFile(KeptPath(), text);
+}
+
+void KeptResults::Check(const std::string& name, const std::string& digest) {
+    if (IsWriting()) {
+        m_kept[name] = digest;
+        return;
+    }
+    const auto kept = m_kept.find(name);
+    ASSERT_NE(kept, m_kept.end()) << name << " has no result that was kept";
+    EXPECT_EQ(DifferenceOf(kept->second, digest), "") << name;
+}
+
+bool KeptResults::Knows(const std::string& name) const {
+    return IsWriting() || m_kept.contains(name);
 }

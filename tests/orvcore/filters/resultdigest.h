@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <string>
 
 #include "orvcore/filter/filterresult.h"
@@ -15,3 +16,17 @@ std::string DigestOf(const OrvFilterResult& result, const std::string& folder);
 // What differs between two lines, "" for nothing: words and checksums letter by letter, numbers up to one in ten thousand (processors
 // differ in the last bits).
 std::string DifferenceOf(const std::string& kept, const std::string& found);
+
+// The results that were kept, one line each; see DigestOf. They were looked at when they were made: a filter that is meant to answer otherwise
+// changes its version and its lines. With the environment variable ORVANE_KEEP_RESULTS the file is written anew from what is found.
+class KeptResults {
+  public:
+    // Lines of that beginning that are no longer asked for go when the file is written.
+    explicit KeptResults(const std::string& beginning);
+    ~KeptResults();
+    void Check(const std::string& name, const std::string& digest);
+    bool Knows(const std::string& name) const;
+
+  private:
+    std::map<std::string, std::string> m_kept;
+};
