@@ -99,14 +99,3 @@ TEST(ColourFilterArrayTest, FlatAndSaturatedPicturesAreNotJudged) {
          {cv::Mat(), cv::Mat(80, 80, CV_8U), cv::Mat(63, 80, CV_8UC3), cv::Mat(80, 80, CV_16UC3)})
         EXPECT_THROW(ComputeColourFilterArray(bad), ZorException);
 }
-
-TEST(ColourFilterArrayTest, NumberOfThreadsChangesNoBit) {
-    const cv::Mat photo = Photo(Camera(PhotoMosaic::Gbrg));
-    SetAnalysisThreads(1);
-    const ColourFilterResult one = ComputeColourFilterArray(photo);
-    SetAnalysisThreads(3);
-    const ColourFilterResult three = ComputeColourFilterArray(photo);
-    SetAnalysisThreads(0);
-    EXPECT_EQ(cv::norm(one.map.values, three.map.values, cv::NORM_INF), 0.0);
-    EXPECT_EQ(one.globalPeak, three.globalPeak);
-}

@@ -13,12 +13,6 @@
 
 namespace {
 
-class Threads {
-  public:
-    explicit Threads(int threads) { SetAnalysisThreads(threads); }
-    ~Threads() { SetAnalysisThreads(0); }
-};
-
 cv::Mat Turned(const cv::Mat& picture, double degrees, double scale, const cv::Size& size) {
     // Clockwise as seen, about the middle.
     cv::Mat model = cv::getRotationMatrix2D(cv::Point2f((picture.cols - 1) / 2.0F, (picture.rows - 1) / 2.0F),
@@ -251,24 +245,4 @@ TEST(Registration, StrangersAndOddPictures) {
                                       if (done > 0.2) throw std::runtime_error("stop");
                                   }),
                  std::runtime_error);
-}
-
-TEST(Registration, ThreadsChangeNothing) {
-    const cv::Mat scene = CopyScene(900, 700, 27);
-    const cv::Mat evidence = Turned(scene, 5, 0.9, {700, 500});
-    const auto run = [&](int threads) {
-        const Threads set(threads);
-        const Registration found = RegisterPictures(evidence, scene, RegistrationModel::Affine);
-        cv::Mat mask;
-        return std::pair(
-            found.model,
-            ComparePictures(evidence, BringOnto(scene, found, evidence.size(), mask), mask, {true}));
-    };
-    const auto one = run(1);
-    const auto four = run(4);
-    EXPECT_EQ(one.first, four.first);
-    EXPECT_EQ(cv::norm(one.second.similarity, four.second.similarity, cv::NORM_INF), 0.0);
-    EXPECT_EQ(cv::norm(one.second.difference, four.second.difference, cv::NORM_INF), 0.0);
-    EXPECT_EQ(one.second.psnr, four.second.psnr);
-    EXPECT_EQ(one.second.meanSimilarity, four.second.meanSimilarity);
 }

@@ -4,7 +4,6 @@
 
 #include <cmath>
 #include <opencv2/imgproc.hpp>
-#include <stdexcept>
 
 #include "orvcore/analysis/blockartefacts.h"
 #include "orvcore/analysis/blockdct.h"
@@ -246,8 +245,9 @@ TEST(QualityCurve, DipsWhereItWasSaved) {
     halves.detail[91] = 0.1;
     halves.detail[84] = 3.0;
     halves.detail[69] = 3.3;
-    EXPECT_NE(JudgeQualityCurve(halves, 92).text.find("at quality 85 and at 70, whose steps are 2 times those"),
-              std::string::npos);
+    EXPECT_NE(
+        JudgeQualityCurve(halves, 92).text.find("at quality 85 and at 70, whose steps are 2 times those"),
+        std::string::npos);
     EXPECT_NEAR(JudgeQualityCurve(halves, 92).measured, std::log(4.02 / 3.02), 1e-9);
     halves.detail[69] = 4.0;
     halves.detail[72] = 3.3;  // no multiple
@@ -411,44 +411,4 @@ TEST(Compression, OddPicturesGetAnAnswer) {
     EXPECT_ANY_THROW(ComputeShiftedJpeg(cv::Mat(9, 9, CV_32FC3)));
     EXPECT_ANY_THROW(ComputeGhosts(Host(), {{90, 80}, 16, {}, {}}));
     EXPECT_ANY_THROW(ComputeDimples(Host(), {60}));
-}
-
-TEST(Compression, ThreadsDoNotMatterAndAnOrderToStopIsObeyed) {
-    const ForgedPhoto forged = SpliceMisaligned(Host(), kPatch, 75, {5, 3});
-    const auto file = SaveJpeg(SpliceNeverSaved(Host(), kPatch, 60).image, 90);
-    const JpegCoefficientPlane component = LuminanceOf(file);
-    std::vector<std::vector<cv::Mat>> runs;
-    for (const int threads : {1, 2, 5}) {
-        SetAnalysisThreads(threads);
-        std::vector<cv::Mat> run;
-        run.push_back(ComputeGhosts(forged.image, {}).maps[3].values);
-        const QualityCurve curve = ComputeQualityCurve(forged.image, {}, kPatch);
-        run.push_back(cv::Mat(1, 100, CV_64F, const_cast<double*>(curve.all.data())).clone());
-        run.push_back(ComputeGridVotes(forged.image).votes);
-        run.push_back(ComputeShiftedJpeg(forged.image).map.values);
-        run.push_back(ComputeBlockArtefacts(forged.image).map.values);
-        run.push_back(ComputeDecodedHistory(forged.image).grids);
-        run.push_back(ComputeDimples(forged.image).meanBlock);
-        run.push_back(ComputeDoubleJpeg(component).map.values);
-        runs.push_back(run);
-    }
-    SetAnalysisThreads(0);
-    for (std::size_t i = 0; i < runs[0].size(); ++i) {
-        for (std::size_t k = 1; k < runs.size(); ++k) {
-            ASSERT_EQ(runs[0][i].empty(), runs[k][i].empty()) << i;
-            if (runs[0][i].empty()) continue;
-            EXPECT_EQ(cv::norm(runs[0][i], runs[k][i], cv::NORM_INF), 0.0) << i;
-        }
-    }
-    const AnalysisProgress stop = [](double done) {
-        if (done > 0.0) throw std::runtime_error("stop");
-    };
-    EXPECT_THROW(ComputeGhosts(Host(), {}, stop), std::runtime_error);
-    EXPECT_THROW(ComputeGridVotes(Host(), {}, stop), std::runtime_error);
-    EXPECT_THROW(ComputeShiftedJpeg(Host(), stop), std::runtime_error);
-    EXPECT_THROW(ComputeBlockArtefacts(Host(), stop), std::runtime_error);
-    EXPECT_THROW(ComputeDecodedHistory(Host(), stop), std::runtime_error);
-    EXPECT_THROW(ComputeDimples(Host(), {}, stop), std::runtime_error);
-    EXPECT_THROW(ComputeQualityCurve(Host(), {}, {}, stop), std::runtime_error);
-    EXPECT_THROW(ComputeDoubleJpeg(component, stop), std::runtime_error);
 }

@@ -185,33 +185,6 @@ TEST(CopyMoveBlocks, SaysWhereItCannotLook) {
     EXPECT_THROW(FindCopiedBlocks(cv::Mat(100, 100, CV_32FC1, cv::Scalar(0)), {}), ZorException);
 }
 
-TEST(CopyMoveBlocks, ThreadsChangeNothingAndItCanBeStopped) {
-    cv::Mat picture = CopyScene(700, 500, 7);
-    picture(kSource).clone().copyTo(picture(kSource + cv::Point(300, 200)));
-    const auto run = [&](int count) {
-        const Threads threads(count);
-        return FindCopiedBlocks(picture, {});
-    };
-    const CopyMoveResult one = run(1);
-    const CopyMoveResult four = run(4);
-    EXPECT_TRUE(IsEqual(one.map, four.map));
-    EXPECT_TRUE(IsEqual(one.mask, four.mask));
-    ASSERT_EQ(one.pairs.size(), four.pairs.size());
-    EXPECT_EQ(one.pairs[0].log10Chance, four.pairs[0].log10Chance);
-    EXPECT_EQ(one.pairs[0].fineSimilarity, four.pairs[0].fineSimilarity);
-    EXPECT_THROW(FindCopiedBlocks(picture, {},
-                                  [](double done) {
-                                      if (done > 0.5) throw std::runtime_error("stop");
-                                  }),
-                 std::runtime_error);
-    double last = 0;
-    FindCopiedBlocks(picture, {}, [&](double done) {
-        EXPECT_GE(done, last);
-        last = done;
-    });
-    EXPECT_EQ(last, 1.0);
-}
-
 TEST(CopyMoveDense, TurnedAndScaledCopiesAreFound) {
     const struct {
         double degrees, scale;

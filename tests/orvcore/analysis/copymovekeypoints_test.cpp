@@ -15,12 +15,6 @@
 
 namespace {
 
-class Threads {
-  public:
-    explicit Threads(int threads) { SetAnalysisThreads(threads); }
-    ~Threads() { SetAnalysisThreads(0); }
-};
-
 const cv::Point kFrom(160, 150);
 const cv::Point kTo(480, 330);
 constexpr int kRadius = 70;
@@ -196,21 +190,6 @@ TEST(CopyMoveKeypoints, SaysWhenItCannotLookAndCanBeStopped) {
                                          if (done > 0.2) throw std::runtime_error("stop");
                                      }),
                  std::runtime_error);
-}
-
-TEST(CopyMoveKeypoints, ThreadsChangeNothing) {
-    cv::Mat picture = CopyScene(1000, 800, 45);
-    PasteTurned(picture, kFrom, {700, 600}, kRadius, 15, 1.05);
-    const auto run = [&](int threads) {
-        const Threads set(threads);
-        return FindCopiedKeypoints(picture, {});
-    };
-    const CopyMoveResult one = run(1);
-    const CopyMoveResult four = run(4);
-    EXPECT_EQ(cv::norm(one.map, four.map, cv::NORM_INF), 0.0);
-    ASSERT_EQ(one.pairs.size(), 1U);
-    ASSERT_EQ(four.pairs.size(), 1U);
-    EXPECT_EQ(one.pairs[0].model, four.pairs[0].model);
 }
 
 // A part that is its own twin's neighbour by less than its size repeats; a copy beside its source does not.

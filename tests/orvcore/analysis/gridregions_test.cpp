@@ -29,6 +29,7 @@ TEST(GridRegions, AreasThatMeetLateAreOne) {
                  {{"xxxxxxx", "x.x.x.x", "x.x.x.x"}, {15}},
                  {{"....x.x", "..x.x.x", "x.x.xxx", "xxxxx..", "x......"}, {16}},
                  {{"xxxxxxx", "x.....x", "x.xxx.x", "x...x.x", "xxxxx.x"}, {23}},
+                 {{"x..x.", ".xx..", "....x"}, {4, 1}},
                  {{"xxx..xx", "xxx..xx", "xxx..xx"}, {9, 6}}};
     for (const auto& one : cases) {
         SCOPED_TRACE(one.blocks[0] + " " + one.blocks[1]);

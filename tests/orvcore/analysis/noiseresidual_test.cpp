@@ -202,10 +202,13 @@ TEST(NoiseResidualTest, BadInputIsRefusedAndProgressCanStop) {
     const cv::Mat plane(64, 64, CV_8U, cv::Scalar(9));
     const NoiseResidualSettings bad[] = {{ResidualFilter::Median, 0, 3},
                                          {ResidualFilter::Median, 4, 3},
-                                         {ResidualFilter::Wavelet, 1, 0},
+                                         {ResidualFilter::Wavelet, 1, 0.0999},
+                                         {ResidualFilter::Wavelet, 1, 100.1},
                                          {ResidualFilter::Wavelet, 1, std::nan("")}};
     for (const NoiseResidualSettings& settings : bad)
         EXPECT_THROW(ComputeNoiseResidual(plane, settings), ZorException);
+    for (const double strength : {0.1, 100.0})
+        EXPECT_NO_THROW(ComputeNoiseResidual(plane, {ResidualFilter::Wavelet, 1, strength}));
     for (const cv::Mat& image : {cv::Mat(), cv::Mat(8, 8, CV_8UC3), cv::Mat(8, 8, CV_16U)}) {
         EXPECT_THROW(ComputeNoiseResidual(image, {}), ZorException);
         EXPECT_THROW(WaveletResidual(image), ZorException);

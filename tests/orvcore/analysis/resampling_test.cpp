@@ -117,14 +117,3 @@ TEST(ResamplingTest, SmallFlatSaturatedAndWrongInput) {
          {cv::Mat(), cv::Mat(80, 80, CV_8U), cv::Mat(63, 80, CV_32F), cv::Mat(80, 63, CV_32F)})
         EXPECT_THROW(ComputeResampling(bad), ZorException);
 }
-
-TEST(ResamplingTest, NumberOfThreadsChangesNoBit) {
-    const cv::Mat photo = Photo();
-    SetAnalysisThreads(1);
-    const ResamplingResult one = Analyse(photo);
-    SetAnalysisThreads(3);
-    const ResamplingResult three = Analyse(photo);
-    SetAnalysisThreads(0);
-    EXPECT_EQ(cv::norm(one.spectrum, three.spectrum, cv::NORM_INF), 0.0);
-    EXPECT_EQ(cv::norm(one.map.values, three.map.values, cv::NORM_INF), 0.0);
-}

@@ -70,6 +70,11 @@ TEST_F(FolderToolsTest, AFingerprintFromAFolderAnswersTheNextQuestion) {
     EXPECT_NE(Remark().find("8 pictures was written to:\n" + FingerprintFolder()), std::string::npos)
         << Remark();
     EXPECT_NE(VerdictOf(filter), OrvVerdict::NotApplicable);
+    // Beside the one that the page names.
+    for (const std::string& known : {folder / "known/camera.orvfp", folder / "known"}) {
+        Run(OrvActionMakeFingerprint, folder / "one", known);
+        EXPECT_NE(Remark().find("written to:\n" + (folder / "known/")), std::string::npos) << Remark();
+    }
     Run(OrvActionIdentifyCameras, folder / "one");
     ASSERT_EQ(answer.size(), 2U) << error;
     EXPECT_EQ(answer[0].Get<TableString>().size(), 9U);
@@ -109,4 +114,7 @@ TEST_F(FolderToolsTest, ASelfTestThatIsStoppedLeavesNoRecord) {
     ASSERT_TRUE(sink.PumpUntilIdle(10000));
     EXPECT_EQ(outcome, kErrorAborted);
     EXPECT_FALSE(FileExists(SelfTestRecordPath()));
+    core->CallGenericAction(OrvActionSelfTest, "Self-test", {});
+    ASSERT_TRUE(sink.PumpUntilIdle(60000));
+    EXPECT_TRUE(FileExists(SelfTestRecordPath()));
 }

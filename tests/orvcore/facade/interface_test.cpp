@@ -48,6 +48,28 @@ bool IsAboutTheFile(const OrvFilter& filter) {
 
 }  // namespace
 
+TEST_F(Interface, ConfigurationsMoveAndTheActiveOneStaysActive) {
+    const struct {
+        int from, to;
+        const char* expected;  // their values, and which is active
+    } cases[] = {{0, 2, "1203 0"},  {2, 0, "2013 2"},  {1, 3, "0231 3"}, {3, 1, "0312 2"}, {0, 0, "0123 1"},
+                 {-1, 2, "0123 1"}, {0, -1, "0123 1"}, {4, 0, "0123 1"}, {0, 4, "0123 1"}, {2, 3, "0132 1"}};
+    for (const auto& c : cases) {
+        core->DeleteAllFilterConfigurations(probe);
+        for (const int value : {0, 2, 3, 1}) {  // the last one added is the active one
+            VecParameter input = probe->GetParametersInput();
+            input.Find("value")->SetValue(value);
+            core->AddFilterConfiguration(probe, input, value);
+        }
+        core->MoveFilterConfiguration(probe, c.from, c.to);
+        std::string found;
+        for (const OrvFilterConfiguration& one : probe->GetConfigurations())
+            found += ToString(one.GetParameters().Get<int>("value"));
+        EXPECT_EQ(found + " " + ToString(probe->GetActiveConfiguration()), c.expected)
+            << c.from << " " << c.to;
+    }
+}
+
 TEST_F(Interface, AFailedLoadLeavesTheSlotAndIsToldOnce) {
     const std::string good = folder.WritePicture("good.png");
     MakeFolder(folder / "folder.png");

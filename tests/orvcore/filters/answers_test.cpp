@@ -5,10 +5,8 @@
 #include <opencv2/imgproc.hpp>
 
 #include "orvcore/analysis/gridvotes.h"
-#include "orvcore/analysis/spectrum.h"
 #include "tests/support/runfilter.h"
 #include "tests/support/temporaryfolder.h"
-#include "zorbase/files.h"
 #include "zorbase/text.h"
 #include "zorimage/imageio.h"
 
@@ -58,28 +56,6 @@ TEST(Answers, PicturesThatAreTooSmallAreRefused) {
     }
 }
 
-TEST(Answers, HalvesOfTheSpectrumHaveTheirOwnScales) {
-    const TemporaryFolder folder;
-    WriteImage(Image(Noise(96, 64)), folder / "picture.png");
-    const auto filter = MakeFilter("frequency-split");
-    ASSERT_NE(filter, nullptr);
-    const FrequencySplit split = SplitFrequencies(Noise(96, 64), 0.1, {});
-    for (const int show : {0, 1}) {
-        VecParameter input = filter->GetInputPrototype();
-        ASSERT_TRUE(input.Find("show")->SetValue(show));
-        const OrvFilterResultPtr result = RunFilter(*filter, folder / "picture.png", {}, &input);
-        const OrvMap& map = result->slot[OrvEvidence]->maps.at(0);
-        EXPECT_EQ(map.isAutomatic, show == 0);
-        EXPECT_EQ(map.scale, show == 0 ? OrvMapScale::Diverging : OrvMapScale::Sequential);
-        EXPECT_EQ(cv::norm(map.values, show == 0 ? split.high : split.low, cv::NORM_INF), 0);
-        if (show == 1) {
-            EXPECT_EQ(map.range, (OrvRange{0.0, 255.0}));
-        }
-        EXPECT_EQ(NumberOf(result, "Deviation of the high part (levels)"), FixedText(split.highDeviation, 3));
-        EXPECT_EQ(NumberOf(result, "Deviation of the low part (levels)"), FixedText(split.lowDeviation, 3));
-    }
-}
-
 // A part that was moved by five columns stands on another grid.
 TEST(Answers, RegionsOfBothKindsAreCountedApart) {
     cv::Mat photo = Noise(400, 320);
@@ -94,29 +70,6 @@ TEST(Answers, RegionsOfBothKindsAreCountedApart) {
     EXPECT_EQ(NumberOf(result, "Regions on another grid"), ToString(static_cast<int>(found.foreign.size())));
     EXPECT_EQ(NumberOf(result, "Regions without the grid"), ToString(static_cast<int>(found.missing.size())));
     EXPECT_EQ(NumberOf(result, "Main grid begins at"), "0, 0");
-}
-
-// Each fact of the container in its own cell.
-TEST(Answers, FileFormatFactsStandInTheirCells) {
-    const TemporaryFolder folder;
-    WriteImage(Image(Noise(33, 21)), folder / "picture.png");
-    const OrvFilterResultPtr result = RunFilter(*MakeFilter("file-format"), folder / "picture.png");
-    const std::pair<const char*, const char*> cells[] = {
-        {"format", "PNG"},      {"dimensions", "33 x 21"},  {"depth", "8"},  {"channels", "3"},
-        {"colourModel", "RGB"}, {"compression", "Deflate"}, {"frames", "1"}, {"warnings", "None"}};
-    for (const auto& [name, text] : cells) EXPECT_EQ(OutputOf(result, name), text) << name;
-}
-
-TEST(Answers, HistogramTellsTheDecodersWarnings) {
-    const TemporaryFolder folder;
-    Bytes png = EncodeImage(Image(Noise(200, 160)), "png");
-    WriteFile(folder / "whole.png", png);
-    png.resize(png.size() / 2);
-    WriteFile(folder / "cut.png", png);
-    const auto filter = MakeFilter("histogram");
-    EXPECT_EQ(OutputOf(RunFilter(*filter, folder / "whole.png"), "warnings"), "None");
-    EXPECT_NE(OutputOf(RunFilter(*filter, folder / "cut.png"), "warnings").find("rows are missing"),
-              std::string::npos);
 }
 
 }  // namespace

@@ -152,6 +152,8 @@ std::vector<OddFile> OddFiles() {
         {"cut in the head.jpg", CutTo(jpeg, 0.02)},
         {"cut progressive.jpg", CutTo(with({.isProgressive = true}), 0.3)},
         {"cut.png", CutTo(Png(photo), 0.5)},
+        {"edited.jpg", ReadFileBytes(PathJoin(GetAppDataPath(), "samples/coffee-edited.jpg"))},
+        {"turned copy.png", Png(CopyMove(photo, {20, 30, 96, 80}, {170, 110}, 12.0, 1.15).image)},
         {"no picture.jpg", Bytes(40, 'a')},
         {"empty.jpg", Bytes()}};
 }

@@ -103,6 +103,17 @@ TEST(FileStructure, SeveralJpegsInOneFileAreParts) {
     EXPECT_EQ(structure.trailingBytes, 3 + film.size());
 }
 
+TEST(FileStructure, APictureBehindAHeaderOfItsOwnIsTakenApart) {
+    const Bytes jpeg = MakeJpeg();
+    for (const std::size_t header : {0U, 12U, 63U, 64U}) {
+        const FileStructure structure = Read(Box("ftyp", ToBytes("crx ") + Bytes(4, 0)) +
+                                             Box("moov", Box("THMB", Bytes(header, 0) + jpeg)));
+        EXPECT_EQ(FindRow(structure, "SOI") != nullptr, header < 64) << header;
+        const StructureRow* before = FindRow(structure, "picture header");
+        EXPECT_EQ(before != nullptr ? before->length : 0U, header % 64) << header;
+    }
+}
+
 TEST(FileStructure, DirectoriesOfAnExifBlockEndAtALoop) {
     const Bytes head = ToBytes(std::string("Exif\0\0", 6));
     const FileStructure sound = Read(MakeJpeg({.segments = {{1, head + ExifBlock(0)}}}));

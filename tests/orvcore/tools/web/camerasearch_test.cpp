@@ -294,7 +294,9 @@ TEST(CameraForensicsSearch, SendsItsFormWithTheKeyInAHeader) {
     });
     const TableString table = SearchCameraForensics(ForensicsParameters(), ServicesAt(server), OrvJob());
     EXPECT_EQ(ColumnOf(table, Title), (std::vector<std::string>{"A", "B"})) << "no more than wanted";
-    EXPECT_EQ(table[1][Link], "https://pictures.example/a.jpg");
+    EXPECT_EQ(table[1], (std::vector<std::string>{"A", "Canon", "Canon EOS 80D", "Firmware 1.0", "2020-01-02",
+                                                  "6000", "4000", "jpeg", "https://pictures.example/a.jpg",
+                                                  "https://pages.example/a"}));
     const LoopbackRequest seen = server.Requests().at(0);
     EXPECT_EQ(seen.target, "/search");
     EXPECT_EQ(JsonFromText(seen.body), (Json{{"make", "Canon"},

@@ -163,6 +163,9 @@ TEST(WebAddress, KnowsThePublicNetwork) {
             storage.ss_family = AF_INET6;
         }
         EXPECT_EQ(IsPublicAddress(reinterpret_cast<sockaddr&>(storage)), each.isPublic) << each.text;
+        const bool isLoopback =
+            std::set<std::string>{"127.0.0.1", "::1", "::ffff:127.0.0.1"}.contains(each.text);
+        EXPECT_EQ(IsLoopbackAddress(reinterpret_cast<sockaddr&>(storage)), isLoopback) << each.text;
     }
     sockaddr_storage other{};
     other.ss_family = AF_UNIX;
