@@ -90,6 +90,7 @@ TEST_F(ProvenanceFilterTest, ShowsThumbnailsAndLeadsToBytes) {
     ASSERT_EQ(shown.size(), 3U);
     EXPECT_EQ(ParseCell(shown[1][1]).thumbnail, 0);
     EXPECT_EQ(ParseCell(shown[2][1]).thumbnail, 1);
+    EXPECT_EQ(shown[1][5], "20 x 10");
     const auto places = FindBytePlaces(shown, 1);
     ASSERT_EQ(places.size(), 1U);
     ASSERT_EQ(places[0].count, small.size());

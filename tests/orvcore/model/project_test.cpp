@@ -213,6 +213,24 @@ TEST(ProjectText, KeepsEverything) {
     EXPECT_EQ(Sha256(readings).substr(0, 16), "3063204b8316c1a1");
 }
 
+TEST(ProjectText, OnlyFilesThatAreGoneAreFollowed) {
+    const TemporaryFolder folder;
+    WriteFile(folder / "here.jpg", std::string("a copy"));
+    const std::string sums[] = {std::string(64, 'a'), std::string(64, 'b'), ""};
+    const std::string open[kFileSlots] = {folder / "evidence.jpg", folder / "reference.jpg"};
+    OrvProject project;
+    project.SetFile(OrvEvidence, {open[0], {}, 1, sums[0]});
+    project.SetFile(OrvReference, {open[1], {}, 1, sums[1]});
+    for (const char* name : {"here.jpg", "gone.jpg"})
+        for (const std::string& sum : sums)
+            project.EditBookmarks().emplace_back().file[OrvEvidence] = {folder / name, {}, 1, sum};
+    project.FollowMovedFiles();
+    const std::string gone = folder / "gone.jpg", here = folder / "here.jpg";
+    const std::string expected[] = {here, here, here, open[0], open[1], gone};
+    for (std::size_t i = 0; i < std::size(expected); ++i)
+        EXPECT_EQ(project.GetBookmarks()[i].file[OrvEvidence].path, expected[i]) << i;
+}
+
 TEST(CaseData, ExhibitsBelongToBytes) {
     OrvCaseData data;
     const OrvCaseFile file{"/a.jpg", {}, 1, std::string(64, '1')};
