@@ -6,6 +6,7 @@
 #include <condition_variable>
 #include <exception>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -26,7 +27,14 @@ class Pieces {
         {
             m_running = threads;
             std::vector<std::jthread> workers;
-            for (int i = 0; i < threads; ++i) workers.emplace_back([this] { Work(); });
+            try {
+                while (static_cast<int>(workers.size()) < threads) workers.emplace_back([this] { Work(); });
+            } catch (const std::system_error&) {
+                // The system gives no more of them: those that there are do it all, or this one.
+                const std::scoped_lock lock(m_mutex);
+                m_running -= threads - std::max(static_cast<int>(workers.size()), 1);
+            }
+            if (workers.empty()) Work();
             std::unique_lock lock(m_mutex);
             while (!m_changed.wait_for(lock, kBetweenReports, [this] { return m_running == 0; })) {
                 if (!progress || m_failure || stopped) continue;
@@ -79,7 +87,9 @@ int GetAnalysisThreads() {
     return std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, kMaximumThreads);
 }
 
-void SetAnalysisThreads(int threads) { g_threads = std::max(threads, 0); }
+void SetAnalysisThreads(int threads) {
+    g_threads = std::max(threads, 0);
+}
 
 void ForEachPiece(int count, const AnalysisProgress& progress, const std::function<void(int piece)>& work) {
     if (count <= 0) return;

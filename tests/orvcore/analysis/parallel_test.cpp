@@ -1,11 +1,29 @@
 #include "orvcore/analysis/parallel.h"
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <atomic>
+#include <cerrno>
 #include <stdexcept>
 #include <thread>
 #include <vector>
+
+namespace {
+
+std::atomic<int> g_threadsLeft{-1};  // that the system still gives; -1: as many as are asked for
+
+}  // namespace
+
+// In front of the system's own.
+extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*start)(void*),
+                              void* argument) {
+    static const auto real = reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
+    if (g_threadsLeft == 0) return EAGAIN;
+    if (g_threadsLeft > 0) --g_threadsLeft;
+    return real(thread, attributes, start, argument);
+}
 
 namespace {
 
@@ -33,6 +51,21 @@ TEST_P(Parallel, EveryRowIsDoneOnce) {
             });
         for (int y = 0; y < c.rows; ++y) EXPECT_EQ(seen[static_cast<std::size_t>(y)], 1) << y;
         EXPECT_EQ(strips, c.strips);
+        EXPECT_EQ(last, 1.0);
+    }
+}
+
+TEST_P(Parallel, FewerThreadsThanAskedForDoItAll) {
+    for (const int left : {0, 1, 2}) {
+        std::vector<int> seen(200);
+        double last = 0.0;
+        g_threadsLeft = left;
+        EXPECT_NO_THROW(ForEachPiece(
+            200, [&](double done) { last = done; },
+            [&](int piece) { ++seen[static_cast<std::size_t>(piece)]; }))
+            << left;
+        g_threadsLeft = -1;
+        EXPECT_EQ(seen, std::vector<int>(200, 1)) << left;
         EXPECT_EQ(last, 1.0);
     }
 }
