@@ -445,5 +445,5 @@ TEST_P(Tour, EveryStepChangesWhatItChanged) {
     if (isWriting) WriteFile(path, written);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, Tour, testing::Values("viewer", "tools", "maps", "tables", "window"),
+INSTANTIATE_TEST_SUITE_P(All, Tour, testing::Values("viewer", "tools", "maps", "tables", "pages", "window"),
                          [](const auto& tour) { return std::string(tour.param); });
