@@ -19,8 +19,9 @@ bool ConfirmsDialog(const wxKeyEvent& event);
 // A width in pixels that suits texts of the usual size, for the texts of this window: the same, more where texts are enlarged.
 ORVGUI_API int TextWidth(const wxWindow& window, int width);
 
-// The least size, in pixels, of a one-line text field of this width where texts have the usual size. The toolkit's best size of a field that was never
-// shown is too low where texts are enlarged: it cuts off what hangs below the line, and an underscore reads as a blank.
+// The least size, in pixels, of a one-line text field of this width where texts have the usual size. The toolkit's best size of a
+// field that was never shown is too low where texts are enlarged: it cuts off what hangs below the line, and an underscore reads as
+// a blank.
 ORVGUI_API wxSize FieldSize(const wxWindow& field, int width);
 
 // Texts of several lines keep the distance from their edge that those of one line have from theirs.

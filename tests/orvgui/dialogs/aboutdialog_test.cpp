@@ -10,6 +10,7 @@
 #include <wx/statbmp.h>
 #include <wx/stattext.h>
 
+#include "tests/orvgui/children.h"
 #include "tests/support/guitest.h"
 #include "tests/support/temporaryfolder.h"
 #include "zorbase/appversion.h"
@@ -20,14 +21,6 @@
 #include "zorbase/text.h"
 
 namespace {
-
-template <typename T>
-std::vector<T*> Children(wxWindow* window) {
-    std::vector<T*> found;
-    for (wxWindow* child : window->GetChildren())
-        if (auto* one = dynamic_cast<T*>(child)) found.push_back(one);
-    return found;
-}
 
 void Press(wxWindow* button) {
     wxCommandEvent press(wxEVT_BUTTON, button->GetId());

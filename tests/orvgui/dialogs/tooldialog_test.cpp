@@ -13,19 +13,11 @@
 #include "orvcore/tools/web/keyfile.h"
 #include "orvcore/tools/web/webparameters.h"
 #include "orvgui/common/webconsent.h"
+#include "tests/orvgui/children.h"
 #include "tests/orvgui/framefixture.h"
 #include "tests/orvgui/keys.h"
 
 namespace {
-
-// The children of that class, in their order.
-template <typename T>
-std::vector<T*> Children(wxWindow* window) {
-    std::vector<T*> found;
-    for (wxWindow* child : window->GetChildren())
-        if (auto* one = dynamic_cast<T*>(child)) found.push_back(one);
-    return found;
-}
 
 class ToolDialogTest : public FrameTest {
   protected:

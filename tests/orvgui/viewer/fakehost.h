@@ -14,6 +14,7 @@
 #include "orvgui/viewer/toolpanel.h"
 #include "orvgui/viewer/viewerhost.h"
 #include "orvgui/viewer/viewerpanel.h"
+#include "tests/orvgui/children.h"
 #include "tests/support/guitest.h"
 #include "zorbase/text.h"
 
@@ -146,10 +147,7 @@ class FakeHostTest : public testing::Test {
     }
     template <typename T>
     static std::vector<T*> All(wxWindow* parent) {
-        std::vector<T*> found;
-        for (wxWindow* child : parent->GetChildren())
-            if (auto* window = dynamic_cast<T*>(child)) found.push_back(window);
-        return found;
+        return Children<T>(parent);
     }
 
     OrvInterface core;
